@@ -11,7 +11,7 @@ help: ## this list
 
 demo: ## run the main job on real data of this machine and say where the results lie
 	@scripts/setup demo
-	@scripts/build
+	@scripts/build vtctl
 	@scripts/demo
 
 test: ## build and run all tests, closing with one summary line

@@ -1,0 +1,53 @@
+# The front door. Each target sets up what it needs on a fresh Debian 12 machine; the work is done
+# by scripts/ and the CMake presets. PRESET=debug selects the other build.
+
+PRESET ?= release
+export PRESET
+.DEFAULT_GOAL := help
+.PHONY: help demo test build bench lint fuzz fuzz-smoke docs package clean
+
+help: ## this list
+	@sed -n 's/^\([a-z-]*\):.* *## /  make \1\t/p' $(firstword $(MAKEFILE_LIST)) | expand -t 20
+
+demo: ## run the main job on real data of this machine and say where the results lie
+	@scripts/setup demo
+	@scripts/build
+	@scripts/demo
+
+test: ## build and run all tests, closing with one summary line
+	@scripts/setup test
+	@scripts/build
+	@scripts/run-tests
+
+build: ## build the preset, nothing more
+	@scripts/setup build
+	@scripts/build
+
+bench: ## benchmarks beside peers and raw calls, as ratios
+	@scripts/setup bench
+	@scripts/build
+	@scripts/bench
+
+lint: ## formatting, clang-tidy and shellcheck (BASE=commit checks changed files only)
+	@scripts/setup lint
+	@scripts/lint
+
+fuzz: ## native build with sanitizers; each fuzzer runs for SECONDS (300)
+	@scripts/setup fuzz
+	@scripts/fuzz $(or $(SECONDS),300)
+
+fuzz-smoke: ## the same for a few seconds each
+	@scripts/setup fuzz
+	@scripts/fuzz 5
+
+docs: ## interface documentation in build/docs
+	@scripts/setup docs
+	@scripts/docs
+
+package: ## installable zip in build/package
+	@scripts/setup package
+	@scripts/build
+	@scripts/package
+
+clean: ## remove everything that was built (the cached libcrypto stays)
+	@scripts/clean

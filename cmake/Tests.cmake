@@ -1,0 +1,33 @@
+# GoogleTest from Debian's source package, cross-built; the tests run through CTest.
+enable_testing()
+include(GoogleTest)
+set(INSTALL_GTEST OFF)
+set(BUILD_GMOCK OFF)
+add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+
+function(vtclass_add_test_program name)
+  cmake_parse_arguments(arg "" "" "FILES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_FILES})
+  target_link_libraries(${name} PRIVATE
+    vtclass_options vtclass_mini vtclass_core vtclass_platform vtclass_test_support gtest advapi32 ${arg_LIBRARIES})
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+  set_property(GLOBAL APPEND PROPERTY vtclass_test_files ${arg_FILES})
+  # A run counts as passed only when GoogleTest says so: a process that dies of exhausted memory
+  # can end with exit code 0.
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 120)
+endfunction()
+
+# A test file that no program compiles would pass for ever.
+function(vtclass_check_every_test_is_registered)
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR} *_test.cpp)
+  list(FILTER files EXCLUDE REGEX "^build/")
+  get_property(registered GLOBAL PROPERTY vtclass_test_files)
+  foreach(file ${files})
+    get_filename_component(name ${file} NAME)
+    if(NOT name IN_LIST registered)
+      message(FATAL_ERROR "${file} belongs to no test program. Name it in a vtclass_test() of its "
+        "folder's CMakeLists.txt.")
+    endif()
+  endforeach()
+endfunction()

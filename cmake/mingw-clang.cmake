@@ -1,0 +1,28 @@
+# 64-bit Windows with clang, lld and Debian's mingw-w64 headers and run-time libraries.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(triple x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER clang-19)
+set(CMAKE_CXX_COMPILER clang++-19)
+set(CMAKE_C_COMPILER_TARGET ${triple})
+set(CMAKE_CXX_COMPILER_TARGET ${triple})
+set(CMAKE_RC_COMPILER ${triple}-windres)
+set(CMAKE_AR ${triple}-ar)
+set(CMAKE_RANLIB ${triple}-ranlib)
+
+# Structured exception handling (__try) and __declspec.
+set(CMAKE_CXX_FLAGS_INIT "-fms-extensions")
+
+# -static: programs and DLLs carry their own C++ run time, nothing stands beside them.
+set(linker_flags "-fuse-ld=lld-19 -static")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${linker_flags}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linker_flags}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${linker_flags}")
+
+set(CMAKE_FIND_ROOT_PATH /usr/${triple})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/wine")

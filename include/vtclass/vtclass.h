@@ -1,0 +1,12 @@
+#ifndef VTCLASS_VTCLASS_H
+#define VTCLASS_VTCLASS_H
+
+/* Every header of the library. */
+#include "vtclass/config.h"
+#include "vtclass/export.h"
+#include "vtclass/log.h"
+#include "vtclass/product.h"
+#include "vtclass/security.h"
+#include "vtclass/strings.h"
+
+#endif

@@ -1,0 +1,55 @@
+#ifndef VTCLASS_PLATFORM_CRITICAL_SECTION_H
+#define VTCLASS_PLATFORM_CRITICAL_SECTION_H
+
+#include <vtclass/win32.h>
+
+#if defined(__clang__)
+#define VTCLASS_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define VTCLASS_THREAD_ANNOTATION(x)
+#endif
+#define VTCLASS_GUARDED_BY(lock) VTCLASS_THREAD_ANNOTATION(guarded_by(lock))
+
+namespace vtclass::platform {
+
+/* A recursive lock. What it guards is written on the guarded member; the compiler checks it. */
+class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
+ public:
+  /* A short spin pays where the lock is held for a few instructions only. */
+  explicit CriticalSection(DWORD spinCount = 4000) noexcept {
+    ::InitializeCriticalSectionAndSpinCount(&section, spinCount);
+  }
+  ~CriticalSection() { ::DeleteCriticalSection(&section); }
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+
+  void Lock() noexcept VTCLASS_THREAD_ANNOTATION(acquire_capability()) {
+    ::EnterCriticalSection(&section);
+  }
+  void Unlock() noexcept VTCLASS_THREAD_ANNOTATION(release_capability()) {
+    ::LeaveCriticalSection(&section);
+  }
+
+ private:
+  CRITICAL_SECTION section;
+};
+
+/* Holds a CriticalSection for one scope. */
+class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedLock {
+ public:
+  explicit ScopedLock(CriticalSection& section) VTCLASS_THREAD_ANNOTATION(
+      acquire_capability(section))
+      : section(section) {
+    section.Lock();
+  }
+  ~ScopedLock() VTCLASS_THREAD_ANNOTATION(release_capability()) { section.Unlock(); }
+  ScopedLock(const ScopedLock&) = delete;
+  ScopedLock& operator=(const ScopedLock&) = delete;
+
+ private:
+  CriticalSection& section;
+};
+
+}  // namespace vtclass::platform
+
+#endif

@@ -1,0 +1,10 @@
+#include <gtest/gtest.h>
+
+#include <vtclass/win32.h>
+
+int main(int argc, char** argv) {
+  // A fault ends the program with its code instead of a dialogue that nobody sees.
+  ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -7,6 +7,10 @@
  * The order of the rows is the order of the pointers in memory. Host programs index the run, so a
  * row keeps its place; log_tags.cpp refuses to compile when the counts of the shapes change.
  */
+#if !defined(VTCLASS_LOG_TAG)
+#error "Define VTCLASS_LOG_TAG(name, shape, text) before each inclusion; or include log_tags.h."
+#endif
+
 #define VTCLASS_LOG_TAG_MISSING(name, type) \
   VTCLASS_LOG_TAG(name, element, "<SelNotExist sel_type=\"" type "\">")
 #define VTCLASS_LOG_TAG_ERROR(name, type) \

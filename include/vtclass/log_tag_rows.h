@@ -413,7 +413,7 @@ VTCLASS_LOG_TAG(kTagExtensionStatistics, element, "<extension_statistics>")
 VTCLASS_LOG_TAG(kTagSkippedItemsSummary, element, "<skipped_items_summary>")
 VTCLASS_LOG_TAG(kTagLargeFilesSummary, element, "<large_files_summary>")
 
-// Report blocks of errors.
+// Errors and warnings gathered into blocks.
 VTCLASS_LOG_TAG(kTagErrors, element, "<errors>")
 VTCLASS_LOG_TAG(kTagProblemText, element, "<problem_text>")
 VTCLASS_LOG_TAG(kTagProblemCode, element, "<problem_code>")

@@ -20,9 +20,10 @@
  * The library maps no message to a tag; the caller names both in each call.
  *
  * The five shapes:
- *   element         `<compression>`, or with a fixed attribute `<SelNotExist
- * sel_type="arc_sel_fs">` error           `<OperationErrors Type="comm_failure">`; the names begin
- * with kTagError warning         `<Warning Type="access_denied">`; the names begin with kTagWarning
+ *   element         `<compression>`, or with a fixed attribute, like
+ *                   `<SelNotExist sel_type="arc_sel_fs">`
+ *   error           `<OperationErrors Type="comm_failure">`; the names begin with kTagError
+ *   warning         `<Warning Type="access_denied">`; the names begin with kTagWarning
  *   recommandation  `<recommandations>`, `<recommandation Type="SQL objects warning">`
  *   format          kTagJobLogVersion and kTagSelNotExistMailboxGroupMember only: each holds one
  *                   %s and is a format for printTagWithAttribute or print, with a const wchar_t*

@@ -60,11 +60,13 @@ bool Configuration::Load(const wchar_t* name, wcstring& out) {
 
 bool Configuration::Load(const wchar_t* name, wcstring& out, const wchar_t* def) {
   if (Load(name, out)) return true;
+  // Without memory to read it, the stored text may well be right: it is not written over.
+  const bool replace = lastError != ERROR_NOT_ENOUGH_MEMORY;
   const long status = StatusOf([&] {
     out = def;
     return ERROR_SUCCESS;
   });
-  return Succeeded(status) && Save(name, out);
+  return Succeeded(status) && replace && Save(name, out);
 }
 
 bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {

@@ -6,8 +6,8 @@
 #include "vtclass/config.h"
 
 using vtclass::WideView;
+using vtclass::config::AppendItems;
 using vtclass::config::kWrongType;
-using vtclass::config::NextItem;
 using vtclass::config::StatusOf;
 using vtclass::config::StoredText;
 
@@ -75,8 +75,7 @@ bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {
   const long status = StatusOf([&] {
     const long read = stored.Read(key, name);
     if (read != ERROR_SUCCESS) return read;
-    WideView rest = stored.Characters();
-    for (WideView item; NextItem(rest, item);) out.emplace_back(item.data(), item.size());
+    AppendItems(stored.Characters(), out);
     return read;
   });
   if (status != ERROR_SUCCESS) out.clear();

@@ -18,9 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::unique_ptr<WideUnit[]> stored(new WideUnit[units]);
   if (units != 0) std::memcpy(stored.get(), data, units * sizeof(WideUnit));
 
-  const auto unpack = [](WideView rest) {
+  const auto unpack = [](WideView packed) {
     std::vector<WideText> items;
-    for (WideView item; vtclass::config::NextItem(rest, item);) items.emplace_back(item);
+    vtclass::config::AppendItems(packed, items);
     return items;
   };
   const std::vector<WideText> items = unpack({stored.get(), units});

@@ -56,8 +56,8 @@ class VTCLASS_API Configuration {
    * without leading backslashes; null or empty is this one. Requires: `subkey` is not null where a
    * key may be created; null or empty otherwise opens the root itself.
    * Status -1: the security attributes of openOrCreateSecure cannot be built.
-   * Contract: after a failed open on a remote computer the object is closed, but the connection
-   * stays until Close; callers that try several keys do not connect again on the system's side.
+   * Contract: after a failed open on a remote computer the connection stays until Close, the next
+   * Open or the destructor. Callers that wait before they try again call Close first.
    */
   bool Open(openMode mode, const wchar_t* subkey, const wchar_t* machine, unsigned int access);
 

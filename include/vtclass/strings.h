@@ -18,8 +18,8 @@
  *
  * Lengths are counts of units (16-bit units or bytes), never negative, and text may hold zeros.
  * Conversions have no error return: what the platform refuses to convert gives an empty string.
- * When memory runs out they throw std::bad_alloc (for a length that no string can have,
- * std::length_error) and the string keeps its former contents.
+ * When memory runs out they throw std::bad_alloc, for more than 2,147,483,647 units (the platform
+ * takes no more at once) std::length_error, and the string keeps its former contents.
  *
  * Threads: like the standard strings; one object belongs to one thread at a time.
  */

@@ -7,12 +7,13 @@
 
 namespace vtclass::strings {
 
-/*
- * Copies `length` units below 128, zeros too, into the other width. False when a unit is not below
- * 128; some of the text has been copied then. Writes nothing beyond `length` units.
- */
-bool CopyAscii(const char* text, std::size_t length, WideUnit* out) noexcept;
-bool CopyAscii(const WideUnit* text, std::size_t length, char* out) noexcept;
+/* True when all of `length` units are below 128; zeros are. */
+bool IsAscii(const char* text, std::size_t length) noexcept;
+bool IsAscii(const WideUnit* text, std::size_t length) noexcept;
+
+/* Copies `length` units into the other width. Requires: IsAscii, and no overlap. */
+void CopyAscii(const char* text, std::size_t length, WideUnit* out) noexcept;
+void CopyAscii(const WideUnit* text, std::size_t length, char* out) noexcept;
 
 }  // namespace vtclass::strings
 

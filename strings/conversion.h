@@ -4,6 +4,7 @@
 #include <vtclass/win32.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -13,7 +14,7 @@
 
 namespace vtclass::strings {
 
-/* Texts up to this many units are converted on the stack, in one pass. */
+/* Texts up to this many units are converted in one pass, into a buffer on the stack. */
 inline constexpr int kShortText = 512;
 
 /* A length as the platform's conversions take it. */
@@ -23,36 +24,38 @@ inline int ConversionLength(std::size_t length) {
   return *checked;
 }
 
+/* True when `text` begins in the memory that `target` owns. */
+template <typename From, typename To>
+bool LiesIn(const From* text, const std::basic_string<To>& target) {
+  const auto at = reinterpret_cast<std::uintptr_t>(text);
+  const auto begin = reinterpret_cast<std::uintptr_t>(target.data());
+  return at >= begin && at - begin <= target.capacity() * sizeof(To);
+}
+
 /*
- * Replaces `target` by `text` in the other width. `isAscii` says that text below 128 stands for
+ * Replaces `target` by `text` in the other width. `holdsAscii` says that text below 128 stands for
  * itself; all other text goes through `convert(out, room)`, a call of the platform that answers
  * with the units written, with those needed when `room` is 0, and with 0 when it fails. Everything
  * that may throw happens before `target` changes, and `text` may lie in `target`.
  */
 template <typename From, typename To, typename Convert>
 void AssignConverted(std::basic_string<To>& target, const From* text, std::size_t length,
-                     bool isAscii, Convert convert) {
+                     bool holdsAscii, Convert convert) {
+  if (holdsAscii && IsAscii(text, length) && !LiesIn(text, target)) {
+    target.resize(length);
+    CopyAscii(text, length, target.data());
+    return;
+  }
   if (length <= kShortText) {
     To scratch[kShortText];
-    if (isAscii && CopyAscii(text, length, scratch)) {
-      target.assign(scratch, length);
-      return;
-    }
     const int converted = convert(scratch, kShortText);
     if (converted > 0) {
       target.assign(scratch, static_cast<std::size_t>(converted));
       return;
     }
+    // It has grown beyond the scratch buffer, or it cannot be converted at all.
   }
-  // A short text comes here when it grows beyond the scratch buffer or cannot be converted at all.
   std::basic_string<To> fresh;
-  if (isAscii && length > kShortText) {
-    fresh.resize(length);
-    if (CopyAscii(text, length, fresh.data())) {
-      target = std::move(fresh);
-      return;
-    }
-  }
   const int needed = convert(nullptr, 0);
   fresh.resize(needed > 0 ? static_cast<std::size_t>(needed) : 0);
   const int converted = fresh.empty() ? 0 : convert(fresh.data(), needed);

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -11,17 +10,14 @@ namespace {
 using vtclass::WideView;
 using vtclass::strings::FilteredPrefix;
 using vtclass::strings::FilterInto;
+using vtclass::strings::TextLength;
 
 // Copies of up to this many units live on the stack.
-constexpr std::size_t kShortText = 512;
+constexpr std::size_t kShortText = 2048;
 
 // Longer texts are filtered in pieces through a buffer in which every piece fits.
 constexpr std::size_t kPiece = 256;
 constexpr std::size_t kPieceRoom = kPiece * vtclass::strings::kLongestEntity + 8;
-
-std::size_t LengthUpTo(const wchar_t* text, std::size_t limit) {
-  return static_cast<std::size_t>(std::find(text, text + limit, L'\0') - text);
-}
 
 // Filters the `length` units at `text` in place, into at most `room` units.
 std::size_t FilterInPlace(wchar_t* text, std::size_t length, std::size_t room) {
@@ -47,7 +43,7 @@ wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity) {
     return buffer;
   }
   if (buffer[clean] == L'\0') return buffer;
-  const std::size_t length = LengthUpTo(buffer + clean, capacity - clean);
+  const std::size_t length = TextLength(buffer + clean, capacity - clean);
   const std::size_t written = FilterInPlace(buffer + clean, length, capacity - 1 - clean);
   buffer[clean + written] = L'\0';
   return buffer;

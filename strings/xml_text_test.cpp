@@ -129,7 +129,7 @@ TEST(makeXmlStrBufferValid, AllocationFails_KeepsTheText) {
         needed = true;
         ASSERT_EQ(text, before) << "failure " << n << " was swallowed";
       }
-      EXPECT_EQ(needed, !asBuffer || length > 512);
+      EXPECT_EQ(needed, !asBuffer || length > 2048);
     }
   }
 }

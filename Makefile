@@ -11,7 +11,7 @@ help: ## this list
 
 demo: ## run the main job on real data of this machine and say where the results lie
 	@scripts/setup demo
-	@scripts/build
+	@scripts/build vtctl
 	@scripts/demo
 
 test: ## build and run all tests, closing with one summary line
@@ -25,7 +25,7 @@ build: ## build the preset, nothing more
 
 bench: ## benchmarks beside peers and raw calls, as ratios
 	@scripts/setup bench
-	@scripts/build
+	@scripts/build benchmarks
 	@scripts/bench
 
 lint: ## formatting, clang-tidy and shellcheck (BASE=commit checks changed files only)

@@ -17,7 +17,7 @@ endfunction()
 
 # One test program: vtclass_test(name files... [LIBRARIES targets...]).
 function(vtclass_test name)
-  if(VTCLASS_NATIVE OR NOT VTCLASS_TESTS)
+  if(NOT TARGET gtest)
     return()
   endif()
   cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})

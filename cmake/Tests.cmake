@@ -1,10 +1,9 @@
 # GoogleTest from Debian's source package, cross-built; the tests run through CTest.
 enable_testing()
 include(GoogleTest)
-set(VTCLASS_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's sources")
 set(INSTALL_GTEST OFF)
 set(BUILD_GMOCK OFF)
-add_subdirectory(${VTCLASS_GOOGLETEST_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
 function(vtclass_add_test_program name)
   cmake_parse_arguments(arg "" "" "FILES;LIBRARIES" ${ARGN})

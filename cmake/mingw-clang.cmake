@@ -19,6 +19,9 @@ set(linker_flags "-fuse-ld=lld-19 -static")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${linker_flags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linker_flags}")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${linker_flags}")
+# Behind all other libraries, also in CMake's own checks: the static C++ run time needs pthread.
+set(CMAKE_CXX_STANDARD_LIBRARIES
+  "-lkernel32 -luser32 -lshell32 -lole32 -luuid -ladvapi32 -lpthread")
 
 set(CMAKE_FIND_ROOT_PATH /usr/${triple})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -50,4 +50,4 @@ package: ## installable zip in build/package
 	@scripts/package
 
 clean: ## remove everything that was built (the cached libcrypto stays)
-	@scripts/clean
+	@rm -rf build

@@ -2,7 +2,7 @@
 # names its folder in OPENSSL_ROOT_DIR.
 set(OPENSSL_ROOT_DIR "" CACHE PATH "A folder with include/openssl and lib/libcrypto.a")
 find_library(VTCLASS_LIBCRYPTO NAMES libcrypto.a libcrypto_static libcrypto
-  PATHS ${OPENSSL_ROOT_DIR}/lib NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+  PATHS ${OPENSSL_ROOT_DIR}/lib NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 if(NOT VTCLASS_LIBCRYPTO)
   message(FATAL_ERROR "OPENSSL_ROOT_DIR (\"${OPENSSL_ROOT_DIR}\") names no libcrypto for Windows; "
     "'make build' provides one.")

@@ -20,7 +20,7 @@ struct Case {
 
 // Fills the stack. The volatile sum after the call keeps every frame alive.
 volatile int sum = 0;
-void Descend(volatile char* outer) {
+void Descend(const volatile char* outer) {
   volatile char frame[4096];
   frame[0] = *outer;
   if (frame[0] != 0) Descend(frame);

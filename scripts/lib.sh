@@ -175,11 +175,46 @@ fetch_source() {
   printf '%s\n' "$file"
 }
 
+# Wine -----------------------------------------------------------------------------------------
+
+# Keeps one Wine server until the calling script ends, because starting one for each program costs
+# half a second. Arguments are a command that starts it, such as taskset.
+hold_wine_server() {
+  export WINEPREFIX=${WINEPREFIX:-$build/wine-prefix}
+  "$root/scripts/wine-prefix"
+  # A second holder would lose its programs when the first one ends the server.
+  exec 9>"$WINEPREFIX.server.lock"
+  if ! flock -n 9; then
+    say "Waiting for another run in this prefix"
+    flock 9
+  fi
+  trap end_wine_server EXIT
+  trap 'exit 129' HUP
+  trap 'exit 130' INT
+  trap 'exit 143' TERM
+  end_wine_server
+  # The server and the background programs of Windows stay as long as they can, so they get none of
+  # our streams: whoever reads one to its end, such as CTest, would wait for ever. The background
+  # programs start with the first program, therefore it is this one.
+  "$@" /usr/lib/wine/wineserver64 -p </dev/null >/dev/null 2>&1 9>&-
+  "$@" "$root/scripts/wine" cmd.exe /c exit </dev/null >/dev/null 2>&1 9>&-
+}
+
+end_wine_server() {
+  # Each fails when there is nothing to end.
+  /usr/lib/wine/wineserver64 -k 2>/dev/null || true
+  /usr/lib/wine/wineserver64 -w 2>/dev/null || true
+}
+
 # Cached folders -------------------------------------------------------------------------------
 # A folder in the cache is complete or not there: it is made beside its place and moved. Its
 # manifest tells on each use whether it is still as it was made.
 
-seal() { (cd "$1" && find . -type f ! -name MANIFEST -print0 | LC_ALL=C sort -z | xargs -0 sha256sum >MANIFEST); }
+seal() {
+  local sums
+  sums=$(cd "$1" && find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha256sum)
+  printf '%s\n' "$sums" >"$1/MANIFEST"
+}
 
 is_sealed() { (cd "$1" 2>/dev/null && sha256sum --status --strict --check MANIFEST 2>/dev/null); }
 

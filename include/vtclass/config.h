@@ -59,6 +59,9 @@ class VTCLASS_API Configuration {
   long GetErrorCode() const { return lastError; }
 
  private:
+  bool OpenKey(openMode mode, const wchar_t* subkey);
+  bool Succeeded(long status);
+
   unsigned int access;
   long lastError;
   wcstring machine;

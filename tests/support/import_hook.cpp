@@ -46,10 +46,10 @@ void** FindImportOrFail(const char* library, const char* function) {
 
 void* PatchSlot(void** slot, void* value) {
   DWORD protection = 0;
-  ::VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
+  ::VirtualProtect(static_cast<void*>(slot), sizeof(*slot), PAGE_READWRITE, &protection);
   void* const old = *slot;
   *slot = value;
-  ::VirtualProtect(slot, sizeof(*slot), protection, &protection);
+  ::VirtualProtect(static_cast<void*>(slot), sizeof(*slot), protection, &protection);
   return old;
 }
 

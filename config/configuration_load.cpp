@@ -1,0 +1,97 @@
+#include <vector>
+
+#include "config/multi_string.h"
+#include "config/no_throw.h"
+#include "config/stored_text.h"
+#include "vtclass/config.h"
+
+using vtclass::WideView;
+using vtclass::config::kWrongType;
+using vtclass::config::NextItem;
+using vtclass::config::StatusOf;
+using vtclass::config::StoredText;
+
+namespace {
+
+BYTE* Bytes(void* data) { return static_cast<BYTE*>(data); }
+
+// A value of another type that does not fit the buffer answers ERROR_MORE_DATA. Its type still
+// decides: callers take -1 as "somebody stored something else here".
+long CheckType(long status, DWORD type, DWORD wanted) {
+  const bool typeIsKnown = status == ERROR_SUCCESS || status == ERROR_MORE_DATA;
+  return typeIsKnown && type != wanted ? kWrongType : status;
+}
+
+}  // namespace
+
+bool Configuration::LoadDWORD(const wchar_t* name, unsigned long& out) {
+  DWORD value = 0;
+  DWORD size = sizeof(value);
+  DWORD type = REG_NONE;
+  long status = ::RegQueryValueExW(key, name, nullptr, &type, Bytes(&value), &size);
+  status = CheckType(status, type, REG_DWORD);
+  // A damaged number, too short or too long, is no number.
+  if (status == ERROR_MORE_DATA || (status == ERROR_SUCCESS && size != sizeof(value))) {
+    status = kWrongType;
+  }
+  if (status == ERROR_SUCCESS) out = value;
+  return Succeeded(status);
+}
+
+bool Configuration::Load(const wchar_t* name, unsigned long& out, unsigned long def) {
+  if (LoadDWORD(name, out)) return true;
+  out = def;
+  return SaveDWORD(name, def);
+}
+
+bool Configuration::Load(const wchar_t* name, wcstring& out) {
+  StoredText stored;
+  return Succeeded(StatusOf([&] {
+    const long status = stored.Read(key, name);
+    if (status != ERROR_SUCCESS) return status;
+    // The last character is dropped without a look at it. A list of texts so keeps the zeros
+    // between its items, and a text that was stored without terminator loses a character: both
+    // have always been read that way.
+    const WideView text = stored.Characters();
+    out.assign(text.data(), text.empty() ? 0 : text.size() - 1);
+    return status;
+  }));
+}
+
+bool Configuration::Load(const wchar_t* name, wcstring& out, const wchar_t* def) {
+  if (Load(name, out)) return true;
+  const long status = StatusOf([&] {
+    out = def;
+    return ERROR_SUCCESS;
+  });
+  return Succeeded(status) && Save(name, out);
+}
+
+bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {
+  out.clear();
+  StoredText stored;
+  const long status = StatusOf([&] {
+    const long read = stored.Read(key, name);
+    if (read != ERROR_SUCCESS) return read;
+    WideView rest = stored.Characters();
+    for (WideView item; NextItem(rest, item);) out.emplace_back(item.data(), item.size());
+    return read;
+  });
+  if (status != ERROR_SUCCESS) out.clear();
+  return Succeeded(status);
+}
+
+bool Configuration::Load(const wchar_t* name, unsigned char* data, unsigned long* size) {
+  DWORD type = REG_NONE;
+  const long status = ::RegQueryValueExW(key, name, nullptr, &type, data, size);
+  return Succeeded(CheckType(status, type, REG_BINARY));
+}
+
+bool Configuration::LoadRaw(const wchar_t* name, unsigned char* data, unsigned long size,
+                            unsigned long type) {
+  return Succeeded(::RegQueryValueExW(key, name, nullptr, &type, data, &size));
+}
+
+bool Configuration::GetDataSize(const wchar_t* name, unsigned long* size, unsigned long* type) {
+  return Succeeded(::RegQueryValueExW(key, name, nullptr, type, nullptr, size));
+}

@@ -1,0 +1,88 @@
+#include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "messages/message_codes.h"
+#include "platform/owned.h"
+
+namespace {
+
+using Texts = std::map<unsigned, std::wstring>;
+
+struct Library {
+  const wchar_t* file;
+  const wchar_t* languageName;
+};
+
+constexpr Library kLibraries[] = {{L"vterrors.dll", L"English"},
+                                  {L"vterrors_EN.dll", L"English"},
+                                  {L"vterrors_DE.dll", L"Deutsch"},
+                                  {L"vterrors_FR.dll", L"Fran\u00E7ais"},
+                                  {L"vterrors_JP.dll", L"\u65E5\u672C\u8A9E"}};
+
+/* Every text of a library, found the way its users find one: by asking for the id. */
+Texts Read(const wchar_t* file) {
+  const vtclass::platform::OwnedModule module(
+      ::LoadLibraryExW(file, nullptr, LOAD_LIBRARY_AS_DATAFILE));
+  Texts texts;
+  for (unsigned id = 1; module && id <= 0xFFFF; ++id) {
+    const wchar_t* text = nullptr;  // Room 0: the call answers with the text's place and length.
+    const int length = ::LoadStringW(module.Get(), id, reinterpret_cast<wchar_t*>(&text), 0);
+    if (length > 0) texts.emplace(id, std::wstring(text, static_cast<size_t>(length)));
+  }
+  return texts;
+}
+
+/* "%s%u" of "set %s, number %u": what the formatter takes from the arguments. */
+std::wstring Conversions(const std::wstring& text) {
+  std::wstring found;
+  for (size_t at = text.find(L'%'); at != text.npos; at = text.find(L'%', at)) {
+    const size_t end = text.find_first_of(L"sud%", at + 1);
+    if (end == text.npos) return L"a % without a conversion";
+    found += text.substr(at, end + 1 - at);
+    at = end + 1;
+  }
+  return found;
+}
+
+TEST(Vterrors, Texts_AreThoseOfTheirLanguage) {
+  for (const Library& library : kLibraries) {
+    SCOPED_TRACE(library.file);
+    const Texts texts = Read(library.file);
+    ASSERT_EQ(texts.size(), size_t{MESSAGE_COUNT}) << "an id without text, or one number twice";
+    EXPECT_EQ(texts.at(MSG_LANGUAGE_NAME), library.languageName);
+  }
+}
+
+// A translation with other conversions makes the formatter read arguments that are not there.
+TEST(Vterrors, Texts_TakeTheArgumentsOfTheEnglishOnes) {
+  const Texts english = Read(L"vterrors_EN.dll");
+  for (const Library& library : kLibraries) {
+    SCOPED_TRACE(library.file);
+    for (const auto& [id, text] : Read(library.file)) {
+      ASSERT_TRUE(english.contains(id)) << id;
+      EXPECT_EQ(Conversions(text), Conversions(english.at(id))) << id;
+    }
+  }
+}
+
+TEST(Vterrors, Texts_AreOneCleanLine) {
+  for (const Library& library : kLibraries) {
+    SCOPED_TRACE(library.file);
+    for (const auto& [id, text] : Read(library.file)) {
+      EXPECT_EQ(text.find_first_of(L"\r\n\t\uFFFD"), text.npos) << id;
+      EXPECT_TRUE(text.front() != L' ' && text.back() != L' ') << id;
+    }
+  }
+}
+
+TEST(MessageCodes, Code_CarriesSeverityCustomerBitAndMessage) {
+  using namespace vtclass::messages;
+  EXPECT_EQ(static_cast<unsigned long>(kCodeAccessDenied), 0xA0510FA1UL);
+  EXPECT_EQ(static_cast<unsigned long>(kCodeFileReadFailed), 0xE051138AUL);
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#ifndef VTCLASS_STRINGS_UNIT_RULES_H
+#define VTCLASS_STRINGS_UNIT_RULES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "strings/wide_text.h"
+
+/*
+ * What the rewritings of text do with each unit. Every scanner and every table is made from the
+ * rules of this file, so they cannot drift apart.
+ */
+namespace vtclass::strings {
+
+/* What one unit becomes. A row is 16 bytes, so that it is stored in one piece wherever there is
+ * room for kRowUnits; `length` units of it count. */
+struct UnitRow {
+  WideUnit text[7];
+  WideUnit length;
+};
+inline constexpr std::size_t kRowUnits = sizeof(UnitRow) / sizeof(WideUnit);
+
+/* Rules have a row for each unit below this; the units above it are kept or dropped. */
+inline constexpr std::size_t kRowCount = 0x100;
+using UnitRows = std::array<UnitRow, kRowCount>;
+
+constexpr UnitRow MakeRow(WideView text) {
+  UnitRow row{};
+  for (std::size_t i = 0; i < text.size(); ++i) row.text[i] = text[i];
+  row.length = static_cast<WideUnit>(text.size());
+  return row;
+}
+
+constexpr WideView XmlEntity(std::uint32_t unit) {
+  switch (unit) {
+    case '&':
+      return VTCLASS_WIDE("&amp;");
+    case '<':
+      return VTCLASS_WIDE("&lt;");
+    case '>':
+      return VTCLASS_WIDE("&gt;");
+    case '"':
+      return VTCLASS_WIDE("&quot;");
+    case '\'':
+      return VTCLASS_WIDE("&apos;");
+    default:
+      return {};
+  }
+}
+
+/* The filter of makeXmlStrBufferValid: drops what an XML document should not hold, and escapes. */
+struct XmlFilterRule {
+  static constexpr bool KeepsLow(std::uint32_t unit) {
+    if (unit < 0x20) return unit == 0x09 || unit == 0x0A || unit == 0x0D;
+    // The C1 controls go, but for the line end NEL.
+    return unit < 0x7F || unit > 0x9F || unit == 0x85;
+  }
+  static constexpr bool KeepsHigh(std::uint32_t unit) {
+    if (unit >= 0xD800 && unit <= 0xDFFF) return false;
+    // Wider than the block of non-characters (U+FDD0 to U+FDEF), and it stays so: the public header
+    // says why.
+    if (unit >= 0xFD00 && unit <= 0xFDEF) return false;
+    return unit <= 0xFFFD;
+  }
+  static constexpr WideView Entity(std::uint32_t unit) { return XmlEntity(unit); }
+
+  /* An entity must leave one more unit free than an ordinary one. */
+  static constexpr bool Fits(std::size_t written, std::size_t length, std::size_t room) {
+    return length <= 1 ? written + length <= room : written + length < room;
+  }
+};
+
+/* The job log's escaping: nothing is dropped, a line feed gets its carriage return. */
+struct XmlEscapeRule {
+  static constexpr bool KeepsLow(std::uint32_t) { return true; }
+  static constexpr bool KeepsHigh(std::uint32_t) { return true; }
+  static constexpr WideView Entity(std::uint32_t unit) {
+    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : XmlEntity(unit);
+  }
+  static constexpr bool Fits(std::size_t written, std::size_t length, std::size_t room) {
+    return written + length <= room;
+  }
+};
+
+/* The same for text that is markup already. */
+struct LineFeedRule : XmlEscapeRule {
+  static constexpr WideView Entity(std::uint32_t unit) {
+    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : WideView();
+  }
+};
+
+/* True when a rewriting by `Rule` leaves the unit as it is. */
+template <typename Rule>
+constexpr bool IsUnchanged(std::uint32_t unit) {
+  if (unit >= kRowCount) return Rule::KeepsHigh(unit);
+  return Rule::KeepsLow(unit) && Rule::Entity(unit).empty();
+}
+
+template <typename Rule>
+constexpr UnitRows MakeRows() {
+  UnitRows rows{};
+  for (std::uint32_t unit = 0; unit < kRowCount; ++unit) {
+    if (!Rule::KeepsLow(unit)) continue;
+    const WideUnit self = static_cast<WideUnit>(unit);
+    const WideView entity = Rule::Entity(unit);
+    rows[unit] = MakeRow(entity.empty() ? WideView(&self, 1) : entity);
+  }
+  return rows;
+}
+
+template <typename Rule>
+alignas(sizeof(UnitRow)) inline constexpr UnitRows kRows = MakeRows<Rule>();
+
+}  // namespace vtclass::strings
+
+#endif

@@ -85,8 +85,8 @@ Finding FileFinding(const Messages& messages, const std::wstring& shownPath,
   }
   if (result.outcome == ReadResult::shorter) {
     return {kCodeFilePartlyRead, kTagWarningFilePartlyRead,
-            messages.Text(MSG_FILE_PARTLY_READ, {shownPath, messages.Number(result.read),
-                                                 messages.Number(result.size)}),
+            messages.Text(MSG_FILE_PARTLY_READ,
+                          {shownPath, messages.Number(result.read), messages.Number(result.size)}),
             MSG_CATEGORY_DATA};
   }
   Finding finding;

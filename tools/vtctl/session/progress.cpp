@@ -24,7 +24,9 @@ std::wstring ProgressBar(double fraction, int columns) {
 }
 
 Progress::Progress(Form form)
-    : visible(form == automatic), terminal(visible && OutputIsTerminal()), next(::GetTickCount64()) {
+    : visible(form == automatic),
+      terminal(visible && OutputIsTerminal()),
+      next(::GetTickCount64()) {
   if (!terminal) next += kLineInterval;
 }
 

@@ -10,7 +10,7 @@ constexpr unsigned long kSiblingProduct = 1;
 
 struct NumberSetting {
   const wchar_t* name;
-  unsigned long SessionSettings::*member;
+  unsigned long SessionSettings::* member;
   unsigned long least;
   unsigned long most;
 };

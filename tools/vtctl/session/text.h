@@ -26,8 +26,8 @@ struct NumberStyle {
   std::wstring decimal = L".";
 };
 
-std::wstring Grouped(uint64_t number, const NumberStyle& style);     /* "1,234,567" */
-std::wstring WithUnit(uint64_t bytes, const NumberStyle& style);     /* "1.2 MB", "17 B" */
+std::wstring Grouped(uint64_t number, const NumberStyle& style);        /* "1,234,567" */
+std::wstring WithUnit(uint64_t bytes, const NumberStyle& style);        /* "1.2 MB", "17 B" */
 std::wstring Duration(uint64_t milliseconds, const NumberStyle& style); /* "0:01:12.3" */
 
 /* The file name's extension with its dot, in lower case; empty when there is none, when the dot is

@@ -1,0 +1,180 @@
+#include <climits>
+#include <iterator>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "log/buffer_growth.h"
+#include "log/log_file_guard.h"
+#include "platform/checked_cast.h"
+#include "platform/owned.h"
+#include "vtclass/log.h"
+
+using vtclass::log::FindsMemory;
+using vtclass::log::kFirstCapacity;
+using vtclass::platform::CheckedCast;
+using vtclass::platform::OwnedFile;
+
+namespace {
+
+constexpr wchar_t kRootTag[] = L"<joblog>";
+constexpr wchar_t kVersion[] = L"2.0";
+constexpr int kToFile = -1;
+constexpr int kNoLimit = -1;
+
+// The shift has always been made in 32 bits: 4096 MB and its multiples count as 0.
+unsigned long BytesOfMegabytes(int megabytes) {
+  return static_cast<unsigned long>(megabytes) << 20;
+}
+
+}  // namespace
+
+LogFile::LogFile(StringResourceMgr& source, int unicodeFile, int maxMB, int keepMB)
+    : escape(1),
+      messages(source),
+      file(INVALID_HANDLE_VALUE),
+      formatBuffer(new wchar_t[kFirstCapacity]),
+      formatCapacity(kFirstCapacity),
+      outputBuffer(new wchar_t[kFirstCapacity]),
+      outputCapacity(kFirstCapacity),
+      pendingLength(0),
+      narrowBuffer(unicodeFile ? nullptr : new char[kFirstCapacity]),
+      narrowSize(unicodeFile ? 0 : kFirstCapacity),
+      lastError(ERROR_SUCCESS),
+      unicode(unicodeFile ? 1 : 0),
+      wrapEnabled(maxMB != kNoLimit && keepMB != kNoLimit ? 1 : 0),
+      maximumSize(wrapEnabled ? BytesOfMegabytes(maxMB) : 0),
+      keptSize(wrapEnabled ? BytesOfMegabytes(keepMB) : 0),
+      bufferedMode(0),
+      buffers{},
+      depths{},
+      fileDepth(0),
+      pendingText(outputBuffer.get()),
+      fileSize(0),
+      headerWritten(false) {}
+
+LogFile::~LogFile() { Close(); }
+
+int LogFile::Open(int openMode, const wchar_t* filePath) {
+  Close();
+  static constexpr DWORD kDispositions[] = {CREATE_ALWAYS, OPEN_EXISTING, CREATE_NEW};
+  constexpr int kAppend = 1;
+  if (openMode < 0 || openMode >= static_cast<int>(std::size(kDispositions))) {
+    return Refuse(ERROR_INVALID_PARAMETER);
+  }
+  wcstring name;
+  if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
+  OwnedFile opened(::CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                 nullptr, kDispositions[openMode], FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!opened) return Refuse(::GetLastError());
+  LARGE_INTEGER end{};
+  if (openMode == kAppend && !::SetFilePointerEx(opened.Get(), {}, &end, FILE_END)) {
+    return Refuse(::GetLastError());
+  }
+  file = opened.Release();
+  fileSize = static_cast<unsigned long long>(end.QuadPart);
+  // The handle of an empty file is kept: callers go on printing into it, without a header.
+  if (openMode == kAppend && fileSize == 0) return Refuse(ERROR_HANDLE_EOF);
+  path.swap(name);
+  const unsigned long long before = fileSize;
+  if (WriteHeader(openMode != kAppend)) return 1;
+  // What could not get its header is no log: it is closed, and the file is as it was.
+  if (before < fileSize) CutFile(before);
+  const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
+  return 0;
+}
+
+bool LogFile::WriteHeader(bool newFile) {
+  static constexpr unsigned char kByteOrderMark[] = {0xFF, 0xFE};
+  if (newFile && unicode && !WriteBytes(kByteOrderMark, sizeof(kByteOrderMark))) return false;
+  headerWritten = PrintRaw(kToFile, L"%s",
+                           unicode ? L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
+                                   : L"<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n") &&
+                  PrintRaw(kToFile, L"%s", kRootTag) &&
+                  printTagWithAttribute(kToFile, kTagJobLogVersion, kVersion);
+  return headerWritten;
+}
+
+int LogFile::Close() {
+  if (file == INVALID_HANDLE_VALUE) return 1;
+  int result = 1;
+  if (std::exchange(headerWritten, false)) result = printclosingtag(kToFile, kRootTag);
+  if (!::CloseHandle(std::exchange(file, INVALID_HANDLE_VALUE))) return Refuse(::GetLastError());
+  return result;
+}
+
+const wchar_t* LogFile::GetFileName() const {
+  const std::size_t separator = path.rfind(L'\\');
+  return separator == wcstring::npos ? path.c_str() : path.c_str() + separator + 1;
+}
+
+unsigned long LogFile::GetErrorCode() const { return lastError; }
+
+int LogFile::Refuse(unsigned long code) {
+  lastError = code;
+  return 0;
+}
+
+int LogFile::WriteText() {
+  if (unicode) {
+    if (!WriteBytes(pendingText, pendingLength * sizeof(wchar_t))) return 0;
+  } else {
+    std::size_t bytes = 0;
+    if (!ConvertPending(&bytes)) return 0;
+    if (bytes == 0) return 1;
+    if (!WriteBytes(narrowBuffer.get(), bytes)) return 0;
+  }
+  WrapIfTooLarge();
+  return 1;
+}
+
+// Fails only when the platform refuses the conversion for another reason than a small buffer.
+bool LogFile::ConvertPending(std::size_t* bytes) {
+  *bytes = 0;
+  if (pendingLength == 0) return true;
+  const std::optional<int> length = CheckedCast<int>(pendingLength);
+  if (!length) return Refuse(ERROR_INVALID_PARAMETER);
+  const auto convert = [&](char* out, std::size_t size) {
+    ::SetLastError(ERROR_SUCCESS);
+    return ::WideCharToMultiByte(CP_ACP, 0, pendingText, *length, out, static_cast<int>(size),
+                                 nullptr, nullptr);
+  };
+  int converted = convert(narrowBuffer.get(), narrowSize);
+  if (converted == 0 && ::GetLastError() == ERROR_INSUFFICIENT_BUFFER) {
+    const int needed = convert(nullptr, 0);
+    if (needed == 0) return Refuse(::GetLastError());
+    constexpr int kSpare = 128;
+    const std::size_t size = static_cast<std::size_t>(needed) + kSpare;
+    if (size > INT_MAX) return Refuse(ERROR_INVALID_PARAMETER);
+    std::unique_ptr<char[]> larger(new (std::nothrow) char[size]);
+    if (!larger) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
+    narrowBuffer = std::move(larger);
+    narrowSize = size;
+    converted = convert(narrowBuffer.get(), narrowSize);
+  }
+  if (converted == 0 && ::GetLastError() != ERROR_SUCCESS) return Refuse(::GetLastError());
+  *bytes = static_cast<std::size_t>(converted);
+  return true;
+}
+
+bool LogFile::WriteBytes(const void* bytes, std::size_t size) {
+  if (file == INVALID_HANDLE_VALUE) return Refuse(ERROR_INVALID_HANDLE);
+  if (size == 0) return true;
+  const std::optional<DWORD> wanted = CheckedCast<DWORD>(size);
+  if (!wanted) return Refuse(ERROR_INVALID_PARAMETER);
+  DWORD written = 0;
+  const BOOL success = ::WriteFile(file, bytes, *wanted, &written, nullptr);
+  const unsigned long long before = std::exchange(fileSize, fileSize + written);
+  if (success && written == *wanted) return true;
+  // A full disk may take the first part of a text and report success.
+  lastError = success ? ERROR_DISK_FULL : ::GetLastError();
+  // Half a text would leave half a tag, or half a character that shifts all that follows.
+  if (written != 0) CutFile(before);
+  return false;
+}
+
+void LogFile::CutFile(unsigned long long size) {
+  LARGE_INTEGER end{};
+  end.QuadPart = static_cast<long long>(size);
+  if (::SetFilePointerEx(file, end, nullptr, FILE_BEGIN) && ::SetEndOfFile(file)) fileSize = size;
+}

@@ -1,0 +1,19 @@
+#include "log/output_length.h"
+
+#include "strings/xml_escape.h"
+
+namespace vtclass::log {
+
+std::size_t OutputCapacityFor(WideView text, bool escape) {
+  if (text.empty()) return strings::kLongestEscape + 1;
+  WideUnit scratch[1024];
+  std::size_t length = 0;
+  for (WideView rest = text.substr(0, text.size() - 1); !rest.empty();) {
+    std::size_t consumed = 0;
+    length += strings::EscapeInto(rest, escape, scratch, std::size(scratch), &consumed);
+    rest.remove_prefix(consumed);
+  }
+  return length + strings::kLongestEscape + 1;
+}
+
+}  // namespace vtclass::log

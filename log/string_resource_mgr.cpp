@@ -1,0 +1,82 @@
+#include <cwchar>
+#include <utility>
+
+#include "log/string_resource_state.h"
+
+using vtclass::platform::OwnedModule;
+using vtclass::platform::ScopedLock;
+
+StringResourceMgr::State::State(HINSTANCE source) noexcept
+    : module(source ? source : ::GetModuleHandleW(nullptr)), loadError(ERROR_SUCCESS) {}
+
+StringResourceMgr::State::State(OwnedModule owned, DWORD error) noexcept
+    : library(std::move(owned)), module(library.Get()), loadError(error) {}
+
+void StringResourceMgr::State::AddReference() noexcept { ::InterlockedIncrement(&references); }
+
+void StringResourceMgr::State::Release() noexcept {
+  if (::InterlockedDecrement(&references) == 0) delete this;
+}
+
+const std::wstring& StringResourceMgr::State::Text(unsigned id) {
+  {
+    const ScopedLock lock(section);
+    const auto found = texts.find(id);
+    if (found != texts.end()) return found->second;
+  }
+  // Read outside the lock: a slow library holds nobody up but those who ask for this text.
+  std::wstring text = Read(id);
+  const ScopedLock lock(section);
+  // Another thread may have been faster; its text stays.
+  return texts.try_emplace(id, std::move(text)).first->second;
+}
+
+std::wstring StringResourceMgr::State::Read(unsigned id) const {
+  if (!module) return {};
+  // Without room the call answers where the text lies in the module, however long it is.
+  const wchar_t* text = nullptr;
+  const int length = ::LoadStringW(module, id, reinterpret_cast<wchar_t*>(&text), 0);
+  if (length <= 0 || !text) return {};
+  return std::wstring(text, wcsnlen(text, static_cast<std::size_t>(length)));
+}
+
+namespace {
+
+// Data-file modules have no code to resolve; the extra flag is understood by NT systems alone.
+DWORD LoadFlags() {
+  constexpr DWORD kNotNt = 0x80000000;
+  const DWORD flags = LOAD_LIBRARY_AS_DATAFILE;
+  return (::GetVersion() & kNotNt) ? flags : flags | DONT_RESOLVE_DLL_REFERENCES;
+}
+
+}  // namespace
+
+StringResourceMgr::StringResourceMgr() : StringResourceMgr(HINSTANCE{nullptr}) {}
+
+StringResourceMgr::StringResourceMgr(HINSTANCE module) : state(new State(module)) {}
+
+StringResourceMgr::StringResourceMgr(const wchar_t* library) : state(nullptr) {
+  OwnedModule loaded(::LoadLibraryExW(library ? library : L"", nullptr, LoadFlags()));
+  const DWORD error = loaded ? ERROR_SUCCESS : ::GetLastError();
+  state = new State(std::move(loaded), error);
+}
+
+StringResourceMgr::StringResourceMgr(State* owned) noexcept : state(owned) {}
+
+StringResourceMgr::StringResourceMgr(const StringResourceMgr& other) : state(other.state) {
+  state->AddReference();
+}
+
+StringResourceMgr& StringResourceMgr::operator=(const StringResourceMgr& other) {
+  other.state->AddReference();
+  std::exchange(state, other.state)->Release();
+  return *this;
+}
+
+StringResourceMgr::~StringResourceMgr() { state->Release(); }
+
+wcstring StringResourceMgr::Get(unsigned id) const { return wcstring(Text(id)); }
+
+unsigned long StringResourceMgr::GetErrorCode() const { return state->LoadError(); }
+
+const std::wstring& StringResourceMgr::Text(unsigned id) const { return state->Text(id); }

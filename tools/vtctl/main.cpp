@@ -46,6 +46,13 @@ std::vector<std::string> Arguments() {
   return arguments;
 }
 
+/* "vtctl registry get": the command that the arguments chose, as far as they were understood. */
+std::string ChosenName(const CLI::App& app) {
+  std::string name = app.get_name();
+  for (const CLI::App* command : app.get_subcommands()) name += " " + ChosenName(*command);
+  return name;
+}
+
 /* Help and version go to the output; a wrong command line gets one line and a hint. */
 int ExplainParse(const CLI::App& app, const CLI::ParseError& error) {
   if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
@@ -54,7 +61,13 @@ int ExplainParse(const CLI::App& app, const CLI::ParseError& error) {
     PrintUtf8(out.str());
     return kExitClean;
   }
-  PrintError(L"vtctl: " + FromUtf8(error.what()) + L"\nRun 'vtctl --help' to see the commands.\n");
+  std::string problem = error.what();
+  /* The parser misses the command before it looks at the words that are none. */
+  const std::vector<std::string> unknown = app.remaining(true);
+  if (dynamic_cast<const CLI::RequiredError*>(&error) && !unknown.empty()) {
+    problem = "\"" + unknown.front() + "\" is not known here";
+  }
+  PrintError(FromUtf8("vtctl: " + problem + "\nRun '" + ChosenName(app) + " --help' for help.\n"));
   return kExitUsage;
 }
 

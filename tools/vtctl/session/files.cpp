@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/session/paths.h"
 
 namespace vtctl {
@@ -70,7 +69,7 @@ ReadResult FileReader::Read(const std::wstring& systemPath) {
   if (!::GetFileInformationByHandle(file.Get(), &before)) return failed(ReadResult::cannotAsk);
   result.size = SizeOf(before);
   while (result.read < result.size) {
-    if (Interrupted()) {
+    if (stopRequested()) {
       result.outcome = ReadResult::stopped;
       return result;
     }

@@ -51,15 +51,17 @@ struct ReadResult {
 /* Reads files as a backup does, into one buffer that is used again and again. */
 class FileReader {
  public:
-  explicit FileReader(size_t bufferBytes) : buffer(bufferBytes) {}
+  FileReader(size_t bufferBytes, bool (*stopRequested)())
+      : buffer(bufferBytes), stopRequested(stopRequested) {}
 
   /* Reads the file up to the size that it has when it is opened: a file that grows as fast as it
    * is read would never end. Lets every other program go on reading, writing and deleting. Stops
-   * between two chunks when the operator interrupts. */
+   * between two chunks when that is requested. */
   ReadResult Read(const std::wstring& systemPath);
 
  private:
   std::vector<unsigned char> buffer;
+  bool (*stopRequested)();
 };
 
 }  // namespace vtctl

@@ -41,31 +41,39 @@ void JobLog::Check(int result) {
   if (error == ERROR_SUCCESS && result == 0) error = ERROR_NOT_ENOUGH_MEMORY;
 }
 
+void JobLog::EndLine(int result, Section section) {
+  Check(result);
+  /* White space between the elements: a reader of the bare file sees one entry a line. */
+  if (error == ERROR_SUCCESS) Check(log->printTMP(section, L"\n"));
+}
+
 void JobLog::Begin(const wchar_t* tag) {
-  if (error == ERROR_SUCCESS) Check(log->printTMP(direct, tag));
+  if (error == ERROR_SUCCESS) EndLine(log->printTMP(direct, tag), direct);
 }
 
 void JobLog::End(const wchar_t* tag) {
-  if (error == ERROR_SUCCESS) Check(log->printclosingtag(direct, tag));
+  if (error == ERROR_SUCCESS) EndLine(log->printclosingtag(direct, tag), direct);
 }
 
 void JobLog::Entry(const wchar_t* tag, const std::wstring& text, Section section) {
   if (error != ERROR_SUCCESS) return;
   if (section != direct) used[section] = true;
-  Check(log->printTMP(section, tag, L"%ls", text.c_str()));
+  EndLine(log->printTMP(section, tag, L"%ls", text.c_str()), section);
 }
 
 void JobLog::Finding(long code, const wchar_t* tag, const std::wstring& text) {
-  if (error == ERROR_SUCCESS) Check(log->printerrorUMI(direct, code, tag, L"%ls", text.c_str()));
+  if (error != ERROR_SUCCESS) return;
+  EndLine(log->printerrorUMI(direct, code, tag, L"%ls", text.c_str()), direct);
 }
 
 void JobLog::Folder(const std::wstring& shownPath) {
   if (error != ERROR_SUCCESS) return;
-  Check(log->printTMPdir(direct, kTagDirectory, MSG_DIRECTORY, shownPath.c_str()));
+  EndLine(log->printTMPdir(direct, kTagDirectory, MSG_DIRECTORY, shownPath.c_str()), direct);
 }
 
 void JobLog::EndFolders() {
-  if (error == ERROR_SUCCESS) Check(log->printTMPdir(direct, nullptr, 0, nullptr));
+  if (error != ERROR_SUCCESS) return;
+  EndLine(log->printTMPdir(direct, nullptr, 0, nullptr), direct);
 }
 
 void JobLog::Flush(Section section, const wchar_t* tag, const std::wstring& heading) {

@@ -42,6 +42,7 @@ class JobLog {
 
  private:
   void Check(int result);
+  void EndLine(int result, Section section);
 
   std::unique_ptr<LogFile> log;
   std::wstring path;

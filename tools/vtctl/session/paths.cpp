@@ -47,6 +47,7 @@ std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
 unsigned long MakeFolders(const std::wstring& systemPath) {
   if (IsFolder(systemPath) || ::CreateDirectoryW(systemPath.c_str(), nullptr)) return ERROR_SUCCESS;
   const DWORD error = ::GetLastError();
+  if (error == ERROR_ALREADY_EXISTS) return ERROR_DIRECTORY; /* a file has that name */
   const size_t end = systemPath.find_last_of(L'\\');
   if (error != ERROR_PATH_NOT_FOUND || end == std::wstring::npos || end <= kLong.size()) {
     return error;

@@ -43,12 +43,13 @@ void Progress::Show(double fraction, const std::wstring& text) {
   const auto width = static_cast<size_t>(TerminalWidth() - 1);
   std::wstring line = ProgressBar(fraction, kBarColumns) + L"  " + text;
   line.resize(width, L' ');
-  Print(L"\r" + line);
+  /* The cursor waits at the start, so that what others write there covers the bar. */
+  Print(line + L"\r");
   shown = true;
 }
 
 void Progress::Finish() {
-  if (shown) Print(L"\r" + std::wstring(static_cast<size_t>(TerminalWidth() - 1), L' ') + L"\r");
+  if (shown) Print(std::wstring(static_cast<size_t>(TerminalWidth() - 1), L' ') + L"\r");
   shown = false;
   visible = false;
 }

@@ -2,16 +2,13 @@
 
 #include <utility>
 
-#include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/session/paths.h"
+#include "tools/vtctl/system_text.h"
 
 namespace vtctl {
 namespace {
 
 using namespace vtclass::messages;
-
-/* The summary of skipped items names so many; the folders above it name all of them. */
-constexpr uint64_t kMostSkippedListed = 1000;
 
 bool SamePath(const std::wstring& a, const std::wstring& b) {
   return ::CompareStringOrdinal(a.c_str(), -1, b.c_str(), -1, TRUE) == CSTR_EQUAL;
@@ -47,7 +44,7 @@ Session::Session(const SessionRequest& request, const Messages& messages, Progre
       messages(messages),
       progress(progress),
       settings(LoadSettings(request.settingsKey)),
-      reader(size_t{settings.bufferSizeKB} * 1024),
+      reader(size_t{settings.bufferSizeKB} * 1024, request.stopRequested),
       statistics(settings.largestFiles),
       category(MSG_CATEGORY_NONE) {}
 
@@ -85,7 +82,13 @@ void Session::ReadTree() {
     ReadFolder(folder);
   }
   log.EndFolders();
-  if (Interrupted()) {
+  if (log.Error() != ERROR_SUCCESS) {
+    /* The log cannot tell of it any more; the operator hears of it. */
+    Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
+            messages.Text(MSG_JOB_LOG_WRITE_FAILED,
+                          {ShownPath(log.Path()), Printable(SystemText(log.Error()))}),
+            MSG_CATEGORY_RESOURCE});
+  } else if (request.stopRequested()) {
     cancelled = true;
     wchar_t user[257] = L"?";
     DWORD length = ARRAYSIZE(user);
@@ -219,6 +222,6 @@ void Session::ShowProgress() {
                     messages.Size(result.totals.bytes));
 }
 
-bool Session::Stopped() const { return Interrupted() || log.Error() != ERROR_SUCCESS; }
+bool Session::Stopped() const { return request.stopRequested() || log.Error() != ERROR_SUCCESS; }
 
 }  // namespace vtctl

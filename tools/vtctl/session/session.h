@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/session/files.h"
 #include "tools/vtctl/session/findings.h"
 #include "tools/vtctl/session/job_log.h"
@@ -23,7 +24,8 @@ struct SessionRequest {
   std::wstring jobName;  /* empty: the setting */
   std::wstring language; /* empty: the product's setting */
   KeyPath settingsKey;
-  size_t shownFindings = 10; /* how many SessionResult keeps */
+  size_t shownFindings = 10;             /* how many SessionResult keeps */
+  bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading */
 };
 
 /* A warning or error as the job log has it. */
@@ -58,6 +60,9 @@ class Session {
   const SessionResult& Result() const { return result; }
 
  private:
+  /* The summary of skipped items names so many; the folders above it name all of them. */
+  static constexpr uint64_t kMostSkippedListed = 1000;
+
   /* A folder that is still to be read, and the part of the whole work that it stands for. */
   struct Waiting {
     std::wstring path;

@@ -84,33 +84,31 @@ int ExitCodeOf(const SessionResult& result) {
   }
 }
 
-void PrintLines(const wchar_t* title, const std::vector<std::wstring>& lines) {
-  std::wstring text = std::wstring(title) + L"\n";
+void PrintLines(const std::wstring& title, const std::vector<std::wstring>& lines) {
+  std::wstring text = title + L"\n";
   for (const std::wstring& line : lines) text += L"  " + line + L"\n";
   Print(text + L"\n");
 }
 
-void PrintFindings(const SessionResult& result) {
-  const uint64_t all = result.totals.warnings + result.totals.errors;
+void PrintFindings(const Messages& messages, const SessionResult& result) {
   if (result.findings.empty()) return;
-  std::wstring title = L"Warnings and errors";
-  if (all > result.findings.size()) {
-    title += L" (the first " + std::to_wstring(result.findings.size()) + L" of " +
-             std::to_wstring(all) + L"; the job log has all of them)";
-  }
-  std::vector<std::wstring> lines;
   const bool colours = OutputIsTerminal();
+  std::vector<std::wstring> lines;
   for (const ShownFinding& finding : result.findings) {
     const std::wstring start = finding.isError ? L"\x1b[31m" : L"\x1b[33m";
     lines.push_back(colours ? start + finding.line + L"\x1b[0m" : finding.line);
   }
-  PrintLines(title.c_str(), lines);
+  const uint64_t all = result.totals.warnings + result.totals.errors;
+  if (all > lines.size()) {
+    lines.push_back(messages.Text(MSG_MORE_ENTRIES, {messages.Number(all - lines.size())}));
+  }
+  PrintLines(messages.Text(MSG_LABEL_WARNINGS) + L", " + messages.Text(MSG_LABEL_ERRORS), lines);
 }
 
-void PrintResult(const SessionResult& result) {
-  PrintFindings(result);
-  PrintLines(L"Result", result.summary);
-  Print(L"Job log\n  " + ShownPath(result.logPath) + L"\n");
+void PrintResult(const Messages& messages, const SessionResult& result) {
+  PrintFindings(messages, result);
+  PrintLines(messages.Text(MSG_LABEL_SUMMARY), result.summary);
+  Print(messages.Text(MSG_JOB_LOG_FILE, {ShownPath(result.logPath)}) + L"\n");
 }
 
 const char* StatusName(const SessionResult& result) {
@@ -158,14 +156,14 @@ int RunSession(const SessionRequest& request, const Messages& messages, bool jso
   Session session(request, messages, progress);
   if (!session.Start()) return LogFailure(messages, session.Result());
   if (!json) {
-    PrintLines(L"Settings", session.Result().settings);
-    Print(L"Reading " + ShownPath(request.root) + L"\n");
+    PrintLines(messages.Text(MSG_LABEL_SETTINGS), session.Result().settings);
+    Print(messages.Text(MSG_ROOT_FOLDER, {ShownPath(request.root)}) + L"\n\n");
   }
   const SessionResult result = session.Run();
   if (json) {
     PrintResultAsJson(request, result);
   } else {
-    PrintResult(result);
+    PrintResult(messages, result);
   }
   return result.logError == ERROR_SUCCESS ? ExitCodeOf(result) : LogFailure(messages, result);
 }
@@ -214,8 +212,7 @@ void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
       ->option_text("DIR");
   session
       ->add_option("--language", arguments->language,
-                   "Language of the messages, such as EN, DE, FR or JP; otherwise the value "
-                   "\"Language\" of the product's root key")
+                   "Language of the messages: EN, DE, FR, JP (if not given: the registry's)")
       ->transform(CLI::IsMember(KnownLanguages(), CLI::ignore_case))
       ->option_text("XX");
   session->add_option("--name", arguments->name, "Name of the job")->option_text("JOB");

@@ -21,9 +21,9 @@ std::vector<ExtensionTotal> FileStatistics::ByExtension() const {
   for (const auto& [extension, count] : extensions) {
     totals.push_back({extension, count.files, count.bytes});
   }
-  std::stable_sort(
-      totals.begin(), totals.end(),
-      [](const ExtensionTotal& a, const ExtensionTotal& b) { return a.bytes > b.bytes; });
+  std::sort(totals.begin(), totals.end(), [](const ExtensionTotal& a, const ExtensionTotal& b) {
+    return a.bytes != b.bytes ? a.bytes > b.bytes : a.extension < b.extension;
+  });
   return totals;
 }
 

@@ -13,21 +13,6 @@ struct Row {
   std::wstring expected;
 };
 
-TEST(Text, Printable_ReplacesWhatNeitherXmlNorATerminalTakes) {
-  const Row rows[] = {{L"plain \x00E9\x6F22 & <b>", L"plain \x00E9\x6F22 & <b>"},
-                      {L"\xD83D\xDE00", L"\xD83D\xDE00"},
-                      {L"a\xD83D", L"a\xFFFD"},
-                      {L"\xDE00\xD83D", L"\xFFFD\xFFFD"},
-                      {L"\xD83D\xD83D\xDE00", L"\xFFFD\xD83D\xDE00"},
-                      {L"a\tb\nc\x1B[31m",
-                       L"a\xFFFD"
-                       L"b\xFFFD"
-                       L"c\xFFFD[31m"},
-                      {std::wstring(L"\0\x7F\x85", 3), L"\xFFFD\xFFFD\xFFFD"},
-                      {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"}};
-  for (const Row& row : rows) EXPECT_EQ(Printable(row.given), row.expected);
-}
-
 TEST(Text, Format_PutsArgumentsInOrder) {
   EXPECT_EQ(Format(L"%s: %u of %s", {L"a", L"2", L"%s"}), L"a: 2 of %s");
   EXPECT_EQ(Format(L"100%% %s", {L"x"}), L"100% x");
@@ -58,6 +43,7 @@ TEST(Text, ExtensionOf_TakesTheLastPart) {
                       {L"none", L""},
                       {L".profile", L""},
                       {L"end.", L""},
+                      {L"Mr. Smith", L""},
                       {L"", L""},
                       {L"\x00C4.\x00C4", L".\x00C4"},
                       {L"x.0123456789abcdef", L""}};
@@ -84,6 +70,13 @@ TEST(Progress, ProgressBar_KeepsItsWidth) {
   EXPECT_EQ(ProgressBar(0.55, 17), L"[#####-----]  55%");
   EXPECT_EQ(ProgressBar(1, 17), L"[##########] 100%");
   EXPECT_EQ(ProgressBar(1.5, 17), L"[##########] 100%");
+}
+
+TEST(Progress, Fitted_CountsColumns) {
+  EXPECT_EQ(Fitted(L"ab", 4), L"ab  ");
+  EXPECT_EQ(Fitted(L"abcdef", 4), L"abcd");
+  EXPECT_EQ(Fitted(L"\x6F22\x5B57", 3), L"\x6F22 ");
+  EXPECT_EQ(Fitted(L"", 0), L"");
 }
 
 }  // namespace

@@ -790,8 +790,8 @@ VTCLASS_LOG_TAG_WARNING(kTagWarningVmNotQuiesced, "vm_not_quiesced")
 VTCLASS_LOG_TAG_WARNING(kTagWarningNetworkRetried, "network_retried")
 VTCLASS_LOG_TAG_WARNING(kTagWarningCloudThrottled, "cloud_throttled")
 VTCLASS_LOG_TAG_WARNING(kTagWarningEncryptionKeyShared, "encryption_key_shared")
-VTCLASS_LOG_TAG_WARNING(kTagWarningDedupeFellBackToFull, "dedupe_fell_back_to_full")
-VTCLASS_LOG_TAG_WARNING(kTagWarningScheduleStartedLate, "schedule_started_late")
+VTCLASS_LOG_TAG_WARNING(kTagWarningSettingsNotUsed, "settings_not_used")
+VTCLASS_LOG_TAG_WARNING(kTagWarningLanguageMissing, "language_missing")
 
 // Recommendations; readers of job logs know the word in this spelling only.
 VTCLASS_LOG_TAG(kTagRecommandations, recommandation, "<recommandations>")

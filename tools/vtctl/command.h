@@ -1,9 +1,9 @@
 #ifndef VTCLASS_TOOLS_VTCTL_COMMAND_H
 #define VTCLASS_TOOLS_VTCTL_COMMAND_H
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
+
+#include <CLI/CLI.hpp>
 
 namespace vtctl {
 

@@ -1,0 +1,41 @@
+#ifndef VTCLASS_TOOLS_VTCTL_JOBLOG_JOBLOG_FILES_H
+#define VTCLASS_TOOLS_VTCTL_JOBLOG_JOBLOG_FILES_H
+
+#include <vtclass/win32.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "platform/owned.h"
+
+namespace vtctl::joblog {
+
+/* A job log opened for reading while its job may still be writing it. */
+class LogInput {
+ public:
+  /* The system's status. */
+  DWORD Open(const std::wstring& systemPath);
+
+  /* 0 at the end and after a failure, which Error tells. */
+  std::size_t Read(char* to, std::size_t room);
+
+  DWORD Error() const { return error; }
+  /* True when another program has the log open for writing. */
+  bool IsOpenElsewhere() const { return isOpenElsewhere; }
+  /* True when the path leads to this very file. */
+  bool IsSameFile(const std::wstring& systemPath) const;
+
+ private:
+  vtclass::platform::OwnedFile file;
+  DWORD error = ERROR_SUCCESS;
+  bool isOpenElsewhere = false;
+};
+
+/* Writes a file that is there whole or not at all: it is written beside its place and then moved.
+ * The system's status. */
+DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes);
+
+}  // namespace vtctl::joblog
+
+#endif

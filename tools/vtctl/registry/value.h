@@ -1,0 +1,49 @@
+#ifndef VTCLASS_TOOLS_VTCTL_REGISTRY_VALUE_H
+#define VTCLASS_TOOLS_VTCTL_REGISTRY_VALUE_H
+
+#include <vtclass/win32.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace vtctl {
+
+/* The data of one registry value, as stored. */
+struct Value {
+  DWORD type = REG_NONE;
+  std::vector<unsigned char> data;
+
+  bool operator==(const Value&) const = default;
+};
+
+/* "REG_SZ", "REG_DWORD", ...; "type 42" for a number that has no name. */
+std::wstring TypeName(DWORD type);
+
+/* Numbers: decimal or 0x..., the whole text, at most 32 bits. */
+std::optional<DWORD> ParseNumber(std::wstring_view text);
+
+/* Bytes: two hexadecimal digits each; blanks, commas, colons and hyphens between them are passed
+ * over. Nothing when a digit is missing or anything else stands there. */
+std::optional<std::vector<unsigned char>> ParseHex(std::wstring_view text);
+
+/* The text of a string value up to its first zero; odd last bytes are passed over. */
+std::wstring TextOf(const Value& value);
+/* The items of a multi-string; empty ones do not count. */
+std::vector<std::wstring> ItemsOf(const Value& value);
+
+/* The name of a value as lists show it; "(default)" for the one without a name. */
+std::wstring ShownName(const std::wstring& name);
+/* The value on one line, for lists and changes. */
+std::wstring OneLine(const Value& value);
+/* The value for itself: text as it is, one item a line, a number, or a hex dump. */
+std::wstring FullText(const Value& value);
+/* {"type": ..., "data": ...}: text, list of texts, number, or bytes in hexadecimal. */
+nlohmann::ordered_json ToJson(const Value& value);
+
+}  // namespace vtctl
+
+#endif

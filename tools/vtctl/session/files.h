@@ -1,0 +1,69 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SESSION_FILES_H
+#define VTCLASS_TOOLS_VTCTL_SESSION_FILES_H
+
+#include <vtclass/win32.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/owned.h"
+
+namespace vtctl {
+
+struct FindTraits {
+  using Type = HANDLE;
+  static Type Empty() noexcept { return INVALID_HANDLE_VALUE; }
+  static bool Close(Type find) noexcept { return ::FindClose(find) != FALSE; }
+};
+
+/* The entries of one folder, without "." and "..", as the system lists them. */
+class FolderListing {
+ public:
+  explicit FolderListing(const std::wstring& systemPath);
+
+  /* The next entry; false at the end and after a failure, which Error tells apart. */
+  bool Next(WIN32_FIND_DATAW& entry);
+
+  /* The status of the failure, or 0. */
+  DWORD Error() const { return error; }
+  /* True when the folder could be opened, so that a failure came in the middle. */
+  bool Opened() const { return opened; }
+
+ private:
+  bool Advance(WIN32_FIND_DATAW& entry);
+
+  vtclass::platform::Owned<FindTraits> find;
+  WIN32_FIND_DATAW first = {};
+  bool firstPending = false;
+  bool opened = false;
+  DWORD error = 0;
+};
+
+/* How reading one file went. */
+struct ReadResult {
+  enum Outcome { complete, changed, shorter, cannotOpen, cannotAsk, cannotRead, stopped } outcome;
+  DWORD error = 0;
+  uint64_t size = 0; /* when the file was opened */
+  uint64_t read = 0;
+};
+
+/* Reads files as a backup does, into one buffer that is used again and again. */
+class FileReader {
+ public:
+  FileReader(size_t bufferBytes, bool (*stopRequested)())
+      : buffer(bufferBytes), stopRequested(stopRequested) {}
+
+  /* Reads the file up to the size that it has when it is opened: a file that grows as fast as it
+   * is read would never end. Lets every other program go on reading, writing and deleting. Stops
+   * between two chunks when that is requested. */
+  ReadResult Read(const std::wstring& systemPath);
+
+ private:
+  std::vector<unsigned char> buffer;
+  bool (*stopRequested)();
+};
+
+}  // namespace vtctl
+
+#endif

@@ -1,0 +1,33 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SESSION_FINDINGS_H
+#define VTCLASS_TOOLS_VTCTL_SESSION_FINDINGS_H
+
+#include <vtclass/win32.h>
+
+#include <string>
+
+#include "tools/vtctl/session/files.h"
+#include "tools/vtctl/session/messages.h"
+
+namespace vtctl {
+
+/* A warning or an error of the session: how it stands in the job log, and what it means. */
+struct Finding {
+  long code = 0; /* the unique message identifier */
+  const wchar_t* tag = nullptr;
+  std::wstring text;
+  unsigned category = 0; /* message id of the job's error category */
+
+  bool IsError() const;
+};
+
+/* What a folder listing that failed says of the folder. */
+Finding FolderFinding(const Messages& messages, const std::wstring& shownPath, bool opened,
+                      DWORD error);
+
+/* What a reading that did not end as `complete` or `stopped` says of the file. */
+Finding FileFinding(const Messages& messages, const std::wstring& shownPath,
+                    const ReadResult& result);
+
+}  // namespace vtctl
+
+#endif

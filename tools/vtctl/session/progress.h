@@ -1,0 +1,40 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SESSION_PROGRESS_H
+#define VTCLASS_TOOLS_VTCTL_SESSION_PROGRESS_H
+
+#include <vtclass/win32.h>
+
+#include <cstdint>
+#include <string>
+
+namespace vtctl {
+
+/* "[#####-----]  42%" of `columns` characters in all. */
+std::wstring ProgressBar(double fraction, int columns);
+
+/* The text cut or filled with blanks to that many columns of a terminal, where characters of East
+ * Asian writing take two. */
+std::wstring Fitted(const std::wstring& text, size_t columns);
+
+/* How far the session is: a bar that moves on a terminal, a line now and then otherwise. */
+class Progress {
+ public:
+  enum Form { none, automatic };
+
+  explicit Progress(Form form);
+
+  /* True when it is time to show something new: the caller makes the text only then. */
+  bool Due() const;
+  void Show(double fraction, const std::wstring& text);
+  /* Takes the bar away. */
+  void Finish();
+
+ private:
+  bool shown = false;
+  bool visible;
+  bool terminal;
+  ULONGLONG next;
+};
+
+}  // namespace vtctl
+
+#endif

@@ -1,0 +1,30 @@
+#include "tools/vtctl/session/statistics.h"
+
+#include <algorithm>
+
+namespace vtctl {
+
+void FileStatistics::Add(const std::wstring& path, const std::wstring& extension, uint64_t bytes) {
+  Count& count = extensions[extension];
+  ++count.files;
+  count.bytes += bytes;
+  if (largest.size() == largestCount && (largest.empty() || bytes <= largest.back().bytes)) return;
+  const auto place =
+      std::upper_bound(largest.begin(), largest.end(), bytes,
+                       [](uint64_t size, const LargeFile& file) { return size > file.bytes; });
+  largest.insert(place, {path, bytes});
+  if (largest.size() > largestCount) largest.pop_back();
+}
+
+std::vector<ExtensionTotal> FileStatistics::ByExtension() const {
+  std::vector<ExtensionTotal> totals;
+  for (const auto& [extension, count] : extensions) {
+    totals.push_back({extension, count.files, count.bytes});
+  }
+  std::sort(totals.begin(), totals.end(), [](const ExtensionTotal& a, const ExtensionTotal& b) {
+    return a.bytes != b.bytes ? a.bytes > b.bytes : a.extension < b.extension;
+  });
+  return totals;
+}
+
+}  // namespace vtctl

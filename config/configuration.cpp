@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "config/close_key.h"
 #include "config/no_throw.h"
 #include "config/stored_text.h"
 #include "config/traceless_open.h"
@@ -8,11 +9,16 @@
 #include "vtclass/config.h"
 #include "vtclass/security.h"
 
+using vtclass::config::CloseKey;
 using vtclass::config::kWrongType;
 using vtclass::config::OpenWithoutTrace;
 using vtclass::config::StatusOf;
 
 namespace {
+
+// The same number as for a value of the wrong type: the class has one status for what the system
+// has no code for.
+constexpr long kNoAttributes = kWrongType;
 
 REGSAM AccessMask(unsigned int access) {
   REGSAM mask = 0;
@@ -29,8 +35,7 @@ REGSAM AccessMask(unsigned int access) {
 long OpenSecure(HKEY parent, const wchar_t* subkey, REGSAM mask, HKEY& key) {
   SECURITY_ATTRIBUTES attributes;
   if (!CNTSecurity::CreateSecurityAttribWithAdminAndBackupOper(attributes)) {
-    // The status for "no attributes" is the same as for a wrong type; callers test for it.
-    return kWrongType;
+    return kNoAttributes;
   }
   const vtclass::platform::OwnedLocalMemory owner(attributes.lpSecurityDescriptor);
   return ::RegCreateKeyExW(parent, subkey, 0, nullptr, REG_OPTION_NON_VOLATILE, mask, &attributes,
@@ -48,11 +53,6 @@ long OpenByMode(Configuration::openMode mode, HKEY parent, const wchar_t* subkey
     default:
       return ::RegOpenKeyExW(parent, subkey, 0, mask, &key);
   }
-}
-
-void CloseIfOpen(HKEY& key) {
-  const HKEY open = std::exchange(key, nullptr);
-  if (open) ::RegCloseKey(open);
 }
 
 }  // namespace
@@ -104,7 +104,7 @@ bool Configuration::OpenKey(openMode mode, const wchar_t* subkey) {
 
 bool Configuration::OpenEx(const wchar_t* subkey, unsigned long samDesired, unsigned long options,
                            bool allowCreate, unsigned long* disposition) {
-  CloseIfOpen(key);
+  CloseKey(key);
   DWORD outcome = 0;
   const long status = allowCreate
                           ? ::RegCreateKeyExW(root, subkey, 0, nullptr, options, samDesired,
@@ -116,8 +116,8 @@ bool Configuration::OpenEx(const wchar_t* subkey, unsigned long samDesired, unsi
 }
 
 void Configuration::Close() {
-  CloseIfOpen(key);
-  CloseIfOpen(remoteRoot);
+  CloseKey(key);
+  CloseKey(remoteRoot);
 }
 
 bool Configuration::Succeeded(long status) {

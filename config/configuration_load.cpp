@@ -6,8 +6,8 @@
 #include "vtclass/config.h"
 
 using vtclass::WideView;
+using vtclass::config::AppendItems;
 using vtclass::config::kWrongType;
-using vtclass::config::NextItem;
 using vtclass::config::StatusOf;
 using vtclass::config::StoredText;
 
@@ -60,11 +60,13 @@ bool Configuration::Load(const wchar_t* name, wcstring& out) {
 
 bool Configuration::Load(const wchar_t* name, wcstring& out, const wchar_t* def) {
   if (Load(name, out)) return true;
+  // Without memory to read it, the stored text may well be right: it is not written over.
+  const bool replace = lastError != ERROR_NOT_ENOUGH_MEMORY;
   const long status = StatusOf([&] {
     out = def;
     return ERROR_SUCCESS;
   });
-  return Succeeded(status) && Save(name, out);
+  return Succeeded(status) && replace && Save(name, out);
 }
 
 bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {
@@ -73,8 +75,7 @@ bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {
   const long status = StatusOf([&] {
     const long read = stored.Read(key, name);
     if (read != ERROR_SUCCESS) return read;
-    WideView rest = stored.Characters();
-    for (WideView item; NextItem(rest, item);) out.emplace_back(item.data(), item.size());
+    AppendItems(stored.Characters(), out);
     return read;
   });
   if (status != ERROR_SUCCESS) out.clear();

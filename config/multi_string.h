@@ -18,6 +18,12 @@ namespace vtclass::config {
  */
 bool NextItem(WideView& rest, WideView& item) noexcept;
 
+/* Appends all items of a stored list to `items`. */
+template <typename Item>
+void AppendItems(WideView stored, std::vector<Item>& items) {
+  for (WideView item; NextItem(stored, item);) items.emplace_back(item.data(), item.size());
+}
+
 /*
  * The units that the registry stores for a list of texts: each item and a zero, then one more zero.
  * An empty list gives that one zero. Nothing is escaped: an empty item is a bare zero, and an item

@@ -2,13 +2,14 @@
 #include <new>
 #include <vector>
 
+#include "config/close_key.h"
 #include "config/multi_string.h"
 #include "config/no_throw.h"
 #include "config/traceless_open.h"
 #include "vtclass/config.h"
 
-using vtclass::WideView;
-using vtclass::config::NextItem;
+using vtclass::config::AppendItems;
+using vtclass::config::CloseKey;
 using vtclass::config::OpenWithoutTrace;
 using vtclass::config::StatusOf;
 
@@ -22,11 +23,6 @@ HKEY OpenForReading(const wchar_t* subkey, HKEY parent, DWORD options) {
   DWORD disposition = 0;
   OpenWithoutTrace(parent, subkey, options, KEY_READ, key, disposition);
   return key;
-}
-
-void CloseKey(HKEY& key) {
-  if (key) ::RegCloseKey(key);
-  key = nullptr;
 }
 
 }  // namespace
@@ -146,8 +142,7 @@ bool CRegistryValuesIterator::getData(std::vector<wcstring>& out) {
   const long status = StatusOf([&] {
     // GetValueOf may have left a size that belongs to another buffer.
     const DWORD size = std::min(dataSize, dataCapacity);
-    WideView rest(reinterpret_cast<const wchar_t*>(data), size / sizeof(wchar_t));
-    for (WideView item; NextItem(rest, item);) out.emplace_back(item.data(), item.size());
+    AppendItems({reinterpret_cast<const wchar_t*>(data), size / sizeof(wchar_t)}, out);
     return ERROR_SUCCESS;
   });
   if (status != ERROR_SUCCESS) out.resize(itemsBefore);

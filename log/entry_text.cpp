@@ -1,5 +1,9 @@
 #include "log/entry_text.h"
 
+#include <iterator>
+
+#include "strings/unit_scan.h"
+
 namespace vtclass::log {
 
 bool MakeClosingTag(WideView tag, WideText& closing) {
@@ -39,14 +43,17 @@ void UmiPrefix::AppendNumber(std::uint32_t number) {
 
 std::size_t UnbracketUtilityPartition(WideUnit* text, std::size_t length) {
   constexpr WideView kBracketed = VTCLASS_WIDE("<Utility Partition>");
-  const std::size_t at = WideView(text, length).find(kBracketed);
-  if (at == WideView::npos) return length;
   constexpr WideView kName = kBracketed.substr(1, kBracketed.size() - 2);
-  const std::size_t tail = at + kBracketed.size();
-  kName.copy(text + at, kName.size());
-  // The terminating zero moves along.
-  WideView::traits_type::move(text + at + kName.size(), text + tail, length - tail + 1);
-  return length - (kBracketed.size() - kName.size());
+  const strings::ScanFunction skip = strings::BestScan().xmlEscape;
+  for (std::size_t at = 0; (at += skip(text + at, length - at)) < length; ++at) {
+    if (!WideView(text + at, length - at).starts_with(kBracketed)) continue;
+    const std::size_t tail = at + kBracketed.size();
+    kName.copy(text + at, kName.size());
+    // The terminating zero moves along.
+    WideView::traits_type::move(text + at + kName.size(), text + tail, length - tail + 1);
+    return length - (kBracketed.size() - kName.size());
+  }
+  return length;
 }
 
 }  // namespace vtclass::log

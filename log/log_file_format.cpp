@@ -7,6 +7,7 @@
 #include "log/entry_text.h"
 #include "log/log_file_guard.h"
 #include "log/output_length.h"
+#include "log/plain_format.h"
 #include "strings/xml_escape.h"
 #include "vtclass/log.h"
 
@@ -14,20 +15,25 @@ using namespace vtclass::log;
 
 namespace {
 
-// Only the C run time's own formatter: in its wide form %s is wide text and %S narrow text.
-int FormatBounded(wchar_t* out, std::size_t capacity, const wchar_t* format, va_list arguments) {
+// The length of the formatted text, which `out` holds when it is below `capacity`; -1 when the
+// formatter refuses. A text ends at its first zero, also when a %c has put one into it. Each call
+// reads the arguments afresh.
+int FormatOnce(wchar_t* out, std::size_t capacity, const wchar_t* format, va_list arguments) {
   va_list copy;
   va_copy(copy, arguments);
-  const int length = _vsnwprintf(out, capacity, format, copy);
+  int length = FormatPlain(out, capacity, format, copy);
   va_end(copy);
-  // An exact fit comes without its zero.
-  return length >= 0 && static_cast<std::size_t>(length) < capacity ? length : -1;
-}
-
-int FormattedLength(const wchar_t* format, va_list arguments) {
-  va_list copy;
+  if (length >= 0) return length;
+  // Only the C run time's own formatter will do: in its wide form %s is wide text and %S narrow.
   va_copy(copy, arguments);
-  const int length = _vscwprintf(format, copy);
+  length = _vsnwprintf(out, capacity, format, copy);
+  va_end(copy);
+  // An exact fit comes without its zero and counts as too long, like everything that is cut.
+  if (length >= 0 && static_cast<std::size_t>(length) < capacity) {
+    return static_cast<int>(std::wcslen(out));
+  }
+  va_copy(copy, arguments);
+  length = _vscwprintf(format, copy);
   va_end(copy);
   return length;
 }
@@ -52,18 +58,18 @@ int LogFile::PrintFormatted(int buffer, const wchar_t* format, va_list arguments
 int LogFile::FormatAndDeliver(int buffer, const wchar_t* format, va_list arguments,
                               Characters& oversized) {
   wchar_t* text = formatBuffer.get();
-  if (FormatBounded(text, formatCapacity, format, arguments) < 0) {
-    const int needed = FormattedLength(format, arguments);
-    if (needed < 0) return Refuse(ERROR_INVALID_DATA);
-    const std::size_t capacity = static_cast<std::size_t>(needed) + 1;
+  std::size_t capacity = formatCapacity;
+  int length = FormatOnce(text, capacity, format, arguments);
+  if (length >= 0 && static_cast<std::size_t>(length) >= capacity) {
+    capacity = static_cast<std::size_t>(length) + 1;
     text = MakeFormatRoom(capacity, format, oversized);
     if (!text) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
-    if (FormatBounded(text, capacity, format, arguments) < 0) return Refuse(ERROR_INVALID_DATA);
+    length = FormatOnce(text, capacity, format, arguments);
   }
-  // The text ends at its first zero, also when a %c has put one into it.
-  const std::size_t length = UnbracketUtilityPartition(text, std::wcslen(text));
+  if (length < 0 || static_cast<std::size_t>(length) >= capacity) return Refuse(ERROR_INVALID_DATA);
+  const std::size_t ends = UnbracketUtilityPartition(text, static_cast<std::size_t>(length));
   const std::size_t step = kGrowth + (oversized ? std::wcslen(format) : 0);
-  const bool filled = FillOutput(text, length, step);
+  const bool filled = FillOutput(text, ends, step);
   const int delivered = Deliver(buffer);
   return filled ? delivered : Refuse(ERROR_NOT_ENOUGH_MEMORY);
 }

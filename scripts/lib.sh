@@ -64,7 +64,7 @@ apt_error() { sed -n 's/^E: //p' "$logs/$1.log" | head -n 1; }
 
 install_packages() {
   local missing
-  mapfile -t missing < <(missing_packages "$@")
+  mapfile -t missing < <(missing_packages "$@" | awk '!seen[$0]++')
   [ "${#missing[@]}" -gt 0 ] || return 0
   command -v apt-get >/dev/null ||
     fail "This set-up installs Debian packages and finds no apt-get; install these by hand: ${missing[*]}"
@@ -98,8 +98,9 @@ install_packages() {
 write_source_entries() {
   local folder=$1 codename file
   codename=$(. /etc/os-release && printf '%s' "${VERSION_CODENAME:-bookworm}")
-  rm -rf "$folder"
   mkdir -p "$folder"
+  : >"$folder/debian.list"
+  : >"$folder/debian.sources"
   for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
     [ -f "$file" ] || continue
     awk -v codename="$codename" '

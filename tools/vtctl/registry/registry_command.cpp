@@ -5,6 +5,7 @@
 
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/printable.h"
 #include "tools/vtctl/registry/key_reader.h"
 #include "tools/vtctl/registry/value.h"
 #include "tools/vtctl/registry/watch.h"
@@ -153,10 +154,10 @@ int Set(const KeyTarget& target, const RegistryArguments& arguments) {
 
 void PrintContents(const KeyTarget& target, const KeyContents& contents) {
   Print(KeyName(target.path) + L"\n");
-  for (const std::wstring& name : contents.subkeys) Print(L"  " + name + L"\\\n");
+  for (const std::wstring& name : contents.subkeys) Print(L"  " + Printable(name) + L"\\\n");
   for (const auto& [name, value] : contents.values) {
-    Print(L"  " + (name.empty() ? L"(default)" : name) + L" = " + OneLine(value) + L"  [" +
-          TypeName(value.type) + L"]\n");
+    Print(L"  " + ShownName(name) + L" = " + OneLine(value) + L"  [" + TypeName(value.type) +
+          L"]\n");
   }
 }
 
@@ -202,7 +203,7 @@ CLI::App* AddOperation(CLI::App& registry, ChosenCommand& chosen, const char* na
                        const char* description, const std::shared_ptr<RegistryArguments>& arguments,
                        Operation operation) {
   CLI::App* command = registry.add_subcommand(name, description);
-  command->add_option("key", arguments->key, "The key")->required()->option_text("KEY");
+  command->add_option("KEY", arguments->key, "The key")->required()->option_text(" ");
   command->add_option("--view", arguments->view, "The 32-bit or the 64-bit view of the registry")
       ->check(CLI::IsMember({"32", "64"}))
       ->option_text("32|64");
@@ -235,17 +236,17 @@ void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen) {
   const auto arguments = std::make_shared<RegistryArguments>();
 
   CLI::App* get = AddOperation(*registry, chosen, "get", "Print one value", arguments, Get);
-  get->add_option("value", arguments->value, "The value; without it the key's default value")
-      ->option_text("VALUE");
+  get->add_option("VALUE", arguments->value, "The value; without it the key's default value")
+      ->option_text(" ");
   AddJson(get, arguments, "One JSON object with the type and the data");
 
   CLI::App* set = AddOperation(*registry, chosen, "set",
                                "Write one value, making the key if needed", arguments, Set);
-  set->add_option("value", arguments->value, "The value; \"\" for the key's default value")
+  set->add_option("VALUE", arguments->value, "The value; \"\" for the key's default value")
       ->required()
-      ->option_text("VALUE");
-  set->add_option("data", arguments->data, "The data; for multi one word an item")
-      ->option_text("DATA ...");
+      ->option_text(" ");
+  set->add_option("DATA", arguments->data, "The data; for multi one word an item")
+      ->option_text("...");
   set->add_option("--type", arguments->type, "sz (if not given), expand, dword, binary or multi")
       ->check(CLI::IsMember({"sz", "expand", "dword", "binary", "multi"}))
       ->option_text("TYPE");
@@ -262,7 +263,7 @@ void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen) {
       ->option_text("N");
   watch
       ->add_option("--timeout", arguments->timeout,
-                   "End after so many seconds: with 1 if --count was not reached, otherwise with 0")
+                   "End after so many seconds, with 1 if --count was not reached")
       ->check(CLI::Range(1U, 1000000U))
       ->option_text("SECONDS");
   AddJson(watch, arguments, "One JSON object a change");

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/printable.h"
 
 namespace vtctl {
 namespace {
@@ -136,12 +137,16 @@ std::vector<std::wstring> ItemsOf(const Value& value) {
   return items;
 }
 
+std::wstring ShownName(const std::wstring& name) {
+  return name.empty() ? L"(default)" : Printable(name);
+}
+
 std::wstring OneLine(const Value& value) {
-  if (IsText(value.type)) return TextOf(value);
+  if (IsText(value.type)) return Printable(TextOf(value));
   if (value.type == REG_MULTI_SZ) {
     std::wstring line;
     for (const std::wstring& item : ItemsOf(value)) line += (line.empty() ? L"" : L" | ") + item;
-    return line;
+    return Printable(line);
   }
   std::wstring line;
   if (const auto number = NumberOf(value)) {

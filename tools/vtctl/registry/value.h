@@ -35,6 +35,8 @@ std::wstring TextOf(const Value& value);
 /* The items of a multi-string; empty ones do not count. */
 std::vector<std::wstring> ItemsOf(const Value& value);
 
+/* The name of a value as lists show it; "(default)" for the one without a name. */
+std::wstring ShownName(const std::wstring& name);
 /* The value on one line, for lists and changes. */
 std::wstring OneLine(const Value& value);
 /* The value for itself: text as it is, one item a line, a number, or a hex dump. */

@@ -5,6 +5,7 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/interrupt.h"
+#include "tools/vtctl/printable.h"
 #include "tools/vtctl/system_text.h"
 
 namespace vtctl {
@@ -53,9 +54,9 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
     PrintUtf8(line.dump() + "\n");
     return;
   }
-  std::wstring line = TimeNow() + L"  " + kKindNames[change.kind] + L"  " + key;
+  std::wstring line = TimeNow() + L"  " + kKindNames[change.kind] + L"  " + Printable(key);
   if (isValue) {
-    line += L"  " + (change.name.empty() ? L"(default)" : change.name);
+    line += L"  " + ShownName(change.name);
     line += L" = " + OneLine(change.value) + L"  [" + TypeName(change.value.type) + L"]";
   }
   Print(line + L"\n");

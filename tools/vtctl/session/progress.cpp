@@ -10,6 +10,8 @@ namespace {
 constexpr ULONGLONG kTerminalInterval = 100;
 constexpr ULONGLONG kLineInterval = 5000;
 constexpr int kBarColumns = 30;
+/* From here on most characters are wide; taking a narrow one for wide costs a blank. */
+constexpr wchar_t kFirstWide = 0x1100;
 
 }  // namespace
 
@@ -21,6 +23,18 @@ std::wstring ProgressBar(double fraction, int columns) {
   return L"[" + std::wstring(static_cast<size_t>(done), L'#') +
          std::wstring(static_cast<size_t>(room - done), L'-') + L"]" +
          std::wstring(5 - percent.size(), L' ') + percent;
+}
+
+std::wstring Fitted(const std::wstring& text, size_t columns) {
+  std::wstring line;
+  size_t used = 0;
+  for (const wchar_t unit : text) {
+    const size_t width = unit >= kFirstWide ? 2 : 1;
+    if (used + width > columns) break;
+    line += unit;
+    used += width;
+  }
+  return line.append(columns - used, L' ');
 }
 
 Progress::Progress(Form form)
@@ -41,8 +55,7 @@ void Progress::Show(double fraction, const std::wstring& text) {
   }
   /* The last column stays free: writing there would move to the next line. */
   const auto width = static_cast<size_t>(TerminalWidth() - 1);
-  std::wstring line = ProgressBar(fraction, kBarColumns) + L"  " + text;
-  line.resize(width, L' ');
+  const std::wstring line = Fitted(ProgressBar(fraction, kBarColumns) + L"  " + text, width);
   /* The cursor waits at the start, so that what others write there covers the bar. */
   Print(line + L"\r");
   shown = true;

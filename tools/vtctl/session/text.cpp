@@ -5,29 +5,9 @@
 namespace vtctl {
 namespace {
 
-constexpr wchar_t kReplacement = 0xFFFD;
 constexpr size_t kLongestExtension = 16;
 
-bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-
-bool IsForbidden(wchar_t unit) {
-  return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit >= 0xFFFE;
-}
-
 }  // namespace
-
-std::wstring Printable(std::wstring_view name) {
-  std::wstring text(name);
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-      ++i;
-    } else if (IsForbidden(text[i]) || IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
-      text[i] = kReplacement;
-    }
-  }
-  return text;
-}
 
 std::wstring Format(std::wstring_view message, const std::vector<std::wstring>& arguments) {
   std::wstring text;
@@ -86,7 +66,7 @@ std::wstring ExtensionOf(std::wstring_view fileName) {
   const size_t dot = fileName.rfind(L'.');
   if (dot == std::wstring_view::npos || dot == 0 || dot + 1 == fileName.size()) return {};
   std::wstring extension(fileName.substr(dot));
-  if (extension.size() > kLongestExtension) return {};
+  if (extension.size() > kLongestExtension || extension.find(L' ') != extension.npos) return {};
   for (wchar_t& unit : extension) {
     if (unit >= L'A' && unit <= L'Z') unit = static_cast<wchar_t>(unit - L'A' + L'a');
   }

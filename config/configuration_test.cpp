@@ -1,0 +1,391 @@
+#include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
+#include <sddl.h>
+
+#include <array>
+#include <functional>
+#include <set>
+
+#include "config/multi_string.h"
+#include "tests/support/allocations.h"
+#include "tests/support/handle_counter.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/private_registry.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/wine.h"
+#include "vtclass/config.h"
+
+namespace {
+
+using namespace std::string_literals;
+using namespace vtclass::test;
+using Texts = std::vector<wcstring>;
+
+const std::wstring kKey = L"Software\\A\\B";
+constexpr unsigned kReadWrite = Configuration::accessRead | Configuration::accessWrite;
+
+// Sizes that the registry cannot count are refused, not cut; no test can hold such a text.
+static_assert(vtclass::config::StoredSize(0x7FFFFFFF) == 0xFFFFFFFE);
+static_assert(!vtclass::config::StoredSize(0x80000000) && !vtclass::config::StoredSize(SIZE_MAX));
+
+class ConfigurationTest : public testing::Test {
+ protected:
+  // As on every real system; what lies below it may come and go.
+  ConfigurationTest() { MakeKey(L"Software"); }
+  std::string Result(bool ok) { return Status(ok ? 0 : settings.GetErrorCode()); }
+
+  PrivateRegistry registry;
+  Configuration settings;
+  unsigned long disposition = 77;
+};
+
+class ConfigurationValues : public ConfigurationTest {
+ protected:
+  ConfigurationValues() { EXPECT_TRUE(settings.Open(kKey.c_str(), nullptr, kReadWrite)); }
+};
+
+std::string Bytes(const std::wstring& text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
+}
+
+/* Stores the value "v" as it is; the system must find no zero behind it, or it would add one. */
+void Put(DWORD type, const std::string& data) {
+  StoreValue(kKey, L"v", type, (data + "xx").data(), static_cast<DWORD>(data.size()));
+}
+
+DWORD playedVersion; /* 51 is 5.1; 0: not known */
+REGSAM asked;
+
+TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {
+  const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
+                                                      [](OSVERSIONINFOW* answer) -> BOOL {
+                                                        answer->dwMajorVersion = playedVersion / 10;
+                                                        answer->dwMinorVersion = playedVersion % 10;
+                                                        return playedVersion != 0;
+                                                      });
+  const ImportHook<decltype(::RegOpenKeyExW)> open(
+      "ADVAPI32.dll", "RegOpenKeyExW", [](HKEY, LPCWSTR, DWORD, REGSAM rights, PHKEY) -> LSTATUS {
+        asked = rights;
+        return ERROR_ACCESS_DENIED;
+      });
+  // Access word, version of the system, rights.
+  for (const auto& [word, system, rights] :
+       std::vector<std::array<unsigned, 3>>{{0, 61, 0},
+                                            {1, 61, 0x20019},
+                                            {2, 61, 0x20006},
+                                            {3, 61, 0x2001F},
+                                            {4, 50, 0},
+                                            {4, 49, 0},
+                                            {4, 0, 0},
+                                            {4, 60, 0x100},
+                                            {5, 51, 0x20119},
+                                            {9, 50, 0x20219},
+                                            {12, 100, 0x300}}) {
+    playedVersion = system;
+    EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey.c_str(), L"", word));
+    EXPECT_EQ(asked, rights) << word << " on " << system;
+  }
+}
+
+TEST_F(ConfigurationTest, Open_Modes_MakeAMissingKeyOrDoNot) {
+  for (const int mode : {0, 3, -1}) {
+    EXPECT_FALSE(settings.Open(Configuration::openMode(mode), kKey.c_str(), nullptr, kReadWrite));
+    EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(KeyExists(L"Software\\A"));
+  }
+  const std::wstring longName = kKey + L"\\" + std::wstring(255, L'k');
+  EXPECT_TRUE(settings.Open(longName.c_str(), L"", kReadWrite) && KeyExists(longName));
+  EXPECT_TRUE(settings.Open(Configuration::openOrCreateSecure, L"Software\\S", nullptr, 3));
+}
+
+TEST_F(ConfigurationTest, Open_OtherComputer_OpensBelowItsRoot) {
+  const ImportHook<decltype(::RegConnectRegistryW)> connect(
+      "ADVAPI32.dll", "RegConnectRegistryW", [](LPCWSTR, HKEY root, PHKEY remote) {
+        return ::RegOpenKeyExW(root, L"Software\\A", 0, KEY_READ, remote);
+      });
+  MakeKey(kKey);
+  EXPECT_TRUE(settings.Open(Configuration::openExisting, L"B", L"elsewhere", 1));
+}
+
+TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
+  wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
+  DWORD length = ARRAYSIZE(name);
+  ::GetComputerNameW(name, &length);
+  if (!settings.Open(Configuration::openExisting, L"Software", name, 1)) {
+    GTEST_SKIP() << "the remote registry of this computer does not answer: " << Result(false);
+  }
+  settings.Close();
+  const HandleCounter handles;
+  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey.c_str(), name, 1));
+  EXPECT_EQ(handles.Open(), 1);
+  // On this computer whatever is connected, and without ending the connection.
+  EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
+  EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, false, nullptr));
+  EXPECT_EQ(handles.Open(), 2);
+  settings.Close();
+  EXPECT_EQ(handles.Open(), 0);
+}
+
+TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_LeavesWhatWasThereAndNothingElse) {
+  // A private root has no 32-bit view, so the view is looked at where it reaches the system.
+  const ImportHook<decltype(::RegDeleteKeyExW)> hook(
+      "ADVAPI32.dll", "RegDeleteKeyExW", [](HKEY key, LPCWSTR name, REGSAM view, DWORD) {
+        asked = view;
+        return ::RegDeleteKeyExW(key, name, view, 0);
+      });
+  MakeKey(L"Software\\A");
+  for (const DWORD view : {0ul, DWORD{KEY_WOW64_64KEY}, DWORD{KEY_WOW64_32KEY}}) {
+    for (const std::wstring& key : {kKey, kKey + L"\\C\\\\D\\"}) {
+      EXPECT_FALSE(settings.OpenEx(key.c_str(), KEY_READ | view, 0, false, &disposition));
+      EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND);
+      EXPECT_EQ(disposition, 1u);
+      EXPECT_TRUE(!KeyExists(kKey) && KeyExists(L"Software\\A"));
+      EXPECT_EQ(asked, view);
+    }
+  }
+  EXPECT_TRUE(settings.OpenEx(L"Software\\A", KEY_READ, 0, false, &disposition));
+  EXPECT_EQ(disposition, 2u);
+  EXPECT_TRUE(settings.OpenEx(kKey.c_str(), KEY_READ, REG_OPTION_VOLATILE, true, &disposition));
+  EXPECT_EQ(disposition, 1u);
+  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C").c_str(), KEY_READ, 0, false, &disposition));
+  EXPECT_EQ(settings.GetErrorCode(), ERROR_CHILD_MUST_BE_VOLATILE);
+  EXPECT_EQ(disposition, 0u);
+}
+
+TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_NeverTakesAwayAnotherProgramsValues) {
+  const ImportHook<decltype(::RegCreateKeyExW)> hook(
+      "ADVAPI32.dll", "RegCreateKeyExW", [](auto... arguments) {
+        const LSTATUS status = ::RegCreateKeyExW(arguments...);
+        Put(REG_SZ, "");
+        return status;
+      });
+  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C").c_str(), KEY_READ, 0, false, nullptr));
+  EXPECT_TRUE(KeyExists(kKey) && !KeyExists(kKey + L"\\C"));
+}
+
+long freed;
+
+TEST_F(ConfigurationTest, FailingOpens_TenThousandTimes_LeaveNothingOpen) {
+  const HandleCounter handles;
+  const auto repeat = [&](long status, const std::function<bool()>& open) {
+    for (int i = 0; i < 10000; ++i) ASSERT_FALSE(open());
+    EXPECT_EQ(settings.GetErrorCode(), status);
+    EXPECT_EQ(handles.Open(), 0);
+  };
+  const auto open = [&](int mode, const wchar_t* machine) {
+    return settings.Open(Configuration::openMode(mode), kKey.c_str(), machine, kReadWrite);
+  };
+  repeat(2, [&] { return open(0, nullptr); });
+  repeat(2, [&] { return settings.OpenEx(kKey.c_str(), KEY_READ, 0, false, &disposition); });
+  repeat(2, [] { return CRegistryValuesIterator(kKey.c_str(), HKEY_LOCAL_MACHINE, 0).isValid(); });
+  const ImportHook<decltype(::RegConnectRegistryW)> connect(
+      "ADVAPI32.dll", "RegConnectRegistryW", [](auto...) -> LSTATUS { return ERROR_BAD_NETPATH; });
+  repeat(ERROR_BAD_NETPATH, [&] { return open(1, L"elsewhere"); });
+  const ImportHook<decltype(::RegCreateKeyExW)> create(
+      "ADVAPI32.dll", "RegCreateKeyExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
+  const ImportHook<decltype(::LocalFree)> free("KERNEL32.dll", "LocalFree", [](HLOCAL memory) {
+    ++freed;
+    return ::LocalFree(memory);
+  });
+  repeat(ERROR_ACCESS_DENIED, [&] { return open(1, nullptr) || open(2, nullptr); });
+  EXPECT_EQ(freed, 10000) << "descriptors";
+  const ImportHook<decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW)> descriptor(
+      "ADVAPI32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW",
+      [](auto...) -> BOOL { return FALSE; });
+  repeat(-1, [&] { return open(2, nullptr); });
+}
+
+TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
+  Configuration other(HKEY_CURRENT_USER);
+  const wcstring longName(std::wstring(255, L'k'));
+  MakeKey(kKey + L"\\" + longName);
+  MakeKey(kKey + L"\\x");
+  Texts names = {L"before"};
+  EXPECT_FALSE(other.Enum(L"Software\\Missing", names) || other.GetErrorCode());
+  for (long n = 1; names.size() == 1; ++n) {
+    Allocations allocations;
+    allocations.FailAt(n);
+    EXPECT_NE(other.Enum(kKey.c_str(), names), allocations.Failed());
+  }
+  EXPECT_EQ(std::set(names.begin(), names.end()), (std::set<wcstring>{L"before", L"x", longName}));
+}
+
+bool EnableBackupPrivilege() {
+  HANDLE token = nullptr;
+  TOKEN_PRIVILEGES wanted = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
+  ::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token);
+  ::LookupPrivilegeValueW(nullptr, SE_BACKUP_NAME, &wanted.Privileges[0].Luid);
+  ::AdjustTokenPrivileges(token, FALSE, &wanted, 0, nullptr, nullptr);
+  return ::GetLastError() == ERROR_SUCCESS && ::CloseHandle(token);
+}
+
+TEST_F(ConfigurationValues, WholeKey_PassesTheSystemsStatusOn) {
+  const ScratchFolder folder;
+  const ImportHook<decltype(::RegRestoreKeyW)> hook(
+      "ADVAPI32.dll", "RegRestoreKeyW", [](HKEY, LPCWSTR, DWORD flags) -> LSTATUS {
+        return flags == 0 ? ERROR_PRIVILEGE_NOT_HELD : ERROR_INVALID_PARAMETER;
+      });
+  MakeKey(kKey + L"\\C\\D");
+  EXPECT_EQ(Result(settings.DeleteSubkey(L"C")), Status(ERROR_ACCESS_DENIED)) << "has subkeys";
+  EXPECT_TRUE(settings.DeleteSubkey(L"C\\D") && settings.DeleteSubkey(L"C"));
+  EXPECT_EQ(Result(settings.RestoreKey(L"file")), Status(ERROR_PRIVILEGE_NOT_HELD));
+  EXPECT_EQ(Result(settings.RestoreKey(L"")), Status(ERROR_INVALID_PARAMETER));
+  EXPECT_EQ(Result(settings.SaveKey((folder / L"a").c_str())), Status(ERROR_PRIVILEGE_NOT_HELD));
+  EXPECT_EQ(Result(settings.SaveKey(nullptr)), Status(ERROR_INVALID_PARAMETER));
+  if (!EnableBackupPrivilege()) GTEST_SKIP() << "this account lacks the backup privilege";
+  EXPECT_EQ(Result(settings.SaveKey((folder / L"a").c_str())), Status(0));
+  EXPECT_FALSE(FileBytes(folder / L"a").empty());
+}
+
+TEST_F(ConfigurationValues, RegisterForChanges_SignalsAChangeBelow) {
+  const HANDLE event = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  ASSERT_TRUE(settings.RegisterForChanges(true, event));
+  EXPECT_NE(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
+  MakeKey(kKey + L"\\C");
+  EXPECT_EQ(::WaitForSingleObject(event, 10000), WAIT_OBJECT_0);
+  EXPECT_EQ(Result(settings.UnregisterForChanges(event)), Status(ERROR_INVALID_FUNCTION));
+  settings.Close();
+  EXPECT_EQ(Result(settings.RegisterForChanges(true, event)), Status(ERROR_INVALID_HANDLE));
+  ::CloseHandle(event);
+}
+
+TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
+  unsigned long number = 0;
+  wcstring text;
+  Put(REG_SZ, Bytes(L"text"));
+  EXPECT_TRUE(settings.Load(L"v", number, 7) && settings.Load(L"t", text, L"def"));
+  EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND) << "a success resets no status";
+  EXPECT_TRUE(settings.Load(L"v", number, 8) && settings.Load(L"t", text, L"other"));
+  EXPECT_TRUE(number == 7 && text == L"def");
+  ASSERT_TRUE(settings.Open(kKey.c_str(), nullptr, Configuration::accessRead));
+  EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
+  EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));
+  EXPECT_TRUE(number == 9 && text == L"x");
+}
+
+TEST_F(ConfigurationValues, Load_AnyStoredBytes_ByTypeFirst) {
+  const struct {
+    DWORD type;
+    std::string data;
+    bool isText, isNumber;
+    std::wstring text;
+    Texts items;
+  } rows[] = {
+      {REG_SZ, "", true, false, L"", {}},
+      {REG_SZ, "a", true, false, L"", {}},
+      {REG_SZ, Bytes(L"a"), true, false, L"", {L"a"}},
+      {REG_SZ, Bytes(L"a") + "b", true, false, L"", {L"a"}},
+      {REG_SZ, Bytes(L"ab"), true, false, L"a", {L"ab"}},
+      {REG_EXPAND_SZ, Bytes(L"%TMP%\0"s), true, false, L"%TMP%", {L"%TMP%"}},
+      {REG_MULTI_SZ, Bytes(L"a\0\0b\0\0"s), true, false, L"a\0\0b\0"s, {L"a", L"b"}},
+      {REG_MULTI_SZ, Bytes(L"\0\0a\0b"s) + "c", true, false, L"\0\0a\0"s, {L"a", L"b"}},
+      {REG_MULTI_SZ, Bytes(L"\0\0\0"s), true, false, L"\0\0"s, {}},
+      {REG_DWORD, "\1\2\3\4", false, true, L"before", {}},
+      {REG_DWORD, "\1\2\3", false, false, L"before", {}},
+      {REG_DWORD, "\1\2\3\4\5", false, false, L"before", {}},
+      {REG_NONE, "", false, false, L"before", {}},
+      {REG_BINARY, std::string(5000, 'x'), false, false, L"before", {}},
+  };
+  for (const auto& row : rows) {
+    Put(row.type, row.data);
+    unsigned long number = 99;
+    wcstring text = L"before";
+    Texts items = {L"before"};
+    EXPECT_EQ(Result(settings.Load(L"v", text)), Status(row.isText ? 0 : -1)) << row.data;
+    EXPECT_EQ(Result(settings.Load(L"v", items)), Status(row.isText ? 0 : -1)) << row.data;
+    EXPECT_EQ(Result(settings.LoadDWORD(L"v", number)), Status(row.isNumber ? 0 : -1)) << row.data;
+    EXPECT_EQ(text, row.text);
+    EXPECT_EQ(items, row.items);
+    EXPECT_EQ(number, row.isNumber ? 0x04030201u : 99u);
+  }
+}
+
+std::size_t stored, storedLimit;
+
+TEST_F(ConfigurationValues, LoadText_ValueGrowsBetweenTheQueries_IsReadAgainButNotForEver) {
+  const ImportHook<decltype(::RegQueryValueExW)> hook(
+      "ADVAPI32.dll", "RegQueryValueExW", [](auto... arguments) {
+        const LSTATUS status = ::RegQueryValueExW(arguments...);
+        const bool grows = status == ERROR_MORE_DATA && stored < storedLimit;
+        if (grows) Put(REG_SZ, std::string(stored += 3000, 'x'));
+        return status;
+      });
+  wcstring text;
+  Put(REG_SZ, std::string(stored = 3000, 'x'));
+  storedLimit = 12000;
+  EXPECT_EQ(Result(settings.Load(L"v", text)), Status(0));
+  EXPECT_EQ(text.size(), 12000u / 2 - 1);
+  storedLimit = SIZE_MAX;
+  EXPECT_EQ(Result(settings.Load(L"v", text)), Status(ERROR_MORE_DATA));
+}
+
+TEST_F(ConfigurationValues, LoadData_TellsLengthsAndRefusesOtherTypes) {
+  unsigned char room[4] = {};
+  unsigned long size = 4;
+  unsigned long type = 0;
+  Put(REG_BINARY, "12345");
+  EXPECT_EQ(Result(settings.Load(L"v", room, &size)), Status(ERROR_MORE_DATA));
+  EXPECT_EQ(Result(settings.LoadRaw(L"v", room, 4, 0)), Status(ERROR_MORE_DATA));
+  EXPECT_TRUE(settings.Load(L"v", nullptr, &size) && size == 5);
+  EXPECT_EQ(Result(settings.Load(L"v", room, nullptr)), Status(ERROR_INVALID_PARAMETER));
+  EXPECT_EQ(Result(settings.Save(L"v", nullptr, 2)), Status(ERROR_INVALID_PARAMETER));
+  EXPECT_TRUE(settings.Save(L"v", room, 0) && settings.GetDataSize(L"v", &size, &type));
+  EXPECT_TRUE(size == 0 && type == REG_BINARY);
+  ASSERT_TRUE(settings.SaveRaw(L"v", room, 4, 77) && settings.LoadRaw(L"v", room, 4, REG_SZ));
+  for (size = 3; size < 5; ++size) EXPECT_EQ(Result(settings.Load(L"v", room, &size)), Status(-1));
+}
+
+TEST_F(ConfigurationValues, Save_AnyNameAndLength_ComesBack) {
+  for (const std::size_t units : {0u, 1022u, 1023u, 1024u, 1025u, 512u * 1024}) {
+    const std::wstring name(std::min(units, std::size_t{16383}), L'n');
+    const wcstring saved(std::wstring(units, L'x') + L"\0%x%"s);
+    wcstring text;
+    Texts items = {saved, L"", L"b"};
+    EXPECT_TRUE(settings.Save(name.c_str(), saved, REG_EXPAND_SZ));
+    EXPECT_TRUE(settings.Load(name.c_str(), text) && text == saved) << units;
+    EXPECT_TRUE(settings.Save(name.c_str(), items) && settings.Load(name.c_str(), items));
+    EXPECT_EQ(items.back(), L"b");
+    EXPECT_EQ(items.size(), units == 0 ? 2u : 3u);
+    EXPECT_TRUE(settings.DeleteValue(name.c_str()) && !settings.DeleteValue(name.c_str()));
+  }
+  Texts none;
+  EXPECT_TRUE(settings.Save(nullptr, none) && settings.Load(nullptr, none) && none.empty());
+  EXPECT_EQ(StoredValue(kKey, L""), "\0\0"s);
+}
+
+TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing) {
+  const wcstring longText(std::wstring(5000, L'x'));
+  wcstring text;
+  Texts items;
+  const std::function<bool()> operations[] = {
+      [&] { return settings.Save(L"text", longText); },
+      [&] { return settings.Load(L"text", text); },
+      [&] { return settings.Load(L"text", text, longText.c_str()); },
+      [&] { return settings.Save(L"items", items); },
+      [&] { return settings.Load(L"items", items); },
+  };
+  ASSERT_TRUE(operations[0]());
+  int failures = 0;
+  for (const auto& operation : operations) {
+    for (long n = 1;; ++n) {
+      text = wcstring(L"before");
+      items = {longText, longText};
+      Allocations allocations;
+      allocations.FailAt(n);
+      const bool ok = operation();
+      if (!allocations.Failed()) break;
+      ++failures;
+      EXPECT_EQ(Result(ok), Status(ERROR_NOT_ENOUGH_MEMORY));
+      EXPECT_EQ(items.size(), &operation == &operations[4] ? 0u : 2u);
+      EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
+    }
+  }
+  EXPECT_GE(failures, 5);
+  settings.Close();
+  for (const auto& operation : operations) {
+    EXPECT_EQ(Result(operation()), Status(ERROR_INVALID_HANDLE));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#include "log/plain_format.h"
+
+#include <algorithm>
+#include <climits>
+#include <iterator>
+
+namespace vtclass::log {
+
+namespace {
+
+/* Takes parts of a text; writes them while they fit, and counts them all. */
+class PlainText {
+ public:
+  PlainText(WideUnit* out, std::size_t capacity) : out(out), capacity(capacity) {}
+
+  void Append(WideView part) {
+    if (part.size() < capacity - std::min(capacity, length)) part.copy(out + length, part.size());
+    length += part.size();
+  }
+
+  template <typename Number>
+  void AppendNumber(Number number) {
+    const bool negative = number < 0;
+    // The lowest number has no positive twin; its digits are those of the unsigned difference.
+    auto rest = static_cast<unsigned long>(number);
+    if (negative) rest = 0 - rest;
+    WideUnit digits[24];
+    std::size_t first = std::size(digits);
+    do {
+      digits[--first] = static_cast<WideUnit>('0' + rest % 10);
+      rest /= 10;
+    } while (rest != 0);
+    if (negative) digits[--first] = '-';
+    Append(WideView(digits + first, std::size(digits) - first));
+  }
+
+  int End() {
+    if (length < capacity) out[length] = 0;
+    return length <= INT_MAX ? static_cast<int>(length) : -1;
+  }
+
+ private:
+  WideUnit* const out;
+  const std::size_t capacity;
+  std::size_t length = 0;
+};
+
+}  // namespace
+
+int FormatPlain(WideUnit* out, std::size_t capacity, const WideUnit* format, va_list arguments) {
+  PlainText text(out, capacity);
+  for (const WideUnit* run = format;;) {
+    while (*format != 0 && *format != '%') ++format;
+    text.Append(WideView(run, static_cast<std::size_t>(format - run)));
+    if (*format == 0) return text.End();
+    const bool isLong = format[1] == 'l';
+    const WideUnit conversion = format[isLong ? 2 : 1];
+    if (conversion == 's' && !isLong) {
+      const WideUnit* const argument = va_arg(arguments, const WideUnit*);
+      text.Append(argument ? WideView(argument) : WideView(VTCLASS_WIDE("(null)")));
+    } else if (conversion == 'd' || (conversion == 'i' && !isLong)) {
+      text.AppendNumber(isLong ? va_arg(arguments, long) : va_arg(arguments, int));
+    } else if (conversion == 'u') {
+      text.AppendNumber(isLong ? va_arg(arguments, unsigned long)
+                               : va_arg(arguments, unsigned int));
+    } else if (conversion == '%' && !isLong) {
+      text.Append(VTCLASS_WIDE("%"));
+    } else {
+      return -1;
+    }
+    format += isLong ? 3 : 2;
+    run = format;
+  }
+}
+
+}  // namespace vtclass::log

@@ -1,0 +1,218 @@
+#include "tools/vtctl/session/session.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "tests/support/import_hook.h"
+#include "tests/support/private_registry.h"
+#include "tests/support/scratch_folder.h"
+#include "tools/vtctl/console.h"
+#include "tools/vtctl/session/paths.h"
+#include "vtclass/product.h"
+
+namespace vtctl {
+namespace {
+
+using vtclass::test::FileBytes;
+using vtclass::test::ImportHook;
+using vtclass::test::MakeFile;
+using vtclass::test::PrivateRegistry;
+using vtclass::test::ScratchFolder;
+
+bool Never() { return false; }
+
+int questions = 0;
+bool AtTheFifthQuestion() { return ++questions > 4; }
+
+int writesLeft = 0;
+decltype(::WriteFile)* realWriteFile = nullptr;
+BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED o) {
+  if (writesLeft-- > 0) return realWriteFile(file, data, size, written, o);
+  ::SetLastError(ERROR_DISK_FULL);
+  return FALSE;
+}
+
+/* A session in this process, over a folder of its own, with a registry of its own. */
+class SessionTest : public testing::Test {
+ protected:
+  SessionTest() {
+    EXPECT_TRUE(messages.Load(L"EN"));
+    ::CreateDirectoryW((scratch / L"tree").c_str(), nullptr);
+    ::CreateDirectoryW((scratch / L"tree\\sub").c_str(), nullptr);
+    MakeFile(scratch / L"tree\\one.txt", "0123456789");
+    MakeFile(scratch / L"tree\\sub\\two.bin", std::string(300000, 'x'));
+    request.root = SystemPath(scratch / L"tree");
+    request.out = SystemPath(scratch.Path());
+    request.settingsKey = SessionKey();
+    request.stopRequested = Never;
+  }
+
+  SessionResult Run() {
+    Progress progress(Progress::none);
+    Session session(request, messages, progress);
+    EXPECT_TRUE(session.Start());
+    return session.Run();
+  }
+
+  std::wstring LogText(const SessionResult& result) {
+    const std::string bytes = FileBytes(result.logPath);
+    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+    return text;
+  }
+
+  PrivateRegistry registry;
+  ScratchFolder scratch;
+  Messages messages;
+  SessionRequest request;
+};
+
+TEST_F(SessionTest, Run_CountsWhatItRead) {
+  const SessionResult result = Run();
+  EXPECT_EQ(result.status, SessionResult::successful);
+  EXPECT_EQ(result.totals.folders, 2U);
+  EXPECT_EQ(result.totals.files, 2U);
+  EXPECT_EQ(result.totals.bytes, 300010U);
+  const std::wstring text = LogText(result);
+  for (const std::wstring& line : result.summary) {
+    EXPECT_NE(text.find(L">" + line + L"</"), std::wstring::npos) << ToUtf8(line);
+  }
+  EXPECT_NE(text.find(L".bin: 1 files, 300,000 bytes"), std::wstring::npos);
+}
+
+TEST_F(SessionTest, Run_EmptyTreeIsAWarning) {
+  ::CreateDirectoryW((scratch / L"empty").c_str(), nullptr);
+  request.root = SystemPath(scratch / L"empty");
+  const SessionResult result = Run();
+  EXPECT_EQ(result.status, SessionResult::exceptions);
+  ASSERT_EQ(result.findings.size(), 1U);
+  EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4012 - "));
+}
+
+TEST_F(SessionTest, Run_DoesNotReadItsOwnLog) {
+  request.out = SystemPath(scratch / L"tree");
+  const SessionResult result = Run();
+  EXPECT_EQ(result.totals.files, 2U);
+  EXPECT_EQ(result.totals.warnings, 0U);
+}
+
+TEST_F(SessionTest, Run_StoppedInTheMiddle_FinishesTheLog) {
+  questions = 0;
+  request.stopRequested = AtTheFifthQuestion;
+  const SessionResult result = Run();
+  EXPECT_EQ(result.status, SessionResult::cancelled);
+  EXPECT_EQ(result.totals.errors, 1U);
+  const std::wstring text = LogText(result);
+  EXPECT_TRUE(text.ends_with(L"</footer>\r\n</joblog>"));
+  EXPECT_NE(text.find(L"Job completion status: Cancelled"), std::wstring::npos);
+}
+
+TEST_F(SessionTest, Run_DiskFull_KeepsTheStatusAndWhatWasWritten) {
+  Progress progress(Progress::none);
+  Session session(request, messages, progress);
+  ASSERT_TRUE(session.Start());
+  SessionResult result;
+  {
+    writesLeft = 10;
+    ImportHook<decltype(::WriteFile)> hook("KERNEL32.dll", "WriteFile", &WriteUntilFull);
+    realWriteFile = hook.Original();
+    result = session.Run();
+  }
+  EXPECT_EQ(result.logError, static_cast<DWORD>(ERROR_DISK_FULL));
+  EXPECT_EQ(result.status, SessionResult::failed);
+  const std::wstring text = LogText(result);
+  EXPECT_NE(text.find(L"<set_number>Set number: 1</set_number>"), std::wstring::npos);
+  EXPECT_EQ(text.find(L"</footer>"), std::wstring::npos);
+}
+
+TEST_F(SessionTest, JobLog_SameSecond_NeverOverwrites) {
+  const SYSTEMTIME time = {2025, 1, 5, 31, 22, 3, 4, 0};
+  JobLog first, second;
+  ASSERT_TRUE(first.Create(messages, request.out, time));
+  ASSERT_TRUE(second.Create(messages, request.out, time));
+  EXPECT_TRUE(first.Path().ends_with(L"\\joblog-20250131-220304.xml"));
+  EXPECT_TRUE(second.Path().ends_with(L"\\joblog-20250131-220304-2.xml"));
+  first.Close();
+  second.Close();
+}
+
+TEST_F(SessionTest, LoadSettings_WritesDefaultsBackAndRefusesOutOfRange) {
+  const KeyPath key = SessionKey();
+  const DWORD tooSmall = 1;
+  vtclass::test::MakeKey(key.subkey);
+  vtclass::test::StoreValue(key.subkey, L"Buffer Size KB", REG_DWORD, &tooSmall, sizeof tooSmall);
+  vtclass::test::StoreValue(key.subkey, L"Report Links", REG_SZ, L"1", 4);
+
+  const SessionSettings settings = LoadSettings(key);
+  EXPECT_EQ(settings.error, 0U);
+  EXPECT_EQ(settings.bufferSizeKB, 256U);
+  EXPECT_EQ(settings.reportLinks, 0U);
+  DWORD type = REG_NONE;
+  EXPECT_EQ(vtclass::test::StoredValue(key.subkey, L"Report Links", &type), std::string(4, '\0'));
+  EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD));
+  /* What an administrator stored stays, usable or not. */
+  EXPECT_EQ(vtclass::test::StoredValue(key.subkey, L"Buffer Size KB", &type)[0], '\1');
+  EXPECT_EQ(Run().totals.warnings, 1U);
+}
+
+TEST_F(SessionTest, LoadSettings_KeyThatCannotBeOpened_GivesDefaultsAndAWarning) {
+  request.settingsKey = {nullptr, L"nothing"};
+  const SessionSettings settings = LoadSettings(request.settingsKey);
+  EXPECT_EQ(settings.error, static_cast<unsigned long>(ERROR_INVALID_HANDLE));
+  EXPECT_EQ(settings.readFileData, 1U);
+  const SessionResult result = Run();
+  EXPECT_EQ(result.status, SessionResult::exceptions);
+  EXPECT_EQ(result.totals.files, 2U);
+}
+
+TEST_F(SessionTest, SessionKey_FollowsTheProductSwitch) {
+  CMS_SetProd(1);
+  EXPECT_EQ(SessionKey().subkey, L"Software\\Quorrel\\Strandel\\VTDS\\Session");
+  CMS_SetProd(0);
+  EXPECT_EQ(SessionKey().subkey, L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Session");
+}
+
+TEST(FileStatistics, Largest_KeepsTheFirstOfEqualOnes) {
+  FileStatistics statistics(2);
+  statistics.Add(L"a", L".x", 5);
+  statistics.Add(L"b", L".y", 7);
+  statistics.Add(L"c", L".x", 5);
+  statistics.Add(L"d", L".x", 6);
+  ASSERT_EQ(statistics.Largest().size(), 2U);
+  EXPECT_EQ(statistics.Largest()[0].path, L"b");
+  EXPECT_EQ(statistics.Largest()[1].path, L"d");
+  EXPECT_EQ(statistics.ByExtension()[0].extension, L".x");
+  EXPECT_EQ(statistics.ByExtension()[0].bytes, 16U);
+  FileStatistics none(0);
+  none.Add(L"a", L"", 1);
+  EXPECT_TRUE(none.Largest().empty());
+}
+
+TEST(Findings, FileFinding_EachStatusHasItsSentence) {
+  Messages messages;
+  ASSERT_TRUE(messages.Load(L"EN"));
+  const struct {
+    ReadResult result;
+    long code;
+  } rows[] = {
+      {{ReadResult::cannotOpen, ERROR_ACCESS_DENIED}, vtclass::messages::kCodeAccessDenied},
+      {{ReadResult::cannotOpen, ERROR_SHARING_VIOLATION}, vtclass::messages::kCodeFileInUse},
+      {{ReadResult::cannotOpen, ERROR_FILE_NOT_FOUND}, vtclass::messages::kCodeFileDisappeared},
+      {{ReadResult::cannotOpen, ERROR_NOT_READY}, vtclass::messages::kCodeFileOpenFailed},
+      {{ReadResult::cannotRead, ERROR_LOCK_VIOLATION}, vtclass::messages::kCodeFileInUse},
+      {{ReadResult::cannotRead, ERROR_CRC}, vtclass::messages::kCodeFileCorrupt},
+      {{ReadResult::cannotRead, ERROR_NOT_READY}, vtclass::messages::kCodeFileReadFailed},
+      {{ReadResult::cannotAsk, ERROR_NOT_READY}, vtclass::messages::kCodeAttributesFailed},
+      {{ReadResult::changed}, vtclass::messages::kCodeFileChanged},
+      {{ReadResult::shorter, 0, 9, 4}, vtclass::messages::kCodeFilePartlyRead}};
+  for (const auto& row : rows) {
+    const Finding finding = FileFinding(messages, L"C:\\f", row.result);
+    EXPECT_EQ(finding.code, row.code) << ToUtf8(finding.text);
+    EXPECT_NE(finding.text.find(L"C:\\f"), std::wstring::npos);
+    EXPECT_EQ(finding.text.find(L'%'), std::wstring::npos) << "an argument is missing";
+  }
+}
+
+}  // namespace
+}  // namespace vtctl

@@ -1,0 +1,230 @@
+/* vtctl as its users run it: a process with arguments, output and an exit code. */
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/random_name.h"
+#include "tools/vtctl/command.h"
+#include "tools/vtctl/console.h"
+#include "tools/vtctl/run_vtctl.h"
+
+namespace vtctl {
+namespace {
+
+using test::VtctlRun;
+using vtclass::test::FileBytes;
+using vtclass::test::MakeFile;
+using vtclass::test::ScratchFolder;
+using Words = std::vector<std::wstring>;
+
+/* A key of its own below the current user, deleted at the end. */
+class VtctlTest : public testing::Test {
+ protected:
+  VtctlTest() : subkey(L"Software\\vtclass-test-" + vtclass::test::RandomName()) {}
+  ~VtctlTest() override { ::RegDeleteTreeW(HKEY_CURRENT_USER, subkey.c_str()); }
+
+  std::wstring Key() const { return L"HKCU\\" + subkey; }
+  Words SessionWords(const std::wstring& root, const std::wstring& out) const {
+    return {L"session", L"--root", root, L"--out", out, L"--settings", Key(), L"--language", L"EN"};
+  }
+
+  std::wstring subkey;
+  ScratchFolder scratch;
+};
+
+/* The text of a job log as an XML reader sees it. Checks on the way that every element is closed
+ * in its place and that no markup is left in a text. */
+std::wstring TextOfLog(const std::wstring& path) {
+  const std::string bytes = FileBytes(path);
+  std::wstring xml(bytes.size() / sizeof(wchar_t), L'\0');
+  std::memcpy(xml.data(), bytes.data(), xml.size() * sizeof(wchar_t));
+  EXPECT_TRUE(xml.starts_with(L"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>"));
+  std::wstring text;
+  std::vector<std::wstring> open;
+  for (size_t i = xml.find(L"<joblog>"); i < xml.size();) {
+    if (xml[i] == L'<') {
+      const size_t end = xml.find(L'>', i);
+      const std::wstring tag = xml.substr(i + 1, end - i - 1);
+      const std::wstring name = tag.substr(0, tag.find(L' '));
+      if (tag.starts_with(L'/')) {
+        EXPECT_TRUE(!open.empty() && L"/" + open.back() == tag) << ToUtf8(tag);
+        if (!open.empty()) open.pop_back();
+      } else if (!tag.ends_with(L'/')) {
+        open.push_back(name);
+      }
+      i = end == std::wstring::npos ? xml.size() : end + 1;
+    } else if (xml[i] == L'&') {
+      const size_t end = xml.find(L';', i);
+      const std::wstring entity = xml.substr(i, end - i);
+      text += entity == L"&amp" ? L'&' : entity == L"&lt" ? L'<' : entity == L"&gt" ? L'>' : L'\'';
+      i = end == std::wstring::npos ? xml.size() : end + 1;
+    } else {
+      text += xml[i++];
+    }
+  }
+  EXPECT_TRUE(open.empty());
+  return text;
+}
+
+std::wstring OnlyFileIn(const std::wstring& folder) {
+  WIN32_FIND_DATAW entry = {};
+  const HANDLE find = ::FindFirstFileW((folder + L"\\joblog-*.xml").c_str(), &entry);
+  EXPECT_NE(find, INVALID_HANDLE_VALUE);
+  EXPECT_FALSE(::FindNextFileW(find, &entry)) << "more than one log";
+  ::FindClose(find);
+  return folder + L"\\" + entry.cFileName;
+}
+
+TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
+  MakeFile(scratch / L"file", "x");
+  const std::wstring folder = scratch.Path();
+  const std::wstring file = scratch / L"file";
+  const struct {
+    Words words;
+    int code;
+    const char* sentence;
+  } rows[] = {
+      {{}, kExitUsage, "subcommand is required"},
+      {{L"bogus"}, kExitUsage, "\"bogus\" is not known here"},
+      {{L"session", L"--root", folder}, kExitUsage, "--out is required"},
+      {{L"session", L"--root", folder, L"--out", folder, L"--language", L"QQ"}, kExitUsage, "QQ"},
+      {SessionWords(scratch / L"missing", folder), kExitNoInput, "was not found"},
+      {SessionWords(file, folder), kExitNoInput, "is not a folder"},
+      {SessionWords(L"", folder), kExitNoInput, "was not found"},
+      {SessionWords(folder, file), kExitCannotWrite, "cannot be made"},
+      {SessionWords(folder, file + L"\\below"), kExitCannotWrite, "cannot be made"},
+      {{L"registry", L"get", L"HKEY_BOGUS\\x"}, kExitUsage, "names no registry key"},
+      {{L"registry", L"get", Key(), L"x"}, kExitNoInput, "cannot be opened"},
+      {{L"registry", L"list", Key()}, kExitNoInput, "cannot be opened"},
+      {{L"registry", L"watch", Key()}, kExitNoInput, "cannot be watched"},
+      {{L"registry", L"watch", Key(), L"--count", L"0"}, kExitUsage, "--count"},
+      {{L"registry", L"set", Key(), L"x", L"12x", L"--type", L"dword"}, kExitUsage, "no number"},
+      {{L"registry", L"set", Key(), L"x", L"0", L"--type", L"binary"}, kExitUsage, "hexadecimal"},
+      {{L"registry", L"set", Key(), L"x", L"a", L"", L"--type", L"multi"},
+       kExitUsage,
+       "empty item"},
+      {{L"registry", L"set", Key(), L"x", L"a", L"b"}, kExitUsage, "one word"},
+      {{L"registry", L"set", L"HKU\\x", L"x", L"a", L"--type", L"qword"}, kExitUsage, "qword"}};
+  for (const auto& row : rows) {
+    VtctlRun run(row.words);
+    EXPECT_EQ(run.ExitCode(), row.code) << row.sentence;
+    EXPECT_NE(run.ErrorOutput().find(row.sentence), std::string::npos) << run.ErrorOutput();
+    EXPECT_EQ(run.Output(), "");
+  }
+}
+
+TEST_F(VtctlTest, Help_NamesExamplesAndExitCodes) {
+  for (const Words& words :
+       {Words{L"--help"}, Words{L"session", L"--help"}, Words{L"registry", L"--help"},
+        Words{L"registry", L"set", L"--help"}}) {
+    VtctlRun run(words);
+    EXPECT_EQ(run.ExitCode(), kExitClean);
+    EXPECT_NE(run.Output().find("Examples:"), std::string::npos);
+    EXPECT_EQ(run.ErrorOutput(), "");
+  }
+}
+
+TEST_F(VtctlTest, Session_LockedFile_StandsInTheLogAsOnTheScreen) {
+  const std::wstring tree = scratch / L"tree";
+  for (const std::wstring folder : {L"", L"\\a & b", L"\\a & b\\inner", L"\\empty"}) {
+    ::CreateDirectoryW((tree + folder).c_str(), nullptr);
+  }
+  MakeFile(tree + L"\\plain.txt", "12345");
+  MakeFile(tree + L"\\a & b\\inner\\it's \x6F22\x5B57.txt", "1");
+  const std::wstring locked = tree + L"\\a & b\\locked \xD83D\xDE00.txt";
+  MakeFile(locked, "secret");
+  const vtclass::platform::OwnedFile lock(
+      ::CreateFileW(locked.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(lock);
+
+  VtctlRun run(SessionWords(tree, scratch / L"new\\logs"));
+  EXPECT_EQ(run.ExitCode(), kExitWarnings);
+  const std::wstring text = TextOfLog(OnlyFileIn(scratch / L"new\\logs"));
+  const std::wstring output = FromUtf8(run.Output());
+  EXPECT_NE(output.find(L"Q-79-41041-4002 - " + locked), std::wstring::npos) << run.Output();
+  /* Every line of the report, without its indent, is a line of the log. */
+  std::wistringstream lines(output);
+  int compared = 0;
+  for (std::wstring line; std::getline(lines, line);) {
+    if (!line.starts_with(L"  ")) continue;
+    EXPECT_NE(text.find(line.substr(2)), std::wstring::npos) << ToUtf8(line);
+    ++compared;
+  }
+  EXPECT_GE(compared, 15);
+  EXPECT_NE(output.find(L"Files: 2\n"), std::wstring::npos);
+  EXPECT_NE(output.find(L"Bytes: 6 (6 B)"), std::wstring::npos);
+  EXPECT_NE(output.find(L"Directories: 4\n"), std::wstring::npos);
+}
+
+TEST_F(VtctlTest, Session_JsonAndLanguage) {
+  MakeFile(scratch / L"f.txt", "12345");
+  Words words = SessionWords(scratch.Path(), scratch / L"out");
+  words.back() = L"de";
+  words.insert(words.end(), {L"--json", L"--name",
+                             L"Pr\x00FC"
+                             L"fung <1>"});
+  VtctlRun run(words);
+  EXPECT_EQ(run.ExitCode(), kExitClean);
+  const auto json = nlohmann::json::parse(run.Output());
+  EXPECT_EQ(json["files"], 1);
+  EXPECT_EQ(json["bytes"], 5);
+  EXPECT_EQ(json["status"], "successful");
+  const std::wstring text = TextOfLog(FromUtf8(json["jobLog"].get<std::string>()));
+  EXPECT_NE(text.find(L"Auftragsname: Pr\x00FC"
+                      L"fung <1>"),
+            std::wstring::npos);
+  EXPECT_NE(text.find(L"Dateien: 1"), std::wstring::npos);
+}
+
+TEST_F(VtctlTest, Registry_EachTypeComesBack) {
+  const struct {
+    const wchar_t* type;
+    Words data;
+    const char* text;
+    const char* json;
+  } rows[] = {{L"sz", {L"caf\x00E9 \x6F22"}, "caf\xC3\xA9 \xE6\xBC\xA2\n", R"("caf\u00e9 \u6f22")"},
+              {L"expand", {L"%TEMP%\\x"}, "%TEMP%\\x\n", R"("%TEMP%\\x")"},
+              {L"dword", {L"0xffffffff"}, "4294967295\n", "4294967295"},
+              {L"binary",
+               {L"41 00"},
+               "00000000  41 00                                             A.\n",
+               R"("4100")"},
+              {L"binary", {L""}, "", R"("")"},
+              {L"multi", {L"a", L"b c"}, "a\nb c\n", R"(["a","b c"])"},
+              {L"multi", {}, "", "[]"}};
+  for (const auto& row : rows) {
+    Words set = {L"registry", L"set", Key(), L"Value", L"--type", row.type, L"--"};
+    set.insert(set.end(), row.data.begin(), row.data.end());
+    VtctlRun setRun(set);
+    EXPECT_EQ(setRun.ExitCode(), kExitClean) << setRun.ErrorOutput();
+    VtctlRun get({L"registry", L"get", Key(), L"Value"});
+    EXPECT_EQ(get.ExitCode(), kExitClean) << get.ErrorOutput();
+    EXPECT_EQ(get.Output(), row.text);
+    VtctlRun list({L"registry", L"list", Key(), L"--json"});
+    EXPECT_EQ(list.ExitCode(), kExitClean);
+    const auto json = nlohmann::json::parse(list.Output());
+    EXPECT_EQ(json["values"][0]["data"], nlohmann::json::parse(row.json));
+  }
+}
+
+TEST_F(VtctlTest, Registry_Watch_PrintsTheChange) {
+  ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"1"}).ExitCode(), 0);
+  VtctlRun watch({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"30"});
+  /* It says so once it is armed. */
+  for (int i = 0; i < 3000 && watch.Output().find("Watching") == std::string::npos; ++i) {
+    ::Sleep(10);
+  }
+  ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"2"}).ExitCode(), 0);
+  EXPECT_EQ(watch.ExitCode(), kExitClean);
+  EXPECT_NE(watch.Output().find("\\Sub  Level = 2  [REG_SZ]"), std::string::npos) << watch.Output();
+
+  VtctlRun quiet({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"1"});
+  EXPECT_EQ(quiet.ExitCode(), kExitWarnings);
+}
+
+}  // namespace
+}  // namespace vtctl

@@ -252,7 +252,7 @@ void JobLogReader::AnnounceTop(std::u16string_view child) {
   const bool isFolder = child == name || name == folderElement;
   const bool isInfo = elements.Top().severity == Severity::kInfo;
   const bool hasEmitted = elements.Top().hasEmitted;
-  if (isInfo && isFolder && !hasEmitted) {
+  if (isInfo && ((isFolder && !hasEmitted) || name == kFolderNameElement)) {
     elements.Top().isContainer = true;
     return;
   }

@@ -135,6 +135,10 @@ TEST(JobLogReader, Next_AnyBody_GivesItsEntriesInBothEncodings) {
        "<d><directory_name>C:\\A</directory_name></d><d><directory_name>C:\\AB</directory_name></"
        "d>",
        {"0 folder directory_name C:\\A", "0 folder directory_name C:\\AB"}},
+      {"a folder's name not closed",
+       "<d><directory_name>C:\\A<note>a</note></d>",
+       {"0 folder directory_name C:\\A", "1 entry note a",
+        "1 damage <directory_name> is not closed before </d>."}},
       {"surplus closing tag",
        "<note>a</note></set>",
        {"0 entry note a", "0 damage </set> closes nothing."}},

@@ -1,3 +1,5 @@
+#include <vtclass/win32.h>
+
 #include <sddl.h>
 
 #include "vtclass/security.h"

@@ -16,6 +16,45 @@ struct Rewritten {
   std::size_t written = 0;
 };
 
+/* What one unit becomes, for every unit. */
+template <typename Rule>
+UnitRow RowOf(WideUnit unit) {
+  if (unit < kRowCount) return kRows<Rule>[unit];
+  return {{unit}, Rule::KeepsHigh(unit)};
+}
+
+/* Rewrites `count` units without a look at the room and returns the units written.
+ * Requires: room for the longest replacement of each, and for one row more. */
+template <typename Rule>
+std::size_t PutUnits(const WideUnit* units, std::size_t count, WideUnit* out) {
+  const UnitRows& rows = kRows<Rule>;
+  WideUnit* at = out;
+  for (std::size_t i = 0; i < count; ++i) {
+    const WideUnit unit = units[i];
+    if (unit < kRowCount) {
+      std::memcpy(at, &rows[unit], sizeof(UnitRow));
+      at += rows[unit].length;
+    } else {
+      *at = unit;
+      at += Rule::KeepsHigh(unit);
+    }
+  }
+  return static_cast<std::size_t>(at - out);
+}
+
+/* The same near the end of the room. Answers false when the next unit does not fit. */
+template <typename Rule>
+bool PutFittingUnits(const WideUnit* units, std::size_t end, WideUnit* out, std::size_t room,
+                     Rewritten& at) {
+  for (; at.read < end; ++at.read) {
+    const UnitRow row = RowOf<Rule>(units[at.read]);
+    if (!Rule::Fits(at.written, row.length, room)) return false;
+    std::copy_n(row.text, row.length, out + at.written);
+    at.written += row.length;
+  }
+  return true;
+}
+
 /*
  * Rewrites units one after the other, without a branch on what they are, for as long as it finds
  * some to change: text that holds one often holds more, and a branch on each would be mispredicted.
@@ -24,37 +63,33 @@ struct Rewritten {
 template <typename Rule>
 bool RewriteDense(WideView text, WideUnit* out, std::size_t room, Rewritten& at) {
   constexpr std::size_t kStep = 16;
-  const UnitRows& rows = kRows<Rule>;
-  const WideUnit* const units = text.data();
-  std::size_t read = at.read;
-  std::size_t written = at.written;
-  bool fits = true;
-  bool changed = true;
-  while (changed && fits && read < text.size()) {
-    const std::size_t end = std::min(read + kStep, text.size());
-    const std::size_t ahead = written - read;
-    while (read < end && room - written >= kRowUnits) {
-      const WideUnit unit = units[read++];
-      if (unit < kRowCount) {
-        std::memcpy(out + written, &rows[unit], sizeof(UnitRow));
-        written += rows[unit].length;
-      } else {
-        out[written] = unit;
-        written += Rule::KeepsHigh(unit);
-      }
+  std::size_t ahead = 0;
+  do {
+    const std::size_t end = std::min(at.read + kStep, text.size());
+    ahead = at.written - at.read;
+    if (room - at.written >= kStep * kLongestRow + kRowUnits) {
+      at.written += PutUnits<Rule>(text.data() + at.read, end - at.read, out + at.written);
+      at.read = end;
+    } else if (!PutFittingUnits<Rule>(text.data(), end, out, room, at)) {
+      return false;
     }
-    for (; read < end; ++read) {
-      UnitRow row = units[read] < kRowCount ? rows[units[read]] : UnitRow{{units[read]}, 0};
-      if (units[read] >= kRowCount) row.length = Rule::KeepsHigh(units[read]);
-      fits = Rule::Fits(written, row.length, room);
-      if (!fits) break;
-      std::copy_n(row.text, row.length, out + written);
-      written += row.length;
-    }
-    changed = written - read != ahead;
+  } while (at.read < text.size() && at.written - at.read != ahead);
+  return true;
+}
+
+/* Copies units that stay as they are. A short run is copied in whole steps where both sides have
+ * the room; a call would cost more than the copy. */
+inline void CopyRun(const WideUnit* from, std::size_t readable, WideUnit* to, std::size_t room,
+                    std::size_t run) {
+  constexpr std::size_t kStep = 8;
+  constexpr std::size_t kLongRun = 64;
+  if (run > kLongRun || readable - run < kStep || room - run < kStep) {
+    std::memcpy(to, from, run * sizeof(WideUnit));
+    return;
   }
-  at = {read, written};
-  return fits;
+  for (std::size_t at = 0; at < run; at += kStep) {
+    std::memcpy(to + at, from + at, kStep * sizeof(WideUnit));
+  }
 }
 
 /*
@@ -67,8 +102,9 @@ Rewritten Rewrite(WideView text, WideUnit* out, std::size_t room, ScanFunction s
   Rewritten at;
   while (at.read < text.size()) {
     const WideUnit* const rest = text.data() + at.read;
-    const std::size_t run = std::min(scan(rest, text.size() - at.read), room - at.written);
-    std::memcpy(out + at.written, rest, run * sizeof(WideUnit));
+    const std::size_t left = text.size() - at.read;
+    const std::size_t run = std::min(scan(rest, left), room - at.written);
+    CopyRun(rest, left, out + at.written, room - at.written, run);
     at.read += run;
     at.written += run;
     if (!RewriteDense<Rule>(text, out, room, at)) break;

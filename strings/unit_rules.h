@@ -20,6 +20,7 @@ struct UnitRow {
   WideUnit length;
 };
 inline constexpr std::size_t kRowUnits = sizeof(UnitRow) / sizeof(WideUnit);
+inline constexpr std::size_t kLongestRow = 6;
 
 /* Rules have a row for each unit below this; the units above it are kept or dropped. */
 inline constexpr std::size_t kRowCount = 0x100;
@@ -88,6 +89,12 @@ struct LineFeedRule : XmlEscapeRule {
   static constexpr WideView Entity(std::uint32_t unit) {
     return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : WideView();
   }
+};
+
+/* No rewriting: its scan finds the end of a text. */
+struct ZeroRule : XmlEscapeRule {
+  static constexpr bool KeepsLow(std::uint32_t unit) { return unit != 0; }
+  static constexpr WideView Entity(std::uint32_t) { return {}; }
 };
 
 /* True when a rewriting by `Rule` leaves the unit as it is. */

@@ -16,6 +16,7 @@ struct UnitScan {
   ScanFunction xmlFilter;
   ScanFunction xmlEscape;
   ScanFunction lineFeed;
+  ScanFunction zero;
 };
 
 /* Every x86-64 processor has this one. */

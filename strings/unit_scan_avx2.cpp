@@ -114,23 +114,16 @@ std::size_t ScanBlocks(const WideUnit* text, std::size_t length) {
   }
 }
 
-std::size_t ScanXmlFilter(const WideUnit* text, std::size_t length) {
-  return length < kBlock ? kSse2Scan.xmlFilter(text, length)
-                         : ScanBlocks<XmlFilterRule>(text, length);
-}
-
-std::size_t ScanXmlEscape(const WideUnit* text, std::size_t length) {
-  return length < kBlock ? kSse2Scan.xmlEscape(text, length)
-                         : ScanBlocks<XmlEscapeRule>(text, length);
-}
-
-std::size_t ScanLineFeed(const WideUnit* text, std::size_t length) {
-  return length < kBlock ? kSse2Scan.lineFeed(text, length)
-                         : ScanBlocks<LineFeedRule>(text, length);
+// Texts too short for a block are left to the narrower twin.
+template <typename Rule, ScanFunction UnitScan::* Narrow>
+std::size_t Scan(const WideUnit* text, std::size_t length) {
+  return length < kBlock ? (kSse2Scan.*Narrow)(text, length) : ScanBlocks<Rule>(text, length);
 }
 
 }  // namespace
 
-const UnitScan kAvx2Scan = {&ScanXmlFilter, &ScanXmlEscape, &ScanLineFeed};
+const UnitScan kAvx2Scan = {
+    &Scan<XmlFilterRule, &UnitScan::xmlFilter>, &Scan<XmlEscapeRule, &UnitScan::xmlEscape>,
+    &Scan<LineFeedRule, &UnitScan::lineFeed>, &Scan<ZeroRule, &UnitScan::zero>};
 
 }  // namespace vtclass::strings

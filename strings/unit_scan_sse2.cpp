@@ -82,6 +82,14 @@ struct LineFeedMatcher {
   static unsigned Match(__m128i a, __m128i b) { return Bits(IsByte(Pack(a, b), '\n')); }
 };
 
+struct ZeroMatcher {
+  using Rule = ZeroRule;
+  static unsigned Match(__m128i a, __m128i b) {
+    const __m128i zero = _mm_setzero_si128();
+    return Bits(_mm_packs_epi16(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero)));
+  }
+};
+
 template <typename Matcher>
 std::size_t Scan(const WideUnit* text, std::size_t length) {
   std::size_t at = 0;
@@ -101,6 +109,6 @@ std::size_t Scan(const WideUnit* text, std::size_t length) {
 }  // namespace
 
 const UnitScan kSse2Scan = {&Scan<XmlFilterMatcher>, &Scan<XmlEscapeMatcher>,
-                            &Scan<LineFeedMatcher>};
+                            &Scan<LineFeedMatcher>, &Scan<ZeroMatcher>};
 
 }  // namespace vtclass::strings

@@ -4,6 +4,10 @@
 
 namespace vtclass::strings {
 
+std::size_t TextLength(const WideUnit* text, std::size_t limit, const UnitScan& scan) {
+  return scan.zero(text, limit);
+}
+
 std::size_t FilteredPrefix(WideView text, const UnitScan& scan) {
   return scan.xmlFilter(text.data(), text.size());
 }

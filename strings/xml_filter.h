@@ -12,6 +12,9 @@ namespace vtclass::strings {
 /* No unit becomes more units than this. A room of this many a unit, and one more, never ends. */
 inline constexpr std::size_t kLongestEntity = 6;
 
+/* How many of `limit` units come before the first zero. */
+std::size_t TextLength(const WideUnit* text, std::size_t limit, const UnitScan& scan = BestScan());
+
 /* How many units at the start of `text` the filter leaves as they are. Zero is not among them. */
 std::size_t FilteredPrefix(WideView text, const UnitScan& scan = BestScan());
 

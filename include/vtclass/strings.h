@@ -18,8 +18,8 @@
  *
  * Lengths are counts of units (16-bit units or bytes), never negative, and text may hold zeros.
  * Conversions have no error return: what the platform refuses to convert gives an empty string.
- * When memory runs out they throw std::bad_alloc (for a length that no string can have,
- * std::length_error) and the string keeps its former contents.
+ * When memory runs out they throw std::bad_alloc, for more than 2,147,483,647 units (the platform
+ * takes no more at once) std::length_error, and the string keeps its former contents.
  *
  * Threads: like the standard strings; one object belongs to one thread at a time.
  */
@@ -151,6 +151,8 @@ class wcstring : public std::wstring {
  * are equal, negative when `a` sorts first, positive otherwise. Zero sorts before every other
  * character. When the platform refuses the comparison the result is -2: a difference.
  * The 8-bit form reads its characters in the system's ANSI code page, as unsigned bytes.
+ * The platform is asked once for each pair of characters below 128, and its answer remembered: the
+ * system's locale does not change while a process runs.
  * Threads: any.
  */
 VTCLASS_API int comparei(wchar_t a, wchar_t b);
@@ -171,9 +173,10 @@ VTCLASS_API int comparei(char a, char b);
  * Contract: an entity that does not fit ends the text, while an ordinary character that does not
  * fit is skipped; so the result never holds a cut entity.
  *
- * Allocates while it rewrites text that must grow or shrink (std::bad_alloc, the buffer then
- * unchanged); text that is already clean is only read.
- * Requires: `buffer` is not null unless `capacity` is 0.
+ * Text that is already clean is only read. Long text that must change is copied first: when memory
+ * runs out, std::bad_alloc, and the buffer is unchanged. Units behind the new terminating zero hold
+ * nothing of meaning.
+ * Requires: `buffer` has `capacity` units, all of which may be read; null only with `capacity` 0.
  */
 VTCLASS_API wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity);
 

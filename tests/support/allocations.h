@@ -1,8 +1,11 @@
 #ifndef VTCLASS_TESTS_SUPPORT_ALLOCATIONS_H
 #define VTCLASS_TESTS_SUPPORT_ALLOCATIONS_H
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "tests/support/import_hook.h"
 
@@ -33,6 +36,28 @@ class Allocations {
   std::unique_ptr<ImportHook<decltype(std::calloc)>> callocHook;
   std::unique_ptr<ImportHook<decltype(std::realloc)>> reallocHook;
 };
+
+/*
+ * Runs `work` again and again while its first, second, third, ... allocation fails, until none
+ * does. Each failure must come out as std::bad_alloc; `check` then looks at what is left behind.
+ * Returns how many failed.
+ */
+template <typename Work, typename Check>
+long FailEachAllocation(Work work, Check check) {
+  for (long n = 1;; ++n) {
+    Allocations allocations;
+    allocations.FailAt(n);
+    bool thrown = false;
+    try {
+      work();
+    } catch (const std::bad_alloc&) {
+      thrown = true;
+    }
+    EXPECT_EQ(thrown, allocations.Failed()) << "allocation " << n;
+    if (!allocations.Failed()) return n - 1;
+    check();
+  }
+}
 
 }  // namespace vtclass::test
 

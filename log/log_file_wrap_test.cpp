@@ -1,0 +1,146 @@
+#include "log/log_file_fixture.h"
+#include "log/wrap_marker.h"
+#include "tests/support/import_hook.h"
+
+namespace vtclass::test {
+namespace {
+
+constexpr std::size_t kMegabyte = 1048576;
+
+/* What the library's file calls do while a FileFaults lives. */
+struct Plan {
+  int failAt = 0;             /* the call that fails */
+  bool isShort = false;       /* if it reads or writes, it moves a byte less and succeeds */
+  std::uint64_t room = ~0ull; /* the bytes that the disk still takes */
+  int calls = 0;
+} plan;
+
+bool Fails() {
+  if (++plan.calls != plan.failAt) return false;
+  ::SetLastError(ERROR_IO_DEVICE);
+  return true;
+}
+
+BOOL WINAPI Seek(HANDLE file, LARGE_INTEGER to, PLARGE_INTEGER at, DWORD how) {
+  return !Fails() && ::SetFilePointerEx(file, to, at, how);
+}
+BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
+  if (!Fails()) return ::ReadFile(file, data, size, done, overlapped);
+  return plan.isShort && ::ReadFile(file, data, size - 1, done, overlapped);
+}
+BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
+  if (Fails() && !(plan.isShort && --size > 0)) return FALSE;
+  ::SetLastError(ERROR_DISK_FULL);
+  if (plan.room == 0) return FALSE;
+  // A disk takes what it has room for and calls that a success.
+  size = static_cast<DWORD>(std::min<std::uint64_t>(size, plan.room));
+  plan.room -= size;
+  return ::WriteFile(file, data, size, done, overlapped);
+}
+BOOL WINAPI Flush(HANDLE file) { return !Fails() && ::FlushFileBuffers(file); }
+BOOL WINAPI Cut(HANDLE file) { return !Fails() && ::SetEndOfFile(file); }
+
+struct FileFaults {
+  explicit FileFaults(Plan next) { plan = next; }
+  ImportHook<decltype(::SetFilePointerEx)> seek{"KERNEL32.dll", "SetFilePointerEx", &Seek};
+  ImportHook<decltype(::ReadFile)> read{"KERNEL32.dll", "ReadFile", &Read};
+  ImportHook<decltype(::WriteFile)> write{"KERNEL32.dll", "WriteFile", &Write};
+  ImportHook<decltype(::FlushFileBuffers)> flush{"KERNEL32.dll", "FlushFileBuffers", &Flush};
+  ImportHook<decltype(::SetEndOfFile)> cut{"KERNEL32.dll", "SetEndOfFile", &Cut};
+};
+
+TEST(WrapMarker, MarkWrapped_BlanksTheCutLine) {
+  for (std::pair<std::string, std::string> row :
+       {std::pair<std::string, std::string>{"0123456789012345678901234\r\nnext\r\n",
+                                            "This file has wrapped.    \nnext\r\n"},
+        {"0123\r\n78901234567890123\r\n", "This file has wrapped.  \n"},
+        {"012345678901234567890123", "This file has wrapped.23"},
+        {"0123", "This"}}) {
+    log::MarkWrapped(row.first);
+    EXPECT_EQ(row.first, row.second);
+  }
+}
+
+TEST_F(LogFileTest, Wrap_KeepsTheNewest_BehindTheMarkerIfAnsi) {
+  for (const int unicode : {0, 1}) {
+    LogFile log(messages, unicode, 2, 1);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    std::string expected = FileBytes(path);
+    for (int n = 1000; expected.size() <= 2 * kMegabyte; ++n) {
+      EXPECT_EQ(FileBytes(path).size(), expected.size());
+      const std::wstring line = std::to_wstring(n) + std::wstring(30000, L'-') + L"\r\n";
+      EXPECT_TRUE(log.print(-1, L"%d%s\n", n, std::wstring(30000, L'-').c_str()));
+      for (const wchar_t unit : line)
+        expected += std::string(unicode ? 2 : 1, '\0').replace(0, 1, 1, static_cast<char>(unit));
+    }
+    expected = expected.substr(expected.size() - kMegabyte);
+    if (!unicode) log::MarkWrapped(std::span(expected).first(33790));
+    EXPECT_EQ(FileBytes(path), expected);
+    EXPECT_TRUE(log.Close());
+    EXPECT_EQ(FileBytes(path).size(), kMegabyte + 9 * (unicode ? 2 : 1));
+    EXPECT_EQ(log.GetErrorCode(), 0u);
+  }
+}
+
+// What was in an appended file counts.
+TEST_F(LogFileTest, Wrap_SizesDecide) {
+  const struct {
+    int maxMB, keepMB;
+    bool wraps;
+  } cases[] = {{1, 2, false}, {1, -1, false}, {-1, 1, false}, {2, 1, false},
+               {1, 1, true},  {1, 0, true},   {4096, 1, true}};
+  for (const auto& row : cases) {
+    MakeFile(path, std::string(kMegabyte, 'o'));
+    LogFile log(messages, 0, row.maxMB, row.keepMB);
+    ASSERT_EQ(log.Open(append, path.c_str()), 1);
+    EXPECT_EQ(FileBytes(path).front() != 'o', row.wraps) << row.maxMB << " " << row.keepMB;
+  }
+}
+
+// Each call of a wrap fails once. The text is in the log in any case, and so is the next one.
+TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
+  const std::wstring text(kMegabyte, L'n');
+  for (const bool isShort : {false, true}) {
+    int failures = 0;
+    for (int n = 2, calls = n; n <= calls; n += n < 12 ? 1 : 7) {  // call 1 writes the text itself
+      MakeFile(path, std::string(kMegabyte, 'o'));
+      LogFile log(messages, 0, 2, 1);
+      ASSERT_EQ(log.Open(append, path.c_str()), 1);
+      {
+        const FileFaults faults({.failAt = n, .isShort = isShort});
+        EXPECT_TRUE(log.print(-1, L"%s", text.c_str())) << n;
+        calls = plan.calls;
+      }
+      const std::size_t size = FileBytes(path).size();
+      const bool failed = log.GetErrorCode() != 0;
+      failures += failed;
+      EXPECT_EQ(size > 2 * kMegabyte, failed) << n;
+      EXPECT_TRUE(log.print(-1, L"next") && log.Close());
+      const std::string bytes = FileBytes(path);
+      EXPECT_EQ(bytes.size(), size + 4 + 9) << n;
+      EXPECT_TRUE(bytes.ends_with("nnnnext</joblog>")) << n;
+    }
+    EXPECT_GT(failures, 10);
+  }
+}
+
+// A text goes in whole or not at all, so the log reads on where there is room again.
+TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
+  for (const std::uint64_t room : {0u, 1u, 7u, 80u}) {
+    LogFile log(messages, 1, -1, -1);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    {
+      const FileFaults faults({.room = room});
+      for (int n = 0; n < 3; ++n) EXPECT_EQ(log.print(-1, L"%100d", n), 0);
+      EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_DISK_FULL});
+    }
+    EXPECT_TRUE(log.print(-1, L"good") && log.Close());
+    EXPECT_EQ(Body(), L"good</joblog>");
+    const FileFaults faults({.room = room});
+    EXPECT_EQ(log.Open(append, path.c_str()), 0);
+    EXPECT_EQ(Body(), L"good</joblog>") << "an old log stays as it was";
+  }
+}
+
+}  // namespace
+}  // namespace vtclass::test

@@ -1,0 +1,131 @@
+#include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "messages/message_ids.h"
+#include "tests/support/handle_counter.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/private_registry.h"
+#include "vtclass/log.h"
+#include "vtclass/product.h"
+
+namespace vtclass::test {
+namespace {
+
+constexpr unsigned kMessage = MSG_LANGUAGE_NAME;
+
+TEST(StringResourceMgr, Get_GivesTheWholeText) {
+  const StringResourceMgr messages;
+  EXPECT_EQ(messages.Get(1), L"Copied %s, %d bytes\n\n");
+  for (const unsigned length : {126u, 127u, 128u, 191u, 192u, 4000u}) {
+    EXPECT_EQ(messages.Get(length), std::wstring(length, L'x'));
+  }
+  EXPECT_EQ(messages.Get(99), L"");
+  EXPECT_EQ(messages.GetErrorCode(), 0u);
+}
+
+TEST(StringResourceMgr, Library_IsUnloadedWithTheLastCopy) {
+  const HandleCounter handles;
+  {
+    StringResourceMgr last;
+    const StringResourceMgr& self = last;
+    last = StringResourceMgr(StringResourceMgr(L"vterrors.dll"));
+    last = self;
+    EXPECT_EQ(handles.Open(), 1);
+    EXPECT_NE(last.Get(kMessage), L"");
+    EXPECT_EQ(last.GetErrorCode(), 0u);
+  }
+  EXPECT_EQ(handles.Open(), 0);
+  for (const wchar_t* library : {L"missing.dll", L"", static_cast<const wchar_t*>(nullptr)}) {
+    const StringResourceMgr missing(library);
+    EXPECT_NE(missing.GetErrorCode(), 0u);
+    EXPECT_EQ(missing.Get(1), L"") << "the program's own text";
+  }
+}
+
+std::atomic<int> reads;
+int WINAPI SlowLoadString(HINSTANCE module, UINT id, LPWSTR out, int room) {
+  ++reads;
+  ::Sleep(1);
+  return ::LoadStringW(module, id, out, room);
+}
+
+// Eight threads ask for the same texts, each through copies. Had the lock been held during a read,
+// no text would be read twice; afterwards each is cached.
+TEST(StringResourceMgr, Get_ByManyThreads_GivesEachTheText) {
+  const ImportHook<decltype(::LoadStringW)> hook("USER32.dll", "LoadStringW", &SlowLoadString);
+  const StringResourceMgr messages;
+  std::atomic<int> right = 0;
+  const auto ask = [&] {
+    for (unsigned id = 100; id < 200; ++id) {
+      const StringResourceMgr copy(messages);
+      const bool present = (id >= 126 && id <= 128) || id == 191 || id == 192;
+      right += copy.Get(id).size() == (present ? id : 0);
+    }
+  };
+  {
+    std::vector<std::jthread> threads;
+    for (int n = 0; n < 8; ++n) threads.emplace_back(ask);
+  }
+  const int before = reads;
+  ask();
+  EXPECT_EQ(right, 9 * 100);
+  EXPECT_GT(before, 100);
+  EXPECT_EQ(reads, before);
+}
+
+TEST(ErrorMessageBase, Language_SelectsTheLibrary) {
+  const std::wstring neutral = StringResourceMgr(L"vterrors.dll").Get(kMessage);
+  const std::wstring german = StringResourceMgr(L"vterrors_DE.dll").Get(kMessage);
+  ASSERT_NE(neutral, german);
+  const LCID locale = ::GetThreadLocale();
+  const struct {
+    std::wstring language;
+    unsigned long product;
+    const std::wstring& text;
+    LCID locale;
+  } cases[] = {{L"DE", 0, german, 1031},
+               {L"de", 1, german, 1031},
+               {L"IT", 0, neutral, 1040},
+               {L"XX", 0, neutral, locale},
+               {L"..\\x", 0, neutral, locale}};
+  for (const auto& row : cases) {
+    const PrivateRegistry registry;
+    CMS_SetProd(row.product);
+    StoreValue(row.product == 1 ? L"Software\\Quorrel\\Strandel\\VTDS"
+                                : L"Software\\Norvane\\Vantorel For Windows\\Vantorel",
+               L"Language", REG_SZ, row.language.c_str(),
+               static_cast<DWORD>((row.language.size() + 1) * sizeof(wchar_t)));
+    ::SetThreadLocale(locale);
+    ErrorMessageBase::set_ModuleInstance(nullptr);
+    EXPECT_TRUE(ErrorMessageBase::BaseInit());
+    EXPECT_EQ(ErrorMessageBase::GetMessages().Get(kMessage), row.text);
+    EXPECT_EQ(::GetThreadLocale(), row.locale);
+  }
+  ::SetThreadLocale(locale);
+  CMS_SetProd(0);
+}
+
+TEST(ErrorMessageBase, Library_IsLoadedOnce_AndOnlyFromTheModulesFolder) {
+  const PrivateRegistry registry;
+  ErrorMessageBase::set_ModuleInstance(LibraryUnderTest());
+  const HandleCounter handles;
+  const StringResourceMgr before = ErrorMessageBase::GetMessages();
+  EXPECT_TRUE(ErrorMessageBase::BaseInit() && ErrorMessageBase::BaseInit());
+  EXPECT_EQ(handles.Open(), 1);
+  // Another folder, and no module at all.
+  for (const HINSTANCE module : {::GetModuleHandleW(L"kernel32.dll"), HINSTANCE{} + 1024}) {
+    ErrorMessageBase::set_ModuleInstance(module);
+    EXPECT_FALSE(ErrorMessageBase::BaseInit());
+    EXPECT_EQ(ErrorMessageBase::GetMessages().Get(kMessage), L"");
+  }
+  EXPECT_NE(before.Get(kMessage), L"") << "handed out before";
+  ErrorMessageBase::set_ModuleInstance(nullptr);
+}
+
+}  // namespace
+}  // namespace vtclass::test

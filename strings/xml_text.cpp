@@ -1,0 +1,71 @@
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "strings/xml_filter.h"
+#include "vtclass/strings.h"
+
+namespace {
+
+using vtclass::WideView;
+using vtclass::strings::FilteredPrefix;
+using vtclass::strings::FilterInto;
+using vtclass::strings::TextLength;
+
+// Copies of up to this many units live on the stack.
+constexpr std::size_t kShortText = 2048;
+
+// Longer texts are filtered in pieces through a buffer in which every piece fits.
+constexpr std::size_t kPiece = 256;
+constexpr std::size_t kPieceRoom = kPiece * vtclass::strings::kLongestEntity + 8;
+
+// Filters the `length` units at `text` in place, into at most `room` units.
+std::size_t FilterInPlace(wchar_t* text, std::size_t length, std::size_t room) {
+  wchar_t local[kShortText];
+  std::unique_ptr<wchar_t[]> allocated;
+  wchar_t* copy = local;
+  if (length > kShortText) {
+    allocated.reset(new wchar_t[length]);
+    copy = allocated.get();
+  }
+  std::memcpy(copy, text, length * sizeof(wchar_t));
+  return FilterInto(WideView(copy, length), text, room);
+}
+
+}  // namespace
+
+wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity) {
+  if (capacity == 0) return buffer;
+  // The terminating zero is a unit that the filter would drop, so the scan stops there.
+  const std::size_t clean = FilteredPrefix(WideView(buffer, capacity));
+  if (clean == capacity) {
+    buffer[capacity - 1] = L'\0';
+    return buffer;
+  }
+  if (buffer[clean] == L'\0') return buffer;
+  const std::size_t length = TextLength(buffer + clean, capacity - clean);
+  const std::size_t written = FilterInPlace(buffer + clean, length, capacity - 1 - clean);
+  buffer[clean + written] = L'\0';
+  return buffer;
+}
+
+wcstring& makeXmlStrBufferValid(wcstring& text) {
+  const std::size_t clean = FilteredPrefix(text);
+  if (clean == text.size()) return text;
+  wchar_t piece[kPieceRoom];
+  WideView rest = WideView(text).substr(clean);
+  if (rest.size() <= kPiece) {
+    text.replace(clean, rest.size(), piece, FilterInto(rest, piece, kPieceRoom));
+    return text;
+  }
+  std::wstring result;
+  result.reserve(text.size());
+  result.append(text, 0, clean);
+  while (!rest.empty()) {
+    const WideView part = rest.substr(0, kPiece);
+    result.append(piece, FilterInto(part, piece, kPieceRoom));
+    rest.remove_prefix(part.size());
+  }
+  text = std::move(result);
+  return text;
+}

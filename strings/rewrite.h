@@ -103,7 +103,8 @@ Rewritten Rewrite(WideView text, WideUnit* out, std::size_t room, ScanFunction s
   while (at.read < text.size()) {
     const WideUnit* const rest = text.data() + at.read;
     const std::size_t left = text.size() - at.read;
-    const std::size_t run = std::min(scan(rest, left), room - at.written);
+    // Not beyond the room: a caller who comes back for the rest would have it scanned again.
+    const std::size_t run = scan(rest, std::min(left, room - at.written));
     CopyRun(rest, left, out + at.written, room - at.written, run);
     at.read += run;
     at.written += run;

@@ -74,6 +74,7 @@ std::wstring FromUtf8(std::string_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max()) return {};
   const int bytes = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0'); /* never more units than bytes */
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
   const int units = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, wide.data(), bytes);
   wide.resize(static_cast<size_t>(std::max(units, 0)));
   return wide;
@@ -83,6 +84,7 @@ std::string ToUtf8(std::wstring_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max() / 3) return {};
   const int units = static_cast<int>(text.size());
   std::string bytes(text.size() * 3, '\0'); /* never more than three bytes for a unit */
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
   const int count = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), units * 3,
                                           nullptr, nullptr);
   bytes.resize(static_cast<size_t>(std::max(count, 0)));

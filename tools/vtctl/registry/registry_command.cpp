@@ -106,6 +106,10 @@ NewData ReadData(const RegistryArguments& arguments) {
     }
     return data;
   }
+  if (data.texts.empty()) {
+    data.problem = L"there are none; \"\" stands for an empty text";
+    return data;
+  }
   if (data.texts.size() != 1) {
     data.problem = L"this type takes one word; put it into quotation marks if it holds blanks";
     return data;

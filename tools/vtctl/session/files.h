@@ -42,7 +42,8 @@ class FolderListing {
 
 /* How reading one file went. */
 struct ReadResult {
-  enum Outcome { complete, changed, shorter, cannotOpen, cannotAsk, cannotRead, stopped } outcome;
+  enum Outcome { complete, changed, shorter, cannotOpen, cannotAsk, cannotRead, stopped };
+  Outcome outcome = complete;
   DWORD error = 0;
   uint64_t size = 0; /* when the file was opened */
   uint64_t read = 0;

@@ -1,5 +1,6 @@
 #include "tools/vtctl/session/session.h"
 
+#include <ranges>
 #include <utility>
 
 #include "tools/vtctl/session/paths.h"
@@ -45,8 +46,7 @@ Session::Session(const SessionRequest& request, const Messages& messages, Progre
       progress(progress),
       settings(LoadSettings(request.settingsKey)),
       reader(size_t{settings.bufferSizeKB} * 1024, request.stopRequested),
-      statistics(settings.largestFiles),
-      category(MSG_CATEGORY_NONE) {}
+      statistics(settings.largestFiles) {}
 
 bool Session::Start() {
   SYSTEMTIME now = {};
@@ -125,8 +125,8 @@ void Session::ReadFolder(const Waiting& folder) {
   /* Each subfolder and the files of this folder count as equal parts of its work. */
   const double part = folder.weight / static_cast<double>(subfolders.size() + 1);
   fractionDone += part;
-  for (auto name = subfolders.rbegin(); name != subfolders.rend(); ++name) {
-    waiting.push_back({std::move(*name), part});
+  for (std::wstring& name : std::views::reverse(subfolders)) {
+    waiting.push_back({std::move(name), part});
   }
   ShowProgress();
 }

@@ -102,7 +102,7 @@ class Session {
   std::vector<Waiting> waiting;
   double fractionDone = 0;
   uint64_t skippedListed = 0;
-  unsigned category; /* message id */
+  unsigned category = MSG_CATEGORY_NONE; /* message id */
   bool categoryIsError = false;
   bool cancelled = false;
   ULONGLONG start = 0;

@@ -191,7 +191,10 @@ void JobLogReader::EndDocument(const Position& at, bool closed) {
   }
   Event& event = Emit(EventKind::kDocumentEnd, at);
   event.closed = closed;
-  if (!closed) event.text = cut.empty() ? (unclosed > 0 ? "inside " + innermost : "") : cut;
+  if (!closed) {
+    if (cut.empty() && unclosed > 0) cut = "inside " + innermost;
+    event.text = cut;
+  }
   stage = Stage::kBetween;
 }
 

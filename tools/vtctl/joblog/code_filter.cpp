@@ -36,12 +36,16 @@ CodeFilter::CodeFilter(std::vector<std::string> wantedCodes, EventSink to)
     : codes(std::move(wantedCodes)), sink(std::move(to)) {}
 
 void CodeFilter::Handle(const Event& event) {
-  if (codes.empty()) return sink(event);
+  if (codes.empty()) {
+    sink(event);
+    return;
+  }
   switch (event.kind) {
     case EventKind::kDocument:
     case EventKind::kDamage:
     case EventKind::kDocumentEnd:
-      return sink(event);
+      sink(event);
+      return;
     case EventKind::kSet:
     case EventKind::kSection:
     case EventKind::kFolder:

@@ -216,6 +216,7 @@ void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen) {
   show->add_option("FILE", arguments->file, "The job log")->required()->option_text("FILE");
   show->add_option("--code", arguments->codes,
                    "Show only messages with this identifier; repeatable")
+      ->allow_extra_args(false) /* or it would swallow a FILE that follows */
       ->option_text("Q-79-N-N");
   show->add_option("--html", arguments->html, "Write one self-contained page for a browser")
       ->option_text("OUT");

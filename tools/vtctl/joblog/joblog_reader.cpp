@@ -75,21 +75,27 @@ void JobLogReader::Handle(const Token& token) {
   if (!Admits(token)) return;
   switch (token.kind) {
     case TokenKind::kSection:
-      return OnSection(token);
+      OnSection(token);
+      return;
     case TokenKind::kDeclaration:
       return;
     case TokenKind::kStartTag:
     case TokenKind::kEmptyTag:
-      return OnStartTag(token);
+      OnStartTag(token);
+      return;
     case TokenKind::kEndTag:
-      return OnEndTag(token);
+      OnEndTag(token);
+      return;
     case TokenKind::kText:
-      return OnText(token);
+      OnText(token);
+      return;
     case TokenKind::kLineEnd:
-      return OnLineEnd();
+      OnLineEnd();
+      return;
     case TokenKind::kCutTag:
     case TokenKind::kHalfUnit:
-      return OnCut(token);
+      OnCut(token);
+      return;
     case TokenKind::kEnd:
       if (stage != Stage::kBetween) EndDocument(token.at, false);
       finished = true;
@@ -138,7 +144,8 @@ bool JobLogReader::LooksLikeJobLog() {
 void JobLogReader::OnSection(const Token& token) {
   const bool isFirst = stage == Stage::kStart;
   if (isFirst && !markup.Section().SectionHasHeader() && !LooksLikeJobLog()) {
-    return Refuse(token.at, "it holds neither the header nor any tag of a job log");
+    Refuse(token.at, "it holds neither the header nor any tag of a job log");
+    return;
   }
   if (!isFirst && stage != Stage::kBetween) EndDocument(token.at, false);
   if (markup.Section().SectionHasHeader()) {
@@ -184,7 +191,10 @@ void JobLogReader::EndDocument(const Position& at, bool closed) {
   }
   Event& event = Emit(EventKind::kDocumentEnd, at);
   event.closed = closed;
-  if (!closed) event.text = cut.empty() ? (unclosed > 0 ? "inside " + innermost : "") : cut;
+  if (!closed) {
+    if (cut.empty() && unclosed > 0) cut = "inside " + innermost;
+    event.text = cut;
+  }
   stage = Stage::kBetween;
 }
 
@@ -210,7 +220,10 @@ void JobLogReader::OnJobLogTag(const Token& token) {
 }
 
 void JobLogReader::OnStartTag(const Token& token) {
-  if (token.text == kJobLogElement) return OnJobLogTag(token);
+  if (token.text == kJobLogElement) {
+    OnJobLogTag(token);
+    return;
+  }
   if (token.text == kVersionElement && stage != Stage::kBetween && elements.Empty()) {
     version = Utf8(token.type);
     if (token.kind == TokenKind::kEmptyTag) return;
@@ -228,8 +241,10 @@ void JobLogReader::OnStartTag(const Token& token) {
   atFront = false;
   if (token.text == kSetNumberElement && !outline.InSetElement()) OpenBareSet(token.at);
   if (!elements.Push(token, SeverityOf(token.text))) {
-    if (token.kind != TokenKind::kEmptyTag)
-      return Damage(token.at, "The elements nest too deeply.");
+    if (token.kind != TokenKind::kEmptyTag) {
+      Damage(token.at, "The elements nest too deeply.");
+      return;
+    }
     return;
   }
   if (token.kind == TokenKind::kEmptyTag) CloseTop();
@@ -290,7 +305,10 @@ void JobLogReader::OnEndTag(const Token& token) {
     return;
   }
   const std::size_t count = elements.CountToClose(token.text);
-  if (count == 0) return OnSurplusEndTag(token);
+  if (count == 0) {
+    OnSurplusEndTag(token);
+    return;
+  }
   if (count > 1) {
     Damage(token.at,
            InBrackets(elements.TopName()) + " is not closed before </" + Utf8(token.text) + ">.");
@@ -314,7 +332,10 @@ void JobLogReader::OnSurplusEndTag(const Token& token) {
     return;
   }
   FlushText(false, false);
-  if (isCutAway && stage != Stage::kBetween) return outline.EndFolders();
+  if (isCutAway && stage != Stage::kBetween) {
+    outline.EndFolders();
+    return;
+  }
   Damage(token.at, "</" + Utf8(token.text) + "> closes nothing.");
 }
 
@@ -354,8 +375,10 @@ void JobLogReader::OnLineEnd() {
 
 void JobLogReader::OnCut(const Token& token) {
   if (token.kind == TokenKind::kHalfUnit) {
-    if (stage == Stage::kBetween)
-      return Damage(token.at, "Half a character follows the log's end.");
+    if (stage == Stage::kBetween) {
+      Damage(token.at, "Half a character follows the log's end.");
+      return;
+    }
     if (cut.empty()) cut = "in the middle of a character";
     return;
   }

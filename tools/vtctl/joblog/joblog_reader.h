@@ -16,7 +16,7 @@
 namespace vtctl::joblog {
 
 /* A longer text is reported in several entries, all but the first of them `continued`. */
-inline constexpr std::size_t kMaxTextUnits = 1024 * 1024;
+inline constexpr std::size_t kMaxTextUnits = 1'048'576;
 
 /* Why the input is no job log, and where that shows. */
 struct Refusal {
@@ -61,7 +61,7 @@ class JobLogReader {
   void OnLineEnd();
   void OnCut(const Token& token);
 
-  void BeginDocument(const Token& token, Beginning beginning);
+  void BeginDocument(const Token& token, Beginning how);
   void AnnounceDocument();
   void EnterContent(const Token& token);
   void EndDocument(const Position& at, bool closed);
@@ -69,11 +69,11 @@ class JobLogReader {
   void AnnounceTop(std::u16string_view child);
   void CloseTop();
   void FlushText(bool elementEnds, bool partial);
-  void EmitEntry(std::u16string_view text, bool partial);
+  void EmitEntry(std::u16string_view trimmed, bool partial);
   void EmitFolder(std::u16string_view path, bool partial);
   void OpenBareSet(const Position& at);
   Event& Emit(EventKind kind, const Position& at);
-  void Damage(const Position& at, std::string text);
+  void Damage(const Position& at, std::string words);
 
   MarkupReader markup;
   std::vector<Event> ready; /* reused, so that their texts keep their memory */

@@ -9,7 +9,7 @@ namespace vtctl::joblog {
 namespace {
 
 /* What is taken goes from the buffer when so much of it has gathered. */
-constexpr std::size_t kCompactUnits = 64 * 1024;
+constexpr std::size_t kCompactUnits = 65'536;
 
 bool EndsText(char16_t unit) {
   return unit == u'<' || unit == u'&' || unit == u'\n' || unit == u'\r';
@@ -109,7 +109,10 @@ void MarkupReader::TakeText() {
 void MarkupReader::TakeEntity() {
   entity.clear();
   const std::size_t length = ParseEntity(Rest(), entity);
-  if (length == 0) return TakeText();
+  if (length == 0) {
+    TakeText();
+    return;
+  }
   Take(length, TokenKind::kText);
   token.text = entity;
 }
@@ -139,9 +142,10 @@ bool MarkupReader::TakeTag() {
   token.text = tag.name;
   token.type = tag.type;
   token.detail = tag.detail;
-  Take(tag.length, tag.kind == Tag::Kind::kStart   ? TokenKind::kStartTag
-                   : tag.kind == Tag::Kind::kEmpty ? TokenKind::kEmptyTag
-                                                   : TokenKind::kEndTag);
+  TokenKind kind = TokenKind::kEndTag;
+  if (tag.kind == Tag::Kind::kStart) kind = TokenKind::kStartTag;
+  if (tag.kind == Tag::Kind::kEmpty) kind = TokenKind::kEmptyTag;
+  Take(tag.length, kind);
   return true;
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::size_t kBufferBytes = 128 * 1024;
+constexpr std::size_t kBufferBytes = 131'072;
 constexpr std::string_view kAnsiHeader = "<?xml version="sv;
 constexpr std::string_view kUtf16Header = "<\0?\0x\0m\0l\0 \0v\0e\0r\0s\0i\0o\0n\0=\0"sv;
 constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;

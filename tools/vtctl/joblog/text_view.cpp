@@ -94,31 +94,38 @@ void TextView::Handle(const Event& event) {
     case EventKind::kDocument:
       damages = 0;
       if (event.document > 1) sink("\n");
-      return Line(0, Style::kHeading, "",
-                  "Job log " + std::to_string(event.document) + " (" + DocumentText(event) + ")");
+      Line(0, Style::kHeading, "",
+           "Job log " + std::to_string(event.document) + " (" + DocumentText(event) + ")");
+      return;
     case EventKind::kSet:
-      return Line(event.depth, Style::kHeading, "", "Set " + std::to_string(event.number));
+      Line(event.depth, Style::kHeading, "", "Set " + std::to_string(event.number));
+      return;
     case EventKind::kSection: {
       std::string text = Label(event.element);
       if (!event.type.empty()) text += " (" + Label(event.type) + ")";
-      return Line(event.depth, Style::kHeading, "", text);
+      Line(event.depth, Style::kHeading, "", text);
+      return;
     }
     case EventKind::kFolder:
-      return Line(event.depth, Style::kFolder, "",
-                  event.text.empty() ? "(folder without a name)" : event.text);
+      Line(event.depth, Style::kFolder, "",
+           event.text.empty() ? "(folder without a name)" : event.text);
+      return;
     case EventKind::kEntry:
-      return Entry(event);
+      Entry(event);
+      return;
     case EventKind::kDamage:
-      return Damage(event);
+      Damage(event);
+      return;
     case EventKind::kDocumentEnd:
       if (damages > kShownDamages) {
         Line(0, Style::kNote, "",
              "Damaged at " + std::to_string(damages - kShownDamages) + " more places");
       }
       if (event.closed) return;
-      return Line(0, Style::kError, "Cut off: ",
-                  "the log ends at " + PositionText(event.at) +
-                      (event.text.empty() ? "" : ", " + event.text));
+      Line(0, Style::kError, "Cut off: ",
+           "the log ends at " + PositionText(event.at) +
+               (event.text.empty() ? "" : ", " + event.text));
+      return;
   }
 }
 

@@ -56,6 +56,12 @@ std::size_t UnsafeSequence(std::string_view text) {
   return embedding || isolate ? 3 : 0;
 }
 
+/* The character that stands for a control character, or for a sequence that begins with `byte`. */
+std::uint32_t Replacement(unsigned char byte) {
+  if (byte >= 0x80) return 0xFFFD;
+  return byte == 0x7F ? 0x2421U : 0x2400U + byte;
+}
+
 bool NeedsCare(char unit) {
   const auto byte = static_cast<unsigned char>(unit);
   return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
@@ -101,7 +107,7 @@ void AppendPrintable(std::string_view text, std::string_view lineEnd, std::strin
     if (byte == '\n') {
       to += lineEnd;
     } else {
-      AppendCodePoint(byte >= 0x80 ? 0xFFFDU : byte == 0x7F ? 0x2421U : 0x2400U + byte, to);
+      AppendCodePoint(Replacement(byte), to);
     }
     i += unsafe;
     from = i;

@@ -1,6 +1,6 @@
-#include <benchmark/benchmark.h>
-
 #include <vtclass/win32.h>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include <vtclass/strings.h>
 
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <rapidxml/rapidxml.hpp>
 #include <rapidxml/rapidxml_print.hpp>
 #include <string>
+#include <vector>
 
 #include "strings/xml_escape.h"
 #include "strings/xml_filter.h"
@@ -99,39 +99,58 @@ void RapidXml(benchmark::State& state, const std::wstring& source) {
   }
 }
 
-// A line of the job log.
-// ---------------------------------------------------------------------------
+// Lines of the job log, each another one: no processor knows their branches by heart. -------------
 
-std::wstring Line() {
-  return L"Could not open the file \"C:\\Users\\Public\\R&D\\plan <draft>.docx\" - it is in use "
-         L"by " +
-         std::wstring(L"another one.\n");
+const std::vector<std::wstring>& Lines() {
+  static const std::vector<std::wstring> lines = [] {
+    std::mt19937 random(815);
+    std::vector<std::wstring> made(256, std::wstring(100, 0));
+    for (std::wstring& line : made) {
+      for (wchar_t& unit : line) {
+        unit = random() % 25 == 0 ? L"&<>\"'"[random() % 5]
+                                  : static_cast<wchar_t>(L'a' + random() % 26);
+      }
+      line.back() = L'\n';
+    }
+    return made;
+  }();
+  return lines;
 }
 
-void OursLine(benchmark::State& state, const vtclass::strings::UnitScan& scan) {
-  const std::wstring line = Line();
+template <typename Write>
+void WriteLines(benchmark::State& state, Write write) {
   wchar_t out[1024];
-  std::size_t consumed = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(
-        vtclass::strings::EscapeInto(line, true, out, std::size(out), &consumed, scan));
-    benchmark::ClobberMemory();
+    for (const std::wstring& line : Lines()) {
+      benchmark::DoNotOptimize(write(line, out));
+      benchmark::ClobberMemory();
+    }
   }
 }
 
-void PlainLine(benchmark::State& state) {
-  const std::wstring line = Line();
-  wchar_t out[1024];
-  for (auto _ : state) {
-    wchar_t* at = out;
+void OursLines(benchmark::State& state, const vtclass::strings::UnitScan& scan) {
+  WriteLines(state, [&scan](const std::wstring& line, wchar_t* out) {
+    std::size_t consumed = 0;
+    return out + vtclass::strings::EscapeInto(line, true, out, 1024, &consumed, scan);
+  });
+}
+
+void PlainLines(benchmark::State& state) {
+  WriteLines(state, [](const std::wstring& line, wchar_t* out) {
     for (const wchar_t unit : line) {
       const WideView entity = unit == L'\n' ? WideView(L"\r\n") : reference::Entity(unit);
-      if (entity.empty()) *at++ = unit;
-      for (const wchar_t part : entity) *at++ = part;
+      if (entity.empty()) *out++ = unit;
+      for (const wchar_t part : entity) *out++ = part;
     }
-    benchmark::DoNotOptimize(at);
-    benchmark::ClobberMemory();
-  }
+    return out;
+  });
+}
+
+void RapidXmlLines(benchmark::State& state) {
+  WriteLines(state, [](const std::wstring& line, wchar_t* out) {
+    const wchar_t* const begin = line.data();
+    return rapidxml::internal::copy_and_expand_chars(begin, begin + line.size(), L'\0', out);
+  });
 }
 
 // Conversions of 100 characters.
@@ -222,9 +241,11 @@ void RegisterAll() {
   RegisterText("FilterSpecials30", WithSpecials(30), false);
   benchmark::RegisterBenchmark("Strings/FilterCleanSse2/ours", &ScanClean, kSse2Scan);
   Register("FilterCleanSse2/limit_memcpy", &Memcpy, Latin());
-  benchmark::RegisterBenchmark("Strings/EscapeLine/ours", &OursLine, vtclass::strings::BestScan());
-  benchmark::RegisterBenchmark("Strings/EscapeLine/sse2", &OursLine, kSse2Scan);
-  benchmark::RegisterBenchmark("Strings/EscapeLine/plain", &PlainLine);
+  benchmark::RegisterBenchmark("Strings/Escape256Lines/ours", &OursLines,
+                               vtclass::strings::BestScan());
+  benchmark::RegisterBenchmark("Strings/Escape256Lines/twin_sse2", &OursLines, kSse2Scan);
+  benchmark::RegisterBenchmark("Strings/Escape256Lines/plain", &PlainLines);
+  benchmark::RegisterBenchmark("Strings/Escape256Lines/peer_rapidxml", &RapidXmlLines);
   const struct {
     const char* name;
     cstring::codePage page;

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <set>
 
 #include "config/multi_string.h"
 #include "tests/support/allocations.h"
@@ -98,7 +99,16 @@ TEST_F(ConfigurationTest, Open_Modes_MakeAMissingKeyOrDoNot) {
   EXPECT_TRUE(settings.Open(Configuration::openOrCreateSecure, L"Software\\S", nullptr, 3));
 }
 
-TEST_F(ConfigurationTest, Open_OtherComputer_KeepsTheConnectionUntilClose) {
+TEST_F(ConfigurationTest, Open_OtherComputer_OpensBelowItsRoot) {
+  const ImportHook<decltype(::RegConnectRegistryW)> connect(
+      "ADVAPI32.dll", "RegConnectRegistryW", [](LPCWSTR, HKEY root, PHKEY remote) {
+        return ::RegOpenKeyExW(root, L"Software\\A", 0, KEY_READ, remote);
+      });
+  MakeKey(kKey);
+  EXPECT_TRUE(settings.Open(Configuration::openExisting, L"B", L"elsewhere", 1));
+}
+
+TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
   wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
   DWORD length = ARRAYSIZE(name);
   ::GetComputerNameW(name, &length);
@@ -111,6 +121,7 @@ TEST_F(ConfigurationTest, Open_OtherComputer_KeepsTheConnectionUntilClose) {
   EXPECT_EQ(handles.Open(), 1);
   // On this computer whatever is connected, and without ending the connection.
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
+  EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, false, nullptr));
   EXPECT_EQ(handles.Open(), 2);
   settings.Close();
   EXPECT_EQ(handles.Open(), 0);
@@ -187,16 +198,17 @@ TEST_F(ConfigurationTest, FailingOpens_TenThousandTimes_LeaveNothingOpen) {
 
 TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
   Configuration other(HKEY_CURRENT_USER);
-  MakeKey(kKey + L"\\" + std::wstring(255, L'k'));
+  const wcstring longName(std::wstring(255, L'k'));
+  MakeKey(kKey + L"\\" + longName);
+  MakeKey(kKey + L"\\x");
   Texts names = {L"before"};
   EXPECT_FALSE(other.Enum(L"Software\\Missing", names) || other.GetErrorCode());
-  {
+  for (long n = 1; names.size() == 1; ++n) {
     Allocations allocations;
-    allocations.FailAt(1);
-    EXPECT_FALSE(other.Enum(kKey.c_str(), names));
+    allocations.FailAt(n);
+    EXPECT_NE(other.Enum(kKey.c_str(), names), allocations.Failed());
   }
-  EXPECT_TRUE(other.Enum(kKey.c_str(), names));
-  EXPECT_EQ(names, (Texts{L"before", std::wstring(255, L'k')}));
+  EXPECT_EQ(std::set(names.begin(), names.end()), (std::set<wcstring>{L"before", L"x", longName}));
 }
 
 bool EnableBackupPrivilege() {
@@ -351,7 +363,7 @@ TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing)
       [&] { return settings.Load(L"text", text); },
       [&] { return settings.Load(L"text", text, longText.c_str()); },
       [&] { return settings.Save(L"items", items); },
-      [&] { return settings.Load(L"text", items); },
+      [&] { return settings.Load(L"items", items); },
   };
   ASSERT_TRUE(operations[0]());
   int failures = 0;
@@ -365,6 +377,7 @@ TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing)
       if (!allocations.Failed()) break;
       ++failures;
       EXPECT_EQ(Result(ok), Status(ERROR_NOT_ENOUGH_MEMORY));
+      EXPECT_EQ(items.size(), &operation == &operations[4] ? 0u : 2u);
       EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
     }
   }

@@ -21,7 +21,7 @@ constexpr wchar_t kKey[] = L"Software\\A";
 class RegistryIterators : public testing::Test {
  protected:
   PrivateRegistry registry;
-  wchar_t room[4] = {};
+  wchar_t room[30000] = {};
   std::vector<wcstring> items = {L"before"};
 };
 
@@ -61,7 +61,7 @@ TEST_F(RegistryIterators, Values_GiveNameTypeAndData) {
     met[name] = {values.getType(), values.getDataSize()};
     if (name != longName) continue;
     Allocations allocations;
-    allocations.FailAt(1);
+    allocations.FailAt(2);
     EXPECT_FALSE(values.getData(items));
     EXPECT_TRUE(values.getData(items));
   }
@@ -72,11 +72,11 @@ TEST_F(RegistryIterators, Values_GiveNameTypeAndData) {
 TEST_F(RegistryIterators, GetValueOf_OffersTheLengthLastMet) {
   StoreValue(kKey, L"a", REG_DWORD, "1234", 4);
   CRegistryValuesIterator values(kKey, HKEY_LOCAL_MACHINE, 0);
-  StoreValue(kKey, L"b", REG_BINARY, "12345678", 8);
+  StoreValue(kKey, L"b", REG_BINARY, std::string(60000, 'x').data(), 60000);
   EXPECT_EQ(values.GetValueOf(L"a", room), 0) << "nothing met, no room";
   EXPECT_EQ(values.GetValueOf(L"a", room), 1);
   EXPECT_EQ(values.GetValueOf(L"b", room), 0);
-  EXPECT_TRUE(values.getDataSize() == 8 && values.getType() == REG_BINARY);
+  EXPECT_TRUE(values.getDataSize() == 60000 && values.getType() == REG_BINARY);
   EXPECT_TRUE(values.getData(items) && items.size() == 1) << "reads no further than its buffer";
   EXPECT_EQ(values.GetValueOf(L"b", room), 1);
   EXPECT_FALSE(values.GetValueOf(L"", room) || values.GetValueOf(nullptr, room) ||
@@ -98,6 +98,7 @@ TEST_F(RegistryIterators, FailingConstruction_IsInvalidAndClosesItsKey) {
     EXPECT_EQ(keys.GetKey() == HKEY_LOCAL_MACHINE, n <= 1);
     EXPECT_EQ(values.isValid(), n == 1);
     EXPECT_FALSE(keys.First() || values.First());
+    EXPECT_EQ(handles.Open(), n > 0 ? 1 : 2) << "only a failed query leaves the key open";
   }
   EXPECT_EQ(handles.Opened(), 8);
   EXPECT_EQ(handles.Open(), 0);

@@ -73,9 +73,7 @@ long CreateAndRemove(HKEY parent, const wchar_t* subkey, DWORD options, REGSAM a
   }
   // Also after a failure: a create that stops at a deeper key has made the keys above it.
   RemoveMade(parent, std::move(path), existing, view);
-  if (status == ERROR_SUCCESS) return ERROR_FILE_NOT_FOUND;
-  disposition = 0;
-  return status;
+  return status == ERROR_SUCCESS ? ERROR_FILE_NOT_FOUND : status;
 }
 
 }  // namespace

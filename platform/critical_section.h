@@ -37,8 +37,8 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
 /* Holds a CriticalSection for one scope. */
 class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedLock {
  public:
-  explicit ScopedLock(CriticalSection& section) VTCLASS_THREAD_ANNOTATION(
-      acquire_capability(section))
+  explicit ScopedLock(CriticalSection& section)
+      VTCLASS_THREAD_ANNOTATION(acquire_capability(section))
       : section(section) {
     section.Lock();
   }

@@ -1,8 +1,8 @@
 #include "platform/guarded_call.h"
 
-#include <gtest/gtest.h>
-
 #include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
 
 #include <stdexcept>
 
@@ -35,10 +35,8 @@ TEST(GuardedCall, EveryEnd_IsToldApart_AndTheNextCallWorks) {
        EXCEPTION_ACCESS_VIOLATION},
       {"raise", [](void*) { ::RaiseException(0xE0000001, 0, 0, nullptr); },
        GuardedResult::systemException, 0xE0000001},
-      {"stack", &OverflowStack, GuardedResult::systemException,
-       EXCEPTION_STACK_OVERFLOW},
-      {"stack again", &OverflowStack, GuardedResult::systemException,
-       EXCEPTION_STACK_OVERFLOW},
+      {"stack", &OverflowStack, GuardedResult::systemException, EXCEPTION_STACK_OVERFLOW},
+      {"stack again", &OverflowStack, GuardedResult::systemException, EXCEPTION_STACK_OVERFLOW},
   };
   for (const Case& row : cases) {
     unsigned long code = 1;

@@ -1,6 +1,8 @@
-#include "vtclass/security.h"
+#include <vtclass/win32.h>
 
 #include <sddl.h>
+
+#include "vtclass/security.h"
 
 // Protected, so that nothing inherited from above widens it; full access, passed on to subkeys and
 // child objects, for the local system account, the Administrators and the Backup Operators.

@@ -1,8 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <vtclass/win32.h>
 
 #include <aclapi.h>
+#include <gtest/gtest.h>
 #include <sddl.h>
 
 #include <vector>
@@ -33,8 +32,8 @@ TEST(CNTSecurity, AdminAndBackupOper_GrantsFullAccessToThemAndNobodyElse) {
   BOOL present = FALSE;
   BOOL defaulted = TRUE;
   PACL acl = nullptr;
-  ASSERT_TRUE(::GetSecurityDescriptorDacl(attributes.lpSecurityDescriptor, &present, &acl,
-                                          &defaulted));
+  ASSERT_TRUE(
+      ::GetSecurityDescriptorDacl(attributes.lpSecurityDescriptor, &present, &acl, &defaulted));
   ASSERT_TRUE(present && acl);
   std::vector<std::vector<BYTE>> expected = {WellKnown(WinLocalSystemSid),
                                              WellKnown(WinBuiltinAdministratorsSid),

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -9,9 +9,7 @@
 
 namespace {
 
-const BYTE* Image() {
-  return reinterpret_cast<const BYTE*>(vtclass::test::LibraryUnderTest());
-}
+const BYTE* Image() { return reinterpret_cast<const BYTE*>(vtclass::test::LibraryUnderTest()); }
 
 const IMAGE_NT_HEADERS& Headers() {
   const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(Image());
@@ -27,8 +25,7 @@ TEST(Image, Hardening_IsOn) {
 
 // The product's set-up copies the DLL alone: a run-time library beside it would be missing.
 TEST(Image, Imports_OnlySystemLibraries) {
-  const auto& directory =
-      Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  const auto& directory = Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   const auto* descriptor =
       reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(Image() + directory.VirtualAddress);
   ASSERT_NE(descriptor->Name, 0u);

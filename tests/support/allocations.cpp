@@ -30,12 +30,12 @@ Allocations::Allocations() : mallocHook("msvcrt.dll", "malloc", &Malloc) {
   allocationCount = 0;
   failAt = 0;
   if (Imports("calloc")) {
-    callocHook = std::make_unique<ImportHook<decltype(std::calloc)>>("msvcrt.dll", "calloc",
-                                                                     &Calloc);
+    callocHook =
+        std::make_unique<ImportHook<decltype(std::calloc)>>("msvcrt.dll", "calloc", &Calloc);
   }
   if (Imports("realloc")) {
-    reallocHook = std::make_unique<ImportHook<decltype(std::realloc)>>("msvcrt.dll", "realloc",
-                                                                       &Realloc);
+    reallocHook =
+        std::make_unique<ImportHook<decltype(std::realloc)>>("msvcrt.dll", "realloc", &Realloc);
   }
 }
 

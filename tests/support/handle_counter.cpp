@@ -57,9 +57,7 @@ HMODULE WINAPI LoadModule(LPCWSTR name, HANDLE file, DWORD flags) {
 }
 
 BOOL WINAPI UnloadModule(HMODULE module) { return Count(closed, ::FreeLibrary(module) != FALSE); }
-BOOL WINAPI CloseAnyHandle(HANDLE handle) {
-  return Count(closed, ::CloseHandle(handle) != FALSE);
-}
+BOOL WINAPI CloseAnyHandle(HANDLE handle) { return Count(closed, ::CloseHandle(handle) != FALSE); }
 
 struct Replacement {
   const char* library;

@@ -40,7 +40,8 @@ HMODULE LibraryUnderTest() {
 
 void** FindImportOrFail(const char* library, const char* function) {
   void** const slot = FindImport(LibraryUnderTest(), library, function);
-  EXPECT_NE(slot, nullptr) << "vtclass_mini.dll does not import " << function << " from " << library;
+  EXPECT_NE(slot, nullptr) << "vtclass_mini.dll does not import " << function << " from "
+                           << library;
   return slot;
 }
 

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
   // A fault ends the program with its code instead of a dialogue that nobody sees.

@@ -1,8 +1,8 @@
 #include "tests/support/scratch_folder.h"
 
-#include <gtest/gtest.h>
-
 #include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <system_error>
@@ -59,8 +59,8 @@ void MakeFile(const std::wstring& path, const std::string& bytes) {
   const platform::OwnedFile file(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr,
                                                CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   DWORD written = 0;
-  EXPECT_TRUE(::WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written,
-                          nullptr))
+  EXPECT_TRUE(
+      ::WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr))
       << Status(static_cast<long>(::GetLastError()));
 }
 

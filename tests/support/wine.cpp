@@ -18,9 +18,9 @@ bool RunsAsUnixRoot() {
 
 std::string Status(long code) {
   char text[512] = {};
-  DWORD length =
-      ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                       static_cast<DWORD>(code), 0, text, static_cast<DWORD>(sizeof(text)), nullptr);
+  DWORD length = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                  nullptr, static_cast<DWORD>(code), 0, text,
+                                  static_cast<DWORD>(sizeof(text)), nullptr);
   while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r')) --length;
   return std::to_string(code) + " (" + std::string(text, length) + ")";
 }

@@ -8,6 +8,10 @@ namespace {
 
 constexpr std::size_t kLongTextBytes = 60;
 
+/* Layout, and names that stand among their like. */
+constexpr std::string_view kSpeakForThemselves[] = {"file_name", "heading",   "indent",
+                                                    "note",      "paragraph", "problem_text"};
+
 char Lower(char letter) {
   return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
 }
@@ -68,7 +72,8 @@ std::string_view SeverityName(Severity severity) {
 bool NeedsLabel(const Event& entry) {
   if (entry.element.empty() || entry.continued) return false;
   if (entry.text.empty()) return true;
-  if (entry.element == "file_name" || entry.text.size() > kLongTextBytes) return false;
+  if (std::ranges::count(kSpeakForThemselves, entry.element) > 0) return false;
+  if (entry.text.size() > kLongTextBytes) return false;
   /* A colon (the Japanese one too) or an equals sign says that the text names its subject. */
   for (const std::string_view mark : {":", "=", "\xEF\xBC\x9A"}) {
     if (entry.text.find(mark) != std::string::npos) return false;

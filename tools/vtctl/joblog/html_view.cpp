@@ -35,6 +35,16 @@ std::string Plural(std::uint64_t count, const std::string& what) {
   return Number(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+std::string Headline(const Tally& tally) {
+  std::string text = "No errors and no warnings";
+  if (tally.errors > 0) {
+    text = Plural(tally.errors, "error") + " and " + Plural(tally.warnings, "warning");
+  } else if (tally.warnings > 0) {
+    text = Plural(tally.warnings, "warning") + ", no errors";
+  }
+  return tally.lastIsClosed ? text : text + ", and the log is cut off";
+}
+
 std::string GroupTitle(const Event& event) {
   if (event.kind == EventKind::kSet) return "Set " + std::to_string(event.number);
   if (event.kind == EventKind::kFolder) {
@@ -211,16 +221,10 @@ void HtmlView::AppendSummary(const Tally& tally, bool isOpen, std::string& page)
   const Severity verdict = tally.Verdict();
   page += "<header>\n<h1>";
   AppendHtml(name, page);
-  page += "</h1>\n<p class=\"lead\">Job log</p>\n<p class=\"verdict ";
+  page += "</h1>\n<p class=\"verdict ";
   page += verdict == Severity::kInfo ? "good" : SeverityClass(verdict);
   page += "\">";
-  if (tally.errors > 0) {
-    page += Plural(tally.errors, "error") + " and " + Plural(tally.warnings, "warning");
-  } else if (tally.warnings > 0) {
-    page += Plural(tally.warnings, "warning") + ", no errors";
-  } else {
-    page += "No errors and no warnings";
-  }
+  page += Headline(tally);
   page += "<small>The log is ";
   AppendHtml(EndingText(tally, isOpen), page);
   page += ".</small></p>\n<dl class=\"counts\">\n";
@@ -253,7 +257,8 @@ void HtmlView::AppendGroup(const Item& item, std::string& page) const {
     page += " <span class=\"tag warning\">" + Plural(item.counts.warnings, "warning") + "</span>";
   }
   if (isFolder && !hasProblem && item.counts.entries > 0) {
-    page += " <span class=\"tag\">" + Number(item.counts.entries) + "</span>";
+    page += " <span class=\"tag\">" + Number(item.counts.entries);
+    page += item.counts.entries == 1 ? " entry</span>" : " entries</span>";
   }
   page += "</summary><div>\n";
 }

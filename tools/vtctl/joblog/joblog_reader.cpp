@@ -221,7 +221,10 @@ void JobLogReader::OnStartTag(const Token& token) {
     CloseTop();
   }
   const bool isCode = token.text == kCodeElement && !elements.Empty();
-  if (!isCode) AnnounceTop(token.text);
+  if (!isCode) {
+    AnnounceTop(token.text);
+    code.clear();
+  }
   atFront = false;
   if (token.text == kSetNumberElement && !outline.InSetElement()) OpenBareSet(token.at);
   if (!elements.Push(token, SeverityOf(token.text))) {
@@ -249,7 +252,7 @@ void JobLogReader::AnnounceTop(std::u16string_view child) {
   const bool isFolder = child == name || name == folderElement;
   const bool isInfo = elements.Top().severity == Severity::kInfo;
   const bool hasEmitted = elements.Top().hasEmitted;
-  if (isInfo && isFolder && !hasEmitted) {
+  if (isInfo && ((isFolder && !hasEmitted) || name == kFolderNameElement)) {
     elements.Top().isContainer = true;
     return;
   }
@@ -311,7 +314,7 @@ void JobLogReader::OnSurplusEndTag(const Token& token) {
     return;
   }
   FlushText(false, false);
-  if (isCutAway && stage != Stage::kBetween) return;
+  if (isCutAway && stage != Stage::kBetween) return outline.EndFolders();
   Damage(token.at, "</" + Utf8(token.text) + "> closes nothing.");
 }
 

@@ -30,6 +30,12 @@ void Outline::LeaveFolders(std::size_t elementDepth) {
   while (folders.size() > kept && folders.back().elementDepth > elementDepth) folders.pop_back();
 }
 
+void Outline::EndFolders() {
+  for (std::size_t i = folders.size(); i > 0 && folders[i - 1].elementDepth != kOver; --i) {
+    folders[i - 1].elementDepth = kOver;
+  }
+}
+
 void Outline::Push(Kind kind, std::size_t elementDepth) {
   sections.push_back({kind, elementDepth, folders.size()});
   ++count[kind];

@@ -26,6 +26,9 @@ class Outline {
   void CloseElement(std::size_t elementDepth);
   /* An entry comes at this depth: folders whose element is over end. */
   void LeaveFolders(std::size_t elementDepth);
+  /* An element that began in the part of the log that is cut away ends, perhaps a folder's: at the
+   * next entry no folder is open any more. */
+  void EndFolders();
   void OpenSection(std::size_t elementDepth);
   void OpenSet(std::size_t elementDepth);
   /* A set that no element encloses: it ends with the element at this depth, or at the next. */
@@ -41,6 +44,7 @@ class Outline {
     std::size_t elementDepth;
     std::size_t foldersBelow; /* the folders that were open around it */
   };
+  static constexpr std::size_t kOver = static_cast<std::size_t>(-1);
   struct Folder {
     std::size_t elementDepth;
     std::size_t pathLength;

@@ -45,7 +45,7 @@
       group.open = true;
       openedBySearch.push(group);
     }
-    result.textContent = `${count.toLocaleString("en")} of ${entries.length.toLocaleString("en")} entries shown`;
+    result.textContent = `${count.toLocaleString("en")} of ${entries.length.toLocaleString("en")} lines shown`;
   }
 
   let timer = 0;

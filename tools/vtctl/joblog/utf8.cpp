@@ -29,6 +29,23 @@ void AppendCodePoint(std::uint32_t code, std::string& to) {
   }
 }
 
+/* Appends the ASCII characters at the beginning of `text`, in steps that the compiler turns into
+ * wide ones, and returns how many there are. */
+std::size_t AppendAscii(std::u16string_view text, std::string& to) {
+  constexpr std::size_t kStep = 16;
+  std::size_t count = 0;
+  for (; count + kStep <= text.size(); count += kStep) {
+    unsigned all = 0;
+    for (std::size_t i = 0; i < kStep; ++i) all |= text[count + i];
+    if (all >= 0x80) break;
+  }
+  while (count < text.size() && text[count] < 0x80) ++count;
+  const std::size_t old = to.size();
+  to.resize(old + count);
+  for (std::size_t i = 0; i < count; ++i) to[old + i] = static_cast<char>(text[i]);
+  return count;
+}
+
 /* U+0080 to U+009F, U+202A to U+202E and U+2066 to U+2069 as UTF-8: the bytes to replace. */
 std::size_t UnsafeSequence(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -48,10 +65,10 @@ bool NeedsCare(char unit) {
 
 void AppendUtf8(std::u16string_view text, std::string& to) {
   for (std::size_t i = 0; i < text.size(); ++i) {
+    i += AppendAscii(text.substr(i), to);
+    if (i == text.size()) return;
     const char16_t unit = text[i];
-    if (unit < 0x80) {
-      to += static_cast<char>(unit);
-    } else if (IsHigh(unit) && i + 1 < text.size() && IsLow(text[i + 1])) {
+    if (IsHigh(unit) && i + 1 < text.size() && IsLow(text[i + 1])) {
       const auto low = static_cast<std::uint32_t>(text[++i] & 0x3FF);
       AppendCodePoint(0x10000 + (static_cast<std::uint32_t>(unit & 0x3FF) << 10) + low, to);
     } else {

@@ -1,0 +1,169 @@
+#include "strings/conversion.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <stdexcept>
+
+#include "tests/support/allocations.h"
+#include "tests/support/import_hook.h"
+#include "vtclass/strings.h"
+
+namespace {
+
+using vtclass::test::FailEachAllocation;
+using vtclass::test::ImportHook;
+
+// Every page that the library takes for granted, standing names, stateful, EBCDIC and symbol pages,
+// pages in which a backslash or a percent sign is another character, and one that does not exist.
+constexpr unsigned kPages[] = {0,     1,     2,     3,     37,    42,    437,   850,   852,
+                               864,   866,   874,   932,   936,   949,   950,   1026,  1250,
+                               1251,  1252,  1253,  1254,  1255,  1256,  1257,  1258,  1361,
+                               10001, 12345, 20127, 28591, 28592, 28593, 28594, 28595, 28596,
+                               28597, 28598, 28599, 50220, 52936, 54936, 65000, 65001};
+
+cstring::codePage Page(unsigned number) { return static_cast<cstring::codePage>(number); }
+
+// The platform's own answers: ask for the size, then convert.
+std::wstring Widened(const std::string& text, unsigned page) {
+  const int length = static_cast<int>(text.size());
+  const int needed = ::MultiByteToWideChar(page, 0, text.data(), length, nullptr, 0);
+  std::wstring out(static_cast<std::size_t>(needed), 0);
+  const int made = ::MultiByteToWideChar(page, 0, text.data(), length, out.data(), needed);
+  return out.substr(0, static_cast<std::size_t>(made));
+}
+std::string Narrowed(const std::wstring& text, unsigned page, DWORD flags, const char* missing) {
+  const auto convert = [&](char* out, int room) {
+    return ::WideCharToMultiByte(page, flags, text.data(), static_cast<int>(text.size()), out, room,
+                                 missing, nullptr);
+  };
+  const int needed = convert(nullptr, 0);
+  std::string out(static_cast<std::size_t>(needed), 0);
+  return out.substr(0, static_cast<std::size_t>(convert(out.data(), needed)));
+}
+
+TEST(wcstring, Assign_InEveryPage_GivesWhatThePlatformGives) {
+  std::string ascii, upper;
+  for (int value = 0; value < 128; ++value) {
+    ascii += static_cast<char>(value);
+    upper += static_cast<char>(value + 128);
+  }
+  std::vector<std::string> texts = {ascii,
+                                    upper,
+                                    "",
+                                    "\x83\x65\x83\x58\x83g",
+                                    "+AGE-",
+                                    "\xC3",
+                                    std::string("a\0b\0", 4),
+                                    "\xE2\x82\xAC \xF0\x9F\x98\x80",
+                                    "\x1B$B%F\x1B(B",
+                                    "~{VPND~}",
+                                    std::string(513, '\xE9'),
+                                    std::string(5000, 'x') + '\xE9',
+                                    std::string(5000, 'x')};
+  for (const char unit : ascii) texts.emplace_back(1, unit);
+  for (const unsigned page : kPages) {
+    for (const std::string& text : texts) {
+      wcstring out(L"before");
+      EXPECT_EQ(&out.assign(text.data(), text.size(), Page(page)), &out);
+      ASSERT_EQ(out, Widened(text, page)) << "page " << page << ": " << text;
+    }
+  }
+}
+
+TEST(cstring, Assign_InEveryPage_GivesWhatThePlatformGives) {
+  std::wstring ascii;
+  for (wchar_t unit = 0; unit < 128; ++unit) ascii += unit;
+  const std::wstring texts[] = {ascii,
+                                L"",
+                                L"a",
+                                L"\u00E9 \u20AC \u0107 \u65E5\u672C e\u0301",
+                                L"\xD800",
+                                L"x\xDC00y\xD83D\xDE00",
+                                std::wstring(400, L'\u65E5'),
+                                std::wstring(5000, L'x'),
+                                std::wstring(5000, L'x') + L'\u65E5'};
+  for (const unsigned page : kPages) {
+    for (const std::wstring& text : texts) {
+      cstring out("before", Page(page));
+      EXPECT_EQ(&out.assign(text.data(), text.size()), &out);
+      ASSERT_EQ(out, Narrowed(text, page, 0, nullptr)) << "page " << page;
+      // Zero and 255 as well: the replacement is one byte, whatever it is.
+      for (const char replacement : {'?', '\0', '\xFF'}) {
+        const char terminated[] = {replacement, '\0'};
+        out.assign(text.data(), text.size(), replacement);
+        ASSERT_EQ(out, Narrowed(text, page, 0x240, terminated)) << "page " << page;
+      }
+    }
+  }
+  cstring out(cstring::windows1252);
+  EXPECT_EQ(out.assign(L"\u65E5e\u0301x", 4, '#'), "#\xE9x");
+}
+
+int WINAPI RefuseFlagsInUtf8(UINT page, DWORD flags, LPCWCH text, int length, LPSTR out, int room,
+                             LPCCH missing, LPBOOL used) {
+  EXPECT_TRUE(missing == nullptr || missing[1] == '\0') << "no zero behind the default character";
+  ::SetLastError(ERROR_INVALID_FLAGS);
+  if (page == CP_UTF8 && flags != 0) return 0;
+  return ::WideCharToMultiByte(page, flags, text, length, out, room, missing, used);
+}
+
+// Windows refuses the flags in UTF-8 whatever the text, so plain ASCII must not pass either.
+TEST(cstring, Assign_DefaultCharInUtf8_IsThePlatformsAnswerEvenForAscii) {
+  const ImportHook<decltype(::WideCharToMultiByte)> hook("KERNEL32.dll", "WideCharToMultiByte",
+                                                         &RefuseFlagsInUtf8);
+  cstring out("before", cstring::utf8);
+  EXPECT_TRUE(out.assign(L"plain", 5, '?').empty());
+  EXPECT_EQ(out.assign(L"plain", 5), "plain");
+}
+
+TEST(cstring, Constructors_LeaveAValidPage) {
+  EXPECT_EQ(cstring("x").GetCodePage(), cstring::acp);
+  EXPECT_TRUE(cstring(nullptr, cstring::oem).empty());
+  const cstring kept(cstring("\xE9\0", 2, cstring::windows1252));
+  EXPECT_EQ(wcstring(kept), wcstring(L"\u00E9\0", 2));
+  EXPECT_EQ(wcstring(cstring(kept, cstring::windows1251)), wcstring(kept, cstring::windows1251));
+  EXPECT_EQ(cstring(wcstring(L"\u0439"), cstring::windows1251), "\xE9");
+}
+
+TEST(Conversion, TextInTheStringsOwnMemory_IsReadBeforeItIsReplaced) {
+  for (const std::size_t length : {20u, 3000u}) {
+    wcstring wide(std::wstring(length, L'\x6261'));
+    wide.assign(reinterpret_cast<const char*>(wide.data()), length * 2, cstring::windows1252);
+    EXPECT_EQ(wide.substr(length * 2 - 4), L"abab");
+    cstring narrow(std::string(length * 2, 'a').c_str(), cstring::utf8);
+    narrow.assign(reinterpret_cast<const wchar_t*>(narrow.data()), length);
+    EXPECT_EQ(narrow, Narrowed(std::wstring(length, L'\x6161'), CP_UTF8, 0, nullptr));
+  }
+}
+
+// What is thrown inside the DLL is caught by its type here: the library and its callers each carry
+// their own C++ run time.
+TEST(Conversion, LengthBeyondThePlatforms_ThrowsLengthError) {
+  wcstring wide(L"before");
+  cstring narrow("before");
+  for (const std::size_t length : {std::size_t{INT_MAX} + 1, std::size_t{1} << 32, SIZE_MAX}) {
+    EXPECT_THROW(wide.assign("x", length, cstring::utf8), std::length_error);
+    EXPECT_THROW(narrow.assign(L"x", length), std::length_error);
+    EXPECT_THROW(narrow.assign(L"x", length, '?'), std::length_error);
+  }
+  EXPECT_EQ(wide, L"before");
+  EXPECT_EQ(narrow, "before");
+}
+
+TEST(Conversion, AllocationFails_ThrowsAndKeepsTheContents) {
+  for (const std::wstring& source :
+       {std::wstring(100, L'x'), std::wstring(5000, L'x'), std::wstring(500, L'\u65E5')}) {
+    cstring narrow("before", cstring::utf8);
+    EXPECT_GT(FailEachAllocation([&] { narrow.assign(source.data(), source.size()); },
+                                 [&] { ASSERT_EQ(narrow, "before"); }),
+              0);
+    wcstring wide(L"before");
+    EXPECT_GT(FailEachAllocation([&] { wide.assign(narrow.data(), narrow.size(), cstring::utf8); },
+                                 [&] { ASSERT_EQ(wide, L"before"); }),
+              0);
+    EXPECT_EQ(wide, source);
+  }
+}
+
+}  // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "messages/message_ids.h"
 #include "platform/owned.h"
 #include "vtclass/log.h"
 
@@ -35,6 +36,15 @@ void OurLine(benchmark::State& state, Encoding encoding) {
   LogFile log(messages, encoding, -1, -1);
   log.Open(0, kOurFile);
   for (auto _ : state) PrintLine(log);
+  if (log.GetErrorCode() != 0) state.SkipWithError("a print failed");
+}
+
+// An entry by message number: three texts, so three writes.
+void OurEntry(benchmark::State& state) {
+  StringResourceMgr messages(L"vterrors.dll");
+  LogFile log(messages, unicode, -1, -1);
+  log.Open(0, kOurFile);
+  for (auto _ : state) log.printTMP(-1, kTagJobName, MSG_JOB_NAME, kPath);
   if (log.GetErrorCode() != 0) state.SkipWithError("a print failed");
 }
 
@@ -92,10 +102,16 @@ void RawFormat(benchmark::State& state) {
   }
 }
 
-void OurLong(benchmark::State& state, std::size_t length, int times) {
+std::wstring Text(std::size_t length, std::size_t markupEach) {
+  std::wstring text(length, L'x');
+  for (std::size_t n = markupEach; n < length && markupEach != 0; n += markupEach) text[n] = L'&';
+  return text;
+}
+
+void OurLong(benchmark::State& state, std::size_t length, int times, std::size_t markupEach) {
   StringResourceMgr messages;
   SilentLog log(messages, unicode, -1, -1);
-  const std::wstring text(length, L'x');
+  const std::wstring text = Text(length, markupEach);
   for (auto _ : state) {
     for (int n = 0; n < times; ++n) log.print(-1, L"%s", text.c_str());
   }
@@ -118,8 +134,13 @@ BENCHMARK_CAPTURE(RawWrite, narrow, ansi)->Name("JobLog/Line100Ansi/limit_writef
 BENCHMARK(PeerLine)->Name("JobLog/Line100Ansi/peer_spdlog");
 BENCHMARK(OurText)->Name("JobLog/Line100Unwritten/ours");
 BENCHMARK(RawFormat)->Name("JobLog/Line100Unwritten/limit_vsnwprintf");
-BENCHMARK_CAPTURE(OurLong, million, 1000000, 1)->Name("JobLog/Million/ours");
-BENCHMARK_CAPTURE(OurLong, hundred_thousand, 100000, 10)->Name("JobLog/Million/ten_of_100000");
+BENCHMARK_CAPTURE(OurLong, million, 1000000, 1, 0)->Name("JobLog/Million/ours");
+BENCHMARK_CAPTURE(OurLong, hundred_thousand, 100000, 10, 0)->Name("JobLog/Million/ten_of_100000");
+BENCHMARK_CAPTURE(OurLong, marked, 30000, 1, 20)->Name("JobLog/Escaped30000/ours");
+BENCHMARK_CAPTURE(OurLong, clean, 30000, 1, 0)->Name("JobLog/Escaped30000/same_without_markup");
+BENCHMARK_CAPTURE(RawCopy, marked, 30000)->Name("JobLog/Escaped30000/limit_memcpy");
+BENCHMARK(OurEntry)->Name("JobLog/MessageEntry/ours");
+BENCHMARK_CAPTURE(RawWrite, entry, unicode)->Name("JobLog/MessageEntry/a_third_of_its_writes");
 BENCHMARK_CAPTURE(RawCopy, million, 1000000)->Name("JobLog/Million/limit_memcpy");
 
 }  // namespace

@@ -22,7 +22,7 @@ using namespace std::string_literals;
 using namespace vtclass::test;
 using Texts = std::vector<wcstring>;
 
-const std::wstring kKey = L"Software\\A\\B";
+constexpr wchar_t kKey[] = L"Software\\A\\B";
 constexpr unsigned kReadWrite = Configuration::accessRead | Configuration::accessWrite;
 
 // Sizes that the registry cannot count are refused, not cut; no test can hold such a text.
@@ -42,7 +42,7 @@ class ConfigurationTest : public testing::Test {
 
 class ConfigurationValues : public ConfigurationTest {
  protected:
-  ConfigurationValues() { EXPECT_TRUE(settings.Open(kKey.c_str(), nullptr, kReadWrite)); }
+  ConfigurationValues() { EXPECT_TRUE(settings.Open(kKey, nullptr, kReadWrite)); }
 };
 
 std::string Bytes(const std::wstring& text) {
@@ -83,18 +83,18 @@ TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {
                                             {9, 50, 0x20219},
                                             {12, 100, 0x300}}) {
     playedVersion = system;
-    EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey.c_str(), L"", word));
+    EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, L"", word));
     EXPECT_EQ(asked, rights) << word << " on " << system;
   }
 }
 
 TEST_F(ConfigurationTest, Open_Modes_MakeAMissingKeyOrDoNot) {
   for (const int mode : {0, 3, -1}) {
-    EXPECT_FALSE(settings.Open(Configuration::openMode(mode), kKey.c_str(), nullptr, kReadWrite));
+    EXPECT_FALSE(settings.Open(Configuration::openMode(mode), kKey, nullptr, kReadWrite));
     EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND);
     EXPECT_FALSE(KeyExists(L"Software\\A"));
   }
-  const std::wstring longName = kKey + L"\\" + std::wstring(255, L'k');
+  const std::wstring longName = kKey + L"\\"s + std::wstring(255, L'k');
   EXPECT_TRUE(settings.Open(longName.c_str(), L"", kReadWrite) && KeyExists(longName));
   EXPECT_TRUE(settings.Open(Configuration::openOrCreateSecure, L"Software\\S", nullptr, 3));
 }
@@ -117,7 +117,7 @@ TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
   }
   settings.Close();
   const HandleCounter handles;
-  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey.c_str(), name, 1));
+  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, name, 1));
   EXPECT_EQ(handles.Open(), 1);
   // On this computer whatever is connected, and without ending the connection.
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
@@ -136,7 +136,7 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_LeavesWhatWasThereAndNothingEl
       });
   MakeKey(L"Software\\A");
   for (const DWORD view : {0ul, DWORD{KEY_WOW64_64KEY}, DWORD{KEY_WOW64_32KEY}}) {
-    for (const std::wstring& key : {kKey, kKey + L"\\C\\\\D\\"}) {
+    for (const std::wstring& key : {std::wstring(kKey), kKey + L"\\C\\\\D\\"s}) {
       EXPECT_FALSE(settings.OpenEx(key.c_str(), KEY_READ | view, 0, false, &disposition));
       EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND);
       EXPECT_EQ(disposition, 1u);
@@ -146,9 +146,9 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_LeavesWhatWasThereAndNothingEl
   }
   EXPECT_TRUE(settings.OpenEx(L"Software\\A", KEY_READ, 0, false, &disposition));
   EXPECT_EQ(disposition, 2u);
-  EXPECT_TRUE(settings.OpenEx(kKey.c_str(), KEY_READ, REG_OPTION_VOLATILE, true, &disposition));
+  EXPECT_TRUE(settings.OpenEx(kKey, KEY_READ, REG_OPTION_VOLATILE, true, &disposition));
   EXPECT_EQ(disposition, 1u);
-  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C").c_str(), KEY_READ, 0, false, &disposition));
+  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, &disposition));
   EXPECT_EQ(settings.GetErrorCode(), ERROR_CHILD_MUST_BE_VOLATILE);
   EXPECT_EQ(disposition, 0u);
 }
@@ -160,8 +160,8 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_NeverTakesAwayAnotherProgramsV
         Put(REG_SZ, "");
         return status;
       });
-  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C").c_str(), KEY_READ, 0, false, nullptr));
-  EXPECT_TRUE(KeyExists(kKey) && !KeyExists(kKey + L"\\C"));
+  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, nullptr));
+  EXPECT_TRUE(KeyExists(kKey) && !KeyExists(kKey + L"\\C"s));
 }
 
 long freed;
@@ -174,11 +174,11 @@ TEST_F(ConfigurationTest, FailingOpens_TenThousandTimes_LeaveNothingOpen) {
     EXPECT_EQ(handles.Open(), 0);
   };
   const auto open = [&](int mode, const wchar_t* machine) {
-    return settings.Open(Configuration::openMode(mode), kKey.c_str(), machine, kReadWrite);
+    return settings.Open(Configuration::openMode(mode), kKey, machine, kReadWrite);
   };
   repeat(2, [&] { return open(0, nullptr); });
-  repeat(2, [&] { return settings.OpenEx(kKey.c_str(), KEY_READ, 0, false, &disposition); });
-  repeat(2, [] { return CRegistryValuesIterator(kKey.c_str(), HKEY_LOCAL_MACHINE, 0).isValid(); });
+  repeat(2, [&] { return settings.OpenEx(kKey, KEY_READ, 0, false, &disposition); });
+  repeat(2, [] { return CRegistryValuesIterator(kKey, HKEY_LOCAL_MACHINE, 0).isValid(); });
   const ImportHook<decltype(::RegConnectRegistryW)> connect(
       "ADVAPI32.dll", "RegConnectRegistryW", [](auto...) -> LSTATUS { return ERROR_BAD_NETPATH; });
   repeat(ERROR_BAD_NETPATH, [&] { return open(1, L"elsewhere"); });
@@ -199,14 +199,14 @@ TEST_F(ConfigurationTest, FailingOpens_TenThousandTimes_LeaveNothingOpen) {
 TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
   Configuration other(HKEY_CURRENT_USER);
   const wcstring longName(std::wstring(255, L'k'));
-  MakeKey(kKey + L"\\" + longName);
-  MakeKey(kKey + L"\\x");
+  MakeKey(kKey + L"\\"s + longName);
+  MakeKey(kKey + L"\\x"s);
   Texts names = {L"before"};
   EXPECT_FALSE(other.Enum(L"Software\\Missing", names) || other.GetErrorCode());
   for (long n = 1; names.size() == 1; ++n) {
     Allocations allocations;
     allocations.FailAt(n);
-    EXPECT_NE(other.Enum(kKey.c_str(), names), allocations.Failed());
+    EXPECT_NE(other.Enum(kKey, names), allocations.Failed());
   }
   EXPECT_EQ(std::set(names.begin(), names.end()), (std::set<wcstring>{L"before", L"x", longName}));
 }
@@ -226,7 +226,7 @@ TEST_F(ConfigurationValues, WholeKey_PassesTheSystemsStatusOn) {
       "ADVAPI32.dll", "RegRestoreKeyW", [](HKEY, LPCWSTR, DWORD flags) -> LSTATUS {
         return flags == 0 ? ERROR_PRIVILEGE_NOT_HELD : ERROR_INVALID_PARAMETER;
       });
-  MakeKey(kKey + L"\\C\\D");
+  MakeKey(kKey + L"\\C\\D"s);
   EXPECT_EQ(Result(settings.DeleteSubkey(L"C")), Status(ERROR_ACCESS_DENIED)) << "has subkeys";
   EXPECT_TRUE(settings.DeleteSubkey(L"C\\D") && settings.DeleteSubkey(L"C"));
   EXPECT_EQ(Result(settings.RestoreKey(L"file")), Status(ERROR_PRIVILEGE_NOT_HELD));
@@ -242,7 +242,7 @@ TEST_F(ConfigurationValues, RegisterForChanges_SignalsAChangeBelow) {
   const HANDLE event = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
   ASSERT_TRUE(settings.RegisterForChanges(true, event));
   EXPECT_NE(::WaitForSingleObject(event, 0), WAIT_OBJECT_0);
-  MakeKey(kKey + L"\\C");
+  MakeKey(kKey + L"\\C"s);
   EXPECT_EQ(::WaitForSingleObject(event, 10000), WAIT_OBJECT_0);
   EXPECT_EQ(Result(settings.UnregisterForChanges(event)), Status(ERROR_INVALID_FUNCTION));
   settings.Close();
@@ -258,7 +258,7 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND) << "a success resets no status";
   EXPECT_TRUE(settings.Load(L"v", number, 8) && settings.Load(L"t", text, L"other"));
   EXPECT_TRUE(number == 7 && text == L"def");
-  ASSERT_TRUE(settings.Open(kKey.c_str(), nullptr, Configuration::accessRead));
+  ASSERT_TRUE(settings.Open(kKey, nullptr, Configuration::accessRead));
   EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
   EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));
   EXPECT_TRUE(number == 9 && text == L"x");

@@ -50,11 +50,11 @@ CRegistryKeysIterator::~CRegistryKeysIterator() {
 }
 
 // The name buffer comes last in the construction, so it tells whether all of it succeeded.
-bool CRegistryKeysIterator::isValid() { return name != nullptr; }
+bool CRegistryKeysIterator::isValid() const { return name != nullptr; }
 
-unsigned long CRegistryKeysIterator::GetCount() { return count; }
+unsigned long CRegistryKeysIterator::GetCount() const { return count; }
 
-HKEY CRegistryKeysIterator::GetKey() { return isValid() ? key : HKEY_LOCAL_MACHINE; }
+HKEY CRegistryKeysIterator::GetKey() const { return isValid() ? key : HKEY_LOCAL_MACHINE; }
 
 const wchar_t* CRegistryKeysIterator::First() {
   if (!isValid()) return nullptr;
@@ -109,9 +109,9 @@ CRegistryValuesIterator::~CRegistryValuesIterator() {
   delete[] data;
 }
 
-bool CRegistryValuesIterator::isValid() { return data != nullptr; }
+bool CRegistryValuesIterator::isValid() const { return data != nullptr; }
 
-unsigned long CRegistryValuesIterator::GetCount() { return count; }
+unsigned long CRegistryValuesIterator::GetCount() const { return count; }
 
 const wchar_t* CRegistryValuesIterator::First() {
   if (!isValid()) return nullptr;
@@ -131,11 +131,11 @@ const wchar_t* CRegistryValuesIterator::Next() {
   return First();
 }
 
-unsigned long CRegistryValuesIterator::getType() { return type; }
+unsigned long CRegistryValuesIterator::getType() const { return type; }
 
 unsigned char* CRegistryValuesIterator::getData() { return data; }
 
-unsigned long CRegistryValuesIterator::getDataSize() { return dataSize; }
+unsigned long CRegistryValuesIterator::getDataSize() const { return dataSize; }
 
 bool CRegistryValuesIterator::getData(std::vector<wcstring>& out) {
   const size_t itemsBefore = out.size();

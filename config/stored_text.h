@@ -22,7 +22,7 @@ bool IsTextType(DWORD type) noexcept;
  */
 class StoredText {
  public:
-  StoredText() noexcept {}
+  StoredText() = default;
   StoredText(const StoredText&) = delete;
   StoredText& operator=(const StoredText&) = delete;
 

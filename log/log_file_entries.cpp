@@ -144,12 +144,8 @@ int LogFile::printTMPDataWithoutXMLTags(int buffer, const wchar_t* format,
 int LogFile::printclosingtag(int buffer, const wchar_t* tag) {
   if (!tag) return Refuse(ERROR_INVALID_PARAMETER);
   bool isTag = false;
-  if (!FindsMemory([&] { isTag = MakeClosingTag(tag, scratch); }, &lastError)) return 0;
-  if (!isTag) return 0;
-  const int escapeBefore = escape;
-  const int result = printTMP(buffer, scratch.c_str());
-  escape = escapeBefore;
-  return result;
+  if (!ReadsText([&] { isTag = MakeClosingTag(tag, scratch); }, &lastError)) return 0;
+  return isTag ? printTMP(buffer, scratch.c_str()) : 0;
 }
 
 // What stands in front of a message with a unique message identifier: the tag and the identifier.
@@ -201,10 +197,14 @@ int LogFile::CloseDirectories(int buffer) {
 int LogFile::printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wchar_t* directory) {
   int& depth = Depth(buffer);
   if (!tag && !directory) return CloseDirectories(buffer);
-  if (depth == 0 && tag && !FindsMemory([&] { directoryTag = tag; }, &lastError)) return 0;
+  int components = 0;
+  const auto look = [&] {
+    if (depth == 0 && tag) directoryTag = tag;
+    if (directory) components = CountComponents(directory);
+  };
+  if (!ReadsText(look, &lastError)) return 0;
   if (!tag) tag = directoryTag.c_str();
   if (*tag == L'\0') return 0;
-  const int components = directory ? CountComponents(directory) : 0;
   const DirectorySteps steps = PlanDirectory(depth, components);
   // Every step is tried, and the depth follows the plan: a disk that is full for a moment must not
   // shift the nesting of all that comes later.

@@ -93,6 +93,8 @@ TEST_F(LogFileTest, Fault_EndsOnePrint_WithItsCode) {
   EXPECT_EQ(log.GetErrorCode(), DWORD{EXCEPTION_ACCESS_VIOLATION});
   EXPECT_EQ(log.print(-1, L"%s%5ws", std::wstring(40000, L'x').c_str(), nowhere), 0);
   EXPECT_EQ(log.printTMP(-1, L"<t>", L"%5ws", nowhere), 0);
+  EXPECT_EQ(log.printTMP(-1, nowhere, 1u, L"x", 1), 0);
+  EXPECT_EQ(log.printTMPdir(-1, nowhere, 1u, L"x") + log.printTMPdir(-1, L"<d>", 1u, nowhere), 0);
   EXPECT_TRUE(log.print(-1, L"good"));
   EXPECT_EQ(Body(), L"<t></t>good");
 }

@@ -31,6 +31,14 @@ bool FindsMemory(Work work, unsigned long* lastError) noexcept {
   }
 }
 
+/* Both: `work` reads a caller's text into a string of the log. */
+template <typename Work>
+bool ReadsText(Work work, unsigned long* lastError) {
+  bool found = false;
+  auto guarded = [&] { found = FindsMemory(work, lastError); };
+  return EndsWell(guarded, lastError) && found;
+}
+
 }  // namespace vtclass::log
 
 #endif

@@ -56,6 +56,7 @@ void LogFile::WrapIfTooLarge() {
 }
 
 unsigned long LogFile::MoveNewestToFront() {
+  // Prints run guarded, where a fault would lose this buffer; all that is touched here is our own.
   const std::unique_ptr<char[]> work(new (std::nothrow) char[kWorkSize]);
   if (!work) return ERROR_NOT_ENOUGH_MEMORY;
   if (!::FlushFileBuffers(file)) return ::GetLastError();

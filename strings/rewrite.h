@@ -44,7 +44,7 @@ std::size_t PutUnits(const WideUnit* units, std::size_t count, WideUnit* out) {
 
 /* The same near the end of the room. Answers false when the next unit does not fit. */
 template <typename Rule>
-bool PutFittingUnits(const WideUnit* units, std::size_t end, WideUnit* out, std::size_t room,
+bool PutFittingUnits(WideView units, std::size_t end, WideUnit* out, std::size_t room,
                      Rewritten& at) {
   for (; at.read < end; ++at.read) {
     const UnitRow row = RowOf<Rule>(units[at.read]);
@@ -70,7 +70,7 @@ bool RewriteDense(WideView text, WideUnit* out, std::size_t room, Rewritten& at)
     if (room - at.written >= kStep * kLongestRow + kRowUnits) {
       at.written += PutUnits<Rule>(text.data() + at.read, end - at.read, out + at.written);
       at.read = end;
-    } else if (!PutFittingUnits<Rule>(text.data(), end, out, room, at)) {
+    } else if (!PutFittingUnits<Rule>(text, end, out, room, at)) {
       return false;
     }
   } while (at.read < text.size() && at.written - at.read != ahead);

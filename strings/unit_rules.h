@@ -109,7 +109,7 @@ constexpr UnitRows MakeRows() {
   UnitRows rows{};
   for (std::uint32_t unit = 0; unit < kRowCount; ++unit) {
     if (!Rule::KeepsLow(unit)) continue;
-    const WideUnit self = static_cast<WideUnit>(unit);
+    const auto self = static_cast<WideUnit>(unit);
     const WideView entity = Rule::Entity(unit);
     rows[unit] = MakeRow(entity.empty() ? WideView(&self, 1) : entity);
   }

@@ -5,6 +5,7 @@
 #include "strings/unit_rules.h"
 #include "strings/unit_scan.h"
 
+// NOLINTBEGIN(portability-simd-intrinsics): these instructions are what the file is for.
 namespace vtclass::strings {
 
 namespace {
@@ -112,3 +113,4 @@ const UnitScan kSse2Scan = {&Scan<XmlFilterMatcher>, &Scan<XmlEscapeMatcher>,
                             &Scan<LineFeedMatcher>, &Scan<ZeroMatcher>};
 
 }  // namespace vtclass::strings
+// NOLINTEND(portability-simd-intrinsics)

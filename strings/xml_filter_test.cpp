@@ -12,7 +12,7 @@
 namespace vtclass::strings {
 namespace {
 
-const WideText kUntouched(8, 0x5A5A);
+constexpr WideView kUntouched = VTCLASS_WIDE("untouched");
 
 std::vector<const UnitScan*> Scans() {
   std::vector<const UnitScan*> scans = {&kSse2Scan};
@@ -24,8 +24,8 @@ std::vector<const UnitScan*> Scans() {
 TEST(XmlFilter, EveryUnit_IsFoundWhereverItStands) {
   for (const UnitScan* scan : Scans()) {
     for (std::uint32_t value = 0; value <= 0xFFFF; ++value) {
-      const std::size_t length = 1 + value * 7 % 100;
-      const std::size_t at = value * 13 % length;
+      const std::size_t length = 1 + std::size_t{value} * 7 % 100;
+      const std::size_t at = std::size_t{value} * 13 % length;
       WideText text(length, 'x');
       text[at] = static_cast<WideUnit>(value);
       const WideText expected = reference::Filter(text);
@@ -45,7 +45,8 @@ TEST(XmlFilter, EveryRoom_GivesWhatThePlainRuleGives) {
     WideText expected(capacity, 0);
     expected.resize(reference::Filter(text, expected.data(), capacity));
     for (const UnitScan* scan : Scans()) {
-      WideText out = WideText(capacity - 1, 0) + kUntouched;
+      WideText out(capacity - 1, 0);
+      out += kUntouched;
       const std::size_t written = FilterInto(text, out.data(), capacity - 1, *scan);
       ASSERT_EQ(out.substr(0, written), expected) << "round " << round;
       ASSERT_EQ(out.substr(capacity - 1), kUntouched) << "round " << round;
@@ -63,7 +64,8 @@ TEST(XmlEscape, InPieces_GivesWhatThePlainRuleGives) {
     WideText whole;
     for (WideView rest = text; !rest.empty();) {
       const std::size_t room = kLongestEscape + random() % 60;
-      WideText out = WideText(room, 0) + kUntouched;
+      WideText out(room, 0);
+      out += kUntouched;
       std::size_t consumed = 0;
       const std::size_t written = EscapeInto(rest, escape, out.data(), room, &consumed, scan);
       ASSERT_EQ(out.substr(0, written), reference::Escape(rest.substr(0, consumed), escape));

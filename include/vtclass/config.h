@@ -52,17 +52,17 @@ class VTCLASS_API Configuration {
   Configuration& operator=(const Configuration&) = delete;
 
   /*
-   * Closes what is open and opens `subkey` below the root. `machine` names the computer, with or
-   * without leading backslashes; null or empty is this one. Requires: `subkey` is not null where a
-   * key may be created; null or empty otherwise opens the root itself.
-   * Status -1: the security attributes of openOrCreateSecure cannot be built.
+   * Closes what is open and opens `subkey` below the root. `computer` is a name with or
+   * without leading backslashes; null or empty is this computer. `accessWord`: the bits above.
+   * Requires: `subkey` is not null where a key may be created; null or empty otherwise opens the
+   * root itself. Status -1: the security attributes of openOrCreateSecure cannot be built.
    * Contract: after a failed open on a remote computer the connection stays until Close, the next
    * Open or the destructor. Callers that wait before they try again call Close first.
    */
-  bool Open(openMode mode, const wchar_t* subkey, const wchar_t* machine, unsigned int access);
+  bool Open(openMode mode, const wchar_t* subkey, const wchar_t* computer, unsigned int accessWord);
 
   /* The same with openOrCreate. */
-  bool Open(const wchar_t* subkey, const wchar_t* machine, unsigned int access);
+  bool Open(const wchar_t* subkey, const wchar_t* computer, unsigned int accessWord);
 
   /*
    * Closes the open key and opens or creates `subkey` with the system's own rights
@@ -241,17 +241,17 @@ class VTCLASS_API CRegistryKeysIterator {
   CRegistryKeysIterator& operator=(const CRegistryKeysIterator&) = delete;
 
   /* The key is open, and the walk can begin. */
-  bool isValid();
+  bool isValid() const;
 
   /* The number of subkeys at the construction. */
-  unsigned long GetCount();
+  unsigned long GetCount() const;
 
   /*
    * The open key; it stays the iterator's.
    * Contract: of an invalid iterator HKEY_LOCAL_MACHINE, which callers use as the parent of the
    * keys that they look for next. Check isValid before anything is written below it.
    */
-  HKEY GetKey();
+  HKEY GetKey() const;
 
   /*
    * The name of the current subkey, null at the end, on failure and when invalid. The text is valid
@@ -282,10 +282,10 @@ class VTCLASS_API CRegistryValuesIterator {
   CRegistryValuesIterator(const CRegistryValuesIterator&) = delete;
   CRegistryValuesIterator& operator=(const CRegistryValuesIterator&) = delete;
 
-  bool isValid();
+  bool isValid() const;
 
   /* The number of values at the construction. */
-  unsigned long GetCount();
+  unsigned long GetCount() const;
 
   /* As of CRegistryKeysIterator; reads the value's data too. The default value's name is empty. */
   const wchar_t* First();
@@ -294,23 +294,23 @@ class VTCLASS_API CRegistryValuesIterator {
   /* Type (REG_...), data and length in bytes of the current value: the one that First or Next last
    * answered, or that GetValueOf last asked for (type and length only). 0 before. The data is the
    * iterator's and changes with the next step; null when the iterator is invalid. */
-  unsigned long getType();
+  unsigned long getType() const;
   unsigned char* getData();
-  unsigned long getDataSize();
+  unsigned long getDataSize() const;
 
   /* Appends the current value's data, read as a list of texts whatever its type, to `out` (see
    * Configuration::Load). Always true; only when memory runs out false, `out` is then as before. */
   bool getData(std::vector<wcstring>& out);
 
   /*
-   * Reads a value of the key by its name into `data`; 1 on success, 0 on failure and when `data` or
-   * `name` is null or `name` empty.
-   * Requires: `data` has room for getDataSize() bytes.
+   * Reads a value of the key by its name into `buffer`; 1 on success, 0 on failure and when
+   * `buffer` or `valueName` is null or `valueName` empty.
+   * Requires: `buffer` has room for getDataSize() bytes.
    * Contract: the room is taken to be the length of the value last met (0 before any), and this
    * call overwrites that length and the type with the answer, also when the room is too small.
    * Callers that read several values of one size depend on it.
    */
-  int GetValueOf(const wchar_t* name, wchar_t* data);
+  int GetValueOf(const wchar_t* valueName, wchar_t* buffer);
 
  private:
   HKEY key;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "vtclass/export.h"
 
@@ -115,7 +116,7 @@ class wcstring : public std::wstring {
   wcstring(const wchar_t* text, std::size_t length) : std::wstring(text ? text : L"", length) {}
 
   wcstring(const std::wstring& text) : std::wstring(text) {}
-  wcstring(std::wstring&& text) noexcept : std::wstring(static_cast<std::wstring&&>(text)) {}
+  wcstring(std::wstring&& text) noexcept : std::wstring(std::move(text)) {}
 
   /* `text`, read in its own code page. */
   explicit wcstring(const cstring& text) { assign(text.data(), text.size(), text.GetCodePage()); }

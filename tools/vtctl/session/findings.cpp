@@ -64,17 +64,18 @@ bool Finding::IsError() const {
   return (static_cast<unsigned long>(code) & kErrorSeverity) == kErrorSeverity;
 }
 
-Finding FolderFinding(const Messages& messages, const std::wstring& shownPath, bool opened,
-                      DWORD error) {
-  const std::wstring words = Printable(SystemText(error));
-  if (opened) {
+Finding FolderFinding(const Messages& messages, const std::wstring& shownPath,
+                      const FolderListing& listing, bool isRoot) {
+  const std::wstring words = Printable(SystemText(listing.Error()));
+  if (listing.Opened()) {
     return {kCodeFolderListInterrupted, kTagErrorFolderListFailed,
             messages.Text(MSG_FOLDER_LIST_INTERRUPTED, {shownPath, words}), MSG_CATEGORY_RESOURCE};
   }
   Finding finding;
-  if (FindKnown(messages, shownPath, error, finding)) return finding;
+  if (!isRoot && FindKnown(messages, shownPath, listing.Error(), finding)) return finding;
   return {kCodeFolderListFailed, kTagErrorFolderListFailed,
-          messages.Text(MSG_FOLDER_LIST_FAILED, {shownPath, words}), MSG_CATEGORY_RESOURCE};
+          messages.Text(MSG_FOLDER_LIST_FAILED, {shownPath, words}),
+          listing.Error() == ERROR_ACCESS_DENIED ? MSG_CATEGORY_SECURITY : MSG_CATEGORY_RESOURCE};
 }
 
 Finding FileFinding(const Messages& messages, const std::wstring& shownPath,

@@ -20,9 +20,10 @@ struct Finding {
   bool IsError() const;
 };
 
-/* What a folder listing that failed says of the folder. */
-Finding FolderFinding(const Messages& messages, const std::wstring& shownPath, bool opened,
-                      DWORD error);
+/* What a listing that failed says of the folder. For the root folder it is always an error: without
+ * it nothing was read at all. */
+Finding FolderFinding(const Messages& messages, const std::wstring& shownPath,
+                      const FolderListing& listing, bool isRoot);
 
 /* What a reading that did not end as `complete` or `stopped` says of the file. */
 Finding FileFinding(const Messages& messages, const std::wstring& shownPath,

@@ -110,7 +110,7 @@ void Session::ReadFolder(const Waiting& folder) {
   WIN32_FIND_DATAW entry;
   while (!Stopped() && listing.Next(entry)) ReadEntry(folder.path, entry, subfolders);
   if (listing.Error() != ERROR_SUCCESS) {
-    const Finding finding = FolderFinding(messages, shown, listing.Opened(), listing.Error());
+    const Finding finding = FolderFinding(messages, shown, listing, folder.path == request.root);
     Report(finding);
     ++result.totals.skipped;
     Skip(kTagExcludedItem, finding.text);

@@ -173,6 +173,13 @@ TEST_F(SessionTest, SessionKey_FollowsTheProductSwitch) {
   EXPECT_EQ(SessionKey().subkey, L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Session");
 }
 
+TEST_F(SessionTest, FolderFinding_MissingRootIsAnErrorAMissingSubfolderAWarning) {
+  const FolderListing listing(SystemPath(scratch / L"missing"));
+  EXPECT_FALSE(listing.Opened());
+  EXPECT_TRUE(FolderFinding(messages, L"C:\\r", listing, true).IsError());
+  EXPECT_FALSE(FolderFinding(messages, L"C:\\r", listing, false).IsError());
+}
+
 TEST(FileStatistics, Largest_KeepsTheFirstOfEqualOnes) {
   FileStatistics statistics(2);
   statistics.Add(L"a", L".x", 5);

@@ -9,6 +9,8 @@
 #define VTCLASS_THREAD_ANNOTATION(x)
 #endif
 #define VTCLASS_GUARDED_BY(lock) VTCLASS_THREAD_ANNOTATION(guarded_by(lock))
+/* On a function: the caller holds the lock. */
+#define VTCLASS_REQUIRES(lock) VTCLASS_THREAD_ANNOTATION(requires_capability(lock))
 
 namespace vtclass::platform {
 
@@ -37,8 +39,8 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
 /* Holds a CriticalSection for one scope. */
 class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedLock {
  public:
-  explicit ScopedLock(CriticalSection& section) VTCLASS_THREAD_ANNOTATION(
-      acquire_capability(section))
+  explicit ScopedLock(CriticalSection& section)
+      VTCLASS_THREAD_ANNOTATION(acquire_capability(section))
       : section(section) {
     section.Lock();
   }

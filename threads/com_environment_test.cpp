@@ -29,8 +29,9 @@ std::vector<long long> security;
 HRESULT securityResult = S_OK;
 std::string pumped;              // D: a dispatch ran dry, W: a wait for messages
 std::vector<DWORD> waitResults;  // of the next waits; real ones without
-DWORD timePassed = 0;            // in each of these waits
+DWORD now = 0;                   // what the DLL is told; each of these waits takes 20
 
+DWORD WINAPI Now() { return now; }
 void WINAPI CountUninitialize() { ++uninitialized, ::CoUninitialize(); }
 
 HRESULT WINAPI KeepSecurity(PSECURITY_DESCRIPTOR descriptor, LONG count,
@@ -54,7 +55,7 @@ DWORD WINAPI ScriptedWait(DWORD count, const HANDLE* handles, BOOL all, DWORD ti
   pumped += 'W';
   EXPECT_EQ(mask, 0xFFu);
   if (waitResults.empty()) return ::MsgWaitForMultipleObjects(count, handles, all, timeout, mask);
-  ::Sleep(timePassed);
+  now += 20;
   const DWORD result = waitResults.front();
   waitResults.erase(waitResults.begin());
   return result;
@@ -188,7 +189,8 @@ TEST_F(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp
       {closed.Handle(), 45, {1, 1, 1, 1, 1, 1}, WAIT_TIMEOUT, "DWDDWDDWD"},
   };
   SingleThreadedCom environment;
-  timePassed = 20;
+  const ImportHook<decltype(::GetTickCount)> clock("KERNEL32.dll", "GetTickCount", &Now);
+  now = 0xFFFFFFF0;  // about to wrap
   for (const auto& row : cases) {
     pumped.clear();
     waitResults = row.waits;

@@ -32,19 +32,19 @@ std::size_t Find(Calls& calls, const ThreadPoolCall* call) {
 
 bool Holds(Calls& calls, const ThreadPoolCall* call) { return Find(calls, call) < calls.Size(); }
 
-void Append(Calls& calls, const RefPointer<ThreadPoolCall>& call) {
-  calls.Reserve(1);
-  calls.PushBack(call);
-}
-
 }  // namespace
 
 /* The pool's lock comes before any worker's queue lock. Nothing that the lock guards is destroyed
  * under it: destructors are the callers' code, and may post. */
 struct ThreadPool::State {
-  State(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model)
-      : maxThreads(maxThreads), keepIdleThreads(keepIdleThreads), model(model) {}
+  State(const ThreadPool* self, int maxThreads, int keepIdleThreads,
+        WorkerThread::ComThreadingModel model)
+      : self(self), maxThreads(maxThreads), keepIdleThreads(keepIdleThreads), model(model) {}
 
+  bool Owns(const ThreadPoolCall* call) const { return call->pool == self; }
+  bool IsPending(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
+  void AddPending(const RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
+  RefPointer<ThreadPoolCall> TakePending(std::size_t i) VTCLASS_REQUIRES(lock);
   void Dispatch(const RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
   void ReserveWorkers(std::size_t more) VTCLASS_REQUIRES(lock);
   WorkerThread* StartWorker() VTCLASS_REQUIRES(lock);
@@ -53,9 +53,15 @@ struct ThreadPool::State {
   RefPointer<ThreadPoolCall> StopExecuting(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
   void Retire(WorkerThread* worker) VTCLASS_REQUIRES(lock);
   bool RunsOnIdleWorker() VTCLASS_REQUIRES(lock);
+  void FinishCall(ThreadPoolCall* call);
+  void DropPending();
+  void DropExecuting();
+  void DestroyIdle();
   void WaitForCallsInHand(DWORD timeout);
   std::vector<WorkerThread*> TakeOverBusy(bool closing);
+  void StopBusy(DWORD timeout, bool closing);
 
+  const ThreadPool* const self;
   CriticalSection lock;
   const int maxThreads;
   const int keepIdleThreads;
@@ -67,11 +73,29 @@ struct ThreadPool::State {
   bool closed VTCLASS_GUARDED_BY(lock) = false; /* the destructor has stopped the workers */
 };
 
+/* A call counts its entries in the queue of its own pool: a call that is posted while it runs does
+ * not search a long queue under the lock. One that is handed to another pool is searched for. */
+bool ThreadPool::State::IsPending(const ThreadPoolCall* call) {
+  return Owns(call) ? call->pendingEntries > 0 : Holds(pending, call);
+}
+
+void ThreadPool::State::AddPending(const RefPointer<ThreadPoolCall>& call) {
+  pending.Reserve(1);
+  pending.PushBack(call);
+  if (Owns(call.get())) ++call->pendingEntries;
+}
+
+RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
+  RefPointer<ThreadPoolCall> call = pending.Take(i);
+  if (Owns(call.get())) --call->pendingEntries;
+  return call;
+}
+
 /* Hands a call that is not executing to a worker, or queues it. */
 void ThreadPool::State::Dispatch(const RefPointer<ThreadPoolCall>& call) {
   const bool reuse = keepIdleThreads && !idle.empty();
   if (!reuse && !std::cmp_less(busy.size(), maxThreads)) {
-    Append(pending, call);
+    AddPending(call);
     return;
   }
   // All memory first: what follows cannot fail half-way.
@@ -116,7 +140,7 @@ void ThreadPool::State::Hand(const RefPointer<ThreadPoolCall>& call, WorkerThrea
 /* The oldest pending call that is not executing. */
 RefPointer<ThreadPoolCall> ThreadPool::State::TakeNext() {
   for (std::size_t i = 0; i < pending.Size(); ++i) {
-    if (!Holds(executing, pending.At(i).get())) return pending.Take(i);
+    if (!Holds(executing, pending.At(i).get())) return TakePending(i);
   }
   return nullptr;
 }
@@ -135,9 +159,9 @@ void ThreadPool::State::Retire(WorkerThread* worker) {
 }
 
 bool ThreadPool::State::RunsOnIdleWorker() {
-  const DWORD self = ::GetCurrentThreadId();
-  return std::any_of(idle.begin(), idle.end(), [self](const WorkerThread* worker) {
-    return worker->state->threadId == self;
+  const DWORD current = ::GetCurrentThreadId();
+  return std::any_of(idle.begin(), idle.end(), [current](const WorkerThread* worker) {
+    return worker->state->threadId == current;
   });
 }
 
@@ -175,19 +199,82 @@ std::vector<WorkerThread*> ThreadPool::State::TakeOverBusy(bool closing) {
   return taken;
 }
 
+/* On the worker that ran `call`: the next call for it, or the worker is idle. */
+void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
+  RefPointer<ThreadPoolCall> finished;
+  RefPointer<ThreadPoolCall> next;
+  const ScopedLock hold(lock);
+  finished = StopExecuting(call);
+  executing.Reserve(1);
+  next = TakeNext();
+  WorkerThread* const worker = call->thread;
+  if (next != call) call->SetThread(nullptr);
+  if (!next) {
+    Retire(worker);
+    return;
+  }
+  Hand(next, worker);
+}
+
+/* Outside the lock, like the next: destructors may post. No more than there are at the beginning,
+ * so that a stream of postings does not keep this one. */
+void ThreadPool::State::DropPending() {
+  std::size_t left = 0;
+  do {
+    RefPointer<ThreadPoolCall> dropped;
+    const ScopedLock hold(lock);
+    if (left == 0) left = pending.Size();
+    if (pending.Size() == 0) return;
+    dropped = TakePending(0);
+  } while (--left > 0);
+}
+
+void ThreadPool::State::DropExecuting() {
+  bool more = true;
+  while (more) {
+    RefPointer<ThreadPoolCall> dropped;
+    const ScopedLock hold(lock);
+    more = executing.Size() > 0;
+    if (more) dropped = executing.PopFront();
+  }
+}
+
+void ThreadPool::State::DestroyIdle() {
+  std::size_t left = 0;
+  do {
+    WorkerThread* worker = nullptr;
+    {
+      const ScopedLock hold(lock);
+      if (left == 0) left = idle.size();
+      if (idle.empty()) return;
+      worker = idle.front();
+      idle.erase(idle.begin());
+    }
+    delete worker;
+  } while (--left > 0);
+}
+
+void ThreadPool::State::StopBusy(DWORD timeout, bool closing) {
+  DropPending();
+  WaitForCallsInHand(timeout);
+  for (WorkerThread* const worker : TakeOverBusy(closing)) delete worker;
+}
+
 ThreadPool::ThreadPool() : ThreadPool(8, 0, WorkerThread::ComMultiThreaded) {}
 
 ThreadPool::ThreadPool(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model)
-    : state(new State(maxThreads, keepIdleThreads, model)) {
+    : state(new State(this, maxThreads, keepIdleThreads, model)) {
   vtclass::threads::LookUpSpinCount();
 }
 
 ThreadPool::~ThreadPool() {
-  DeleteOutstandingCalls();
-  DestroyIdleWorkers();
-  StopBusyWorkers(kStopLimit, true);
-  // Those that ended their call meanwhile. Nothing starts any more.
-  DestroyIdleWorkers();
+  state->DropPending();
+  state->DestroyIdle();
+  state->StopBusy(kStopLimit, true);
+  // The workers that ended their call meanwhile, and what was posted. Nothing starts any more.
+  state->DestroyIdle();
+  state->DropPending();
+  state->DropExecuting();
   delete state;
 }
 
@@ -197,7 +284,7 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
     const ScopedLock hold(state->lock);
     if (state->closed) return;
     if (Holds(state->executing, call.get())) {
-      if (!Holds(state->pending, call.get())) Append(state->pending, call);
+      if (!state->IsPending(call.get())) state->AddPending(call);
       return;
     }
     state->Dispatch(call);
@@ -205,24 +292,7 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
     // for no other: that one may be doing the same, and waiting for this one.
     reap = !state->keepIdleThreads && !state->idle.empty() && !state->RunsOnIdleWorker();
   }
-  if (reap) DestroyIdleWorkers();
-}
-
-/* Outside the lock: the last call of a worker that ends may post in its destructor. No more than
- * there are at the beginning, so that a stream of others' postings does not keep this one. */
-void ThreadPool::DestroyIdleWorkers() {
-  std::size_t left = 0;
-  do {
-    WorkerThread* worker = nullptr;
-    {
-      const ScopedLock hold(state->lock);
-      if (left == 0) left = state->idle.size();
-      if (state->idle.empty()) return;
-      worker = state->idle.front();
-      state->idle.erase(state->idle.begin());
-    }
-    delete worker;
-  } while (--left > 0);
+  if (reap) state->DestroyIdle();
 }
 
 RefPointer<ThreadPoolCall> ThreadPool::GetNextCall() {
@@ -247,7 +317,8 @@ bool ThreadPool::IsThreadCallExecuting(RefPointer<ThreadPoolCall> call) {
 
 void ThreadPool::ThreadCallStartExecuting(RefPointer<ThreadPoolCall> call) {
   const ScopedLock hold(state->lock);
-  Append(state->executing, call);
+  state->executing.Reserve(1);
+  state->executing.PushBack(call);
 }
 
 void ThreadPool::ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call) {
@@ -256,43 +327,12 @@ void ThreadPool::ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call) {
   stopped = state->StopExecuting(call.get());
 }
 
-void ThreadPool::DeleteOutstandingCalls() {
-  std::size_t left = 0;
-  do {
-    RefPointer<ThreadPoolCall> dropped;
-    const ScopedLock hold(state->lock);
-    if (left == 0) left = state->pending.Size();
-    if (state->pending.Size() == 0) return;
-    dropped = state->pending.PopFront();
-  } while (--left > 0);
-}
+void ThreadPool::DeleteOutstandingCalls() { state->DropPending(); }
 
-void ThreadPool::StopAllThreads(unsigned long timeout) { StopBusyWorkers(timeout, false); }
+void ThreadPool::StopAllThreads(unsigned long timeout) { state->StopBusy(timeout, false); }
 
-void ThreadPool::StopBusyWorkers(unsigned long timeout, bool closing) {
-  DeleteOutstandingCalls();
-  state->WaitForCallsInHand(timeout);
-  for (WorkerThread* const worker : state->TakeOverBusy(closing)) delete worker;
-}
-
-/* On the worker that ran `call`: the next call for it, or the worker is idle. */
-void ThreadPool::FinishCall(ThreadPoolCall* call) {
-  RefPointer<ThreadPoolCall> finished;
-  RefPointer<ThreadPoolCall> next;
-  const ScopedLock hold(state->lock);
-  finished = state->StopExecuting(call);
-  state->executing.Reserve(1);
-  next = state->TakeNext();
-  WorkerThread* const worker = call->thread;
-  if (next != call) call->SetThread(nullptr);
-  if (!next) {
-    state->Retire(worker);
-    return;
-  }
-  state->Hand(next, worker);
-}
-
-ThreadPoolCall::ThreadPoolCall(ThreadPool* pool) : RefThreadCall(nullptr), pool(pool) {}
+ThreadPoolCall::ThreadPoolCall(ThreadPool* pool)
+    : RefThreadCall(nullptr), pool(pool), pendingEntries(0) {}
 
 void ThreadPoolCall::PostIt() {
   if (pool) pool->EnqueueCall(RefPointer<ThreadPoolCall>(this));
@@ -300,7 +340,7 @@ void ThreadPoolCall::PostIt() {
 
 void ThreadPoolCall::ThreadExecute() {
   Contained([this] { Execute(); });
-  if (pool) Contained([this] { pool->FinishCall(this); });
+  if (pool) Contained([this] { pool->state->FinishCall(this); });
   Release();
 }
 

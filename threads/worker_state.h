@@ -17,6 +17,10 @@ struct WorkerThread::State {
   State(WorkerThread* worker, ComThreadingModel model, const char* name)
       : model(model), name(name ? name : ""), stopCall(new ThreadStopCall(worker)) {}
 
+  /* The thread's routine, and what it does before it leaves this module. */
+  static unsigned __stdcall Enter(void* worker);
+  static unsigned long Live(WorkerThread& worker);
+
   /* Queues a call while leaving room for at least `spare` more; with none spare it cannot fail,
    * since every other posting left one. */
   void Queue(ThreadCall* call, std::size_t spare);

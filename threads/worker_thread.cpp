@@ -80,17 +80,18 @@ WorkerThread::~WorkerThread() {
   delete state;
 }
 
-unsigned __stdcall WorkerThread::Enter(void* self) {
-  const unsigned long code = static_cast<WorkerThread*>(self)->EnterAndRun();
+unsigned __stdcall WorkerThread::State::Enter(void* worker) {
+  const unsigned long code = Live(*static_cast<WorkerThread*>(worker));
   ::FreeLibraryAndExitThread(ThisModule(), code);
 }
 
-unsigned long WorkerThread::EnterAndRun() {
-  SetThreadName(::GetCurrentThreadId(), state->name.c_str());
+unsigned long WorkerThread::State::Live(WorkerThread& worker) {
+  State& state = *worker.state;
+  SetThreadName(::GetCurrentThreadId(), state.name.c_str());
   // Without memory for an environment the calls run outside COM; COM then refuses what they ask.
-  Contained([this] { state->environment = EnterCom(state->model).release(); });
-  const unsigned long code = Run();
-  delete std::exchange(state->environment, nullptr);
+  Contained([&state] { state.environment = EnterCom(state.model).release(); });
+  const unsigned long code = worker.Run();
+  delete std::exchange(state.environment, nullptr);
   return code;
 }
 
@@ -108,7 +109,7 @@ unsigned long WorkerThread::Run() {
 int WorkerThread::StartThread(unsigned long stackSize) {
   if (!HoldThisModule()) return 0;
   unsigned id = 0;
-  const auto handle = ::_beginthreadex(nullptr, stackSize, &Enter, this, 0, &id);
+  const auto handle = ::_beginthreadex(nullptr, stackSize, &State::Enter, this, 0, &id);
   if (handle == 0) {
     ::FreeLibrary(ThisModule());
     return 0;

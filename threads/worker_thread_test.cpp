@@ -59,7 +59,9 @@ TEST(WorkerThread, StopAndDestruction_FromAnyState_End) {
        [](WorkerThread& w) {
          WorkerCall call(&w, [] {});
          call.AddRef();
+         call.PostIt();
          w.StartThread(0);
+         while (w.NumberOfOutstandingCalls() > 0) ::Sleep(1);
          EXPECT_EQ(w.WaitForThread(20), static_cast<unsigned long>(WAIT_TIMEOUT));
          EXPECT_NE(w.KillThread(), 0);
          EXPECT_EQ(w.WaitForCall(0), 0);

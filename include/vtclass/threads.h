@@ -208,9 +208,6 @@ class VTCLASS_API WorkerThread {
   friend class ThreadPool;
   friend class ThreadPoolCall;
   friend class ThreadStopCall;
-  static unsigned __stdcall Enter(void* self);
-  unsigned long EnterAndRun();
-
   struct State;
   State* state;
 };
@@ -245,6 +242,7 @@ class VTCLASS_API ThreadPoolCall : public RefThreadCall {
  private:
   friend class ThreadPool;
   ThreadPool* pool;
+  unsigned long long pendingEntries; /* in the pool's queue; the pool's lock guards it */
 };
 
 /*
@@ -314,10 +312,6 @@ class VTCLASS_API ThreadPool {
 
  private:
   friend class ThreadPoolCall;
-  void StopBusyWorkers(unsigned long timeout, bool closing);
-  void FinishCall(ThreadPoolCall* call);
-  void DestroyIdleWorkers();
-
   struct State;
   State* state;
 };

@@ -4,6 +4,7 @@
 #include <vtclass/win32.h>
 
 #include <atomic>
+#include <bit>
 #include <type_traits>
 
 namespace vtclass::platform {
@@ -46,7 +47,7 @@ class BoundFunction<Result WINAPI(Arguments...)> {
     if (bound) return bound;
     const HMODULE module = ::LoadLibraryExW(library, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!module) return nullptr;
-    bound = reinterpret_cast<Address>(reinterpret_cast<void*>(::GetProcAddress(module, function)));
+    bound = std::bit_cast<Address>(::GetProcAddress(module, function));
     address.store(bound, std::memory_order_release);
     return bound;
   }

@@ -33,7 +33,7 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   }
 
  private:
-  CRITICAL_SECTION section;
+  CRITICAL_SECTION section{};
 };
 
 /* Holds a CriticalSection for one scope. */

@@ -5,6 +5,7 @@
 #include <objbase.h>
 
 #include <atomic>
+#include <bit>
 #include <memory>
 
 #include "platform/bound_function.h"
@@ -103,11 +104,10 @@ unsigned long MultiThreadedCom::WaitForMultipleObjects(unsigned long count, void
   return ::WaitForMultipleObjects(count, handles, waitAll, timeout);
 }
 
-ComEnvironmentFactory::ComEnvironmentFactory()
-    : coInitializeEx(nullptr), module(::LoadLibraryW(L"ole32.dll")) {
+ComEnvironmentFactory::ComEnvironmentFactory() : module(::LoadLibraryW(L"ole32.dll")) {
   if (!module) return;
-  coInitializeEx = reinterpret_cast<MultiThreadedCom::Initialize>(
-      reinterpret_cast<void*>(::GetProcAddress(module, "CoInitializeEx")));
+  coInitializeEx =
+      std::bit_cast<MultiThreadedCom::Initialize>(::GetProcAddress(module, "CoInitializeEx"));
 }
 
 ComEnvironmentFactory::~ComEnvironmentFactory() {

@@ -83,7 +83,8 @@ class Hooked : public ::testing::Environment {
                                                              &LookUp);
   }
 };
-[[maybe_unused]] auto* const hooked = ::testing::AddGlobalTestEnvironment(new Hooked);
+[[maybe_unused]] auto* const hooked =  // NOLINT(cert-err58-cpp): GoogleTest does the same
+    ::testing::AddGlobalTestEnvironment(new Hooked);
 
 TEST(RunTimeBinding, SpinCountFunction_IsLookedUpOnceInAProcess) {
   {
@@ -127,9 +128,9 @@ TEST_F(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
       ComEnvironmentFactory* const factory = ComEnvironmentFactory::GetInstance();
       uninitialized = 0;
       std::unique_ptr<ComClientEnv> made(factory->GetEnvironment(row.model, 0));
-      const char kind = dynamic_cast<SingleThreadedCom*>(made.get())  ? 'S'
-                        : dynamic_cast<MultiThreadedCom*>(made.get()) ? 'M'
-                                                                      : '\0';
+      char kind = '\0';
+      if (dynamic_cast<SingleThreadedCom*>(made.get())) kind = 'S';
+      if (dynamic_cast<MultiThreadedCom*>(made.get())) kind = 'M';
       EXPECT_EQ(kind, row.made);
       if (made) EXPECT_EQ(made->GetStatus(), row.status);
       made.reset();
@@ -141,7 +142,7 @@ TEST_F(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
 }
 
 TEST_F(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus) {
-  for (const HRESULT result : {S_OK, static_cast<HRESULT>(RPC_E_TOO_LATE)}) {
+  for (const HRESULT result : {S_OK, RPC_E_TOO_LATE}) {
     std::thread([result] {
       securityResult = result;
       uninitialized = 0;
@@ -162,6 +163,7 @@ TEST_F(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
   Gate start;
   std::vector<ComEnvironmentFactory*> got(8);
   std::vector<std::thread> threads;
+  threads.reserve(got.size());
   for (auto& slot : got) {
     threads.emplace_back([&] { start.Passed(), slot = ComEnvironmentFactory::GetInstance(); });
   }

@@ -83,8 +83,7 @@ TEST(RefPointer, EveryWayToHoldAnObject_KeepsTheCount) {
   RefPointer<Object>& self = copy;
   copy = self;
   base = std::move(copy);
-  EXPECT_FALSE(copy);
-  EXPECT_TRUE(copy == nullptr && base != nullptr);
+  EXPECT_TRUE(!copy && copy == nullptr && base != nullptr);  // NOLINT: moved from is null
   first = nullptr;
   EXPECT_EQ(destroyed, 0);
   base = new Object(&destroyed);
@@ -100,6 +99,7 @@ TEST(RefPointer, LastDropOfManyThreads_DestroysOnce) {
     Gate start;
     RefPointer<Object> object(new Object(&destroyed));
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([held = object, &start]() mutable { start.Passed(), held = nullptr; });
     }

@@ -24,7 +24,7 @@ void ReportException(const char* text) noexcept {
 }  // namespace vtclass::threads
 
 ThreadCall::ThreadCall(WorkerThread* thread)
-    : thread(thread), creatorThreadId(::GetCurrentThreadId()), reserved(0) {}
+    : thread(thread), creatorThreadId(::GetCurrentThreadId()) {}
 
 RefThreadCall::RefThreadCall(WorkerThread* thread) : ThreadCall(thread) {}
 

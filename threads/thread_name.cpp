@@ -25,8 +25,8 @@ constinit BoundFunction<HRESULT WINAPI(HANDLE, PCWSTR)> setThreadDescription(L"k
 // The record that debuggers know.
 struct NameRecord {
   DWORD type = 0x1000;
-  const char* name;
-  DWORD threadId;
+  const char* name = nullptr;
+  DWORD threadId = 0;
   DWORD flags = 0;
 };
 

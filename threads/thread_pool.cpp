@@ -151,7 +151,7 @@ RefPointer<ThreadPoolCall> ThreadPool::State::StopExecuting(const ThreadPoolCall
 }
 
 void ThreadPool::State::Retire(WorkerThread* worker) {
-  const auto found = std::find(busy.begin(), busy.end(), worker);
+  const auto found = std::ranges::find(busy, worker);
   if (found == busy.end()) return;
   busy.erase(found);
   idle.push_back(worker);
@@ -160,9 +160,8 @@ void ThreadPool::State::Retire(WorkerThread* worker) {
 
 bool ThreadPool::State::RunsOnIdleWorker() {
   const DWORD current = ::GetCurrentThreadId();
-  return std::any_of(idle.begin(), idle.end(), [current](const WorkerThread* worker) {
-    return worker->state->threadId == current;
-  });
+  return std::ranges::any_of(
+      idle, [current](const WorkerThread* worker) { return worker->state->threadId == current; });
 }
 
 /*
@@ -278,6 +277,7 @@ ThreadPool::~ThreadPool() {
   delete state;
 }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the callee holds a reference of its own.
 void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
   bool reap = false;
   {
@@ -327,12 +327,13 @@ void ThreadPool::ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call) {
   stopped = state->StopExecuting(call.get());
 }
 
+// NOLINTEND(performance-unnecessary-value-param)
+
 void ThreadPool::DeleteOutstandingCalls() { state->DropPending(); }
 
 void ThreadPool::StopAllThreads(unsigned long timeout) { state->StopBusy(timeout, false); }
 
-ThreadPoolCall::ThreadPoolCall(ThreadPool* pool)
-    : RefThreadCall(nullptr), pool(pool), pendingEntries(0) {}
+ThreadPoolCall::ThreadPoolCall(ThreadPool* pool) : RefThreadCall(nullptr), pool(pool) {}
 
 void ThreadPoolCall::PostIt() {
   if (pool) pool->EnqueueCall(RefPointer<ThreadPoolCall>(this));

@@ -57,15 +57,15 @@ TEST_F(Pool, ThirdCall_WaitsForOneOfTwoWorkers_InTurn) {
   Gate entered[2], leave[2], third;
   DWORD ids[3] = {};
   ThreadPool pool(2, 0, kNoCom);
-  std::vector<Call> calls;
-  for (int i = 0; i < 2; ++i) {
-    calls.push_back(Make(&pool, [&, i] {
+  const auto hold = [&](int i) {
+    return Make(&pool, [&, i] {
       ids[i] = ::GetCurrentThreadId();
       entered[i].Open();
       EXPECT_TRUE(leave[i].Passed());
-    }));
-  }
-  calls.push_back(Make(&pool, [&] { ids[2] = ::GetCurrentThreadId(), third.Open(); }));
+    });
+  };
+  const Call calls[] = {hold(0), hold(1),
+                        Make(&pool, [&] { ids[2] = ::GetCurrentThreadId(), third.Open(); })};
   for (const Call& call : calls) call->PostIt();
   ASSERT_TRUE(entered[0].Passed() && entered[1].Passed());
   EXPECT_TRUE(pool.IsThreadCallQueued(calls[2]) && !pool.IsThreadCallExecuting(calls[2]));
@@ -138,39 +138,44 @@ TEST_F(Pool, IdleWorkers_AreReapedByTheNextPosting_OrReusedLastFirst) {
   }
 }
 
-TEST_F(Pool, CallsThatPost_InExecuteOrDestructor_NeverHang) {
+// A chain of calls: each one's destructor posts the next, now and then to another pool. With `keep`
+// 0 that is mostly the pool of the worker that is about to end.
+void RunChains(int keep, int workers) {
+  Gate done;
+  std::atomic<int> left = 40;
+  ThreadPool other(1, 1 - keep, kNoCom);
+  ThreadPool pool(workers, keep, kNoCom);
+  const DWORD poster = ::GetCurrentThreadId();
+  const std::function<void(ThreadPool*)> post = [&](ThreadPool* to) {
+    const auto step = [&] {
+      if (--left == 0) done.Open();
+    };
+    Make(to, step, [&] {
+      EXPECT_NE(::GetCurrentThreadId(), poster) << "destroyed on the worker";
+      if (left > 0) post(left % 4 == 0 ? &other : &pool);
+    })->PostIt();
+  };
+  for (int i = 0; i < workers; ++i) post(&pool);
+  EXPECT_TRUE(done.Passed()) << keep << workers;
+  while (PoolCall::alive > 0) ::Sleep(1);
+}
+
+TEST_F(Pool, DestructorsThatPost_NeverHang) {
   for (const int keep : {0, 1}) {
-    for (const int workers : {1, 2, 8}) {
-      Gate done;
-      std::atomic<int> left = 40;
-      std::atomic<DWORD> destroyer = 0;
-      {
-        ThreadPool other(1, 1 - keep, kNoCom);
-        ThreadPool pool(workers, keep, kNoCom);
-        PoolCall::Work step = [&] {
-          if (--left == 0) done.Open();
-        };
-        // Each destructor posts the next, half of them to this pool's worker that is ending.
-        std::function<void(ThreadPool*)> chain = [&](ThreadPool* to) {
-          Make(to, step, [&chain, &left, &pool, &other, &destroyer, to] {
-            destroyer = ::GetCurrentThreadId();
-            if (left > 0) chain(left % 4 == 0 && to == &pool ? &other : &pool);
-          })->PostIt();
-        };
-        for (int i = 0; i < workers; ++i) chain(&pool);
-        EXPECT_TRUE(done.Passed()) << keep << workers;
-        EXPECT_NE(destroyer, ::GetCurrentThreadId());
-        Gate again;
-        int runs = 0;
-        Call self;
-        self = Make(&other, [&] { ++runs < 100 ? self->PostIt() : again.Open(); });
-        self->PostIt();
-        EXPECT_TRUE(again.Passed());
-        Settle(other, self);
-        while (PoolCall::alive > 1) ::Sleep(1);
-      }
-    }
+    for (const int workers : {1, 2, 8}) RunChains(keep, workers);
   }
+}
+
+TEST_F(Pool, CallThatPostsItself_RunsEachTime) {
+  Gate done;
+  int runs = 0;
+  ThreadPool pool(2, 0, kNoCom);
+  Call self;
+  self = Make(&pool, [&] { ++runs < 100 ? self->PostIt() : done.Open(); });
+  self->PostIt();
+  EXPECT_TRUE(done.Passed());
+  Settle(pool, self);
+  EXPECT_EQ(runs, 100);
 }
 
 std::string stopWait;
@@ -179,7 +184,8 @@ DWORD WINAPI KeepWait(DWORD count, const HANDLE* handles, BOOL all, DWORD timeou
   stopWait = std::to_string(count) + (all ? " all " : " any ") + std::to_string(timeout);
   if (openedByWait) openedByWait->Open();
   const DWORD result = ::WaitForMultipleObjects(count, handles, all, timeout < 50 ? timeout : 50);
-  stopWait += result == WAIT_TIMEOUT ? " time-out" : result == WAIT_FAILED ? " failed" : " none";
+  if (result == WAIT_TIMEOUT) stopWait += " time-out";
+  if (result == WAIT_FAILED) stopWait += " failed";
   return result;
 }
 

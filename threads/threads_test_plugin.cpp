@@ -19,7 +19,7 @@ WorkerThread* StartWorker(WorkerThread::ComThreadingModel model) {
 }
 
 // Runs two calls; without `work` it returns when they are over.
-ThreadPool* StartPool(int keepIdle, PoolCall::Work work = nullptr) {
+ThreadPool* StartPool(int keepIdle, const PoolCall::Work& work = nullptr) {
   auto* const pool = new ThreadPool(2, keepIdle, WorkerThread::ComMultiThreaded);
   Gate entered;
   (new PoolCall(pool, [] {}))->PostIt();

@@ -4,8 +4,6 @@
 
 #include "vtclass/threads.h"
 
-WaitableGroup::WaitableGroup() : waitables(), handles(), count(0) {}
-
 int WaitableGroup::Add(Waitable* waitable) {
   if (!waitable || count >= kCapacity) return 0;
   waitables[count] = waitable;
@@ -25,7 +23,7 @@ int WaitableGroup::Remove(Waitable* waitable) {
   return 1;
 }
 
-unsigned long WaitableGroup::Count() { return count; }
+unsigned long WaitableGroup::Count() const { return count; }
 
 Waitable* WaitableGroup::Wait(unsigned long timeout) {
   unsigned long index = 0;

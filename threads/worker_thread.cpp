@@ -75,6 +75,7 @@ WorkerThread::WorkerThread(ComThreadingModel model, const char* name)
   vtclass::threads::LookUpSpinCount();
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): stopping has its place in the queue
 WorkerThread::~WorkerThread() {
   WorkerThread::StopThread();
   delete state;

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <process.h>
 
+#include <algorithm>
+#include <bit>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -20,9 +22,10 @@ using vtclass::test::ImportHook;
 using vtclass::test::WorkerCall;
 
 TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
+  volatile int other = 7;
   for (const auto model :
        {WorkerThread::ComMultiThreaded, WorkerThread::ComSingleThreaded, WorkerThread::ComNone,
-        static_cast<WorkerThread::ComThreadingModel>(7)}) {
+        static_cast<WorkerThread::ComThreadingModel>(other)}) {
     WorkerThread worker(model, "order");
     std::string order;
     const auto post = [&](char c) {
@@ -128,9 +131,8 @@ LONG CALLBACK KeepNames(EXCEPTION_POINTERS* pointers) {
 }
 
 TEST(WorkerThread, Names_OfAnyLength_ShowInDebuggersAndDescriptions) {
-  const auto getDescription =
-      reinterpret_cast<HRESULT(WINAPI*)(HANDLE, PWSTR*)>(reinterpret_cast<void*>(
-          ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "GetThreadDescription")));
+  const auto getDescription = std::bit_cast<HRESULT(WINAPI*)(HANDLE, PWSTR*)>(
+      ::GetProcAddress(::GetModuleHandleW(L"kernelbase.dll"), "GetThreadDescription"));
   void* const handler = ::AddVectoredExceptionHandler(1, &KeepNames);
   for (const std::size_t length : {0u, 15u, 64u, 300u}) {
     const std::string name(length, 'n');

@@ -143,7 +143,7 @@ class VTCLASS_API ComEnvironmentFactory {
   ComEnvironmentFactory();
   ~ComEnvironmentFactory();
 
-  MultiThreadedCom::Initialize coInitializeEx;
+  MultiThreadedCom::Initialize coInitializeEx = nullptr;
   HMODULE module;
 };
 

@@ -67,7 +67,7 @@ class VTCLASS_API ThreadCall {
 
   WorkerThread* thread;          /* where it runs; null until set */
   unsigned long creatorThreadId; /* of the thread that constructed the call */
-  unsigned long reserved;        /* 0; not used by the library */
+  unsigned long reserved = 0;    /* not used by the library */
 };
 
 /*
@@ -242,7 +242,7 @@ class VTCLASS_API ThreadPoolCall : public RefThreadCall {
  private:
   friend class ThreadPool;
   ThreadPool* pool;
-  unsigned long long pendingEntries; /* in the pool's queue; the pool's lock guards it */
+  unsigned long long pendingEntries = 0; /* in the pool's queue; the pool's lock guards it */
 };
 
 /*
@@ -333,8 +333,6 @@ class VTCLASS_API Waitable {
  */
 class VTCLASS_API WaitableGroup {
  public:
-  WaitableGroup();
-
   /* Appends `waitable`. Returns 1; 0 when it is null or the group is full. */
   int Add(Waitable* waitable);
 
@@ -342,7 +340,7 @@ class VTCLASS_API WaitableGroup {
    * none. */
   int Remove(Waitable* waitable);
 
-  unsigned long Count();
+  unsigned long Count() const;
 
   /*
    * Waits `timeout` milliseconds until one handle is signalled. Returns its waitable, the first in
@@ -358,9 +356,9 @@ class VTCLASS_API WaitableGroup {
 
  private:
   static constexpr unsigned long kCapacity = 64;
-  Waitable* waitables[kCapacity];
-  void* handles[kCapacity];
-  unsigned long count;
+  Waitable* waitables[kCapacity] = {};
+  void* handles[kCapacity] = {};
+  unsigned long count = 0;
 };
 
 /* The link inside an element of an IntrusiveSList. */

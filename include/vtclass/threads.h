@@ -267,8 +267,14 @@ class VTCLASS_API ThreadPool {
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 
-  /* DeleteOutstandingCalls, ends the idle workers, and StopAllThreads(15000): an owner that wants
-   * its calls to finish waits for them first. */
+  /*
+   * DeleteOutstandingCalls, ends the idle workers, and StopAllThreads(15000). Calls that are posted
+   * after that (by the destructors of others) are dropped.
+   *
+   * An owner that wants its calls to finish waits for them first, until IsThreadCallExecuting
+   * denies it for each. A signal that Execute gives comes a moment too early: a pool that is
+   * destroyed in that moment still has a call in hand, and lasts the 15 seconds.
+   */
   virtual ~ThreadPool();
 
   /*

@@ -33,6 +33,8 @@ namespace vtclass::threads {
  *
  * A waiter that is killed in its sleep stays in S. The next post makes a token for it, which any
  * later waiter consumes in its place, a wait of no time among them: it announces itself first.
+ * A poster that is killed between its two steps takes one wake-up along; whoever kills threads
+ * gives up what they were doing.
  */
 class CallCount {
  public:

@@ -26,8 +26,8 @@ class CallSemaphore {
 
   /* True when one count was consumed. With an environment the wait keeps its apartment alive. */
   bool Wait(DWORD timeout, ComClientEnv* environment) {
-    const bool taken = kernel && count.TakeOrAnnounce();
-    if (taken) {
+    const bool usable = static_cast<bool>(kernel);
+    if (usable && count.TakeOrAnnounce()) {
       // A wait that finds a call dispatches what is pending too: a worker that never sleeps would
       // otherwise starve its apartment.
       if (environment) environment->Dawdle();
@@ -35,8 +35,8 @@ class CallSemaphore {
     }
     const DWORD result = environment ? environment->WaitForSingleObject(kernel.Get(), timeout)
                                      : ::WaitForSingleObject(kernel.Get(), timeout);
-    if (!kernel || result == WAIT_OBJECT_0) return result == WAIT_OBJECT_0;
-    if (count.TakeBack()) return false;
+    if (result == WAIT_OBJECT_0) return true;
+    if (!usable || count.TakeBack()) return false;
     return ::WaitForSingleObject(kernel.Get(), INFINITE) == WAIT_OBJECT_0;
   }
 

@@ -44,8 +44,7 @@ std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
 namespace vtclass::threads {
 
 void LookUpSpinCount() noexcept {
-  // The address is kept and not used: the locks get their spin count when they are made. Tools that
-  // watch which functions a process looks up see this one from every release.
+  // Looked up and kept, but not used: the locks get their spin count when they are made.
   static std::atomic<bool> lookedUp;
   static std::atomic<FARPROC> setSpinCount;
   if (lookedUp.exchange(true)) return;

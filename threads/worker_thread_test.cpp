@@ -22,10 +22,9 @@ using vtclass::test::ImportHook;
 using vtclass::test::WorkerCall;
 
 TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
-  volatile int other = 7;
   for (const auto model :
        {WorkerThread::ComMultiThreaded, WorkerThread::ComSingleThreaded, WorkerThread::ComNone,
-        static_cast<WorkerThread::ComThreadingModel>(other)}) {
+        std::bit_cast<WorkerThread::ComThreadingModel>(7)}) {
     WorkerThread worker(model, "order");
     std::string order;
     const auto post = [&](char c) {

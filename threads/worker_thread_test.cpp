@@ -73,6 +73,8 @@ TEST(WorkerThread, StopAndDestruction_FromAnyState_End) {
          EXPECT_EQ(w.RetrieveCall(), &call);
          call.PostIt();
          w.StartThread(0);
+         w.StopThread();
+         EXPECT_EQ(call.AddRef(), 3) << "one posting was retrieved and not run";
        }},
       {"stop with a full queue",
        [](WorkerThread& w) {

@@ -9,6 +9,8 @@
 #define VTCLASS_THREAD_ANNOTATION(x)
 #endif
 #define VTCLASS_GUARDED_BY(lock) VTCLASS_THREAD_ANNOTATION(guarded_by(lock))
+/* On a function: the caller holds the lock. */
+#define VTCLASS_REQUIRES(lock) VTCLASS_THREAD_ANNOTATION(requires_capability(lock))
 
 namespace vtclass::platform {
 
@@ -31,7 +33,7 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   }
 
  private:
-  CRITICAL_SECTION section;
+  CRITICAL_SECTION section{};
 };
 
 /* Holds a CriticalSection for one scope. */

@@ -64,6 +64,13 @@ struct FileTraits {
   static bool Close(Type file) noexcept { return ::CloseHandle(file) != FALSE; }
 };
 
+/* Threads, events, semaphores, tokens: what is null when there is none. */
+struct KernelObjectTraits {
+  using Type = HANDLE;
+  static Type Empty() noexcept { return nullptr; }
+  static bool Close(Type object) noexcept { return ::CloseHandle(object) != FALSE; }
+};
+
 struct LocalMemoryTraits {
   using Type = HLOCAL;
   static Type Empty() noexcept { return nullptr; }
@@ -78,6 +85,7 @@ struct ModuleTraits {
 
 using OwnedRegistryKey = Owned<RegistryKeyTraits>;
 using OwnedFile = Owned<FileTraits>;
+using OwnedKernelObject = Owned<KernelObjectTraits>;
 using OwnedLocalMemory = Owned<LocalMemoryTraits>;
 using OwnedModule = Owned<ModuleTraits>;
 

@@ -1,4 +1,4 @@
-# Installs the library, builds the example host against the installed package and runs it:
+# Installs the library, builds the example hosts against the installed package and runs them:
 # what a developer outside this repository does.
 #   cmake -DBUILD=build folder -DSOURCE=repository -DWORK=scratch folder -DTOOLCHAIN=file
 #         -DEMULATOR=program -P package_test.cmake
@@ -13,12 +13,14 @@ endfunction()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/package)
-run(${CMAKE_COMMAND} -G Ninja -S ${SOURCE}/examples/first -B ${WORK}/first
-  -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_BUILD_TYPE=Release
-  -DCMAKE_PREFIX_PATH=${WORK}/package -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
-run(${CMAKE_COMMAND} --build ${WORK}/first)
-file(COPY ${WORK}/package/bin/ DESTINATION ${WORK}/first)
-run(${EMULATOR} ${WORK}/first/first.exe)
+foreach(example first pool)
+  run(${CMAKE_COMMAND} -G Ninja -S ${SOURCE}/examples/${example} -B ${WORK}/${example}
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_BUILD_TYPE=Release
+    -DCMAKE_PREFIX_PATH=${WORK}/package -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
+  run(${CMAKE_COMMAND} --build ${WORK}/${example})
+  file(COPY ${WORK}/package/bin/ DESTINATION ${WORK}/${example})
+  run(${EMULATOR} ${WORK}/${example}/${example}.exe)
+endforeach()
 run(${EMULATOR} reg delete "HKCU\\Software\\vtclass_mini example" /f)
 file(READ ${WORK}/first.xml log HEX)
 # The UTF-16 text of the entry that the example writes.

@@ -2,11 +2,14 @@
 #define VTCLASS_VTCLASS_H
 
 /* Every header of the library. */
+#include "vtclass/com_environment.h"
 #include "vtclass/config.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
 #include "vtclass/product.h"
+#include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"
 #include "vtclass/strings.h"
+#include "vtclass/threads.h"
 
 #endif

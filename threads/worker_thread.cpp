@@ -1,0 +1,167 @@
+#include <vtclass/win32.h>
+
+#include <process.h>
+
+#include <memory>
+
+#include "threads/contained.h"
+#include "threads/worker_state.h"
+#include "vtclass/threads.h"
+
+using vtclass::platform::ScopedLock;
+using vtclass::threads::Contained;
+
+extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT(bugprone-reserved-identifier): the linker's name
+
+namespace {
+
+constexpr DWORD kKilled = 0x80004004;  // E_ABORT
+
+HMODULE ThisModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
+
+// A thread that runs code of this module holds a reference to it: when the host unloads the library
+// too early, the code stays until the thread has left it.
+bool HoldThisModule() {
+  HMODULE held = nullptr;
+  return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                              reinterpret_cast<LPCWSTR>(&__ImageBase), &held) != FALSE;
+}
+
+std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
+  constexpr unsigned long kMultithreadedOrSingle = 255;
+  std::unique_ptr<ComClientEnv> environment;
+  if (model == WorkerThread::ComMultiThreaded) {
+    environment.reset(
+        ComEnvironmentFactory::GetInstance()->GetEnvironment(kMultithreadedOrSingle, 1));
+  } else if (model == WorkerThread::ComSingleThreaded) {
+    environment = std::make_unique<SingleThreadedCom>();
+  }
+  return environment;
+}
+
+}  // namespace
+
+namespace vtclass::threads {
+
+void LookUpSpinCount() noexcept {
+  // Looked up and kept, but not used: the locks get their spin count when they are made.
+  static std::atomic<bool> lookedUp;
+  static std::atomic<FARPROC> setSpinCount;
+  if (lookedUp.exchange(true)) return;
+  setSpinCount =
+      ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetCriticalSectionSpinCount");
+}
+
+}  // namespace vtclass::threads
+
+void WorkerThread::State::Queue(ThreadCall* call, std::size_t spare) {
+  {
+    const ScopedLock hold(queueLock);
+    queue.Reserve(1 + spare);
+    queue.PushBack(call);
+    ++outstanding;
+  }
+  // Last of all: once the call is counted, it may run and its owner may destroy this worker.
+  semaphore.Post();
+}
+
+WorkerThread::WorkerThread() : WorkerThread(ComMultiThreaded, "WrkrThrd") {}
+
+WorkerThread::WorkerThread(const char* name) : WorkerThread(ComMultiThreaded, name) {}
+
+WorkerThread::WorkerThread(ComThreadingModel model, const char* name)
+    : state(new State(this, model, name)) {
+  vtclass::threads::LookUpSpinCount();
+}
+
+// NOLINTNEXTLINE(bugprone-exception-escape): stopping has its place in the queue
+WorkerThread::~WorkerThread() {
+  WorkerThread::StopThread();
+  delete state;
+}
+
+unsigned __stdcall WorkerThread::State::Enter(void* worker) {
+  const unsigned long code = Live(*static_cast<WorkerThread*>(worker));
+  ::FreeLibraryAndExitThread(ThisModule(), code);
+}
+
+unsigned long WorkerThread::State::Live(WorkerThread& worker) {
+  State& state = *worker.state;
+  SetThreadName(::GetCurrentThreadId(), state.name.c_str());
+  // Without memory for an environment the calls run outside COM; COM then refuses what they ask.
+  Contained([&state] { state.environment = EnterCom(state.model).release(); });
+  const unsigned long code = worker.Run();
+  delete std::exchange(state.environment, nullptr);
+  return code;
+}
+
+unsigned long WorkerThread::Run() {
+  do {
+    if (!WaitForCall(INFINITE)) continue;
+    ThreadCall* const call = RetrieveCall();
+    if (!call) continue;
+    Contained([call] { call->ThreadExecute(); });
+    --state->outstanding;
+  } while (state->running);  // asked after a wait only: a stop never cuts a call short
+  return 0;
+}
+
+int WorkerThread::StartThread(unsigned long stackSize) {
+  if (!HoldThisModule()) return 0;
+  unsigned id = 0;
+  const auto handle = ::_beginthreadex(nullptr, stackSize, &State::Enter, this, 0, &id);
+  if (handle == 0) {
+    ::FreeLibrary(ThisModule());
+    return 0;
+  }
+  state->thread.Reset(reinterpret_cast<HANDLE>(handle));
+  state->threadId = id;
+  return 1;
+}
+
+void WorkerThread::StopThread() {
+  if (!state->thread) return;
+  if (WaitForThread(0) != WAIT_OBJECT_0) {
+    // With the flag cleared already, the thread leaves by itself after the call in hand.
+    if (state->running) {
+      state->stopCall->AddRef();
+      state->Queue(state->stopCall.get(), 0);
+    }
+    WaitForThread(INFINITE);
+  }
+  state->thread.Reset();
+  state->threadId = 0;
+  while (WaitForCall(0)) RetrieveCall();
+}
+
+int WorkerThread::KillThread() {
+  if (!state->thread) return 1;
+  const int ended = ::TerminateThread(state->thread.Get(), kKilled);
+  // The thread may run some instructions more before the system ends it, and the caller is going to
+  // free what it works on. One that is stuck inside the system never comes back from there.
+  constexpr DWORD kEndLimit = 1000;
+  if (ended) ::WaitForSingleObject(state->thread.Get(), kEndLimit);
+  state->thread.Reset();
+  return ended;
+}
+
+unsigned long WorkerThread::WaitForThread(unsigned long timeout) {
+  return ::WaitForSingleObject(state->thread.Get(), timeout);
+}
+
+void WorkerThread::Call(ThreadCall* call) { state->Queue(call, 1); }
+
+ThreadCall* WorkerThread::RetrieveCall() {
+  const ScopedLock hold(state->queueLock);
+  return state->queue.Size() > 0 ? state->queue.PopFront() : nullptr;
+}
+
+int WorkerThread::WaitForCall(unsigned long timeout) {
+  return state->semaphore.Wait(timeout, state->environment) ? 1 : 0;
+}
+
+long WorkerThread::NumberOfOutstandingCalls() { return state->outstanding; }
+
+void WorkerThread::Dawdle() {
+  if (state->environment) state->environment->Dawdle();
+}

@@ -82,7 +82,7 @@ void TextRaw(benchmark::State& state, int bytes) {
   const std::wstring name = Scene::TextName(bytes);
   std::vector<BYTE> buffer(16384);
   for (auto _ : state) {
-    DWORD size = static_cast<DWORD>(buffer.size());
+    auto size = static_cast<DWORD>(buffer.size());
     DWORD type = 0;
     benchmark::DoNotOptimize(
         ::RegQueryValueExW(scene->key, name.c_str(), nullptr, &type, buffer.data(), &size));

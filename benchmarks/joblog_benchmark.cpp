@@ -11,7 +11,6 @@
 #include "platform/owned.h"
 #include "vtclass/log.h"
 
-using vtclass::platform::FileTraits;
 using vtclass::platform::OwnedFile;
 
 namespace {
@@ -22,9 +21,9 @@ constexpr char kPeerFile[] = "joblog_benchmark_peer.log";
 
 // A line of 100 characters with its line feed, as an agent writes it for every file.
 constexpr wchar_t kFormat[] = L"Backed up %s, %u files, %u KB, status %d\n";
-constexpr wchar_t kPath[] = L"C:\\Users\\Public\\Documents\\Quarterly figures\\report.xlsx";
+constexpr wchar_t kPath[] = LR"(C:\Users\Public\Documents\Quarterly figures\report.xlsx)";
 constexpr char kPeerFormat[] = "Backed up {}, {} files, {} KB, status {}";
-constexpr char kNarrowPath[] = "C:\\Users\\Public\\Documents\\Quarterly figures\\report.xlsx";
+constexpr char kNarrowPath[] = R"(C:\Users\Public\Documents\Quarterly figures\report.xlsx)";
 constexpr std::size_t kLineUnits = 101;
 
 enum Encoding : int { ansi = 0, unicode = 1 };

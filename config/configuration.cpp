@@ -57,13 +57,7 @@ long OpenByMode(Configuration::openMode mode, HKEY parent, const wchar_t* subkey
 
 }  // namespace
 
-Configuration::Configuration(HKEY root)
-    : access(0),
-      lastError(ERROR_SUCCESS),
-      root(root),
-      remoteRoot(nullptr),
-      key(nullptr),
-      notifyEvent(nullptr) {}
+Configuration::Configuration(HKEY root) : root(root) {}
 
 Configuration::~Configuration() { Close(); }
 

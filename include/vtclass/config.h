@@ -211,13 +211,13 @@ class VTCLASS_API Configuration {
   bool OpenKey(openMode mode, const wchar_t* subkey);
   bool Succeeded(long status); /* keeps a failing status */
 
-  unsigned int access;
-  long lastError;
+  unsigned int access = 0;
+  long lastError = ERROR_SUCCESS;
   wcstring machine;
   HKEY root;
-  HKEY remoteRoot;
-  HKEY key;
-  void* notifyEvent;
+  HKEY remoteRoot = nullptr;
+  HKEY key = nullptr;
+  void* notifyEvent = nullptr;
 };
 
 /*

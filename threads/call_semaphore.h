@@ -36,11 +36,17 @@ class CallSemaphore {
     const DWORD result = environment ? environment->WaitForSingleObject(kernel.Get(), timeout)
                                      : ::WaitForSingleObject(kernel.Get(), timeout);
     if (result == WAIT_OBJECT_0) return true;
-    if (!usable || count.TakeBack()) return false;
-    return ::WaitForSingleObject(kernel.Get(), INFINITE) == WAIT_OBJECT_0;
+    if (!usable) return false;
+    while (!count.TakeBack()) {
+      const DWORD token = ::WaitForSingleObject(kernel.Get(), kTokenLimit);
+      if (token != WAIT_TIMEOUT) return token == WAIT_OBJECT_0;
+    }
+    return false;
   }
 
  private:
+  static constexpr DWORD kTokenLimit = 1; /* a token on its way comes sooner; it may be snatched */
+
   platform::OwnedKernelObject kernel;
   CallCount count;
 };

@@ -43,6 +43,9 @@ class CallCount {
   /* Counts one call. True: the caller owes one release of the kernel semaphore. */
   bool Post() noexcept { return count.fetch_add(1) < 0; }
 
+  /* A hint: at this moment a call can be taken. */
+  bool HasCall() const noexcept { return count.load(std::memory_order_relaxed) > 0; }
+
   /* Takes one call, or announces a sleeper. True: taken. */
   bool TakeOrAnnounce() noexcept { return count.fetch_sub(1) > 0; }
 

@@ -27,6 +27,8 @@ class CallSemaphore {
   /* True when one count was consumed. With an environment the wait keeps its apartment alive. */
   bool Wait(DWORD timeout, ComClientEnv* environment) {
     const bool usable = static_cast<bool>(kernel);
+    // Who posts next may only be waiting for this processor: that saves both of them the kernel.
+    if (timeout > 0 && !count.HasCall()) ::SwitchToThread();
     if (usable && count.TakeOrAnnounce()) {
       // A wait that finds a call dispatches what is pending too: a worker that never sleeps would
       // otherwise starve its apartment.

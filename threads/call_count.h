@@ -14,7 +14,7 @@ namespace vtclass::threads {
  *   wait:  if (TakeOrAnnounce()) done
  *          sleep on the kernel semaphore; woken: done
  *          timed out: if (TakeBack()) nothing was taken
- *                     else sleep on the kernel semaphore without limit; done
+ *                     else sleep on for a moment; woken: done; timed out: once more
  *
  * Why no wake-up is lost and none is astray. Let S be the announced waiters that have neither been
  * woken nor taken their announcement back, and T the tokens: releases of the kernel semaphore that
@@ -26,10 +26,12 @@ namespace vtclass::threads {
  *   TakeOrAnnounce at count <= 0 -count and S rise by one
  *   waking                       S and T fall by one
  *   TakeBack at count < 0        -count and S fall by one
- *   TakeBack at count >= 0       refused; nothing changes. S = T here, and the refused waiter is
- * one of S: there is a token for it, so its second sleep ends. With count >= 0 every sleeper has a
- * token, so nobody sleeps while a call is unclaimed; and T never exceeds S, so no token is left
- * when nobody sleeps.
+ *   TakeBack at count >= 0       refused; nothing changes
+ * With count >= 0 every sleeper has a token, so nobody sleeps while a call is unclaimed; and T
+ * never exceeds S, so no token is left when nobody sleeps. A waiter whose TakeBack is refused is
+ * one of S, so there is a token for it. Another waiter may announce itself and snatch that token;
+ * the count is below 0 then, and the next TakeBack ends the wait. So a wait with a time-out never
+ * waits for the next post.
  *
  * A waiter that is killed in its sleep stays in S. The next post makes a token for it, which any
  * later waiter consumes in its place, a wait of no time among them: it announces itself first.
@@ -40,6 +42,9 @@ class CallCount {
  public:
   /* Counts one call. True: the caller owes one release of the kernel semaphore. */
   bool Post() noexcept { return count.fetch_add(1) < 0; }
+
+  /* A hint: at this moment a call can be taken. */
+  bool HasCall() const noexcept { return count.load(std::memory_order_relaxed) > 0; }
 
   /* Takes one call, or announces a sleeper. True: taken. */
   bool TakeOrAnnounce() noexcept { return count.fetch_sub(1) > 0; }

@@ -27,6 +27,8 @@ class CallSemaphore {
   /* True when one count was consumed. With an environment the wait keeps its apartment alive. */
   bool Wait(DWORD timeout, ComClientEnv* environment) {
     const bool usable = static_cast<bool>(kernel);
+    // Who posts next may only be waiting for this processor: that saves both of them the kernel.
+    if (timeout > 0 && !count.HasCall()) ::SwitchToThread();
     if (usable && count.TakeOrAnnounce()) {
       // A wait that finds a call dispatches what is pending too: a worker that never sleeps would
       // otherwise starve its apartment.
@@ -36,11 +38,17 @@ class CallSemaphore {
     const DWORD result = environment ? environment->WaitForSingleObject(kernel.Get(), timeout)
                                      : ::WaitForSingleObject(kernel.Get(), timeout);
     if (result == WAIT_OBJECT_0) return true;
-    if (!usable || count.TakeBack()) return false;
-    return ::WaitForSingleObject(kernel.Get(), INFINITE) == WAIT_OBJECT_0;
+    if (!usable) return false;
+    while (!count.TakeBack()) {
+      const DWORD token = ::WaitForSingleObject(kernel.Get(), kTokenLimit);
+      if (token != WAIT_TIMEOUT) return token == WAIT_OBJECT_0;
+    }
+    return false;
   }
 
  private:
+  static constexpr DWORD kTokenLimit = 1; /* a token on its way comes sooner; it may be snatched */
+
   platform::OwnedKernelObject kernel;
   CallCount count;
 };

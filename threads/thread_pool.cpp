@@ -43,12 +43,12 @@ struct ThreadPool::State {
 
   bool Owns(const ThreadPoolCall* call) const { return call->pool == self; }
   bool IsPending(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
-  void AddPending(const RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
+  void AddPending(RefPointer<ThreadPoolCall> call) VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> TakePending(std::size_t i) VTCLASS_REQUIRES(lock);
-  void Dispatch(const RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
+  void Dispatch(RefPointer<ThreadPoolCall> call) VTCLASS_REQUIRES(lock);
   void ReserveWorkers(std::size_t more) VTCLASS_REQUIRES(lock);
   WorkerThread* StartWorker() VTCLASS_REQUIRES(lock);
-  void Hand(const RefPointer<ThreadPoolCall>& call, WorkerThread* worker) VTCLASS_REQUIRES(lock);
+  void Hand(RefPointer<ThreadPoolCall> call, WorkerThread* worker) VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> TakeNext() VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> StopExecuting(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
   void Retire(WorkerThread* worker) VTCLASS_REQUIRES(lock);
@@ -62,7 +62,8 @@ struct ThreadPool::State {
   void StopBusy(DWORD timeout, bool closing);
 
   const ThreadPool* const self;
-  CriticalSection lock;
+  // No spinning: a poster may hold it while it wakes a worker, longer than spinning pays.
+  CriticalSection lock{0};
   const int maxThreads;
   const int keepIdleThreads;
   const WorkerThread::ComThreadingModel model;
@@ -79,10 +80,10 @@ bool ThreadPool::State::IsPending(const ThreadPoolCall* call) {
   return Owns(call) ? call->pendingEntries > 0 : Holds(pending, call);
 }
 
-void ThreadPool::State::AddPending(const RefPointer<ThreadPoolCall>& call) {
+void ThreadPool::State::AddPending(RefPointer<ThreadPoolCall> call) {
   pending.Reserve(1);
-  pending.PushBack(call);
   if (Owns(call.get())) ++call->pendingEntries;
+  pending.PushBack(std::move(call));
 }
 
 RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
@@ -92,10 +93,10 @@ RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
 }
 
 /* Hands a call that is not executing to a worker, or queues it. */
-void ThreadPool::State::Dispatch(const RefPointer<ThreadPoolCall>& call) {
+void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall> call) {
   const bool reuse = keepIdleThreads && !idle.empty();
   if (!reuse && !std::cmp_less(busy.size(), maxThreads)) {
-    AddPending(call);
+    AddPending(std::move(call));
     return;
   }
   // All memory first: what follows cannot fail half-way.
@@ -104,7 +105,7 @@ void ThreadPool::State::Dispatch(const RefPointer<ThreadPoolCall>& call) {
   WorkerThread* const worker = reuse ? idle.back() : StartWorker();
   if (reuse) idle.pop_back();
   if (reuse) busy.push_back(worker);
-  Hand(call, worker);
+  Hand(std::move(call), worker);
 }
 
 /* Room for every worker in both lists, so that one changes over without memory. */
@@ -131,10 +132,11 @@ WorkerThread* ThreadPool::State::StartWorker() {
   return worker;
 }
 
-void ThreadPool::State::Hand(const RefPointer<ThreadPoolCall>& call, WorkerThread* worker) {
-  call->SetThread(worker);
-  executing.PushBack(call);
-  call->PostItToThread();
+void ThreadPool::State::Hand(RefPointer<ThreadPoolCall> call, WorkerThread* worker) {
+  ThreadPoolCall* const handed = call.get();
+  handed->SetThread(worker);
+  executing.PushBack(std::move(call));
+  handed->PostItToThread();
 }
 
 /* The oldest pending call that is not executing. */
@@ -212,7 +214,7 @@ void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
     Retire(worker);
     return;
   }
-  Hand(next, worker);
+  Hand(std::move(next), worker);
 }
 
 /* Outside the lock, like the next: destructors may post. No more than there are at the beginning,
@@ -284,10 +286,10 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
     const ScopedLock hold(state->lock);
     if (state->closed) return;
     if (Holds(state->executing, call.get())) {
-      if (!state->IsPending(call.get())) state->AddPending(call);
+      if (!state->IsPending(call.get())) state->AddPending(std::move(call));
       return;
     }
-    state->Dispatch(call);
+    state->Dispatch(std::move(call));
     // A worker that is itself about to end posts in the destructor of its last call. It must wait
     // for no other: that one may be doing the same, and waiting for this one.
     reap = !state->keepIdleThreads && !state->idle.empty() && !state->RunsOnIdleWorker();

@@ -223,11 +223,12 @@ TEST_F(ComEnvironment, SingleThreadedWait_UnderAStreamOfMessages_SeesHandleAndTi
   stream.join();
 }
 
+int answered = 0;
 LRESULT CALLBACK Answer(HWND window, UINT message, WPARAM w, LPARAM l) {
-  return message == WM_APP ? 42 : ::DefWindowProcW(window, message, w, l);
+  return message == WM_APP ? ++answered : ::DefWindowProcW(window, message, w, l);
 }
 
-TEST_F(ComEnvironment, SingleThreadedWorker_AnswersWindowMessages_WhileItWaits) {
+TEST_F(ComEnvironment, SingleThreadedWorker_AnswersMessages_BetweenCallsAndWhileItWaits) {
   WNDCLASSW kind = {};
   kind.lpfnWndProc = &Answer;
   kind.lpszClassName = L"vtclass_mini threads test";
@@ -235,17 +236,27 @@ TEST_F(ComEnvironment, SingleThreadedWorker_AnswersWindowMessages_WhileItWaits) 
   WorkerThread worker(WorkerThread::ComSingleThreaded, "pump");
   Gate ready;
   HWND window = nullptr;
-  (new WorkerCall(&worker, [&] {
+  const auto post = [&worker](WorkerCall::Work work) {
+    (new WorkerCall(&worker, std::move(work)))->PostIt();
+  };
+  post([&] {
     window = ::CreateWindowExW(0, kind.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                nullptr, nullptr);
+    ::PostMessageW(window, WM_APP, 0, 0);
+  });
+  post([&] {
+    EXPECT_EQ(answered, 1) << "before a call that was ready";
     ready.Open();
-  }))->PostIt();
+  });
+  uninitialized = 0;
   worker.StartThread(0);
   ASSERT_TRUE(ready.Passed());
   DWORD_PTR answer = 0;
   EXPECT_NE(
       ::SendMessageTimeoutW(window, WM_APP, 0, 0, SMTO_NORMAL, vtclass::test::kLimit, &answer), 0);
-  EXPECT_EQ(answer, 42u);
+  EXPECT_EQ(answer, 2u);
+  worker.StopThread();
+  EXPECT_EQ(uninitialized, 1) << "the worker has left its apartment";
 }
 
 }  // namespace

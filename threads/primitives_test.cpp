@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <deque>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "threads/ring.h"
 #include "threads/threads_test_support.h"
 
 namespace {
@@ -61,6 +64,22 @@ TEST(Atomics, ReturnTheNewValue) {
   long value = 0;
   EXPECT_EQ(AtomicIncrement(&value), 1);
   EXPECT_EQ(AtomicDecrement(&value), 0);
+}
+
+TEST(Ring, TakesFromAnywhere_AcrossItsEndAndWhileItGrows_InOrder) {
+  vtclass::threads::Ring<int> ring;
+  std::deque<int> model;
+  for (int i = 0; i < 500; ++i) {
+    ring.Reserve(1);
+    ring.PushBack(i);
+    model.push_back(i);
+    if (i % 3 == 0) continue;
+    const std::size_t at = static_cast<std::size_t>(i) * 7 % std::min<std::size_t>(model.size(), 9);
+    EXPECT_EQ(ring.Take(at), model[at]);
+    model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+  }
+  for (const int value : model) EXPECT_EQ(ring.PopFront(), value);
+  EXPECT_EQ(ring.Size(), 0u);
 }
 
 struct Object : RefCounted {

@@ -47,6 +47,7 @@ class Ring {
   /* Takes the i-th element out; the others keep their order. Those before it move, they are few
    * where this is used. Requires: i < Size(). */
   T Take(std::size_t i) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): slots are made initialised
     T value = std::move(At(i));
     for (; i > 0; --i) At(i) = std::move(At(i - 1));
     PopFront();

@@ -145,13 +145,11 @@ void RunChains(int keep, int workers) {
   std::atomic<int> left = 40;
   ThreadPool other(1, 1 - keep, kNoCom);
   ThreadPool pool(workers, keep, kNoCom);
-  const DWORD poster = ::GetCurrentThreadId();
   const std::function<void(ThreadPool*)> post = [&](ThreadPool* to) {
     const auto step = [&] {
       if (--left == 0) done.Open();
     };
     Make(to, step, [&] {
-      EXPECT_NE(::GetCurrentThreadId(), poster) << "destroyed on the worker";
       if (left > 0) post(left % 4 == 0 ? &other : &pool);
     })->PostIt();
   };
@@ -308,13 +306,24 @@ TEST_F(Pool, EnqueueWithoutMemory_ThrowsAndChangesNothing_UntilItSucceeds) {
   }
 }
 
-TEST_F(Pool, CallThatThrows_FreesItsWorker) {
-  Gate ran;
+TEST_F(Pool, CallThatThrows_FreesItsWorker_WhichDestroysTheCall) {
+  Gate held, ran;
+  DWORD worker = 0, destroyer = 0;
   ThreadPool pool(1, 1, kNoCom);
-  Make(&pool, [] { throw 1; })->PostIt();
+  Make(
+      &pool,
+      [&] {
+        worker = ::GetCurrentThreadId();
+        held.Passed();
+        throw 1;
+      },
+      [&] { destroyer = ::GetCurrentThreadId(); })
+      ->PostIt();
+  held.Open();
   Make(&pool, [&] { ran.Open(); })->PostIt();
   EXPECT_TRUE(ran.Passed());
   while (PoolCall::alive > 0) ::Sleep(1);
+  EXPECT_EQ(destroyer, worker);
 }
 
 }  // namespace

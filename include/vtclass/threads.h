@@ -160,8 +160,9 @@ class VTCLASS_API WorkerThread {
 
   /*
    * Ends the thread where it stands (exit code 0x80004004). Returns nonzero on success, 1 without a
-   * thread. For emergencies: the call in hand keeps its reference, locks and memory that the thread
-   * owned stay as they are, its COM environment is never left, and the library stays loaded.
+   * thread. For emergencies: the call in hand keeps its reference, locks that the thread held stay
+   * locked (the heap's or the loader's among them: the process may hang on them later), its memory
+   * stays taken, its COM environment is never left, and the library stays loaded.
    */
   int KillThread();
 

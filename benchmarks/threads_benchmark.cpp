@@ -314,12 +314,14 @@ void QueueMillion(benchmark::State& state) {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names of templates and types.
 #define VTCLASS_HAND_OVER(shape, ours)                                                           \
   BENCHMARK(shape<ours>)->Name("Threads/" #shape "/ours")->UseRealTime();                        \
   BENCHMARK(shape<SystemPool>)->Name("Threads/" #shape "/peer_system")->UseRealTime();           \
   BENCHMARK(shape<Asio>)->Name("Threads/" #shape "/peer_asio")->UseRealTime();                   \
   BENCHMARK(shape<PlainQueue<CondVar>>)->Name("Threads/" #shape "/peer_condvar")->UseRealTime(); \
   BENCHMARK(shape<PlainQueue<Semaphore>>)->Name("Threads/" #shape "/limit_semaphore")->UseRealTime()
+// NOLINTEND(bugprone-macro-parentheses)
 
 VTCLASS_HAND_OVER(OneToOne, OurWorker);
 VTCLASS_HAND_OVER(FourToTwo, OurPool);

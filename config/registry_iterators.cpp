@@ -29,11 +29,7 @@ HKEY OpenForReading(const wchar_t* subkey, HKEY parent, DWORD options) {
 
 CRegistryKeysIterator::CRegistryKeysIterator(const wchar_t* subkey, HKEY parent,
                                              unsigned long options)
-    : key(OpenForReading(subkey, parent, options)),
-      count(0),
-      index(0),
-      nameChars(0),
-      name(nullptr) {
+    : key(OpenForReading(subkey, parent, options)) {
   DWORD longest = 0;
   if (!key || ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr,
                                  nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
@@ -81,15 +77,7 @@ const wchar_t* CRegistryKeysIterator::Next() {
 
 CRegistryValuesIterator::CRegistryValuesIterator(const wchar_t* subkey, HKEY parent,
                                                  unsigned long options)
-    : key(OpenForReading(subkey, parent, options)),
-      count(0),
-      index(0),
-      dataCapacity(0),
-      nameChars(0),
-      name(nullptr),
-      data(nullptr),
-      dataSize(0),
-      type(REG_NONE) {
+    : key(OpenForReading(subkey, parent, options)) {
   DWORD longest = 0;
   if (!key || ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count,
                                  &longest, &dataCapacity, nullptr, nullptr) != ERROR_SUCCESS) {

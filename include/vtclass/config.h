@@ -265,10 +265,10 @@ class VTCLASS_API CRegistryKeysIterator {
 
  private:
   HKEY key;
-  unsigned long count;
-  unsigned long index;
-  unsigned long nameChars;
-  wchar_t* name;
+  unsigned long count = 0;
+  unsigned long index = 0;
+  unsigned long nameChars = 0;
+  wchar_t* name = nullptr;
 };
 
 /*
@@ -314,14 +314,14 @@ class VTCLASS_API CRegistryValuesIterator {
 
  private:
   HKEY key;
-  unsigned long count;
-  unsigned long index;
-  unsigned long dataCapacity;
-  unsigned long nameChars;
-  wchar_t* name;
-  unsigned char* data;
-  unsigned long dataSize;
-  unsigned long type;
+  unsigned long count = 0;
+  unsigned long index = 0;
+  unsigned long dataCapacity = 0;
+  unsigned long nameChars = 0;
+  wchar_t* name = nullptr;
+  unsigned char* data = nullptr;
+  unsigned long dataSize = 0;
+  unsigned long type = REG_NONE;
 };
 
 #endif

@@ -18,14 +18,25 @@ WorkerThread* StartWorker(WorkerThread::ComThreadingModel model) {
   return worker;
 }
 
+// True while the pool holds the call too. After that no worker runs code of this module for it: a
+// call that dies on a worker would do so in a destructor that may be unloaded meanwhile.
+bool IsShared(PoolCall& call) {
+  call.AddRef();
+  return call.Release() > 1;
+}
+
 // Runs two calls; without `work` it returns when they are over.
 ThreadPool* StartPool(int keepIdle, const PoolCall::Work& work = nullptr) {
   auto* const pool = new ThreadPool(2, keepIdle, WorkerThread::ComMultiThreaded);
   Gate entered;
-  (new PoolCall(pool, [] {}))->PostIt();
-  (new PoolCall(pool, [&entered, work] { entered.Open(), work ? work() : void(); }))->PostIt();
+  const RefPointer<PoolCall> calls[] = {
+      new PoolCall(pool, [] {}),
+      new PoolCall(pool, [&entered, work] { entered.Open(), work ? work() : void(); })};
+  for (const auto& call : calls) call->PostIt();
   entered.Passed();
-  while (!work && PoolCall::alive > 0) ::Sleep(1);
+  for (const auto& call : calls) {
+    while (!work && IsShared(*call)) ::Sleep(1);
+  }
   return pool;
 }
 

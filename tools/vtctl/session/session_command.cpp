@@ -229,9 +229,9 @@ void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
   session->add_option("--product", arguments->product, "1 for the sibling product's registry root")
       ->option_text("N");
   session
-      ->add_option("--workers", arguments->workers,
-                   "Threads that read and write, 1 to 64 (if not given: the registry's); the job\n"
-                   "log is the same with any number")
+      ->add_option(
+          "--workers", arguments->workers,
+          "Threads, 1 to 64 (if not given: the registry's); the job log is always the same")
       ->check(CLI::Range(1UL, kMostWorkers))
       ->option_text("N");
   session->add_option("--show", arguments->show, "How many warnings and errors to print (10)")

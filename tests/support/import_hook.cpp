@@ -38,10 +38,9 @@ HMODULE LibraryUnderTest() {
   return library;
 }
 
-void** FindImportOrFail(const char* library, const char* function) {
-  void** const slot = FindImport(LibraryUnderTest(), library, function);
-  EXPECT_NE(slot, nullptr) << "vtclass_mini.dll does not import " << function << " from "
-                           << library;
+void** FindImportOrFail(HMODULE module, const char* library, const char* function) {
+  void** const slot = FindImport(module, library, function);
+  EXPECT_NE(slot, nullptr) << "the module does not import " << function << " from " << library;
   return slot;
 }
 

@@ -14,16 +14,18 @@ void** FindImport(HMODULE module, const char* library, const char* function);
 HMODULE LibraryUnderTest();
 
 /*
- * Replaces one function that the DLL under test imports, for one scope. Only the DLL's own calls
- * are changed: the test and the system's libraries keep the real function. A function that the DLL
- * does not import (any more) fails the test. Hooks of one function may be nested.
+ * Replaces one function that a module, the DLL under test unless another is named, imports, for
+ * one scope. Only that module's own calls are changed: all others keep the real function. A
+ * function that the module does not import (any more) fails the test. Hooks of one function may be
+ * nested.
  *
  *   ImportHook<decltype(::GetVersionExW)> hook("KERNEL32.dll", "GetVersionExW", &Windows2000);
  */
 template <typename Function>
 class ImportHook {
  public:
-  ImportHook(const char* library, const char* function, Function* replacement);
+  ImportHook(const char* library, const char* function, Function* replacement,
+             HMODULE module = LibraryUnderTest());
   ~ImportHook();
   ImportHook(const ImportHook&) = delete;
   ImportHook& operator=(const ImportHook&) = delete;
@@ -37,11 +39,12 @@ class ImportHook {
 
 /* The untyped work behind ImportHook: stores `value` in a write-protected slot, returns the old. */
 void* PatchSlot(void** slot, void* value);
-void** FindImportOrFail(const char* library, const char* function);
+void** FindImportOrFail(HMODULE module, const char* library, const char* function);
 
 template <typename Function>
-ImportHook<Function>::ImportHook(const char* library, const char* function, Function* replacement)
-    : slot(FindImportOrFail(library, function)),
+ImportHook<Function>::ImportHook(const char* library, const char* function, Function* replacement,
+                                 HMODULE module)
+    : slot(FindImportOrFail(module, library, function)),
       original(slot ? PatchSlot(slot, reinterpret_cast<void*>(replacement)) : nullptr) {}
 
 template <typename Function>

@@ -55,6 +55,7 @@ bool FolderListing::Advance(WIN32_FIND_DATAW& entry) {
 }
 
 ReadResult FileReader::Read(const std::wstring& systemPath) {
+  buffer.resize(bufferBytes);
   ReadResult result = {ReadResult::complete};
   const auto failed = [&result](ReadResult::Outcome outcome) {
     result.outcome = outcome;
@@ -69,7 +70,7 @@ ReadResult FileReader::Read(const std::wstring& systemPath) {
   if (!::GetFileInformationByHandle(file.Get(), &before)) return failed(ReadResult::cannotAsk);
   result.size = SizeOf(before);
   while (result.read < result.size) {
-    if (stopRequested()) {
+    if (stop.IsGiven()) {
       result.outcome = ReadResult::stopped;
       return result;
     }

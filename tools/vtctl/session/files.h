@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/owned.h"
+#include "tools/vtctl/session/stop_sign.h"
 
 namespace vtctl {
 
@@ -49,20 +50,21 @@ struct ReadResult {
   uint64_t read = 0;
 };
 
-/* Reads files as a backup does, into one buffer that is used again and again. */
+/* Reads files as a backup does, into one buffer that is made for the first file and used again and
+ * again. One thread at a time. */
 class FileReader {
  public:
-  FileReader(size_t bufferBytes, bool (*stopRequested)())
-      : buffer(bufferBytes), stopRequested(stopRequested) {}
+  FileReader(size_t bufferBytes, const StopSign& stop) : bufferBytes(bufferBytes), stop(stop) {}
 
   /* Reads the file up to the size that it has when it is opened: a file that grows as fast as it
    * is read would never end. Lets every other program go on reading, writing and deleting. Stops
-   * between two chunks when that is requested. */
+   * between two chunks when the stop sign is given. */
   ReadResult Read(const std::wstring& systemPath);
 
  private:
+  size_t bufferBytes;
+  const StopSign& stop;
   std::vector<unsigned char> buffer;
-  bool (*stopRequested)();
 };
 
 }  // namespace vtctl

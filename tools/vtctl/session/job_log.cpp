@@ -68,11 +68,14 @@ void JobLog::Finding(long code, const wchar_t* tag, const std::wstring& text) {
 
 void JobLog::Folder(const std::wstring& shownPath) {
   if (error != ERROR_SUCCESS) return;
+  inFolder = true;
   EndLine(log->printTMPdir(direct, kTagDirectory, MSG_DIRECTORY, shownPath.c_str()), direct);
 }
 
 void JobLog::EndFolders() {
-  if (error != ERROR_SUCCESS) return;
+  /* Without one the log has nothing to close and calls it a failure. */
+  if (error != ERROR_SUCCESS || !inFolder) return;
+  inFolder = false;
   EndLine(log->printTMPdir(direct, nullptr, 0, nullptr), direct);
 }
 

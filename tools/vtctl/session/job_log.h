@@ -47,6 +47,7 @@ class JobLog {
   std::unique_ptr<LogFile> log;
   std::wstring path;
   DWORD error = 0;
+  bool inFolder = false;
   bool used[3] = {};
 };
 

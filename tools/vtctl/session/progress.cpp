@@ -44,7 +44,11 @@ Progress::Progress(Form form)
   if (!terminal) next += kLineInterval;
 }
 
-bool Progress::Due() const { return visible && ::GetTickCount64() >= next; }
+DWORD Progress::UntilDue() const {
+  if (!visible) return INFINITE;
+  const ULONGLONG now = ::GetTickCount64();
+  return now >= next ? 0 : static_cast<DWORD>(next - now);
+}
 
 void Progress::Show(double fraction, const std::wstring& text) {
   next = ::GetTickCount64() + (terminal ? kTerminalInterval : kLineInterval);

@@ -22,8 +22,8 @@ class Progress {
 
   explicit Progress(Form form);
 
-  /* True when it is time to show something new: the caller makes the text only then. */
-  bool Due() const;
+  /* In how many milliseconds it is time to show something new; INFINITE when it never is. */
+  DWORD UntilDue() const;
   void Show(double fraction, const std::wstring& text);
   /* Takes the bar away. */
   void Finish();

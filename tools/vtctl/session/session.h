@@ -7,13 +7,15 @@
 #include <vector>
 
 #include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/session/files.h"
 #include "tools/vtctl/session/findings.h"
+#include "tools/vtctl/session/folder_reader.h"
 #include "tools/vtctl/session/job_log.h"
 #include "tools/vtctl/session/messages.h"
 #include "tools/vtctl/session/progress.h"
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/session/statistics.h"
+#include "tools/vtctl/session/stop_sign.h"
+#include "tools/vtctl/session/tree_walk.h"
 
 namespace vtctl {
 
@@ -25,7 +27,9 @@ struct SessionRequest {
   std::wstring language; /* empty: the product's setting */
   KeyPath settingsKey;
   size_t shownFindings = 10;             /* how many SessionResult keeps */
-  bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading */
+  unsigned long workers = 0;             /* 0: the setting */
+  bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading, by each
+                                          * worker; once it says yes it never says no again */
 };
 
 /* A warning or error as the job log has it. */
@@ -55,20 +59,11 @@ class Session {
   /* Makes the job log and writes its header. False, with `logError` in the result, when it cannot
    * be made. */
   bool Start();
-  /* Requires: Start returned true. */
+  /* Requires: Start returned true. What an exception leaves behind is a log without its end. */
   SessionResult Run();
   const SessionResult& Result() const { return result; }
 
  private:
-  /* The summary of skipped items names so many; the folders above it name all of them. */
-  static constexpr uint64_t kMostSkippedListed = 1000;
-
-  /* A folder that is still to be read, and the part of the whole work that it stands for. */
-  struct Waiting {
-    std::wstring path;
-    double weight;
-  };
-
   void WriteHeader();
   void WriteSettings();
   void WriteSetHeader();
@@ -78,29 +73,22 @@ class Session {
   void WriteFooter();
 
   void ReadTree();
-  void ReadFolder(const Waiting& folder);
-  void ReadEntry(const std::wstring& folder, const WIN32_FIND_DATAW& entry,
-                 std::vector<std::wstring>& subfolders);
-  void ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& entry);
-  void SkipLink(const std::wstring& path, const WIN32_FIND_DATAW& entry);
-  void Skip(const wchar_t* tag, const std::wstring& text);
-  void CountFile(const std::wstring& path, const wchar_t* name, uint64_t bytes);
+  void ReportEndOfReading();
+  void WriteFolder(const FolderRecord& record);
 
   void Report(const Finding& finding);
   void Summarise(const wchar_t* tag, const std::wstring& text);
-  void ShowProgress();
-  bool Stopped() const;
+  void ShowProgress(TreeWalk& walk);
 
   const SessionRequest& request;
   const Messages& messages;
   Progress& progress;
   SessionSettings settings;
+  StopSign stop;
+  /* From here on: while the tree is read, the writing call's alone. */
   JobLog log;
-  FileReader reader;
   FileStatistics statistics;
   SessionResult result;
-  std::vector<Waiting> waiting;
-  double fractionDone = 0;
   uint64_t skippedListed = 0;
   unsigned category = MSG_CATEGORY_NONE; /* message id */
   bool categoryIsError = false;

@@ -29,10 +29,14 @@ constexpr const char* kExamples =
     "  Report Large Files MB  100              files from that size on get their own entry\n"
     "  Largest Files Listed   10               length of that list, 0 to 100\n"
     "  Report Links           0                1: a link that is not followed is a warning\n"
+    "  Workers                (processors)     threads that read and write, 1 to 64; the default "
+    "is\n"
+    "                                          one for each processor, 8 at most\n"
     "\n"
     "Examples:\n"
     "  vtctl session --root C:\\Data --out C:\\Logs\n"
     "  vtctl session --root \\\\server\\share\\data --out . --language DE --name \"Weekly check\"\n"
+    "  vtctl session --root \\\\server\\share --out . --workers 16\n"
     "  vtctl session --root D:\\ --out C:\\Logs --json\n"
     "\n"
     "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing, 73 the "
@@ -47,6 +51,7 @@ struct SessionArguments {
   std::string name;
   std::string settings;
   unsigned long product = 0;
+  unsigned long workers = 0;
   size_t show = 10;
   bool json = false;
 };
@@ -195,6 +200,7 @@ int Run(const SessionArguments& arguments) {
   }
   request.jobName = FromUtf8(arguments.name);
   request.shownFindings = arguments.show;
+  request.workers = arguments.workers;
   return RunSession(request, messages, arguments.json);
 }
 
@@ -221,6 +227,12 @@ void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
                    "The registry key with the settings, in place of the product's")
       ->option_text("KEY");
   session->add_option("--product", arguments->product, "1 for the sibling product's registry root")
+      ->option_text("N");
+  session
+      ->add_option(
+          "--workers", arguments->workers,
+          "Threads, 1 to 64 (if not given: the registry's); the job log is always the same")
+      ->check(CLI::Range(1UL, kMostWorkers))
       ->option_text("N");
   session->add_option("--show", arguments->show, "How many warnings and errors to print (10)")
       ->option_text("N");

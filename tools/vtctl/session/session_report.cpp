@@ -117,10 +117,10 @@ void Session::WriteSetHeader() {
 }
 
 void Session::WriteSections() {
-  if (skippedListed > kMostSkippedListed) {
+  if (result.totals.skipped > skippedListed) {
     log.Entry(
         kTagNote,
-        messages.Text(MSG_MORE_ENTRIES, {messages.Number(skippedListed - kMostSkippedListed)}),
+        messages.Text(MSG_MORE_ENTRIES, {messages.Number(result.totals.skipped - skippedListed)}),
         JobLog::skippedItems);
   }
   for (const LargeFile& file : statistics.Largest()) {

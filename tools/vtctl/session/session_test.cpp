@@ -2,71 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <atomic>
 
-#include "tests/support/import_hook.h"
-#include "tests/support/private_registry.h"
-#include "tests/support/scratch_folder.h"
 #include "tools/vtctl/console.h"
-#include "tools/vtctl/session/paths.h"
+#include "tools/vtctl/session/session_fixture.h"
 #include "vtclass/product.h"
 
 namespace vtctl {
 namespace {
 
-using vtclass::test::FileBytes;
 using vtclass::test::ImportHook;
-using vtclass::test::MakeFile;
-using vtclass::test::PrivateRegistry;
-using vtclass::test::ScratchFolder;
 
-bool Never() { return false; }
-
-int questions = 0;
+std::atomic<int> questions = 0;
 bool AtTheFifthQuestion() { return ++questions > 4; }
-
-int writesLeft = 0;
-decltype(::WriteFile)* realWriteFile = nullptr;
-BOOL WINAPI WriteUntilFull(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED o) {
-  if (writesLeft-- > 0) return realWriteFile(file, data, size, written, o);
-  ::SetLastError(ERROR_DISK_FULL);
-  return FALSE;
-}
-
-/* A session in this process, over a folder of its own, with a registry of its own. */
-class SessionTest : public testing::Test {
- protected:
-  SessionTest() {
-    EXPECT_TRUE(messages.Load(L"EN"));
-    ::CreateDirectoryW((scratch / L"tree").c_str(), nullptr);
-    ::CreateDirectoryW((scratch / L"tree\\sub").c_str(), nullptr);
-    MakeFile(scratch / L"tree\\one.txt", "0123456789");
-    MakeFile(scratch / L"tree\\sub\\two.bin", std::string(300000, 'x'));
-    request.root = SystemPath(scratch / L"tree");
-    request.out = SystemPath(scratch.Path());
-    request.settingsKey = SessionKey();
-    request.stopRequested = Never;
-  }
-
-  SessionResult Run() {
-    Progress progress(Progress::none);
-    Session session(request, messages, progress);
-    EXPECT_TRUE(session.Start());
-    return session.Run();
-  }
-
-  std::wstring LogText(const SessionResult& result) {
-    const std::string bytes = FileBytes(result.logPath);
-    std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
-    return text;
-  }
-
-  PrivateRegistry registry;
-  ScratchFolder scratch;
-  Messages messages;
-  SessionRequest request;
-};
 
 TEST_F(SessionTest, Run_CountsWhatItRead) {
   const SessionResult result = Run();
@@ -106,24 +54,6 @@ TEST_F(SessionTest, Run_StoppedInTheMiddle_FinishesTheLog) {
   const std::wstring text = LogText(result);
   EXPECT_TRUE(text.ends_with(L"</footer>\r\n</joblog>"));
   EXPECT_NE(text.find(L"Job completion status: Cancelled"), std::wstring::npos);
-}
-
-TEST_F(SessionTest, Run_DiskFull_KeepsTheStatusAndWhatWasWritten) {
-  Progress progress(Progress::none);
-  Session session(request, messages, progress);
-  ASSERT_TRUE(session.Start());
-  SessionResult result;
-  {
-    writesLeft = 10;
-    ImportHook<decltype(::WriteFile)> hook("KERNEL32.dll", "WriteFile", &WriteUntilFull);
-    realWriteFile = hook.Original();
-    result = session.Run();
-  }
-  EXPECT_EQ(result.logError, static_cast<DWORD>(ERROR_DISK_FULL));
-  EXPECT_EQ(result.status, SessionResult::failed);
-  const std::wstring text = LogText(result);
-  EXPECT_NE(text.find(L"<set_number>Set number: 1</set_number>"), std::wstring::npos);
-  EXPECT_EQ(text.find(L"</footer>"), std::wstring::npos);
 }
 
 TEST_F(SessionTest, JobLog_SameSecond_NeverOverwrites) {

@@ -1,5 +1,9 @@
 #include "tools/vtctl/session/settings.h"
 
+#include <vtclass/win32.h>
+
+#include <algorithm>
+
 #include "vtclass/config.h"
 #include "vtclass/product.h"
 
@@ -21,6 +25,7 @@ const NumberSetting kNumbers[] = {
     {L"Report Large Files MB", &SessionSettings::reportLargeFilesMB, 1, 1048576},
     {L"Largest Files Listed", &SessionSettings::largestFiles, 0, 100},
     {L"Report Links", &SessionSettings::reportLinks, 0, 1},
+    {L"Workers", &SessionSettings::workers, 1, kMostWorkers},
 };
 
 /* Agents run with the right to write; an operator may have less, and reads then. */
@@ -61,6 +66,13 @@ void LoadJobName(Configuration& key, SessionSettings& settings) {
 }
 
 }  // namespace
+
+unsigned long UsualWorkers() {
+  constexpr unsigned long kMostUsual = 8;
+  SYSTEM_INFO system = {};
+  ::GetSystemInfo(&system);
+  return std::clamp<unsigned long>(system.dwNumberOfProcessors, 1, kMostUsual);
+}
 
 KeyPath SessionKey() {
   const wchar_t* root = CMS_GetProd() == kSiblingProduct

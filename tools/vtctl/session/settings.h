@@ -16,6 +16,11 @@ struct SettingReport {
   std::wstring used;  /* the default, when `origin` is outOfRange */
 };
 
+/* How many threads a session has: more than a few gain nothing on most disks. */
+inline constexpr unsigned long kMostWorkers = 64;
+/* One for each processor, 8 at most. */
+unsigned long UsualWorkers();
+
 /* What the registry says of how a session works. */
 struct SessionSettings {
   std::wstring jobName = L"Backup session";
@@ -24,6 +29,7 @@ struct SessionSettings {
   unsigned long reportLargeFilesMB = 100; /* files from that size on get an entry of their own */
   unsigned long largestFiles = 10;        /* how many the summary names */
   unsigned long reportLinks = 0;          /* 1: a link that is not followed is a warning */
+  unsigned long workers = UsualWorkers(); /* threads that read and write, 1 to kMostWorkers */
 
   std::vector<SettingReport> reports;
   unsigned long error = 0; /* why the key could not be opened; everything is default then */

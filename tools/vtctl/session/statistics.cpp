@@ -8,6 +8,19 @@ void FileStatistics::Add(const std::wstring& path, const std::wstring& extension
   Count& count = extensions[extension];
   ++count.files;
   count.bytes += bytes;
+  AddLargest(path, bytes);
+}
+
+void FileStatistics::Add(const FileStatistics& other) {
+  for (const auto& [extension, more] : other.extensions) {
+    Count& count = extensions[extension];
+    count.files += more.files;
+    count.bytes += more.bytes;
+  }
+  for (const LargeFile& file : other.largest) AddLargest(file.path, file.bytes);
+}
+
+void FileStatistics::AddLargest(const std::wstring& path, uint64_t bytes) {
   if (largest.size() == largestCount && (largest.empty() || bytes <= largest.back().bytes)) return;
   const auto place =
       std::upper_bound(largest.begin(), largest.end(), bytes,

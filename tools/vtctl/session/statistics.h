@@ -35,6 +35,8 @@ class FileStatistics {
   explicit FileStatistics(size_t largestCount) : largestCount(largestCount) {}
 
   void Add(const std::wstring& path, const std::wstring& extension, uint64_t bytes);
+  /* All of another one, as if its files came now. Requires: it keeps as many large ones. */
+  void Add(const FileStatistics& other);
 
   /* Largest first; equal sizes in the order in which they came. */
   const std::vector<LargeFile>& Largest() const { return largest; }
@@ -46,6 +48,8 @@ class FileStatistics {
     uint64_t files = 0;
     uint64_t bytes = 0;
   };
+  void AddLargest(const std::wstring& path, uint64_t bytes);
+
   size_t largestCount;
   std::vector<LargeFile> largest;
   std::map<std::wstring, Count> extensions;

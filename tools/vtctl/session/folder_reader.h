@@ -1,0 +1,73 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SESSION_FOLDER_READER_H
+#define VTCLASS_TOOLS_VTCTL_SESSION_FOLDER_READER_H
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "tools/vtctl/session/files.h"
+#include "tools/vtctl/session/findings.h"
+#include "tools/vtctl/session/messages.h"
+#include "tools/vtctl/session/settings.h"
+#include "tools/vtctl/session/statistics.h"
+#include "tools/vtctl/session/stop_sign.h"
+
+namespace vtctl {
+
+/* One entry of a folder's part of the job log: a finding, or a plain entry with the code 0. */
+using FolderLine = Finding;
+
+/* What reading one folder, without those below it, has given. */
+struct FolderRecord {
+  explicit FolderRecord(size_t largestCount) : statistics(largestCount) {}
+
+  std::wstring shownPath;
+  Totals totals; /* without warnings and errors: those are among the lines */
+  FileStatistics statistics;
+  std::vector<FolderLine> lines;   /* in the order of the entries */
+  std::vector<FolderLine> skipped; /* for the summary of skipped items: the first ones */
+  std::vector<std::wstring> subfolders;
+};
+
+/* What has been read so far, for the progress that is shown meanwhile. */
+struct LiveCount {
+  std::atomic<uint64_t> files = 0;
+  std::atomic<uint64_t> bytes = 0;
+};
+
+/* What all readers of a session share. */
+struct ReadingPlan {
+  const SessionSettings& settings;
+  const Messages& messages;
+  StopSign& stop;
+  std::wstring root;    /* a failure there is an error */
+  std::wstring logPath; /* the one file that is not read */
+};
+
+/* The summary of skipped items names so many; the folders above it name all of them. */
+inline constexpr uint64_t kMostSkippedListed = 1000;
+
+/* Lists folders and reads their files, one folder at a time. One thread at a time. */
+class FolderReader {
+ public:
+  FolderReader(const ReadingPlan& plan, LiveCount& live);
+
+  /* Ends in the middle of the folder, with what was read until then, when the stop sign is given.
+   */
+  FolderRecord Read(const std::wstring& path);
+
+ private:
+  void ReadEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void SkipLink(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void CountFile(const std::wstring& path, const wchar_t* name, uint64_t bytes,
+                 FolderRecord& record);
+
+  const ReadingPlan& plan;
+  LiveCount& live;
+  FileReader files;
+};
+
+}  // namespace vtctl
+
+#endif

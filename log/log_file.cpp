@@ -29,29 +29,20 @@ unsigned long BytesOfMegabytes(int megabytes) {
 
 }  // namespace
 
-LogFile::LogFile(StringResourceMgr& source, int unicodeFile, int maxMB, int keepMB)
-    : escape(1),
-      messages(source),
+LogFile::LogFile(StringResourceMgr& messages, int unicode, int maxMB, int keepMB)
+    : messages(messages),
       file(INVALID_HANDLE_VALUE),
       formatBuffer(new wchar_t[kFirstCapacity]),
       formatCapacity(kFirstCapacity),
       outputBuffer(new wchar_t[kFirstCapacity]),
       outputCapacity(kFirstCapacity),
-      pendingLength(0),
-      narrowBuffer(unicodeFile ? nullptr : new char[kFirstCapacity]),
-      narrowSize(unicodeFile ? 0 : kFirstCapacity),
-      lastError(ERROR_SUCCESS),
-      unicode(unicodeFile ? 1 : 0),
+      narrowBuffer(unicode ? nullptr : new char[kFirstCapacity]),
+      narrowSize(unicode ? 0 : kFirstCapacity),
+      unicode(unicode ? 1 : 0),
       wrapEnabled(maxMB != kNoLimit && keepMB != kNoLimit ? 1 : 0),
       maximumSize(wrapEnabled ? BytesOfMegabytes(maxMB) : 0),
       keptSize(wrapEnabled ? BytesOfMegabytes(keepMB) : 0),
-      bufferedMode(0),
-      buffers{},
-      depths{},
-      fileDepth(0),
-      pendingText(outputBuffer.get()),
-      fileSize(0),
-      headerWritten(false) {}
+      pendingText(outputBuffer.get()) {}
 
 LogFile::~LogFile() { Close(); }
 

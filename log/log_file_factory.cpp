@@ -2,8 +2,8 @@
 
 #include "vtclass/log.h"
 
-LogFileFactory::LogFileFactory(const StringResourceMgr& source, int mode)
-    : messages(source), unicode(1), debugLogMode(mode) {}
+LogFileFactory::LogFileFactory(const StringResourceMgr& messages, int debugLogMode)
+    : messages(messages), unicode(1), debugLogMode(debugLogMode) {}
 
 LogFile* LogFileFactory::Create(const wchar_t* path) {
   constexpr int kCreateNew = 2;

@@ -19,11 +19,9 @@ namespace {
 // formatter refuses. A text ends at its first zero, also when a %c has put one into it. Each call
 // reads the arguments afresh.
 int FormatOnce(wchar_t* out, std::size_t capacity, const wchar_t* format, va_list arguments) {
-  va_list copy;
-  va_copy(copy, arguments);
-  int length = FormatPlain(out, capacity, format, copy);
-  va_end(copy);
+  int length = FormatPlain(out, capacity, format, arguments);
   if (length >= 0) return length;
+  va_list copy;
   // Only the C run time's own formatter will do: in its wide form %s is wide text and %S narrow.
   va_copy(copy, arguments);
   length = _vsnwprintf(out, capacity, format, copy);

@@ -45,32 +45,58 @@ class PlainText {
   std::size_t length = 0;
 };
 
-}  // namespace
+// Appends the next argument as `conversion` says; false when that takes the C run time.
+bool AppendArgument(PlainText& text, WideUnit conversion, va_list* arguments) {
+  if (conversion == 's') {
+    const WideUnit* const argument = va_arg(*arguments, const WideUnit*);
+    text.Append(argument ? WideView(argument) : WideView(VTCLASS_WIDE("(null)")));
+  } else if (conversion == 'd' || conversion == 'i') {
+    text.AppendNumber(va_arg(*arguments, int));
+  } else if (conversion == 'u') {
+    text.AppendNumber(va_arg(*arguments, unsigned int));
+  } else if (conversion == '%') {
+    text.Append(VTCLASS_WIDE("%"));
+  } else {
+    return false;
+  }
+  return true;
+}
 
-int FormatPlain(WideUnit* out, std::size_t capacity, const WideUnit* format, va_list arguments) {
-  PlainText text(out, capacity);
+bool AppendLongArgument(PlainText& text, WideUnit conversion, va_list* arguments) {
+  if (conversion == 'd') {
+    text.AppendNumber(va_arg(*arguments, long));
+  } else if (conversion == 'u') {
+    text.AppendNumber(va_arg(*arguments, unsigned long));
+  } else {
+    return false;
+  }
+  return true;
+}
+
+int FormatAll(PlainText& text, const WideUnit* format, va_list* arguments) {
   for (const WideUnit* run = format;;) {
     while (*format != 0 && *format != '%') ++format;
     text.Append(WideView(run, static_cast<std::size_t>(format - run)));
     if (*format == 0) return text.End();
     const bool isLong = format[1] == 'l';
-    const WideUnit conversion = format[isLong ? 2 : 1];
-    if (conversion == 's' && !isLong) {
-      const WideUnit* const argument = va_arg(arguments, const WideUnit*);
-      text.Append(argument ? WideView(argument) : WideView(VTCLASS_WIDE("(null)")));
-    } else if (conversion == 'd' || (conversion == 'i' && !isLong)) {
-      text.AppendNumber(isLong ? va_arg(arguments, long) : va_arg(arguments, int));
-    } else if (conversion == 'u') {
-      text.AppendNumber(isLong ? va_arg(arguments, unsigned long)
-                               : va_arg(arguments, unsigned int));
-    } else if (conversion == '%' && !isLong) {
-      text.Append(VTCLASS_WIDE("%"));
-    } else {
-      return -1;
-    }
+    const bool plain = isLong ? AppendLongArgument(text, format[2], arguments)
+                              : AppendArgument(text, format[1], arguments);
+    if (!plain) return -1;
     format += isLong ? 3 : 2;
     run = format;
   }
+}
+
+}  // namespace
+
+// NOLINTNEXTLINE(readability-non-const-parameter): a va_list happens to be a pointer here.
+int FormatPlain(WideUnit* out, std::size_t capacity, const WideUnit* format, va_list arguments) {
+  PlainText text(out, capacity);
+  va_list own;
+  va_copy(own, arguments);
+  const int length = FormatAll(text, format, &own);
+  va_end(own);
+  return length;
 }
 
 }  // namespace vtclass::log

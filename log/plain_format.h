@@ -15,8 +15,8 @@ namespace vtclass::log {
  *
  * Returns the length of the whole text, without its zero; -1 when the format holds anything else
  * or the text is longer than an int can tell. Only when the length is below `capacity` does `out`
- * hold the text, zero-terminated; otherwise what it holds means nothing.
- * Requires: `out` has room for `capacity` characters; `capacity` is not 0.
+ * hold the text, zero-terminated; otherwise what it holds means nothing. `arguments` stays as it
+ * is. Requires: `out` has room for `capacity` characters; `capacity` is not 0.
  */
 int FormatPlain(WideUnit* out, std::size_t capacity, const WideUnit* format, va_list arguments);
 

@@ -6,8 +6,8 @@
 using vtclass::platform::OwnedModule;
 using vtclass::platform::ScopedLock;
 
-StringResourceMgr::State::State(HINSTANCE source) noexcept
-    : module(source ? source : ::GetModuleHandleW(nullptr)), loadError(ERROR_SUCCESS) {}
+StringResourceMgr::State::State(HINSTANCE module) noexcept
+    : module(module ? module : ::GetModuleHandleW(nullptr)), loadError(ERROR_SUCCESS) {}
 
 StringResourceMgr::State::State(OwnedModule owned, DWORD error) noexcept
     : library(std::move(owned)), module(library.Get()), loadError(error) {}
@@ -61,13 +61,14 @@ StringResourceMgr::StringResourceMgr(const wchar_t* library) : state(nullptr) {
   state = new State(std::move(loaded), error);
 }
 
-StringResourceMgr::StringResourceMgr(State* owned) noexcept : state(owned) {}
+StringResourceMgr::StringResourceMgr(State* state) noexcept : state(state) {}
 
 StringResourceMgr::StringResourceMgr(const StringResourceMgr& other) : state(other.state) {
   state->AddReference();
 }
 
 StringResourceMgr& StringResourceMgr::operator=(const StringResourceMgr& other) {
+  if (this == &other) return *this;
   other.state->AddReference();
   std::exchange(state, other.state)->Release();
   return *this;

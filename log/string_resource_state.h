@@ -14,8 +14,8 @@ class StringResourceMgr::State {
  public:
   /* Reads from a module that stays loaded as long as this state lives; null is the executable. */
   explicit State(HINSTANCE module) noexcept;
-  /* Owns `library`; without one every text is empty and `loadError` says why. */
-  State(vtclass::platform::OwnedModule library, DWORD loadError) noexcept;
+  /* Owns a library; without one every text is empty and `error` says why. */
+  State(vtclass::platform::OwnedModule owned, DWORD error) noexcept;
   State(const State&) = delete;
   State& operator=(const State&) = delete;
 

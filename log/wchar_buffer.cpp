@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -16,7 +17,7 @@ wchar_t* Reallocate(wchar_t* memory, unsigned long long characters) {
 }  // namespace
 
 CWcharBuffer::CWcharBuffer()
-    : text(Reallocate(nullptr, kFirstRoom)), used(0), capacity(kFirstRoom), allocated(kFirstRoom) {
+    : text(Reallocate(nullptr, kFirstRoom)), capacity(kFirstRoom), allocated(kFirstRoom) {
   if (!text) throw std::bad_alloc();
   text[0] = L'\0';
 }
@@ -33,8 +34,7 @@ bool CWcharBuffer::MakeRoom(unsigned long long length) {
   const unsigned long long wanted = vtclass::log::RoomForAppend(capacity, used, length);
   if (wanted == 0) return false;
   if (wanted > allocated) {
-    unsigned long long roomy = allocated + allocated / 2;
-    if (roomy < wanted) roomy = wanted;
+    unsigned long long roomy = std::max(wanted, allocated + allocated / 2);
     wchar_t* larger = Reallocate(text, roomy);
     if (!larger && roomy > wanted) larger = Reallocate(text, roomy = wanted);
     if (!larger) return false;

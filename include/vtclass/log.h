@@ -124,8 +124,8 @@ class VTCLASS_API CWcharBuffer {
   bool IsBufferEmpty() const;
 
   /* Appends `length` characters as they are. Null or length 0 appends nothing and succeeds.
-   * Returns 1, or 0 when memory runs out. `text` must not lie in this buffer. */
-  int WriteToBufferAllPrintableChars(const wchar_t* text, unsigned long long length);
+   * Returns 1, or 0 when memory runs out. `added` must not lie in this buffer. */
+  int WriteToBufferAllPrintableChars(const wchar_t* added, unsigned long long length);
 
   /*
    * The same without the control characters U+0001, U+0003 to U+0009, U+000B, U+000C, U+000E and
@@ -134,7 +134,7 @@ class VTCLASS_API CWcharBuffer {
    * Contract: U+0002, line feed, carriage return and U+000F to U+001E pass. Agents mark places in
    * their sections with them; dropping them would take the marks away.
    */
-  int Write(const wchar_t* text, unsigned long long length);
+  int Write(const wchar_t* added, unsigned long long length);
 
  private:
   friend class LogFile;
@@ -142,7 +142,7 @@ class VTCLASS_API CWcharBuffer {
   bool MakeRoom(unsigned long long length);
 
   wchar_t* text;
-  unsigned long long used;
+  unsigned long long used = 0;
   unsigned long long capacity;
   /* The characters there is memory for, at least `capacity`. */
   unsigned long long allocated;
@@ -233,7 +233,7 @@ class VTCLASS_API LogFile {
   virtual int WriteText();
 
   /*
-   * Opens `path` and writes the document's header. `openMode`: 0 creates the file or empties an
+   * Opens `filePath` and writes the document's header. `openMode`: 0 creates the file or empties an
    * old one, 1 appends to an existing file, 2 creates and fails (ERROR_FILE_EXISTS) when the file
    * exists; any other value fails with ERROR_INVALID_PARAMETER. Null and empty paths fail as the
    * platform refuses them (ERROR_PATH_NOT_FOUND). An open log is closed first, whatever follows.
@@ -245,7 +245,7 @@ class VTCLASS_API LogFile {
    * Contract: appending to an empty file fails (ERROR_HANDLE_EOF) but leaves it open, without a
    * header; callers print plain text into it.
    */
-  int Open(int openMode, const wchar_t* path);
+  int Open(int openMode, const wchar_t* filePath);
 
   /* Writes "</joblog>", if this object wrote the header, and closes the file. Returns 1, also when
    * the log is closed already; 0 with the error stored when one of the two failed. The log
@@ -339,21 +339,21 @@ class VTCLASS_API LogFile {
   /*
    * Prints the element of a directory inside those of its parents. The log remembers for each
    * buffer, and for the file, how many directory elements are open (D), and compares that with the
-   * number of components of `path` (N; "C:\\a" has 2, "\\\\server\\share" 1, an empty path 0):
+   * number of components of `directory` (N; "C:\\a" has 2, "\\\\server\\share" 1, an empty path 0):
    *   N = 0      closes all D
    *   N < D      closes D - N + 1, opens one; D = N
    *   N > D = 0  opens N; D = N
    *   N > D > 0  opens N - D + 1; D = N + 1
    *   N = D      closes one if D > 1; opens one
-   * and prints, unless N is 0, message `id` with `path` as its argument inside <directory_name>.
-   * `tag` is the element; the one given while nothing is open is remembered and serves where `tag`
-   * is null. Both null: all open elements are closed with the remembered tag.
+   * and prints, unless N is 0, message `id` with `directory` as its argument inside
+   * <directory_name>. `tag` is the element; the one given while nothing is open is remembered and
+   * serves where `tag` is null. Both null: all open elements are closed with the remembered tag.
    * Returns nonzero when everything was written (with both null, when anything was or nothing was
    * open); 0 when there is no tag at all. D changes in any case.
    *
    * Contract: the depth survives Close and Open. Close all directories before the log.
    */
-  int printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wchar_t* path);
+  int printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wchar_t* directory);
 
   /* Prints with an existing buffer go into it from now on, or to the file again. The buffers keep
    * their texts. The second name is spelled as callers know it. */
@@ -403,7 +403,7 @@ class VTCLASS_API LogFile {
 
   int FormatAndDeliver(int buffer, const wchar_t* format, va_list arguments, Characters& oversized);
   wchar_t* MakeFormatRoom(std::size_t capacity, const wchar_t* format, Characters& oversized);
-  bool FillOutput(const wchar_t* formatted, std::size_t length, std::size_t step);
+  bool FillOutput(const wchar_t* text, std::size_t length, std::size_t step);
   void ShrinkOutput();
   int Deliver(int buffer);
 
@@ -418,7 +418,7 @@ class VTCLASS_API LogFile {
   int& Depth(int buffer);
   int CloseDirectories(int buffer);
 
-  int escape;
+  int escape = 1;
   StringResourceMgr messages;
   wcstring path;
   HANDLE file;
@@ -426,26 +426,26 @@ class VTCLASS_API LogFile {
   std::size_t formatCapacity;
   Characters outputBuffer;
   std::size_t outputCapacity;
-  std::size_t pendingLength;
+  std::size_t pendingLength = 0;
   std::unique_ptr<char[]> narrowBuffer;
   std::size_t narrowSize;
-  unsigned long lastError;
+  unsigned long lastError = ERROR_SUCCESS;
   int unicode;
   int wrapEnabled;
   unsigned long maximumSize;
   unsigned long keptSize;
   wcstring directoryTag;
-  int bufferedMode;
-  CWcharBuffer* buffers[kBuffers];
-  int depths[kBuffers];
+  int bufferedMode = 0;
+  CWcharBuffer* buffers[kBuffers] = {};
+  int depths[kBuffers] = {};
 
   /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
    * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether
    * this object owes the file a "</joblog>", and a text that prints put together and reuse. */
-  int fileDepth;
+  int fileDepth = 0;
   const wchar_t* pendingText;
-  unsigned long long fileSize;
-  bool headerWritten;
+  unsigned long long fileSize = 0;
+  bool headerWritten = false;
   wcstring scratch;
 };
 

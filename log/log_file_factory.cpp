@@ -8,7 +8,7 @@ LogFileFactory::LogFileFactory(const StringResourceMgr& messages, int debugLogMo
 LogFile* LogFileFactory::Create(const wchar_t* path) {
   constexpr int kCreateNew = 2;
   constexpr int kNoLimit = -1;
-  LogFile* const log = new LogFile(messages, unicode, kNoLimit, kNoLimit);
+  auto* const log = new LogFile(messages, unicode, kNoLimit, kNoLimit);
   log->Open(kCreateNew, path);
   return log;
 }

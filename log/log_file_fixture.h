@@ -12,6 +12,7 @@
 
 namespace vtclass::test {
 
+// NOLINTNEXTLINE(cert-err58-cpp): a test without memory cannot go on anyway
 inline const std::wstring kUnicodeHeader =
     L"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n<joblog>"
     L"<job_log_version version=\"2.0\"/>";

@@ -23,7 +23,7 @@ TEST_F(LogFileTest, WholeLog_IsByteExact) {
       EXPECT_EQ(Body(), L"&amp;&lt;&gt;&apos;&quot;\r\nM\x00FCller    -7 narrow\r\n" +
                             std::wstring(1000, L'\x00FC') + L"&<>'\"\r\n%s</joblog>");
     } else {
-      const std::string umlaut = cstring(wcstring(L"\x00FC"));  // as this system's page has it
+      const cstring umlaut(wcstring(L"\x00FC"));  // as this system's page has it
       std::string expected =
           "<?xml version=\"1.0\" encoding=\"windows-1252\"?>\r\n<joblog>"
           "<job_log_version version=\"2.0\"/>&amp;&lt;&gt;&apos;&quot;\r\nM" +

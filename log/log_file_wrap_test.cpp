@@ -29,7 +29,7 @@ BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD done, LPOVERLAPPE
   return plan.isShort && ::ReadFile(file, data, size - 1, done, overlapped);
 }
 BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
-  if (Fails() && !(plan.isShort && --size > 0)) return FALSE;
+  if (Fails() && (!plan.isShort || --size == 0)) return FALSE;
   ::SetLastError(ERROR_DISK_FULL);
   if (plan.room == 0) return FALSE;
   // A disk takes what it has room for and calls that a success.
@@ -77,7 +77,7 @@ TEST_F(LogFileTest, Wrap_KeepsTheNewest_BehindTheMarkerIfAnsi) {
     if (!unicode) log::MarkWrapped(std::span(expected).first(33790));
     EXPECT_EQ(FileBytes(path), expected);
     EXPECT_TRUE(log.Close());
-    EXPECT_EQ(FileBytes(path).size(), kMegabyte + 9 * (unicode ? 2 : 1));
+    EXPECT_EQ(FileBytes(path).size(), kMegabyte + std::size_t{9} * (unicode ? 2 : 1));
     EXPECT_EQ(log.GetErrorCode(), 0u);
   }
 }

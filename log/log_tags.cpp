@@ -65,7 +65,7 @@ constexpr bool TakeName(std::wstring_view& rest) {
 constexpr bool TakeAttribute(std::wstring_view& rest) {
   if (!TakeName(rest) || !Take(rest, L"=\"")) return false;
   const auto end = rest.find_first_of(L"\"<&");
-  if (end == 0 || end == rest.npos || rest[end] != L'"') return false;
+  if (end == 0 || end == std::wstring_view::npos || rest[end] != L'"') return false;
   rest.remove_prefix(end + 1);
   return true;
 }
@@ -80,7 +80,7 @@ constexpr bool IsRestOfStartTag(std::wstring_view rest) {
 }
 
 constexpr Shape ShapeOf(std::wstring_view text) {
-  if (text.find(L'%') != text.npos) return Shape::format;
+  if (text.find(L'%') != std::wstring_view::npos) return Shape::format;
   if (text.starts_with(L"<OperationErrors Type=\"")) return Shape::error;
   if (text.starts_with(L"<Warning Type=\"")) return Shape::warning;
   if (text.starts_with(L"<recommandation")) return Shape::recommandation;
@@ -94,7 +94,7 @@ constexpr bool FitsItsShape(const Row& row) {
   if (row.shape != Shape::format) return !row.text.ends_with(L"/>");
   const auto placeholder = row.text.find(L'%');
   return row.text.substr(placeholder, 2) == L"%s" &&
-         row.text.find(L'%', placeholder + 1) == row.text.npos;
+         row.text.find(L'%', placeholder + 1) == std::wstring_view::npos;
 }
 
 consteval bool NoTextTwice() {

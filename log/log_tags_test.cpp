@@ -1,7 +1,8 @@
 #include "vtclass/log_tags.h"
 
+#include <vtclass/win32.h>
+
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <cwchar>
 
@@ -12,25 +13,31 @@ struct Row {
   const wchar_t* text;
 };
 
-const Row kRows[] = {
+/* Made at the first call: the addresses of what another module exports are no constants. */
+const auto& Rows() {
+  static const Row rows[] = {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): names and literals
 #define VTCLASS_LOG_TAG(name, shape, text) {&name, L"" text},
 #include "vtclass/log_tag_rows.h"
-};
+  };
+  return rows;
+}
 
 TEST(LogTags, Pointers_LieInOneRunInTableOrder) {
   for (unsigned n = 0; n < kLogTagCount; ++n) {
-    ASSERT_EQ(kRows[n].pointer, &kTagJobLog + n) << "row " << n;
+    ASSERT_EQ(Rows()[n].pointer, &kTagJobLog + n) << "row " << n;
   }
 }
 
 TEST(LogTags, Pointers_HoldTheTablesTexts) {
-  for (const Row& row : kRows) EXPECT_EQ(std::wcscmp(*row.pointer, row.text), 0) << row.text;
+  for (const Row& row : Rows()) EXPECT_EQ(std::wcscmp(*row.pointer, row.text), 0) << row.text;
 }
 
 TEST(LogTags, Run_IsReadOnly) {
-  for (const wchar_t* const* end : {kRows[0].pointer, kRows[kLogTagCount - 1].pointer}) {
+  for (const wchar_t* const* end : {Rows()[0].pointer, Rows()[kLogTagCount - 1].pointer}) {
     MEMORY_BASIC_INFORMATION memory = {};
-    ASSERT_NE(::VirtualQuery(end, &memory, sizeof(memory)), 0u) << ::GetLastError();
+    ASSERT_NE(::VirtualQuery(static_cast<const void*>(end), &memory, sizeof(memory)), 0u)
+        << ::GetLastError();
     EXPECT_EQ(memory.Protect, static_cast<DWORD>(PAGE_READONLY));
   }
 }

@@ -25,15 +25,15 @@ constexpr WideUnit Upper(WideUnit unit) {
 }  // namespace
 
 bool IsLanguageCode(WideView code) {
-  return code.size() == 2 && std::all_of(code.begin(), code.end(), [](WideUnit unit) {
+  return code.size() == 2 && std::ranges::all_of(code, [](WideUnit unit) {
            return Upper(unit) >= 'A' && Upper(unit) <= 'Z';
          });
 }
 
 unsigned LocaleOfLanguage(WideView code) {
   for (const Language& language : kLanguages) {
-    if (std::equal(code.begin(), code.end(), language.code, language.code + 2,
-                   [](WideUnit a, WideUnit b) { return Upper(a) == b; })) {
+    if (std::ranges::equal(code, WideView(language.code),
+                           [](WideUnit a, WideUnit b) { return Upper(a) == b; })) {
       return language.locale;
     }
   }

@@ -67,6 +67,7 @@ StringResourceMgr::StringResourceMgr(const StringResourceMgr& other) : state(oth
   state->AddReference();
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the new reference comes before the drop.
 StringResourceMgr& StringResourceMgr::operator=(const StringResourceMgr& other) {
   if (this == &other) return *this;
   other.state->AddReference();

@@ -62,6 +62,7 @@ TEST(StringResourceMgr, Get_ByManyThreads_GivesEachTheText) {
   std::atomic<int> right = 0;
   const auto ask = [&] {
     for (unsigned id = 100; id < 200; ++id) {
+      // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): copying is what is tried
       const StringResourceMgr copy(messages);
       const bool present = (id >= 126 && id <= 128) || id == 191 || id == 192;
       right += copy.Get(id).size() == (present ? id : 0);
@@ -69,6 +70,7 @@ TEST(StringResourceMgr, Get_ByManyThreads_GivesEachTheText) {
   };
   {
     std::vector<std::jthread> threads;
+    threads.reserve(8);
     for (int n = 0; n < 8; ++n) threads.emplace_back(ask);
   }
   const int before = reads;

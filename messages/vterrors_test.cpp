@@ -39,9 +39,9 @@ Texts Read(const wchar_t* file) {
 /* "%s%u" of "set %s, number %u": what the formatter takes from the arguments. */
 std::wstring Conversions(const std::wstring& text) {
   std::wstring found;
-  for (size_t at = text.find(L'%'); at != text.npos; at = text.find(L'%', at)) {
+  for (size_t at = text.find(L'%'); at != std::wstring::npos; at = text.find(L'%', at)) {
     const size_t end = text.find_first_of(L"sud%", at + 1);
-    if (end == text.npos) return L"a % without a conversion";
+    if (end == std::wstring::npos) return L"a % without a conversion";
     found += text.substr(at, end + 1 - at);
     at = end + 1;
   }
@@ -73,7 +73,7 @@ TEST(Vterrors, Texts_AreOneCleanLine) {
   for (const Library& library : kLibraries) {
     SCOPED_TRACE(library.file);
     for (const auto& [id, text] : Read(library.file)) {
-      EXPECT_EQ(text.find_first_of(L"\r\n\t\uFFFD"), text.npos) << id;
+      EXPECT_EQ(text.find_first_of(L"\r\n\t\uFFFD"), std::wstring::npos) << id;
       EXPECT_TRUE(text.front() != L' ' && text.back() != L' ') << id;
     }
   }

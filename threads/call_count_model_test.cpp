@@ -85,8 +85,8 @@ bool Step(State& state, Thread& thread) {
 }
 
 long long CountAt(const State& state, std::initializer_list<At> places) {
-  return std::count_if(state.threads.begin(), state.threads.end(), [&](const Thread& t) {
-    return std::find(places.begin(), places.end(), t.at) != places.end();
+  return std::ranges::count_if(state.threads, [&](const Thread& t) {
+    return std::ranges::find(places, t.at) != places.end();
   });
 }
 

@@ -8,7 +8,7 @@ target_include_directories(vtclass_mini PUBLIC
   $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:include>)
 target_include_directories(vtclass_mini PRIVATE ${CMAKE_SOURCE_DIR})
-target_link_libraries(vtclass_mini PRIVATE advapi32 rpcrt4)
+target_link_libraries(vtclass_mini PRIVATE advapi32)
 
 set(file_version "${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0")
 configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_BINARY_DIR}/version.rc @ONLY)

@@ -2,9 +2,18 @@
 #include <utility>
 
 #include "log/string_resource_state.h"
+#include "platform/bound_function.h"
 
 using vtclass::platform::OwnedModule;
 using vtclass::platform::ScopedLock;
+
+namespace {
+
+// Bound at its first use: importing user32 would make every host load the window system.
+constinit vtclass::platform::BoundFunction<decltype(::LoadStringW)> loadString(L"user32.dll",
+                                                                               "LoadStringW", 0);
+
+}  // namespace
 
 StringResourceMgr::State::State(HINSTANCE module) noexcept
     : module(module ? module : ::GetModuleHandleW(nullptr)), loadError(ERROR_SUCCESS) {}
@@ -35,7 +44,7 @@ std::wstring StringResourceMgr::State::Read(unsigned id) const {
   if (!module) return {};
   // Without room the call answers where the text lies in the module, however long it is.
   const wchar_t* text = nullptr;
-  const int length = ::LoadStringW(module, id, reinterpret_cast<wchar_t*>(&text), 0);
+  const int length = loadString(module, id, reinterpret_cast<wchar_t*>(&text), 0);
   if (length <= 0 || !text) return {};
   return std::wstring(text, wcsnlen(text, static_cast<std::size_t>(length)));
 }

@@ -2,6 +2,7 @@
 
 #include <rpc.h>
 
+#include "platform/bound_function.h"
 #include "platform/owned.h"
 #include "strings/code_page.h"
 #include "strings/conversion.h"
@@ -9,12 +10,20 @@
 
 namespace {
 
+using vtclass::platform::BoundFunction;
+
+// Bound at their first use: few hosts make texts of GUIDs, and none should load RPC for it.
+constinit BoundFunction<decltype(::UuidToStringW)> uuidToString(L"rpcrt4.dll", "UuidToStringW",
+                                                                RPC_S_CANNOT_SUPPORT);
+constinit BoundFunction<decltype(::RpcStringFreeW)> rpcStringFree(L"rpcrt4.dll", "RpcStringFreeW",
+                                                                  RPC_S_CANNOT_SUPPORT);
+
 constexpr std::size_t kGuidTextLength = 38;
 
 struct RpcStringTraits {
   using Type = RPC_WSTR;
   static Type Empty() noexcept { return nullptr; }
-  static bool Close(Type text) noexcept { return ::RpcStringFreeW(&text) == RPC_S_OK; }
+  static bool Close(Type text) noexcept { return rpcStringFree(&text) == RPC_S_OK; }
 };
 using OwnedRpcString = vtclass::platform::Owned<RpcStringTraits>;
 
@@ -25,7 +34,7 @@ wcstring::wcstring(const GUID& guid) {
   push_back(L'{');
   UUID uuid = guid;
   OwnedRpcString text;
-  if (::UuidToStringW(&uuid, text.Receive()) == RPC_S_OK && text) {
+  if (uuidToString(&uuid, text.Receive()) == RPC_S_OK && text) {
     append(reinterpret_cast<const wchar_t*>(text.Get()));
   }
   push_back(L'}');

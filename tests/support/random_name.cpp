@@ -15,11 +15,9 @@ std::wstring RandomName() {
 
 bool OwnerIsAlive(const std::wstring& randomName) {
   const DWORD id = std::wcstoul(randomName.c_str(), nullptr, 10);
-  const HANDLE process = ::OpenProcess(SYNCHRONIZE, FALSE, id);
+  const platform::OwnedKernelObject process(::OpenProcess(SYNCHRONIZE, FALSE, id));
   if (!process) return ::GetLastError() == ERROR_ACCESS_DENIED;
-  const bool alive = ::WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
-  ::CloseHandle(process);
-  return alive;
+  return ::WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
 }
 
 }  // namespace vtclass::test

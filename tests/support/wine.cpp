@@ -8,14 +8,6 @@ bool RunsUnderWine() {
   return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-bool RunsAsUnixRoot() {
-  if (!RunsUnderWine()) return false;
-  wchar_t home[8] = {};
-  // Wine hands its Unix environment on; root is the only user whose files no mode protects.
-  const DWORD length = ::GetEnvironmentVariableW(L"WINEUSERNAME", home, 8);
-  return length == 4 && ::lstrcmpiW(home, L"root") == 0;
-}
-
 std::string Status(long code) {
   char text[512] = {};
   DWORD length = ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,

@@ -8,9 +8,6 @@ namespace vtclass::test {
 /* True under Wine. For GTEST_SKIP only: a test says what it cannot see there, and why. */
 bool RunsUnderWine();
 
-/* True when the platform lets this process read and write everything (file modes do not bind). */
-bool RunsAsUnixRoot();
-
 /* "5 (Access denied.)": a platform status with the platform's own words, for failure messages. */
 std::string Status(long code);
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "messages/message_ids.h"
+#include "tests/support/answered_look_ups.h"
 #include "tests/support/handle_counter.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
@@ -66,16 +67,8 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
   return ::GetProcAddress(module, name);
 }
 
-// The DLL keeps the address that it got at its first look-up, so this stands as long as the
-// program.
-class Hooked : public ::testing::Environment {
-  void SetUp() override {
-    static const ImportHook<decltype(::GetProcAddress)> hook("KERNEL32.dll", "GetProcAddress",
-                                                             &LookUp);
-  }
-};
-[[maybe_unused]] auto* const hooked =  // NOLINT(cert-err58-cpp): GoogleTest does the same
-    ::testing::AddGlobalTestEnvironment(new Hooked);
+[[maybe_unused]] auto* const lookUps =  // NOLINT(cert-err58-cpp): GoogleTest does the same
+    AnswerLookUps(&LookUp);
 
 // Eight threads ask for the same texts, each through copies. Had the lock been held during a read,
 // no text would be read twice; afterwards each is cached.

@@ -11,11 +11,13 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/answered_look_ups.h"
 #include "tests/support/import_hook.h"
 #include "threads/threads_test_support.h"
 
 namespace {
 
+using vtclass::test::AnswerLookUps;
 using vtclass::test::Gate;
 using vtclass::test::ImportHook;
 using vtclass::test::WorkerCall;
@@ -77,14 +79,8 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
   return ::GetProcAddress(module, name);
 }
 
-class Hooked : public ::testing::Environment {
-  void SetUp() override {
-    static const ImportHook<decltype(::GetProcAddress)> hook("KERNEL32.dll", "GetProcAddress",
-                                                             &LookUp);
-  }
-};
-[[maybe_unused]] auto* const hooked =  // NOLINT(cert-err58-cpp): GoogleTest does the same
-    ::testing::AddGlobalTestEnvironment(new Hooked);
+[[maybe_unused]] auto* const lookUps =  // NOLINT(cert-err58-cpp): GoogleTest does the same
+    AnswerLookUps(&LookUp);
 
 TEST(RunTimeBinding, SpinCountFunction_IsLookedUpOnceInAProcess) {
   {

@@ -1,60 +1,31 @@
-#include <vtclass/win32.h>
-
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "platform/owned.h"
-#include "tests/support/wine.h"
-#include "threads/threads_test_support.h"
+#include "tests/support/child_process.h"
 
 namespace {
 
-using vtclass::platform::OwnedKernelObject;
-
-// Runs threads_test_child beside this program; its exit code, 0xDEAD when it hangs.
-DWORD RunChild(const std::string& scenario, const std::string& end) {
-  char path[MAX_PATH] = {};
-  ::GetModuleFileNameA(nullptr, path, MAX_PATH);
-  std::string program(path);
-  program = program.substr(0, program.rfind('\\')) + "\\threads_test_child.exe";
-  std::string line = "\"" + program + "\" \"" + scenario + "\" " + end;
-  STARTUPINFOA start = {};
-  start.cb = sizeof(start);
-  PROCESS_INFORMATION process = {};
-  if (!::CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &start, &process)) {
-    ADD_FAILURE() << vtclass::test::Status(static_cast<long>(::GetLastError()));
-    return 0xDEAD;
-  }
-  const OwnedKernelObject owner(process.hProcess), thread(process.hThread);
-  DWORD code = 0xDEAD;
-  if (::WaitForSingleObject(process.hProcess, vtclass::test::kLimit) == WAIT_OBJECT_0) {
-    ::GetExitCodeProcess(process.hProcess, &code);
-  } else {
-    ::TerminateProcess(process.hProcess, code);
-  }
-  return code;
+int RunChild(const wchar_t* scenario, const wchar_t* end) {
+  return vtclass::test::ChildProcess(L"threads_test_child.exe", {scenario, end}).ExitCode();
 }
 
 TEST(Unload, WithThreadsAlive_NeitherHangsNorCrashes) {
-  constexpr DWORD kGone = 0, kKept = 1, kNotAllowed = 0xFFFF;
+  constexpr int kGone = 0, kKept = 1, kNotAllowed = 0xFFFF;
   struct {
-    const char* scenario;
-    DWORD unloaded;
-  } const cases[] = {{"worker", kKept},
-                     {"single-threaded worker", kKept},
-                     {"kept workers", kKept},
-                     {"retired workers", kGone},
-                     {"ending worker", kGone},
-                     {"all stopped", kGone},
-                     {"call in hand", kNotAllowed},  // it runs code of the unloaded host
-                     {"wait in hand", kNotAllowed},
-                     {"destruction at exit", kNotAllowed}};
+    const wchar_t* scenario;
+    int unloaded;
+  } const cases[] = {{L"worker", kKept},
+                     {L"single-threaded worker", kKept},
+                     {L"kept workers", kKept},
+                     {L"retired workers", kGone},
+                     {L"ending worker", kGone},
+                     {L"all stopped", kGone},
+                     {L"call in hand", kNotAllowed},  // it runs code of the unloaded host
+                     {L"wait in hand", kNotAllowed},
+                     {L"destruction at exit", kNotAllowed}};
   for (const auto& row : cases) {
-    EXPECT_EQ(RunChild(row.scenario, "exit"), 0u) << row.scenario;
+    EXPECT_EQ(RunChild(row.scenario, L"exit"), 0) << row.scenario;
     if (row.unloaded != kNotAllowed) {
-      EXPECT_EQ(RunChild(row.scenario, "unload"), row.unloaded) << row.scenario;
+      EXPECT_EQ(RunChild(row.scenario, L"unload"), row.unloaded) << row.scenario;
     }
   }
 }

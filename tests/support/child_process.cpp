@@ -1,13 +1,14 @@
-#include "tools/vtctl/run_vtctl.h"
+#include "tests/support/child_process.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/wine.h"
 
-namespace vtctl::test {
+namespace vtclass::test {
 namespace {
 
 constexpr DWORD kLongestRun = 60000;
+constexpr UINT kKilled = 99;
 
 /* One word of a command line, as the C run time and CommandLineToArgvW take it apart again. */
 std::wstring Quoted(const std::wstring& word) {
@@ -21,10 +22,10 @@ std::wstring Quoted(const std::wstring& word) {
   return text.append(backslashes, L'\\') + L"\"";
 }
 
-std::wstring Program() {
+std::wstring BesideThisProgram(const std::wstring& name) {
   std::wstring path(32768, L'\0');
   path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-  return path.substr(0, path.rfind(L'\\') + 1) + L"vtctl.exe";
+  return path.substr(0, path.rfind(L'\\') + 1) + name;
 }
 
 HANDLE InheritableFile(const std::wstring& path) {
@@ -36,39 +37,49 @@ HANDLE InheritableFile(const std::wstring& path) {
 
 }  // namespace
 
-VtctlRun::VtctlRun(const std::vector<std::wstring>& arguments) {
-  std::wstring line = Quoted(Program());
+ChildProcess::ChildProcess(const std::wstring& program,
+                           const std::vector<std::wstring>& arguments) {
+  const std::wstring path = BesideThisProgram(program);
+  std::wstring line = Quoted(path);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
-  const vtclass::platform::OwnedFile out(InheritableFile(scratch / L"out"));
-  const vtclass::platform::OwnedFile err(InheritableFile(scratch / L"err"));
+  const platform::OwnedFile out(InheritableFile(scratch / L"out"));
+  const platform::OwnedFile err(InheritableFile(scratch / L"err"));
   STARTUPINFOW start = {};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
   start.hStdOutput = out.Get();
   start.hStdError = err.Get();
   PROCESS_INFORMATION information = {};
-  EXPECT_TRUE(::CreateProcessW(Program().c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+  EXPECT_TRUE(::CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                nullptr, &start, &information))
-      << vtclass::test::Status(static_cast<long>(::GetLastError()));
-  if (information.hThread) ::CloseHandle(information.hThread);
+      << Status(static_cast<long>(::GetLastError()));
+  const platform::OwnedKernelObject thread(information.hThread);
   process.Reset(information.hProcess);
 }
 
-VtctlRun::~VtctlRun() { ExitCode(); }
+ChildProcess::~ChildProcess() { ExitCode(); }
 
-int VtctlRun::ExitCode() {
+int ChildProcess::ExitCode() {
   if (::WaitForSingleObject(process.Get(), kLongestRun) != WAIT_OBJECT_0) {
-    ADD_FAILURE() << "vtctl did not end";
-    ::TerminateProcess(process.Get(), 99);
-    ::WaitForSingleObject(process.Get(), kLongestRun);
+    ADD_FAILURE() << "the program did not end";
+    Kill();
   }
   DWORD code = 0;
   ::GetExitCodeProcess(process.Get(), &code);
   return static_cast<int>(code);
 }
 
-std::string VtctlRun::Output() const { return vtclass::test::FileBytes(scratch / L"out"); }
+bool ChildProcess::IsRunning() const {
+  return ::WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
 
-std::string VtctlRun::ErrorOutput() const { return vtclass::test::FileBytes(scratch / L"err"); }
+void ChildProcess::Kill() {
+  ::TerminateProcess(process.Get(), kKilled);
+  ::WaitForSingleObject(process.Get(), kLongestRun);
+}
 
-}  // namespace vtctl::test
+std::string ChildProcess::Output() const { return FileBytes(scratch / L"out"); }
+
+std::string ChildProcess::ErrorOutput() const { return FileBytes(scratch / L"err"); }
+
+}  // namespace vtclass::test

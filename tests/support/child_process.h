@@ -1,0 +1,39 @@
+#ifndef VTCLASS_TESTS_SUPPORT_CHILD_PROCESS_H
+#define VTCLASS_TESTS_SUPPORT_CHILD_PROCESS_H
+
+#include <vtclass/win32.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/owned.h"
+#include "tests/support/scratch_folder.h"
+
+namespace vtclass::test {
+
+/* A program that lies beside the test program, started with its output in files. */
+class ChildProcess {
+ public:
+  ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments);
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  /* Waits for the end, a minute at most; a program that does not end fails the test and is killed.
+   */
+  int ExitCode();
+  bool IsRunning() const;
+  void Kill();
+
+  /* What it has printed so far. */
+  std::string Output() const;
+  std::string ErrorOutput() const;
+
+ private:
+  ScratchFolder scratch;
+  platform::OwnedKernelObject process;
+};
+
+}  // namespace vtclass::test
+
+#endif

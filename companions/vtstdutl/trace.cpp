@@ -1,0 +1,64 @@
+#include <cstdarg>
+#include <cwchar>
+
+#include "vtstdutl/vtstdutl.h"
+
+namespace {
+
+constexpr size_t kLongestText = 1024;   // with its zero
+constexpr size_t kLongestSource = 128;  // of a debugger line
+
+struct Sink {
+  VTTraceSink call;
+  void* context;
+};
+
+// Readers are the threads in a sink; installing one waits for them.
+SRWLOCK lock = SRWLOCK_INIT;
+Sink installed = {};
+
+void ToDebugger(const wchar_t* source, const wchar_t* text) {
+  wchar_t line[kLongestSource + kLongestText + 4];
+  const int length = _snwprintf(line, _countof(line) - 1, L"%.*s: %s\n",
+                                static_cast<int>(kLongestSource), source, text);
+  line[length < 0 ? _countof(line) - 1 : static_cast<size_t>(length)] = L'\0';
+  ::OutputDebugStringW(line);
+}
+
+/* False when no sink is installed. */
+bool ToSink(const wchar_t* source, unsigned long level, const wchar_t* text) {
+  ::AcquireSRWLockShared(&lock);
+  const Sink sink = installed;
+  if (sink.call) sink.call(source, level, text, sink.context);
+  ::ReleaseSRWLockShared(&lock);
+  return sink.call != nullptr;
+}
+
+void Format(wchar_t (&text)[kLongestText], const wchar_t* format, va_list arguments) {
+  const int length = _vsnwprintf(text, kLongestText - 1, format, arguments);
+  text[kLongestText - 1] = L'\0';
+  // The C run time answers -1 for a text that is too long, which is cut, and for a format that it
+  // refuses, which leaves nothing.
+  if (length < 0 && text[0] == L'\0') wcsncpy(text, format, kLongestText - 1);
+  for (size_t end = wcslen(text); end > 0 && text[end - 1] == L'\n'; --end) text[end - 1] = L'\0';
+}
+
+}  // namespace
+
+void VTTrace(const wchar_t* source, unsigned long level, const wchar_t* format, ...) {
+  const DWORD error = ::GetLastError();
+  wchar_t text[kLongestText] = {};
+  va_list arguments;
+  va_start(arguments, format);
+  Format(text, format ? format : L"", arguments);
+  va_end(arguments);
+  if (!source) source = L"";
+  if (!ToSink(source, level, text)) ToDebugger(source, text);
+  ::SetLastError(error);
+}
+
+void VTSetTraceSink(VTTraceSink sink, void* context) {
+  ::AcquireSRWLockExclusive(&lock);
+  installed = {sink, context};
+  ::ReleaseSRWLockExclusive(&lock);
+}

@@ -20,6 +20,7 @@ namespace {
 constexpr int kProducers = 8;
 
 unsigned long FromEnvironment(const char* name, unsigned long otherwise) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing changes the environment
   const char* const text = std::getenv(name);
   return text ? std::strtoul(text, nullptr, 10) : otherwise;
 }
@@ -79,6 +80,7 @@ class Shared : public ThreadPoolCall {
 template <typename Produce>
 void Together(unsigned long seed, Produce produce) {
   std::vector<std::thread> producers;
+  producers.reserve(kProducers);
   for (unsigned i = 0; i < kProducers; ++i) {
     producers.emplace_back([=] { produce(i, std::minstd_rand(seed + i)); });
   }
@@ -116,6 +118,23 @@ class Stress : public ::testing::Test {
   unsigned long handles = 0;
 };
 
+/* Posts shared calls and new ones that run once; returns how many were new. */
+long PostAtRandom(ThreadPool& pool, const std::vector<RefPointer<Shared>>& shared, long count,
+                  unsigned producer, std::minstd_rand random) {
+  long once = 0;
+  for (long i = 1; i <= count; ++i) {
+    const auto dice = random() % 16;
+    if (dice < shared.size()) {
+      shared[dice]->PostIt();
+    } else {
+      ++once;
+      (new OneRun<ThreadPoolCall>(&pool, producer, i))->PostIt();
+    }
+    if (random() % 512 == 0) ::Sleep(0);
+  }
+  return once;
+}
+
 TEST_F(Stress, Pools_RunEveryPost_NoCallTwiceAtOnce_InOrder) {
   constexpr int kWorkers[] = {1, 2, 3, 16, 64};
   const long each = calls / (2 * static_cast<long>(std::size(kWorkers)) * kProducers);
@@ -125,20 +144,12 @@ TEST_F(Stress, Pools_RunEveryPost_NoCallTwiceAtOnce_InOrder) {
       SCOPED_TRACE(::testing::Message() << workers << " workers, keep " << keep);
       ThreadPool pool(workers, keep, WorkerThread::ComNone);
       std::vector<RefPointer<Shared>> shared;
+      shared.reserve(5);
       for (int i = 0; i < 5; ++i) shared.push_back(new Shared(&pool));
       std::atomic<long> once = 0;
       Together(seed + static_cast<unsigned long>(workers * 2 + keep),
                [&](unsigned producer, std::minstd_rand random) {
-                 for (long i = 1; i <= each; ++i) {
-                   const auto dice = random() % 16;
-                   if (dice < shared.size()) {
-                     shared[dice]->PostIt();
-                   } else {
-                     ++once;
-                     (new OneRun<ThreadPoolCall>(&pool, producer, i))->PostIt();
-                   }
-                   if (random() % 512 == 0) ::Sleep(0);
-                 }
+                 once += PostAtRandom(pool, shared, each, producer, random);
                });
       posted += once;
       Settle([&] {

@@ -44,10 +44,10 @@ struct Model {
   auto operator<=>(const Model&) const = default;
 
   bool InHand(unsigned call) const { return workerOf[call] != kNobody; }
-  auto Pending(unsigned call) const { return std::count(pending.begin(), pending.end(), call); }
-  auto Busy() const { return kCalls - std::count(workerOf.begin(), workerOf.end(), kNobody); }
+  auto Pending(unsigned call) const { return std::ranges::count(pending, call); }
+  auto Busy() const { return kCalls - std::ranges::count(workerOf, kNobody); }
   auto NextPending() {
-    return std::find_if(pending.begin(), pending.end(), [this](unsigned c) { return !InHand(c); });
+    return std::ranges::find_if(pending, [this](unsigned c) { return !InHand(c); });
   }
 
   /* No call that could run waits for a worker that could be had. */
@@ -57,10 +57,21 @@ struct Model {
   }
 
   void Take(Step step, bool keep) {
-    if (step.what == What::post) return Post(step.call, keep);
-    if (step.what == What::finish) return Finish(step.call, keep);
-    pending.clear();
-    if (step.what == What::stop) workerOf.fill(kNobody);
+    switch (step.what) {
+      case What::post:
+        Post(step.call, keep);
+        break;
+      case What::finish:
+        Finish(step.call, keep);
+        break;
+      case What::drop:
+        pending.clear();
+        break;
+      case What::stop:
+        pending.clear();
+        workerOf.fill(kNobody);
+        break;
+    }
   }
 
   void Post(unsigned call, bool keep) {
@@ -136,13 +147,17 @@ class Real {
   void Take(Step step) {
     switch (step.what) {
       case What::post:
-        return calls[step.call]->PostIt();
+        calls[step.call]->PostIt();
+        break;
       case What::finish:
-        return calls[step.call]->Finish();
+        calls[step.call]->Finish();
+        break;
       case What::drop:
-        return pool->DeleteOutstandingCalls();
+        pool->DeleteOutstandingCalls();
+        break;
       case What::stop:
-        return Stop();
+        Stop();
+        break;
     }
   }
 

@@ -36,6 +36,28 @@ class VtctlTest : public testing::Test {
   ScratchFolder scratch;
 };
 
+wchar_t OfEntity(std::wstring_view name) {
+  static constexpr struct {
+    std::wstring_view name;
+    wchar_t unit;
+  } kEntities[] = {{L"amp", L'&'}, {L"lt", L'<'}, {L"gt", L'>'}, {L"apos", L'\''}, {L"quot", L'"'}};
+  for (const auto& entity : kEntities) {
+    if (entity.name == name) return entity.unit;
+  }
+  ADD_FAILURE() << "no entity: " << ToUtf8(std::wstring(name));
+  return L'?';
+}
+
+/* Opens or closes an element. */
+void TakeTag(const std::wstring& tag, std::vector<std::wstring>& open) {
+  if (tag.starts_with(L'/')) {
+    EXPECT_TRUE(!open.empty() && L"/" + open.back() == tag) << ToUtf8(tag);
+    if (!open.empty()) open.pop_back();
+  } else if (!tag.ends_with(L'/')) {
+    open.push_back(tag.substr(0, tag.find(L' ')));
+  }
+}
+
 /* The text of a job log as an XML reader sees it. Checks on the way that every element is closed
  * in its place and that no markup is left in a text. */
 std::wstring TextOfLog(const std::wstring& path) {
@@ -47,21 +69,13 @@ std::wstring TextOfLog(const std::wstring& path) {
   std::vector<std::wstring> open;
   for (size_t i = xml.find(L"<joblog>"); i < xml.size();) {
     if (xml[i] == L'<') {
-      const size_t end = xml.find(L'>', i);
-      const std::wstring tag = xml.substr(i + 1, end - i - 1);
-      const std::wstring name = tag.substr(0, tag.find(L' '));
-      if (tag.starts_with(L'/')) {
-        EXPECT_TRUE(!open.empty() && L"/" + open.back() == tag) << ToUtf8(tag);
-        if (!open.empty()) open.pop_back();
-      } else if (!tag.ends_with(L'/')) {
-        open.push_back(name);
-      }
-      i = end == std::wstring::npos ? xml.size() : end + 1;
+      const size_t end = std::min(xml.find(L'>', i), xml.size());
+      TakeTag(xml.substr(i + 1, end - i - 1), open);
+      i = end + 1;
     } else if (xml[i] == L'&') {
-      const size_t end = xml.find(L';', i);
-      const std::wstring entity = xml.substr(i, end - i);
-      text += entity == L"&amp" ? L'&' : entity == L"&lt" ? L'<' : entity == L"&gt" ? L'>' : L'\'';
-      i = end == std::wstring::npos ? xml.size() : end + 1;
+      const size_t end = std::min(xml.find(L';', i), xml.size());
+      text += OfEntity(std::wstring_view(xml).substr(i + 1, end - i - 1));
+      i = end + 1;
     } else {
       text += xml[i++];
     }

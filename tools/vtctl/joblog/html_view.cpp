@@ -114,7 +114,7 @@ void AppendCount(std::string_view what, std::uint64_t count, std::string_view ki
 }
 
 void AppendFilter(std::string_view kind, std::string_view label, std::string& page) {
-  page += "<label><input type=\"checkbox\" checked value=\"";
+  page += R"(<label><input type="checkbox" checked value=")";
   page += kind;
   page += "\">";
   page += label;

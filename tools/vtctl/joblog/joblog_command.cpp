@@ -65,7 +65,7 @@ class Output {
   }
 
  private:
-  static constexpr std::size_t kFlushBytes = 64 * 1024;
+  static constexpr std::size_t kFlushBytes = std::size_t{64} * 1024;
   std::string buffer;
 };
 
@@ -158,10 +158,10 @@ int Show::Read() {
     return Fail(kExitNoInput,
                 Quoted(arguments.file) + L" cannot be read: " + SystemText(input.Error()));
   }
-  if (reader.Refused()) {
+  if (const auto& refusal = reader.Refused()) {
     return Fail(kExitBadInput, Quoted(arguments.file) + L" is no job log: " +
-                                   FromUtf8(reader.Refused()->reason) + L", at " +
-                                   FromUtf8(PositionText(reader.Refused()->at)) + L".");
+                                   FromUtf8(refusal->reason) + L", at " +
+                                   FromUtf8(PositionText(refusal->at)) + L".");
   }
   return kExitClean;
 }

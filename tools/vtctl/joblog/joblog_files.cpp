@@ -8,7 +8,7 @@ namespace {
 using vtclass::platform::OwnedFile;
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr std::size_t kMaxTransfer = 1024 * 1024;
+constexpr std::size_t kMaxTransfer = std::size_t{1024} * 1024;
 
 bool Identify(HANDLE file, BY_HANDLE_FILE_INFORMATION& information) {
   return file != INVALID_HANDLE_VALUE && ::GetFileInformationByHandle(file, &information) != FALSE;

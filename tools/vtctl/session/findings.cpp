@@ -16,6 +16,7 @@ struct KnownStatus {
   unsigned category;
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-interfaces-global-init): the addresses of tags are imported
 const KnownStatus kKnownStatuses[] = {
     {ERROR_ACCESS_DENIED, MSG_ACCESS_DENIED, kCodeAccessDenied, &kTagWarningAccessDenied,
      MSG_CATEGORY_SECURITY},

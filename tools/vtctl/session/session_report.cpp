@@ -48,7 +48,8 @@ std::wstring VolumeOf(const std::wstring& path) {
   if (!::GetVolumePathNameW(path.c_str(), volume.data(), static_cast<DWORD>(volume.size()))) {
     return {};
   }
-  return ShownPath(volume.c_str());
+  volume.resize(volume.find(L'\0'));
+  return ShownPath(volume);
 }
 
 }  // namespace

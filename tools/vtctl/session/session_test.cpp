@@ -11,8 +11,6 @@
 namespace vtctl {
 namespace {
 
-using vtclass::test::ImportHook;
-
 std::atomic<int> questions = 0;
 bool AtTheFifthQuestion() { return ++questions > 4; }
 

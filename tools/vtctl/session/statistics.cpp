@@ -1,6 +1,7 @@
 #include "tools/vtctl/session/statistics.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace vtctl {
 
@@ -23,18 +24,18 @@ void FileStatistics::Add(const FileStatistics& other) {
 void FileStatistics::AddLargest(const std::wstring& path, uint64_t bytes) {
   if (largest.size() == largestCount && (largest.empty() || bytes <= largest.back().bytes)) return;
   const auto place =
-      std::upper_bound(largest.begin(), largest.end(), bytes,
-                       [](uint64_t size, const LargeFile& file) { return size > file.bytes; });
+      std::ranges::upper_bound(largest, bytes, std::ranges::greater(), &LargeFile::bytes);
   largest.insert(place, {path, bytes});
   if (largest.size() > largestCount) largest.pop_back();
 }
 
 std::vector<ExtensionTotal> FileStatistics::ByExtension() const {
   std::vector<ExtensionTotal> totals;
+  totals.reserve(extensions.size());
   for (const auto& [extension, count] : extensions) {
     totals.push_back({extension, count.files, count.bytes});
   }
-  std::sort(totals.begin(), totals.end(), [](const ExtensionTotal& a, const ExtensionTotal& b) {
+  std::ranges::sort(totals, [](const ExtensionTotal& a, const ExtensionTotal& b) {
     return a.bytes != b.bytes ? a.bytes > b.bytes : a.extension < b.extension;
   });
   return totals;

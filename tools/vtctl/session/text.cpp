@@ -66,7 +66,7 @@ std::wstring ExtensionOf(std::wstring_view fileName) {
   const size_t dot = fileName.rfind(L'.');
   if (dot == std::wstring_view::npos || dot == 0 || dot + 1 == fileName.size()) return {};
   std::wstring extension(fileName.substr(dot));
-  if (extension.size() > kLongestExtension || extension.find(L' ') != extension.npos) return {};
+  if (extension.size() > kLongestExtension || extension.find(L' ') != std::wstring::npos) return {};
   for (wchar_t& unit : extension) {
     if (unit >= L'A' && unit <= L'Z') unit = static_cast<wchar_t>(unit - L'A' + L'a');
   }

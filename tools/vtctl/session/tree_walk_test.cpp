@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <process.h>
 
+#include <bit>
 #include <cstdlib>
 #include <new>
 #include <sstream>
@@ -88,10 +89,11 @@ class TreeWalkTest : public SessionTest {
     std::wistringstream lines(LogText(log));
     std::wstring text;
     for (std::wstring line; std::getline(lines, line);) {
-      const bool timed = line.find(L"_started>") != line.npos ||
-                         line.find(L"_ended>") != line.npos || line.find(L"_time>") != line.npos ||
-                         line.find(L"_rate>") != line.npos ||
-                         line.find(L"<job_log_name>") != line.npos;
+      const bool timed = line.find(L"_started>") != std::wstring::npos ||
+                         line.find(L"_ended>") != std::wstring::npos ||
+                         line.find(L"_time>") != std::wstring::npos ||
+                         line.find(L"_rate>") != std::wstring::npos ||
+                         line.find(L"<job_log_name>") != std::wstring::npos;
       if (!timed) text += line + L"\n";
     }
     return text;
@@ -129,7 +131,7 @@ TEST_F(TreeWalkTest, StoppedAnywhere_WritesWhatWasReadAndFinishesTheLog) {
     const std::wstring text = LogText(result);
     EXPECT_TRUE(text.ends_with(L"</footer>\r\n</joblog>"));
     size_t folders = 0;
-    for (size_t at = 0; (at = text.find(L">Directory", at)) != text.npos; ++at) ++folders;
+    for (size_t at = 0; (at = text.find(L">Directory", at)) != std::wstring::npos; ++at) ++folders;
     EXPECT_EQ(folders, result.totals.folders);
   }
 }
@@ -160,8 +162,8 @@ TEST_F(TreeWalkTest, OutOfMemoryAnywhere_EndsTheSession) {
   Progress progress(Progress::none);
   int thrown = 0;
   /* The address of std::malloc leads through the hooked slot. */
-  realMalloc = reinterpret_cast<decltype(realMalloc)>(
-      reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), "malloc")));
+  realMalloc = std::bit_cast<decltype(realMalloc)>(
+      ::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), "malloc"));
   for (int n = 1; n < 2000; n += n < 40 ? 1 : 151) {
     Session session(request, messages, progress);
     ASSERT_TRUE(session.Start());

@@ -366,6 +366,8 @@ TEST_F(VTDnsResolver, GetHostByName_UnknownNameThrowsAndTraces) {
 }
 
 TEST_F(VTDnsResolver, LocalMachine_IsWhatASocketCanBindTo) {
+  WSADATA data;
+  ASSERT_EQ(::WSAStartup(MAKEWORD(2, 2), &data), 0);
   const auto host = VTSocket::VTDnsResolver::GetHostByName("..localmachine");
   for (auto* entry = host->GetAddressList(); entry; entry = entry->ai_next) {
     const SOCKET socket = ::socket(entry->ai_family, entry->ai_socktype, entry->ai_protocol);
@@ -373,6 +375,7 @@ TEST_F(VTDnsResolver, LocalMachine_IsWhatASocketCanBindTo) {
         << ::WSAGetLastError();
     ::closesocket(socket);
   }
+  ::WSACleanup();
   const auto all = Addresses(*host, AddressFamily::Any);
   EXPECT_NE(std::find(all.begin(), all.end(), L"127.0.0.1"), all.end());
   EXPECT_NE(std::find(all.begin(), all.end(), L"::1"), all.end());

@@ -68,12 +68,13 @@ DWORD FailureCode() noexcept {
 
 /* Appends what `next(index, buffer, size)` names until it answers that there is no more. */
 template <typename Next>
-bool CollectNames(std::vector<std::wstring>& names, Next next) {
+DWORD CollectNames(std::vector<std::wstring>& names, Next next) {
   for (DWORD index = 0;; ++index) {
     std::wstring name;
     const DWORD status =
         ReadText(name, [&](wchar_t* buffer, DWORD* size) { return next(index, buffer, size); });
-    if (status != ERROR_SUCCESS) return status == ERROR_NO_MORE_ITEMS;
+    if (status == ERROR_NO_MORE_ITEMS) return ERROR_SUCCESS;
+    if (status != ERROR_SUCCESS) return status;
     names.push_back(std::move(name));
   }
 }
@@ -86,18 +87,20 @@ DWORD Ask(HRESOURCE resource, DWORD code, std::vector<std::byte>& answer) {
   });
 }
 
-/* False when the list that the control code answers does not hold the property. */
-bool FindText(HRESOURCE resource, DWORD code, const wchar_t* property, std::wstring& text) {
+/* ERROR_FILE_NOT_FOUND when the list that the control code answers does not hold the property. */
+DWORD FindText(HRESOURCE resource, DWORD code, const wchar_t* property, std::wstring& text) {
   std::vector<std::byte> list;
-  if (Ask(resource, code, list) != ERROR_SUCCESS || list.empty()) return false;
+  DWORD status = Ask(resource, code, list);
+  // The type of the resource need not know the control code.
+  if (status == ERROR_INVALID_FUNCTION || list.empty()) return ERROR_FILE_NOT_FOUND;
+  if (status != ERROR_SUCCESS) return status;
   const auto size = CheckedCast<DWORD>(list.size());
+  if (!size) return ERROR_INVALID_DATA;
   LPWSTR found = nullptr;
-  if (!size || resUtilFindSzProperty(list.data(), *size, property, &found) != ERROR_SUCCESS) {
-    return false;
-  }
+  status = resUtilFindSzProperty(list.data(), *size, property, &found);
   const vtclass::platform::OwnedLocalMemory memory(found);
-  if (found) text = found;
-  return found != nullptr;
+  if (status == ERROR_SUCCESS && found) text = found;
+  return status;
 }
 
 DWORD NodeAndState(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& node) {
@@ -132,25 +135,28 @@ std::wstring NameOfCluster(HCLUSTER cluster) {
   return name;
 }
 
-OwnedResource OpenResource(HCLUSTER cluster, const std::wstring& name) noexcept {
-  return OwnedResource(openClusterResource(cluster, name.c_str()));
+DWORD OpenResource(HCLUSTER cluster, const std::wstring& name, OwnedResource& resource) noexcept {
+  resource.Reset(openClusterResource(cluster, name.c_str()));
+  return resource ? ERROR_SUCCESS : FailureCode();
 }
 
-bool ResourceNames(HCLUSTER cluster, std::vector<std::wstring>& names) {
+DWORD ResourceNames(HCLUSTER cluster, std::vector<std::wstring>& names) {
   const Owned<ClusterEnumTraits> walk(clusterOpenEnum(cluster, CLUSTER_ENUM_RESOURCE));
-  DWORD type = 0;
-  return walk && CollectNames(names, [&](DWORD index, wchar_t* buffer, DWORD* size) {
-           return clusterEnum(walk.Get(), index, &type, buffer, size);
-         });
+  if (!walk) return FailureCode();
+  return CollectNames(names, [&](DWORD index, wchar_t* buffer, DWORD* size) {
+    DWORD type = 0;
+    return clusterEnum(walk.Get(), index, &type, buffer, size);
+  });
 }
 
-bool DependencyNames(HRESOURCE resource, std::vector<std::wstring>& names) {
+DWORD DependencyNames(HRESOURCE resource, std::vector<std::wstring>& names) {
   const Owned<ResourceEnumTraits> walk(
       clusterResourceOpenEnum(resource, CLUSTER_RESOURCE_ENUM_DEPENDS));
-  DWORD type = 0;
-  return walk && CollectNames(names, [&](DWORD index, wchar_t* buffer, DWORD* size) {
-           return clusterResourceEnum(walk.Get(), index, &type, buffer, size);
-         });
+  if (!walk) return FailureCode();
+  return CollectNames(names, [&](DWORD index, wchar_t* buffer, DWORD* size) {
+    DWORD type = 0;
+    return clusterResourceEnum(walk.Get(), index, &type, buffer, size);
+  });
 }
 
 DWORD TypeOf(HRESOURCE resource, std::wstring& type) {
@@ -172,14 +178,11 @@ DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& n
   });
 }
 
-std::wstring PrivateText(HRESOURCE resource, const wchar_t* property) {
+DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& text) {
   // Which of the two lists holds a property ("Name" of a Network Name) differs between systems.
-  std::wstring text;
-  for (const DWORD code :
-       {CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES, CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES}) {
-    if (FindText(resource, code, property, text)) break;
-  }
-  return text;
+  const DWORD status = FindText(resource, CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES, property, text);
+  if (status != ERROR_FILE_NOT_FOUND) return status;
+  return FindText(resource, CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES, property, text);
 }
 
 std::wstring NetworkNameOf(HRESOURCE resource) {

@@ -78,22 +78,24 @@ OwnedCluster OpenRunningCluster(const wchar_t* name) noexcept;
 
 std::wstring NameOfCluster(HCLUSTER cluster);
 
-/* Empty when there is no such resource (any more). */
-OwnedResource OpenResource(HCLUSTER cluster, const std::wstring& name) noexcept;
+/* What follows answers ERROR_SUCCESS, or why it failed. */
 
-/* The names of all resources; of those that a resource depends on. False when the walk failed. */
-bool ResourceNames(HCLUSTER cluster, std::vector<std::wstring>& names);
-bool DependencyNames(HRESOURCE resource, std::vector<std::wstring>& names);
+DWORD OpenResource(HCLUSTER cluster, const std::wstring& name, OwnedResource& resource) noexcept;
+
+/* The names of all resources; of those that a resource depends on. */
+DWORD ResourceNames(HCLUSTER cluster, std::vector<std::wstring>& names);
+DWORD DependencyNames(HRESOURCE resource, std::vector<std::wstring>& names);
 
 /* The type's name, such as "Network Name". */
 DWORD TypeOf(HRESOURCE resource, std::wstring& type);
 
-/* The state, the node that owns the resource's group, and the group. ERROR_SUCCESS or why not. */
+/* The state, the node that owns the resource's group, and the group. */
 DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& node,
               std::wstring& group);
 
-/* A text among the resource's private properties, writable or read-only; empty when it has none. */
-std::wstring PrivateText(HRESOURCE resource, const wchar_t* property);
+/* A text among the resource's private properties, writable or read-only. ERROR_FILE_NOT_FOUND when
+ * it has no such property. */
+DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& text);
 
 /* The name of the Network Name resource that a resource depends on; empty when there is none. */
 std::wstring NetworkNameOf(HRESOURCE resource);

@@ -62,7 +62,7 @@ bool NamesHost(std::wstring_view name, std::wstring_view host) {
   if (host.empty()) return false;
   if (SameText(name, host)) return true;
   const std::wstring_view first = HostPart(name);
-  return first.size() < name.size() && SameText(first, host) &&
+  return first.size() + 1 < name.size() && SameText(first, host) &&
          SameText(name.substr(first.size() + 1), DomainOfThisMachine());
 }
 

@@ -1,6 +1,6 @@
 #include "companions/vtcluster/resources.h"
 
-#include <optional>
+#include <utility>
 
 #include "companions/vtcluster/name_match.h"
 
@@ -33,46 +33,58 @@ const Type* FindType(const std::wstring& name) {
   return nullptr;
 }
 
-void ReadNames(HRESOURCE handle, Resource& resource) {
-  switch (resource.kind) {
-    case Resource::networkName:
-      resource.netName = PrivateText(handle, L"Name");
-      resource.dnsName = PrivateText(handle, L"DnsName");
-      DependencyNames(handle, resource.dependsOn);
-      break;
-    case Resource::address:
-      break;
-    default:
-      resource.netName = NetworkNameOf(handle);
-  }
+/* A property that a resource does not have stays empty. */
+DWORD ReadProperty(HRESOURCE handle, const wchar_t* property, std::wstring& text) {
+  const DWORD status = PrivateText(handle, property, text);
+  return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
 }
 
-std::optional<Resource> ReadResource(HCLUSTER cluster, const std::wstring& name) {
-  const OwnedResource handle = OpenResource(cluster, name);
+DWORD ReadNetworkName(HRESOURCE handle, Resource& resource) {
+  DWORD status = ReadProperty(handle, L"Name", resource.netName);
+  if (status == ERROR_SUCCESS) status = ReadProperty(handle, L"DnsName", resource.dnsName);
+  return status == ERROR_SUCCESS ? DependencyNames(handle, resource.dependsOn) : status;
+}
+
+DWORD ReadDetails(HRESOURCE handle, const Type& type, Resource& resource) {
+  const DWORD status = StateOf(handle, resource.state, resource.node, resource.group);
+  if (status != ERROR_SUCCESS) return status;
+  if (type.kind == Resource::networkName) return ReadNetworkName(handle, resource);
+  // An application without a network name of its own is found by its group.
+  if (type.kind != Resource::address) resource.netName = NetworkNameOf(handle);
+  return type.property ? ReadProperty(handle, type.property, resource.property) : ERROR_SUCCESS;
+}
+
+DWORD AddResource(HCLUSTER cluster, const std::wstring& name, Resources& resources) {
+  OwnedResource handle;
+  DWORD status = OpenResource(cluster, name, handle);
+  if (status != ERROR_SUCCESS) return status;
   std::wstring typeName;
-  if (!handle || TypeOf(handle.Get(), typeName) != ERROR_SUCCESS) return std::nullopt;
+  status = TypeOf(handle.Get(), typeName);
   const Type* type = FindType(typeName);
-  if (!type) return std::nullopt;
+  if (status != ERROR_SUCCESS || !type) return status;
   Resource resource;
   resource.kind = type->kind;
   resource.name = name;
-  if (StateOf(handle.Get(), resource.state, resource.node, resource.group) != ERROR_SUCCESS) {
-    return std::nullopt;
-  }
-  if (type->property) resource.property = PrivateText(handle.Get(), type->property);
-  ReadNames(handle.Get(), resource);
-  return resource;
+  status = ReadDetails(handle.Get(), *type, resource);
+  if (status == ERROR_SUCCESS) resources.push_back(std::move(resource));
+  return status;
+}
+
+/* The resource has been deleted since its name was read. */
+bool IsGone(DWORD status) {
+  return status == ERROR_RESOURCE_NOT_FOUND || status == ERROR_RESOURCE_NOT_AVAILABLE;
 }
 
 }  // namespace
 
 bool ReadResources(HCLUSTER cluster, Resources& resources) {
   std::vector<std::wstring> names;
-  const bool complete = ResourceNames(cluster, names);
+  if (ResourceNames(cluster, names) != ERROR_SUCCESS) return false;
   for (const std::wstring& name : names) {
-    if (auto resource = ReadResource(cluster, name)) resources.push_back(std::move(*resource));
+    const DWORD status = AddResource(cluster, name, resources);
+    if (status != ERROR_SUCCESS && !IsGone(status)) return false;
   }
-  return complete;
+  return true;
 }
 
 }  // namespace vtcluster

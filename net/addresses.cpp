@@ -23,7 +23,7 @@ bool IsOfSpecialUse(const VTIPAddress& address) {
 // One pass over the addresses: the first of the preferred family, or of the others.
 struct Pass {
   bool preferredFamily;
-  bool specialUse; // addresses of special use are welcome too
+  bool specialUse;  // addresses of special use are welcome too
 };
 constexpr Pass kPasses[] = {{true, false}, {true, true}, {false, false}, {false, true}};
 
@@ -32,8 +32,7 @@ RefPointer<VTIPAddress> FirstOf(VTSocket::VTAddressEnumerator& addresses, Addres
   addresses.Reset();
   while (addresses.MoveNext()) {
     const RefPointer<VTIPAddress> address = addresses.GetAddress();
-    const bool isPreferred =
-        preferred == AddressFamily::Any || address->GetFamily() == preferred;
+    const bool isPreferred = preferred == AddressFamily::Any || address->GetFamily() == preferred;
     if (isPreferred == pass.preferredFamily && (pass.specialUse || !IsOfSpecialUse(*address))) {
       return address;
     }

@@ -20,8 +20,7 @@ unsigned long ToAnsi(WideView name, std::string& ansi) {
     return ERROR_INVALID_PARAMETER;
   }
   std::wstring back(name.size(), L'\0');
-  const int units =
-      ::MultiByteToWideChar(CP_ACP, 0, ansi.data(), bytes, back.data(), *length);
+  const int units = ::MultiByteToWideChar(CP_ACP, 0, ansi.data(), bytes, back.data(), *length);
   const bool same = units == *length && back == name && name.find(L'\0') == WideView::npos;
   return same ? ERROR_SUCCESS : kNotInAnsi;
 }

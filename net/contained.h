@@ -14,7 +14,7 @@ namespace vtclass::net {
 template <typename Work>
 unsigned long StatusOf(Work work) noexcept {
   try {
-    return work();
+    return static_cast<unsigned long>(work());
   } catch (const VTSocket::VTSocketError& error) {
     return error.GetErrorCode();
   } catch (const std::exception&) {

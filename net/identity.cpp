@@ -85,8 +85,8 @@ unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
     wcstring unused;
     bool isLocal = false;
     unsigned long status = 0;
-    const unsigned long result = VTConvertServerNamePlus(
-        server, unused, computerNameNoConversion, clusterAware, &isLocal, &status);
+    const unsigned long result = VTConvertServerNamePlus(server, unused, computerNameNoConversion,
+                                                         clusterAware, &isLocal, &status);
     if (result == ERROR_NOT_ENOUGH_MEMORY) return result;
     if (result == ERROR_SUCCESS && isLocal) {
       *isMe = true;
@@ -99,8 +99,7 @@ unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
 unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs) {
   const unsigned long result = IsThisMe(name, isMe, clusterAware);
   if (result == ERROR_SUCCESS && *isMe) return result;
-  unsigned long timeOut =
-      timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : net::TimeOut();
+  unsigned long timeOut = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : net::TimeOut();
   return IsThisAnAliasForMe(name.c_str(), isMe, timeOut == net::kNoTimeLimit ? nullptr : &timeOut);
 }
 

@@ -83,8 +83,8 @@ unsigned long VTGetFQDN(wcstring& out) {
 
 int GetComputerNameInString(wcstring& out) {
   out.clear();
-  const unsigned long status = net::StatusOf(
-      [&out] { return net::ComputerName(out) ? ERROR_SUCCESS : ::GetLastError(); });
+  const unsigned long status =
+      net::StatusOf([&out] { return net::ComputerName(out) ? ERROR_SUCCESS : ::GetLastError(); });
   if (status == ERROR_SUCCESS) return 1;
   ::SetLastError(status);
   return 0;

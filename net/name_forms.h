@@ -19,7 +19,8 @@ WideText NetBiosForm(WideView name, bool (*isGraphic)(WideUnit));
 /* What stands before the first dot, without the dot. A part of `name`. */
 WideView FirstLabel(WideView name) noexcept;
 
-/* `name`; where it holds no dot, with the domain of `fullName` (from its first dot on) behind it. */
+/* `name`; where it holds no dot, with the domain of `fullName` (from its first dot on) behind it.
+ */
 WideText WithDomainOf(WideView name, WideView fullName);
 
 /* `text` with every occurrence of `what` replaced, from left to right; the search goes on behind

@@ -18,11 +18,16 @@ const std::wstring kZero(L"a\0b", 3);
 TEST(NameForms, ServerIn_TakesTheHostOutOfAPath) {
   const struct {
     std::wstring name, server;
-  } rows[] = {{L"host", L"host"},          {L"\\\\host\\share\\dir", L"host"},
-              {L"\\host", L"host"},        {L"\\\\\\\\host\\", L"host"},
-              {L"host\\share", L"host"},   {L"", L""},
-              {L"\\\\", L""},              {L"\\\\ \\x", L" "},
-              {L"\\\\" + kZero, kZero},    {L"\\\\" + kLabel255 + L"\\s", kLabel255},
+  } rows[] = {{L"host", L"host"},
+              {L"\\\\host\\share\\dir", L"host"},
+              {L"\\host", L"host"},
+              {L"\\\\\\\\host\\", L"host"},
+              {L"host\\share", L"host"},
+              {L"", L""},
+              {L"\\\\", L""},
+              {L"\\\\ \\x", L" "},
+              {L"\\\\" + kZero, kZero},
+              {L"\\\\" + kLabel255 + L"\\s", kLabel255},
               {L"//host/share", L"//host/share"}};
   for (const auto& row : rows) EXPECT_EQ(ServerIn(row.name), row.server);
 }
@@ -66,8 +71,10 @@ TEST(NameForms, RacShape) {
   for (const wchar_t* name : {L"RAC-ORCL-12", L"rac-x-", L"RACK-a-b-0", L"Rac--"}) {
     EXPECT_TRUE(HasRacShape(name));
   }
-  for (const wchar_t* name : {L"RAC-ORCL12", L"RAC", L"", L"XRAC-a-1", L"RA-C-1", L"RAC-a-1x",
-                              L"RAC-a-\x0661", L"R-a-1", L"\x0112" L"AC-a-1"}) {
+  for (const wchar_t* name :
+       {L"RAC-ORCL12", L"RAC", L"", L"XRAC-a-1", L"RA-C-1", L"RAC-a-1x", L"RAC-a-\x0661", L"R-a-1",
+        L"\x0112"
+        L"AC-a-1"}) {
     EXPECT_FALSE(HasRacShape(name));
   }
 }
@@ -98,8 +105,8 @@ TEST(NameForms, SplitUnc) {
 TEST(DnsTimeOut, Bounds) {
   const struct {
     std::uint32_t stored, used;
-  } rows[] = {{0, 5000},         {500, 5000},       {999, 5000},        {1000, 1000},
-              {60000, 60000},    {60001, 5000},     {70000, 5000},      {kNoTimeLimit, kNoTimeLimit},
+  } rows[] = {{0, 5000},         {500, 5000},   {999, 5000},   {1000, 1000},
+              {60000, 60000},    {60001, 5000}, {70000, 5000}, {kNoTimeLimit, kNoTimeLimit},
               {0xFFFFFFFE, 5000}};
   for (const auto& row : rows) EXPECT_EQ(UsableTimeOut(row.stored), row.used);
   EXPECT_EQ(MicrosecondsOf(5000), 5000000);

@@ -51,10 +51,10 @@ ResolverFunctions LoadResolver() noexcept {
   HMODULE library = LibraryWithResolver(L"\\ws2_32");
   if (!library) library = LibraryWithResolver(L"\\wship6");
   if (!library) return functions;
-  const auto nameInfo = std::bit_cast<decltype(functions.nameInfo)>(
-      ::GetProcAddress(library, "getnameinfo"));
-  const auto freeList = std::bit_cast<decltype(functions.freeList)>(
-      ::GetProcAddress(library, "freeaddrinfo"));
+  const auto nameInfo =
+      std::bit_cast<decltype(functions.nameInfo)>(::GetProcAddress(library, "getnameinfo"));
+  const auto freeList =
+      std::bit_cast<decltype(functions.freeList)>(::GetProcAddress(library, "freeaddrinfo"));
   if (nameInfo && freeList) functions = {nameInfo, freeList};
   return functions;
 }

@@ -38,11 +38,11 @@ namespace vtclass {
  * own (COMPUTER_NAME_FORMAT); all numbers that are not here are refused.
  */
 enum _COMPUTER_NAME_FORMAT : int {
-  computerNameNetBIOS = 0,            /* 15 characters at most */
-  computerNameDnsHostname = 1,        /* the first label */
-  computerNameDnsFullyQualified = 3,  /* with the domain */
-  computerNameIpAddress = 8,          /* the text of an address */
-  computerNameNoConversion = 9        /* only whether the name is this machine's */
+  computerNameNetBIOS = 0,           /* 15 characters at most */
+  computerNameDnsHostname = 1,       /* the first label */
+  computerNameDnsFullyQualified = 3, /* with the domain */
+  computerNameIpAddress = 8,         /* the text of an address */
+  computerNameNoConversion = 9       /* only whether the name is this machine's */
 };
 
 /*

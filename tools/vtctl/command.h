@@ -29,6 +29,9 @@ struct ChosenCommand {
 void AddSessionCommand(CLI::App& app, ChosenCommand& chosen);
 void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen);
 void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen);
+void AddClusterCommand(CLI::App& app, ChosenCommand& chosen);
+void AddAppsCommand(CLI::App& app, ChosenCommand& chosen);
+void AddDatabaseCommand(CLI::App& app, ChosenCommand& chosen);
 
 }  // namespace vtctl
 

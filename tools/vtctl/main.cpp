@@ -84,6 +84,9 @@ int Run() {
   AddSessionCommand(app, chosen);
   AddJobLogCommand(app, chosen);
   AddRegistryCommand(app, chosen);
+  AddClusterCommand(app, chosen);
+  AddAppsCommand(app, chosen);
+  AddDatabaseCommand(app, chosen);
   try {
     app.parse(Arguments());
   } catch (const CLI::ParseError& error) {

@@ -22,6 +22,16 @@ function(vtclass_test name)
     return()
   endif()
   cmake_parse_arguments(arg "" "LOCK" "LIBRARIES" ${ARGN})
-  vtclass_add_test_program(${name} FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES}
-    LOCK ${arg_LOCK})
+  vtclass_add_test_program(${name} LOCK "${arg_LOCK}"
+    FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES})
+endfunction()
+
+# One test program that needs names, addresses and a DNS server of its own; same arguments.
+function(vtclass_network_test name)
+  if(NOT TARGET gtest)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
+  vtclass_add_network_test_program(${name}
+    FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES})
 endfunction()

@@ -5,17 +5,36 @@ set(INSTALL_GTEST OFF)
 set(BUILD_GMOCK OFF)
 add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
-function(vtclass_add_test_program name)
-  cmake_parse_arguments(arg "" "" "FILES;LIBRARIES;LOCK" ${ARGN})
+function(vtclass_add_test_executable name)
+  cmake_parse_arguments(arg "" "LOCK" "FILES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_FILES})
   target_link_libraries(${name} PRIVATE
     vtclass_options vtclass_mini vtclass_core vtclass_platform vtclass_test_support gtest advapi32 ${arg_LIBRARIES})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   set_property(GLOBAL APPEND PROPERTY vtclass_test_files ${arg_FILES})
+endfunction()
+
+function(vtclass_add_test_program name)
+  cmake_parse_arguments(arg "" "LOCK" "" ${ARGN})
+  vtclass_add_test_executable(${name} ${ARGN})
   # A run counts as passed only when GoogleTest says so: a process that dies of exhausted memory
   # can end with exit code 0.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
     PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${arg_LOCK}")
+endfunction()
+
+# A program that runs as one test in the tests' network (tests/network). On Windows there is none,
+# and the program says so itself.
+function(vtclass_add_network_test_program name)
+  vtclass_add_test_executable(${name} ${ARGN})
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/tests/network/in-network
+      ${CMAKE_BINARY_DIR}/network-tests/${name} ${CMAKE_CROSSCOMPILING_EMULATOR}
+      $<TARGET_FILE:${name}>)
+    set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 120)
+  else()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
+  endif()
 endfunction()
 
 # A test file that no program compiles would pass for ever.

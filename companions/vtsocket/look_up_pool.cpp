@@ -10,7 +10,7 @@ namespace vtclass::vtsocket {
 namespace {
 
 /* How long a thread waits for the next look-up before it ends. */
-constexpr DWORD kIdleMilliseconds = 10'000;
+constexpr DWORD kIdleMilliseconds = 2000;
 
 /* A reference to this DLL, which the thread that gets it gives back as its last act. */
 HMODULE ReferToThisModule() {

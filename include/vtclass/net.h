@@ -35,7 +35,8 @@ namespace vtclass {
 
 /*
  * The form that VTConvertServerNamePlus is asked for. The first three numbers are the platform's
- * own (COMPUTER_NAME_FORMAT); all numbers that are not here are refused.
+ * own (COMPUTER_NAME_FORMAT); all numbers that are not here are refused. The platform's type has
+ * the same name outside of this namespace, so write this one with its namespace.
  */
 enum _COMPUTER_NAME_FORMAT : int {
   computerNameNetBIOS = 0,           /* 15 characters at most */

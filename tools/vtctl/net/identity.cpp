@@ -38,10 +38,10 @@ std::vector<std::wstring> OwnNames() {
   vtclass::GetComputerNameInString(computer);
   vtclass::GetComputerNodeName(node);
   vtclass::VTGetFQDN(full);
-  std::vector<std::wstring> names = {L"computer name " + computer,
-                                     L"DNS host name " +
-                                         OwnForm(computer, vtclass::computerNameDnsHostname),
-                                     L"fully qualified name " + full};
+  std::vector<std::wstring> names = {
+      L"computer name " + computer,
+      L"DNS host name " + OwnForm(computer, vtclass::computerNameDnsHostname),
+      L"fully qualified name " + full};
   if (node != computer) names.push_back(L"cluster node " + node);
   return names;
 }
@@ -127,8 +127,8 @@ IdentityAnswer AskIdentity(const IdentityQuestion& question) {
   wcstring share;
   answer.server = vtclass::SplitUncPath(question.name, server, share) ? server : question.name;
   const ULONGLONG start = ::GetTickCount64();
-  answer.code = vtclass::IsThisMeEx(answer.server, &answer.isMe, question.clusterAware,
-                                    question.timeOut);
+  answer.code =
+      vtclass::IsThisMeEx(answer.server, &answer.isMe, question.clusterAware, question.timeOut);
   answer.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
   return answer;
 }

@@ -49,9 +49,8 @@ Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
   limit.tv_usec = static_cast<long>(timeOut % 1000) * 1000;
   addrinfo* found = nullptr;
   Resolution resolution;
-  resolution.error = static_cast<unsigned long>(
-      VTSocket::GetAddrInfoWithTimeOut(cstring(wcstring(name)).c_str(), nullptr, &hints, &found,
-                                       timeOut != 0 ? &limit : nullptr));
+  resolution.error = static_cast<unsigned long>(VTSocket::GetAddrInfoWithTimeOut(
+      cstring(wcstring(name)).c_str(), nullptr, &hints, &found, timeOut != 0 ? &limit : nullptr));
   const AddressList list(found, &::freeaddrinfo);
   if (resolution.error != 0 || !list) return resolution;
   if (list->ai_canonname) resolution.canonicalName = wcstring(cstring(list->ai_canonname));

@@ -180,7 +180,7 @@ class SocketServices {
  *
  * A null node, an address text without a scope id and AI_NUMERICHOST ask no server: they are
  * answered on the caller's thread whatever the limit. Every other call with a limit runs on one of
- * at most 16 threads, which start on demand and end after ten idle seconds. A resolver that hangs
+ * at most 16 threads, which start on demand and end after two idle seconds. A resolver that hangs
  * costs the caller its limit and no more; its late answer is freed. While it hangs it keeps its
  * thread and keeps this library in memory. Where all threads hang, further calls wait for their
  * turn within their own limits. The threads act under the process's identity, not under one that

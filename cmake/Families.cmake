@@ -22,7 +22,10 @@ function(vtclass_test name)
     return()
   endif()
   cmake_parse_arguments(arg "" "LOCK" "LIBRARIES" ${ARGN})
-  vtclass_add_test_program(${name} LOCK "${arg_LOCK}"
+  if(arg_LOCK)
+    list(PREPEND arg_LOCK LOCK)
+  endif()
+  vtclass_add_test_program(${name} ${arg_LOCK}
     FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES})
 endfunction()
 

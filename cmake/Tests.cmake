@@ -15,12 +15,16 @@ function(vtclass_add_test_executable name)
 endfunction()
 
 function(vtclass_add_test_program name)
-  cmake_parse_arguments(arg "" "LOCK" "" ${ARGN})
+  cmake_parse_arguments(arg "" "LOCK" "FILES;LIBRARIES" ${ARGN})
+  set(lock)
+  if(arg_LOCK)
+    set(lock RESOURCE_LOCK ${arg_LOCK})
+  endif()
   vtclass_add_test_executable(${name} ${ARGN})
   # A run counts as passed only when GoogleTest says so: a process that dies of exhausted memory
   # can end with exit code 0.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${arg_LOCK}")
+    PROPERTIES TIMEOUT 120 ${lock})
 endfunction()
 
 # A program that runs as one test in the tests' network (tests/network). On Windows there is none,

@@ -320,6 +320,8 @@ FakeCluster::~FakeCluster() {
 }
 
 ::testing::Environment* FakeCluster::AnswerLookUps() {
+  // The library under test loads it at its first question only.
+  EXPECT_NE(::LoadLibraryW(L"vtcluster.dll"), nullptr);
   return vtclass::test::AnswerLookUps(&LookUp, L"vtcluster.dll");
 }
 

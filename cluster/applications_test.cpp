@@ -16,6 +16,7 @@ using test::FakeCluster;
 using test::FakeClusterTable;
 using test::ImportHook;
 
+// NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
 
 using Handle = platform::Owned<cluster::ServiceHandleTraits>;
@@ -29,7 +30,7 @@ class TestService {
     wchar_t path[MAX_PATH] = L"";
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
     std::wstring program(path);
-    program.replace(program.rfind(L'\\') + 1, program.npos, L"cluster_test_service.exe");
+    program.replace(program.rfind(L'\\') + 1, std::wstring::npos, L"cluster_test_service.exe");
     if (!manager) return;
     service.Reset(::CreateServiceW(manager.Get(), name.c_str(), nullptr, SERVICE_ALL_ACCESS,
                                    SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,

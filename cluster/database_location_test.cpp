@@ -61,7 +61,9 @@ TEST_F(DatabaseLocation, EachFunction_ReadsItsOwnValues) {
       test::StoreValue(question.key, value, REG_SZ, text.c_str(), bytes);
     }
     const std::wstring p = question.prefix;
-    EXPECT_EQ(Ask(question), p + L"Server//" + p + L"Instance/" + p + L"Database/");
+    std::wstring expected = p;
+    expected.append(L"Server//").append(p).append(L"Instance/").append(p).append(L"Database/");
+    EXPECT_EQ(Ask(question), expected);
     ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, question.key);
   }
 }
@@ -76,14 +78,15 @@ TEST_F(DatabaseLocation, MissingEmptyAndMalformedValues) {
   Store(L"Database Name", L"", 0);
   EXPECT_EQ(Ask(question), node + L"///VTDB/local");
   // The longest value has 1,023 bytes, with or without a terminator.
-  const std::wstring longest(512, L'n');
+  // What stands behind it in memory keeps the system from adding one.
+  const std::wstring longest(600, L'n');
   const struct {
     DWORD bytes;
     DWORD type;
     std::wstring instance;
   } rows[] = {{1024, REG_SZ, L"Vantorl"},
-              {1023, REG_SZ, longest.substr(1) + L'n'},
-              {1022, REG_SZ, longest.substr(1)},
+              {1023, REG_SZ, longest.substr(0, 512)},
+              {1022, REG_SZ, longest.substr(0, 511)},
               {4, REG_DWORD, L"Vantorl"},
               {6, REG_EXPAND_SZ, L"nnn"}};
   Store(L"Database Server Name", node, static_cast<DWORD>((node.size() + 1) * sizeof(wchar_t)));

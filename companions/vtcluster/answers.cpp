@@ -14,7 +14,7 @@ constexpr wchar_t kDefaultInstance[] = L"MSSQLSERVER";
 
 template <typename Condition>
 const Resource* FindFirst(const Resources& resources, Condition condition) {
-  const auto found = std::find_if(resources.begin(), resources.end(), condition);
+  const auto found = std::ranges::find_if(resources, condition);
   return found == resources.end() ? nullptr : &*found;
 }
 
@@ -25,8 +25,8 @@ const Resource* FirstNameOfGroup(const Resources& resources, const std::wstring&
 }
 
 bool DependsOn(const Resource& resource, const std::wstring& name) {
-  return std::any_of(resource.dependsOn.begin(), resource.dependsOn.end(),
-                     [&](const std::wstring& other) { return SameText(other, name); });
+  return std::ranges::any_of(resource.dependsOn,
+                             [&](const std::wstring& other) { return SameText(other, name); });
 }
 
 bool IsInstance(const Resource& sqlServer, const std::wstring& instance) {

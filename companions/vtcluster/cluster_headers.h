@@ -8,12 +8,13 @@
 #if defined(__MINGW32__)
 #pragma push_macro("_WIN32_WINNT")
 #undef _WIN32_WINNT
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own
 #define _WIN32_WINNT 0x0502
 #endif
 // clang-format off
 #include <clusapi.h>
 #if defined(__MINGW32__)
-typedef struct CLUSPROP_FILETIME* PCLUSPROP_FILETIME; /* named, not used, by resapi.h */
+using PCLUSPROP_FILETIME = struct CLUSPROP_FILETIME*; /* named, not used, by resapi.h */
 #endif
 #include <resapi.h>
 // clang-format on

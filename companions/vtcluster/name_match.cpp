@@ -41,6 +41,7 @@ struct Address {
 bool SameText(std::wstring_view a, std::wstring_view b) noexcept {
   const auto size = vtclass::platform::CheckedCast<int>(a.size());
   if (!size || a.size() != b.size()) return false;
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the sizes go with the texts
   return *size == 0 || ::CompareStringOrdinal(a.data(), *size, b.data(), *size, TRUE) == CSTR_EQUAL;
 }
 

@@ -1,6 +1,7 @@
 #include "tests/support/fake_cluster.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <cwchar>
 #include <memory>
@@ -16,7 +17,7 @@ namespace {
 struct Handle {
   enum Kind { cluster, resource, walk } kind;
   const FakeResource* of = nullptr;
-  std::vector<std::wstring> names = {};
+  std::vector<std::wstring> names;
 };
 
 const FakeCluster* current = nullptr;
@@ -24,7 +25,9 @@ std::vector<std::unique_ptr<Handle>> handles;
 long callsUntilFailure = 0;
 
 bool Fails() {
-  if (callsUntilFailure <= 0 || --callsUntilFailure > 0) return false;
+  if (callsUntilFailure <= 0) return false;
+  --callsUntilFailure;
+  if (callsUntilFailure > 0) return false;
   callsUntilFailure = -1;
   ::SetLastError(RPC_S_SERVER_UNAVAILABLE);
   return true;
@@ -84,8 +87,8 @@ DWORD WINAPI FakeGetNodeClusterState(LPCWSTR node, DWORD* state) {
   *state = ClusterStateNotInstalled;
   if (!current) return ERROR_SUCCESS;
   const auto& names = current->table.reachedBy;
-  const bool found = !node || std::any_of(names.begin(), names.end(),
-                                          [&](const std::wstring& n) { return SameName(n, node); });
+  const bool found =
+      !node || std::ranges::any_of(names, [&](const std::wstring& n) { return SameName(n, node); });
   if (found) *state = ClusterStateRunning;
   return ERROR_SUCCESS;
 }
@@ -94,7 +97,7 @@ HCLUSTER WINAPI FakeOpenCluster(LPCWSTR) {
   if (Fails()) return nullptr;
   // As some systems do where there is no cluster.
   if (!current) return reinterpret_cast<HCLUSTER>(static_cast<INT_PTR>(0xdeadbeef));
-  return Give<HCLUSTER>({Handle::cluster});
+  return Give<HCLUSTER>({Handle::cluster, nullptr, {}});
 }
 
 BOOL WINAPI FakeCloseCluster(HCLUSTER cluster) { return Close(cluster, Handle::cluster); }
@@ -106,7 +109,7 @@ DWORD WINAPI FakeGetClusterInformation(HCLUSTER, LPWSTR name, DWORD* size, LPCLU
 HCLUSENUM WINAPI FakeClusterOpenEnum(HCLUSTER cluster, DWORD) {
   Find(cluster, Handle::cluster);
   if (Fails()) return nullptr;
-  Handle walk = {Handle::walk};
+  Handle walk = {Handle::walk, nullptr, {}};
   for (const FakeResource& resource : current->table.resources) walk.names.push_back(resource.name);
   return Give<HCLUSENUM>(std::move(walk));
 }
@@ -129,7 +132,7 @@ HRESOURCE WINAPI FakeOpenClusterResource(HCLUSTER cluster, LPCWSTR name) {
   Find(cluster, Handle::cluster);
   const FakeResource* found = FindResource(name);
   if (Fails() || !found) return nullptr;
-  return Give<HRESOURCE>({Handle::resource, found});
+  return Give<HRESOURCE>({Handle::resource, found, {}});
 }
 
 BOOL WINAPI FakeCloseClusterResource(HRESOURCE resource) {
@@ -178,7 +181,9 @@ BOOL WINAPI FakeGetClusterResourceNetworkName(HRESOURCE resource, LPWSTR name, D
  * another form, which only ResUtilFindSzProperty reads. */
 std::wstring PropertyList(const std::map<std::wstring, std::wstring>& properties) {
   std::wstring list;
-  for (const auto& [name, value] : properties) list += name + L'\0' + value + L'\0';
+  for (const auto& [name, value] : properties) {
+    list.append(name).append(1, L'\0').append(value).append(1, L'\0');
+  }
   return list + L'\0';
 }
 
@@ -233,7 +238,7 @@ BOOL WINAPI FakeClusterGetVolumePathName(LPCWSTR path, LPWSTR volume, DWORD room
 
 template <typename Function>
 FARPROC Address(Function* function) {
-  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+  return std::bit_cast<FARPROC>(function);
 }
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
@@ -307,7 +312,7 @@ FakeClusterTable TwoNodes() {
   return table;
 }
 
-FakeCluster::FakeCluster(FakeClusterTable stated) : table(std::move(stated)) {
+FakeCluster::FakeCluster(FakeClusterTable table) : table(std::move(table)) {
   EXPECT_EQ(current, nullptr) << "one fake cluster at a time";
   current = this;
 }

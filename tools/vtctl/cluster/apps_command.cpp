@@ -37,8 +37,8 @@ struct Application {
   const wchar_t* title;
   size_t deciding; /* any of so many services at the front makes it run */
   bool isRunning = false;
-  std::wstring reason = {};
-  ServiceFacts facts = {};
+  std::wstring reason;
+  ServiceFacts facts;
 };
 
 struct AppsAnswers {
@@ -48,8 +48,8 @@ struct AppsAnswers {
   std::wstring computer; /* whose services are looked at */
   std::wstring cluster;  /* the name of the cluster, empty without one */
   bool sqlIsClustered = false;
-  Application sql = {"sqlServer", L"SQL Server", 2};
-  Application exchange = {"exchange", L"Exchange", 1};
+  Application sql = {"sqlServer", L"SQL Server", 2, false, {}, {}};
+  Application exchange = {"exchange", L"Exchange", 1, false, {}, {}};
 };
 
 /* Why the library says so: the services as they are, and what the cluster makes of them. */

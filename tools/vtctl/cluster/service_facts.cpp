@@ -38,9 +38,9 @@ ServiceFact LookAt(SC_HANDLE manager, const std::wstring& name) {
     const DWORD error = ::GetLastError();
     // No service can have a name that the system refuses.
     if (error == ERROR_SERVICE_DOES_NOT_EXIST || error == ERROR_INVALID_NAME) {
-      return {name, L"not installed"};
+      return {name, L"not installed", false, false};
     }
-    return {name, L"not visible: " + SystemText(error), true};
+    return {name, L"not visible: " + SystemText(error), true, false};
   }
   return {name, StateWord(status.dwCurrentState), true, status.dwCurrentState == SERVICE_RUNNING};
 }

@@ -8,7 +8,7 @@ namespace vtctl {
 
 struct ServiceFact {
   std::wstring name;
-  std::wstring state = {}; /* "running", "stopped", "not installed", or why it cannot be seen */
+  std::wstring state; /* "running", "stopped", "not installed", or why it cannot be seen */
   bool isInstalled = false;
   bool isRunning = false;
 };

@@ -40,8 +40,8 @@ bool SqlServiceRuns(const wchar_t* server) {
   wcstring node;
   const bool isVirtual = ClusterVirtualNameToNodeName(server, node);
   const ServiceManager services(isVirtual ? node.c_str() : WithBackslashes(server).c_str());
-  // The name stands in the second service's name as it was given: callers that look for an
-  // instance put it there.
+  // The name stands in the second service's name as it was given: an instance that bears the
+  // server's name is looked for, and none is taken out of it.
   return services.IsRunning(L"MSSQLServer") ||
          services.IsRunning((std::wstring(L"MSSQLServer$") + server).c_str());
 }

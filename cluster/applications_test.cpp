@@ -2,8 +2,6 @@
  * looks for, and removed again. */
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "cluster/service_manager.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"

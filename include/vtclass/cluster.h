@@ -82,8 +82,9 @@ VTCLASS_API bool ServerIsRunningXCSCluster();
  * cluster the cluster has the last word: a service that another virtual server's instance runs does
  * not count.
  * `*flag`, where not null, becomes true when the instance that runs belongs to the cluster.
- * Contract: what stands behind "MSSQLServer$" is `server` as the caller gave it. No instance is
- * taken out of it, so callers that look for an instance give its name.
+ * Contract: what stands behind "MSSQLServer$" is `server` as the caller gave it, backslashes
+ * included. No instance is taken out of it: a named instance is found where it bears the server's
+ * name, as callers expect.
  */
 VTCLASS_API bool ServerIsRunningSQL(const wchar_t* server, bool* flag);
 

@@ -15,13 +15,18 @@ function(vtclass_sources)
   target_sources(vtclass_mini PRIVATE ${ARGN})
 endfunction()
 
-# One test program: vtclass_test(name files... [LIBRARIES targets...]).
+# One test program: vtclass_test(name files... [LIBRARIES targets...] [LOCK name]). Of the tests with
+# one LOCK only one runs at a time: they share something of the machine, such as its services.
 function(vtclass_test name)
   if(NOT TARGET gtest)
     return()
   endif()
-  cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
-  vtclass_add_test_program(${name} FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES})
+  cmake_parse_arguments(arg "" "LOCK" "LIBRARIES" ${ARGN})
+  if(arg_LOCK)
+    list(PREPEND arg_LOCK LOCK)
+  endif()
+  vtclass_add_test_program(${name} ${arg_LOCK}
+    FILES ${arg_UNPARSED_ARGUMENTS} LIBRARIES ${arg_LIBRARIES})
 endfunction()
 
 # One test program that needs names, addresses and a DNS server of its own; same arguments.

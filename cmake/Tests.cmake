@@ -6,7 +6,7 @@ set(BUILD_GMOCK OFF)
 add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
 function(vtclass_add_test_executable name)
-  cmake_parse_arguments(arg "" "" "FILES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "LOCK" "FILES;LIBRARIES" ${ARGN})
   add_executable(${name} ${arg_FILES})
   target_link_libraries(${name} PRIVATE
     vtclass_options vtclass_mini vtclass_core vtclass_platform vtclass_test_support gtest advapi32 ${arg_LIBRARIES})
@@ -15,11 +15,16 @@ function(vtclass_add_test_executable name)
 endfunction()
 
 function(vtclass_add_test_program name)
+  cmake_parse_arguments(arg "" "LOCK" "FILES;LIBRARIES" ${ARGN})
+  set(lock)
+  if(arg_LOCK)
+    set(lock RESOURCE_LOCK ${arg_LOCK})
+  endif()
   vtclass_add_test_executable(${name} ${ARGN})
   # A run counts as passed only when GoogleTest says so: a process that dies of exhausted memory
   # can end with exit code 0.
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120)
+    PROPERTIES TIMEOUT 120 ${lock})
 endfunction()
 
 # A program that runs as one test in the tests' network (tests/network). On Windows there is none,

@@ -39,4 +39,9 @@ const wchar_t* AgentsKey() noexcept {
                    L"Software\\Quorrel\\Strandel\\VTDS\\Engine\\Agents");
 }
 
+const wchar_t* OracleAgentKey() noexcept {
+  return OfProduct(L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Engine\\Agents\\Oracle",
+                   L"Software\\Quorrel\\Strandel\\VTDS\\Engine\\Agents\\Oracle");
+}
+
 }  // namespace vtclass::config

@@ -24,6 +24,9 @@ const wchar_t* TcpIpKey() noexcept;
 /* Settings of the agents: the logon type of job accounts, the advertisement. */
 const wchar_t* AgentsKey() noexcept;
 
+/* The Oracle agent's databases, a key each. */
+const wchar_t* OracleAgentKey() noexcept;
+
 }  // namespace vtclass::config
 
 #endif

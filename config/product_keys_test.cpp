@@ -12,7 +12,7 @@ TEST(ProductKeys, EveryPath_LiesUnderTheRootOfTheSelectedProduct) {
     CMS_SetProd(product);
     const std::wstring root = ProductRoot();
     EXPECT_EQ(root.find(L"Quorrel") != std::wstring::npos, product == 1);
-    for (const auto key : {&LoggingKey, &DebugKey, &TcpIpKey, &AgentsKey}) {
+    for (const auto key : {&LoggingKey, &DebugKey, &TcpIpKey, &AgentsKey, &OracleAgentKey}) {
       EXPECT_EQ(std::wstring(key()).find(root + L"\\"), 0u);
     }
   }

@@ -6,30 +6,62 @@
 
 namespace vtclass::test {
 
-void** FindImport(HMODULE module, const char* library, const char* function) {
-  auto* const base = reinterpret_cast<BYTE*>(module);
-  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-  const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-  const DWORD table =
-      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-  if (table == 0) return nullptr;
-  auto* descriptor = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + table);
-  for (; descriptor->Name != 0; ++descriptor) {
-    const auto* const name = reinterpret_cast<const char*>(base + descriptor->Name);
-    if (::lstrcmpiA(name, library) != 0) continue;
-    const auto* names =
-        reinterpret_cast<const IMAGE_THUNK_DATA*>(base + descriptor->OriginalFirstThunk);
-    auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + descriptor->FirstThunk);
-    for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-      if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-      const auto* const entry =
-          reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-      if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0) {
-        return reinterpret_cast<void**>(&slots->u1.Function);
-      }
+namespace {
+
+// One imported library: its name, and the tables of its functions' names and addresses.
+struct ImportedLibrary {
+  DWORD name;
+  DWORD names;
+  DWORD slots;
+};
+
+// Of IMAGE_IMPORT_DESCRIPTOR or IMAGE_DELAYLOAD_DESCRIPTOR.
+ImportedLibrary Described(const IMAGE_IMPORT_DESCRIPTOR& library) {
+  return {library.Name, library.OriginalFirstThunk, library.FirstThunk};
+}
+ImportedLibrary Described(const IMAGE_DELAYLOAD_DESCRIPTOR& library) {
+  return {library.DllNameRVA, library.ImportNameTableRVA, library.ImportAddressTableRVA};
+}
+
+void** FindSlot(BYTE* base, const ImportedLibrary& library, const char* function) {
+  const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library.names);
+  auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library.slots);
+  for (; names->u1.AddressOfData != 0; ++names, ++slots) {
+    if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
+    const auto* const entry =
+        reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+    if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0) {
+      return reinterpret_cast<void**>(&slots->u1.Function);
     }
   }
   return nullptr;
+}
+
+template <typename Descriptor>
+void** FindIn(int directory, HMODULE module, const char* library, const char* function) {
+  auto* const base = reinterpret_cast<BYTE*>(module);
+  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  const DWORD table = headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
+  if (table == 0) return nullptr;
+  auto* descriptor = reinterpret_cast<const Descriptor*>(base + table);
+  for (; Described(*descriptor).name != 0; ++descriptor) {
+    const ImportedLibrary imported = Described(*descriptor);
+    const auto* const name = reinterpret_cast<const char*>(base + imported.name);
+    if (::lstrcmpiA(name, library) != 0) continue;
+    if (void** const slot = FindSlot(base, imported, function)) return slot;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void** FindImport(HMODULE module, const char* library, const char* function) {
+  void** const slot =
+      FindIn<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT, module, library, function);
+  return slot ? slot
+              : FindIn<IMAGE_DELAYLOAD_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT, module,
+                                                   library, function);
 }
 
 HMODULE LibraryUnderTest() {

@@ -7,7 +7,8 @@
 
 namespace vtclass::test {
 
-/* The slot of an imported function in a module's import table; null when it is not imported. */
+/* The slot of an imported function in a module's import table, or in that of the libraries it loads
+ * at the first call; null when it is not imported. */
 void** FindImport(HMODULE module, const char* library, const char* function);
 
 /* The DLL under test. */
@@ -17,7 +18,8 @@ HMODULE LibraryUnderTest();
  * Replaces one function that a module, the DLL under test unless another is named, imports, for
  * one scope. Only that module's own calls are changed: all others keep the real function. A
  * function that the module does not import (any more) fails the test. Hooks of one function may be
- * nested.
+ * nested. Original() of a function of a library that loads at the first call undoes the hook when
+ * it is that first call.
  *
  *   ImportHook<decltype(::GetVersionExW)> hook("KERNEL32.dll", "GetVersionExW", &Windows2000);
  */

@@ -12,12 +12,14 @@ enum ExitCode : int {
   kExitClean = 0,
   kExitWarnings = 1,
   kExitErrors = 2,
-  kExitUsage = 64,       /* the command line is wrong */
-  kExitBadInput = 65,    /* the input is no job log, no value of that type, ... */
-  kExitNoInput = 66,     /* the input is missing or may not be read */
-  kExitInternal = 70,    /* vtctl itself failed */
-  kExitCannotWrite = 73, /* an output cannot be made or written */
-  kExitCancelled = 130   /* the operator pressed Ctrl+C */
+  kExitUsage = 64,          /* the command line is wrong */
+  kExitBadInput = 65,       /* the input is no job log, no value of that type, ... */
+  kExitNoInput = 66,        /* the input is missing or may not be read */
+  kExitNotThisMachine = 68, /* the name denotes another machine, or no host */
+  kExitNoAnswer = 69,       /* a name server or another service gives no answer */
+  kExitInternal = 70,       /* vtctl itself failed */
+  kExitCannotWrite = 73,    /* an output cannot be made or written */
+  kExitCancelled = 130      /* the operator pressed Ctrl+C */
 };
 
 /* The command that the arguments chose: each subcommand's callback stores its work here, and main
@@ -29,6 +31,12 @@ struct ChosenCommand {
 void AddSessionCommand(CLI::App& app, ChosenCommand& chosen);
 void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen);
 void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen);
+void AddIdentityCommand(CLI::App& app, ChosenCommand& chosen);
+/* convert and resolve */
+void AddNameCommands(CLI::App& app, ChosenCommand& chosen);
+void AddClusterCommand(CLI::App& app, ChosenCommand& chosen);
+void AddAppsCommand(CLI::App& app, ChosenCommand& chosen);
+void AddDatabaseCommand(CLI::App& app, ChosenCommand& chosen);
 
 }  // namespace vtctl
 

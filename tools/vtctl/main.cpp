@@ -29,10 +29,12 @@ constexpr const char* kExamples =
     "      read that log as people do\n"
     "  vtctl registry list \"HKLM\\Software\\Norvane\"\n"
     "      see what the product's components see\n"
+    "  vtctl identity \\\\BACKUP01\\data\n"
+    "      ask whether that server is this machine, and why\n"
     "\n"
     "Exit codes: 0 clean, 1 warnings, 2 errors in what was read; 64 wrong usage, 65 unusable\n"
-    "input, 66 input missing or not readable, 70 vtctl failed, 73 output not writable,\n"
-    "130 interrupted.";
+    "input, 66 input missing or not readable, 68 not this machine, 69 no answer from a name\n"
+    "server, 70 vtctl failed, 73 output not writable, 130 interrupted.";
 
 /* The command line in UTF-8: the C run time would bring it into the ANSI code page and lose text.
  */
@@ -84,6 +86,11 @@ int Run() {
   AddSessionCommand(app, chosen);
   AddJobLogCommand(app, chosen);
   AddRegistryCommand(app, chosen);
+  AddIdentityCommand(app, chosen);
+  AddNameCommands(app, chosen);
+  AddClusterCommand(app, chosen);
+  AddAppsCommand(app, chosen);
+  AddDatabaseCommand(app, chosen);
   try {
     app.parse(Arguments());
   } catch (const CLI::ParseError& error) {

@@ -7,9 +7,11 @@
 
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/net/identity.h"
 #include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/session.h"
 #include "tools/vtctl/system_text.h"
+#include "vtclass/net.h"
 #include "vtclass/product.h"
 
 namespace vtctl {
@@ -20,6 +22,10 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kExamples =
     "Reads every file below the folder, keeps nothing, and writes the job log that an agent's\n"
     "backup job would write: joblog-YYYYMMDD-HHMMSS.xml. Links are not followed.\n"
+    "\n"
+    "With SERVER the session first asks whether that server is this machine, as an agent does\n"
+    "when it is handed a job, and ends when it is another one. A UNC path is also the folder,\n"
+    "unless --root names one. 'vtctl identity SERVER --cluster-aware' explains the answer.\n"
     "\n"
     "Settings come from the registry, values of the key \"Session\" below the product's root;\n"
     "missing ones are written there with their defaults:\n"
@@ -37,14 +43,16 @@ constexpr const char* kExamples =
     "  vtctl session --root C:\\Data --out C:\\Logs\n"
     "  vtctl session --root \\\\server\\share\\data --out . --language DE --name \"Weekly check\"\n"
     "  vtctl session --root \\\\server\\share --out . --workers 16\n"
+    "  vtctl session \\\\backup01\\data --out C:\\Logs\n"
     "  vtctl session --root D:\\ --out C:\\Logs --json\n"
     "\n"
-    "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing, 73 the "
-    "job\n"
-    "log cannot be written, 130 interrupted (the job log is finished properly).";
+    "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing, 68 SERVER\n"
+    "is another machine, 69 whether it is cannot be told, 73 the job log cannot be written, 130\n"
+    "interrupted (the job log is finished properly).";
 
 /* The words of the command line, in UTF-8 as the parser stores them. */
 struct SessionArguments {
+  std::string server;
   std::string root;
   std::string out;
   std::string language;
@@ -59,6 +67,23 @@ struct SessionArguments {
 int Fail(int exitCode, const std::wstring& sentence) {
   PrintError(L"vtctl: " + sentence + L"\n");
   return exitCode;
+}
+
+bool IsUncPath(const std::wstring& server) {
+  wcstring host;
+  wcstring share;
+  return vtclass::SplitUncPath(server, host, share) && !share.empty();
+}
+
+/* A job for another machine is not this agent's to run: what lies here under the same path is not
+ * what the operator means. An exit code unless `server` is this machine. */
+int CheckServer(const std::wstring& server, bool json) {
+  const IdentityQuestion question = {server, true};
+  const IdentityAnswer answer = AskIdentity(question);
+  const std::wstring sentence = Sentence(question, answer);
+  if (!answer.isMe) return Fail(ExitCodeOf(answer), sentence);
+  if (!json) Print(sentence + L"\n");
+  return kExitClean;
 }
 
 /* Checks the folder that is to be read. An exit code when it cannot be. */
@@ -175,6 +200,10 @@ int RunSession(const SessionRequest& request, const Messages& messages, bool jso
 
 int Run(const SessionArguments& arguments) {
   CMS_SetProd(arguments.product);
+  if (!arguments.server.empty()) {
+    const int serverCheck = CheckServer(FromUtf8(arguments.server), arguments.json);
+    if (serverCheck != kExitClean) return serverCheck;
+  }
   SessionRequest request;
   request.language = FromUtf8(arguments.language);
   request.settingsKey = SessionKey();
@@ -189,8 +218,9 @@ int Run(const SessionArguments& arguments) {
   if (!messages.Load(request.language)) {
     return Fail(kExitInternal, L"The message library vterrors.dll is missing beside vtctl.exe.");
   }
-  request.root = SystemPath(FromUtf8(arguments.root));
-  const int rootCheck = CheckRoot(messages, request.root, FromUtf8(arguments.root));
+  const std::wstring folder = FromUtf8(arguments.root.empty() ? arguments.server : arguments.root);
+  request.root = SystemPath(folder);
+  const int rootCheck = CheckRoot(messages, request.root, folder);
   if (rootCheck != kExitClean) return rootCheck;
   request.out = SystemPath(FromUtf8(arguments.out));
   const DWORD status = request.out.empty() ? ::GetLastError() : MakeFolders(request.out);
@@ -210,9 +240,10 @@ void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
   const auto arguments = std::make_shared<SessionArguments>();
   CLI::App* session =
       app.add_subcommand("session", "Play a backup job over a folder tree and write its job log");
-  session->add_option("--root", arguments->root, "The folder to read")
-      ->required()
-      ->option_text("DIR");
+  session->add_option("SERVER", arguments->server, "The server whose folder it is, or a UNC path")
+      ->option_text(" ");
+  const CLI::Option* root =
+      session->add_option("--root", arguments->root, "The folder to read")->option_text("DIR");
   session->add_option("--out", arguments->out, "The folder for the job log; made if missing")
       ->required()
       ->option_text("DIR");
@@ -238,7 +269,12 @@ void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
       ->option_text("N");
   session->add_flag("--json", arguments->json, "Print the result as one JSON object, nothing else");
   session->footer(kExamples);
-  session->callback([&chosen, arguments] { chosen.run = [arguments] { return Run(*arguments); }; });
+  session->callback([&chosen, arguments, root] {
+    if (root->count() == 0 && !IsUncPath(FromUtf8(arguments->server))) {
+      throw CLI::RequiredError("--root, or a UNC path as SERVER,");
+    }
+    chosen.run = [arguments] { return Run(*arguments); };
+  });
 }
 
 }  // namespace vtctl

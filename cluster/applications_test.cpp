@@ -1,0 +1,220 @@
+/* The services are real: a small service program is registered under the names that the library
+ * looks for, and removed again. */
+#include <gtest/gtest.h>
+
+#include "cluster/service_manager.h"
+#include "tests/support/fake_cluster.h"
+#include "tests/support/import_hook.h"
+#include "vtclass/cluster.h"
+
+namespace {
+
+using namespace vtclass;
+using test::FakeCluster;
+using test::FakeClusterTable;
+using test::ImportHook;
+
+// NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
+[[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
+
+using Handle = platform::Owned<cluster::ServiceHandleTraits>;
+
+/* One registered service. Not `Usable` where a service of that name exists already, which the test
+ * must leave alone, or this user may register none. */
+class TestService {
+ public:
+  explicit TestService(const std::wstring& name)
+      : manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
+    wchar_t path[MAX_PATH] = L"";
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    std::wstring program(path);
+    program.replace(program.rfind(L'\\') + 1, std::wstring::npos, L"cluster_test_service.exe");
+    if (!manager) return;
+    service.Reset(::CreateServiceW(manager.Get(), name.c_str(), nullptr, SERVICE_ALL_ACCESS,
+                                   SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
+                                   SERVICE_ERROR_IGNORE, (L"\"" + program + L"\"").c_str(), nullptr,
+                                   nullptr, nullptr, nullptr, nullptr));
+  }
+  ~TestService() {
+    if (!service) return;
+    Stop();
+    EXPECT_TRUE(::DeleteService(service.Get()));
+  }
+
+  bool Usable() const { return static_cast<bool>(service); }
+  void Start() {
+    EXPECT_TRUE(::StartServiceW(service.Get(), 0, nullptr)) << ::GetLastError();
+    WaitFor(SERVICE_RUNNING);
+  }
+  void Stop() {
+    SERVICE_STATUS status = {};
+    if (::ControlService(service.Get(), SERVICE_CONTROL_STOP, &status)) WaitFor(SERVICE_STOPPED);
+  }
+
+ private:
+  void WaitFor(DWORD state) {
+    SERVICE_STATUS status = {};
+    for (int i = 0; i < 3000 && status.dwCurrentState != state; ++i) {
+      ::Sleep(10);
+      ASSERT_TRUE(::QueryServiceStatus(service.Get(), &status)) << ::GetLastError();
+    }
+    ASSERT_EQ(status.dwCurrentState, state);
+  }
+
+  Handle manager;
+  Handle service;
+};
+
+#define SKIP_UNLESS_USABLE(service) \
+  if (!(service).Usable())          \
+  GTEST_SKIP() << #service << " cannot be registered: it exists already, or this user may not"
+
+std::wstring asked;
+int open;
+
+/* Every computer is this one. */
+SC_HANDLE WINAPI LocalManager(LPCWSTR computer, LPCWSTR, DWORD access) {
+  asked = computer ? computer : L"(this machine)";
+  EXPECT_EQ(access, static_cast<DWORD>(SC_MANAGER_CONNECT));
+  ++open;
+  return ::OpenSCManagerW(nullptr, nullptr, access);
+}
+
+SC_HANDLE WINAPI CountedService(SC_HANDLE manager, LPCWSTR name, DWORD access) {
+  const SC_HANDLE service = ::OpenServiceW(manager, name, access);
+  if (service) ++open;
+  return service;
+}
+
+BOOL WINAPI CountedClose(SC_HANDLE handle) {
+  --open;
+  return ::CloseServiceHandle(handle);
+}
+
+class Applications : public ::testing::Test {
+ protected:
+  Applications() { open = 0; }
+  ~Applications() override { EXPECT_EQ(open, 0) << "service handles are still open"; }
+
+  static std::wstring ThisNode() {
+    wchar_t name[16];
+    DWORD size = _countof(name);
+    EXPECT_TRUE(::GetComputerNameW(name, &size));
+    return name;
+  }
+
+  /* The cluster whose groups are all on this machine. */
+  static FakeClusterTable OnThisNode() {
+    FakeClusterTable table = test::TwoNodes();
+    for (auto& [group, node] : table.groups) node = ThisNode();
+    table.reachedBy.push_back(ThisNode());
+    return table;
+  }
+
+  struct Sql {
+    bool running;
+    bool clustered;
+    bool operator==(const Sql&) const = default;
+  };
+  static Sql AskSql(const std::wstring& server) {
+    bool clustered = true;
+    const bool running = ServerIsRunningSQL(server.c_str(), &clustered);
+    EXPECT_EQ(ServerIsRunningSQL(server.c_str(), nullptr), running);
+    return {running, clustered};
+  }
+
+  /* "is ds srs kms" as digits, after "+" for yes and "-" for no. */
+  static std::string AskExchange(std::wstring server, bool requireRunning) {
+    bool flags[4] = {true, true, true, true};
+    const bool running = ServerIsRunningExchange(server.data(), &flags[0], &flags[1], &flags[2],
+                                                 &flags[3], requireRunning);
+    EXPECT_EQ(ServerIsRunningExchange(server.data(), nullptr, nullptr, nullptr, nullptr, false),
+              running);
+    std::string text = running ? "+" : "-";
+    for (const bool flag : flags) text += flag ? '1' : '0';
+    return text;
+  }
+
+  ImportHook<decltype(::OpenSCManagerW)> hookManager{"ADVAPI32.dll", "OpenSCManagerW",
+                                                     &LocalManager};
+  ImportHook<decltype(::OpenServiceW)> hookService{"ADVAPI32.dll", "OpenServiceW", &CountedService};
+  ImportHook<decltype(::CloseServiceHandle)> hookClose{"ADVAPI32.dll", "CloseServiceHandle",
+                                                       &CountedClose};
+};
+
+TEST_F(Applications, Sql_ServiceAndCluster) {
+  TestService sql(L"MSSQLServer");
+  TestService named(L"MSSQLServer$" + ThisNode());
+  SKIP_UNLESS_USABLE(sql);
+  SKIP_UNLESS_USABLE(named);
+  const Sql no = {false, false};
+  EXPECT_EQ(AskSql(ThisNode()), no);
+  named.Start();
+  EXPECT_EQ(AskSql(ThisNode()), (Sql{true, false}));
+  EXPECT_EQ(asked, L"\\\\" + ThisNode());
+  EXPECT_EQ(AskSql(L"\\\\" + ThisNode()), no) << "no service is called MSSQLServer$\\\\name";
+  named.Stop();
+  sql.Start();
+  EXPECT_EQ(AskSql(L"\\\\" + ThisNode()), (Sql{true, false}));
+  EXPECT_EQ(AskSql(L""), no);
+  EXPECT_FALSE(ServerIsRunningSQL(nullptr, nullptr));
+
+  FakeClusterTable table = OnThisNode();
+  {
+    const FakeCluster fake(table);
+    EXPECT_EQ(AskSql(L"\\\\sqlv"), (Sql{true, true}));
+    EXPECT_EQ(asked, ThisNode());
+    EXPECT_EQ(AskSql(ThisNode()), no) << "the service is the virtual server's";
+  }
+  table.Resource(L"SQL1").state = ClusterResourceOffline;
+  table.groups[L"SQL"] = L"NODEB";
+  const FakeCluster fake(table);
+  EXPECT_EQ(AskSql(L"SQLV"), no);
+  EXPECT_EQ(AskSql(ThisNode()), (Sql{true, false})) << "the service is the node's own";
+}
+
+TEST_F(Applications, Exchange_ServicesAndCluster) {
+  TestService attendant(L"MSExchangeSA");
+  TestService store(L"MSExchangeIS");
+  TestService directory(L"MSExchangeDS");
+  SKIP_UNLESS_USABLE(attendant);
+  SKIP_UNLESS_USABLE(store);
+  SKIP_UNLESS_USABLE(directory);
+  store.Start();
+  EXPECT_EQ(AskExchange(ThisNode(), false), "-0000") << "the system attendant does not run";
+  attendant.Start();
+  EXPECT_EQ(AskExchange(ThisNode(), false), "+1100");
+  EXPECT_EQ(asked, L"(this machine)");
+  EXPECT_EQ(AskExchange(ThisNode(), true), "+1000");
+  EXPECT_FALSE(ServerIsRunningExchange(nullptr, nullptr, nullptr, nullptr, nullptr, false));
+
+  FakeClusterTable table = OnThisNode();
+  {
+    const FakeCluster fake(table);
+    EXPECT_EQ(AskExchange(L"EXCHV", true), "+1000");
+    EXPECT_EQ(asked, L"\\\\EXCHV");
+    EXPECT_EQ(AskExchange(ThisNode(), true), "-0000") << "it is the virtual server's";
+  }
+  table.groups[L"Exchange"] = L"NODEB";
+  const FakeCluster fake(table);
+  EXPECT_EQ(AskExchange(ThisNode(), true), "+1000");
+}
+
+TEST_F(Applications, Instance_StatesPassThrough) {
+  FakeClusterTable table = OnThisNode();
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
+  const struct {
+    CLUSTER_RESOURCE_STATE state;
+    clusAppState answer;
+  } rows[] = {{ClusterResourceOnline, clusAppRunning},
+              {ClusterResourceOnlinePending, clusAppUnknown},
+              {ClusterResourceOffline, clusAppNotRunning}};
+  for (const auto& row : rows) {
+    table.Resource(L"SQL2").state = row.state;
+    const FakeCluster fake(table);
+    EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), row.answer);
+    EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", wcstring()), clusAppNoAnswer);
+  }
+}
+
+}  // namespace

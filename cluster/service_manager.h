@@ -1,0 +1,38 @@
+#ifndef VTCLASS_CLUSTER_SERVICE_MANAGER_H
+#define VTCLASS_CLUSTER_SERVICE_MANAGER_H
+
+#include <vtclass/win32.h>
+
+#include "platform/owned.h"
+
+namespace vtclass::cluster {
+
+struct ServiceHandleTraits {
+  using Type = SC_HANDLE;
+  static Type Empty() noexcept { return nullptr; }
+  static bool Close(Type handle) noexcept { return ::CloseServiceHandle(handle) != FALSE; }
+};
+
+/*
+ * The services of one computer, looked at with the least rights. Where the service manager cannot
+ * be reached, or does not let this user in, no service exists. Keeps the connection.
+ */
+class ServiceManager {
+ public:
+  /* `computer` as the system takes it, with two leading backslashes; null is this machine. */
+  explicit ServiceManager(const wchar_t* computer) noexcept;
+
+  bool Exists(const wchar_t* service) const noexcept;
+  bool IsRunning(const wchar_t* service) const noexcept;
+
+ private:
+  using Handle = platform::Owned<ServiceHandleTraits>;
+
+  Handle Find(const wchar_t* service) const noexcept;
+
+  Handle manager;
+};
+
+}  // namespace vtclass::cluster
+
+#endif

@@ -1,0 +1,172 @@
+#include "companions/vtcluster/answers.h"
+
+#include <algorithm>
+
+#include "companions/vtcluster/name_match.h"
+
+namespace vtcluster {
+namespace {
+
+constexpr wchar_t kProductServices[] = L"Vantorel";
+
+/* How SQL Server itself names the instance that has no name. */
+constexpr wchar_t kDefaultInstance[] = L"MSSQLSERVER";
+
+template <typename Condition>
+const Resource* FindFirst(const Resources& resources, Condition condition) {
+  const auto found = std::ranges::find_if(resources, condition);
+  return found == resources.end() ? nullptr : &*found;
+}
+
+const Resource* FirstNameOfGroup(const Resources& resources, const std::wstring& group) {
+  return FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::networkName && SameText(resource.group, group);
+  });
+}
+
+bool DependsOn(const Resource& resource, const std::wstring& name) {
+  return std::ranges::any_of(resource.dependsOn,
+                             [&](const std::wstring& other) { return SameText(other, name); });
+}
+
+bool IsInstance(const Resource& sqlServer, const std::wstring& instance) {
+  const auto name = [](const std::wstring& text) {
+    return text.empty() ? std::wstring_view(kDefaultInstance) : std::wstring_view(text);
+  };
+  return SameText(name(sqlServer.property), name(instance));
+}
+
+bool IsSqlInstance(const Resource& resource, const std::wstring& instance) {
+  return resource.kind == Resource::sqlServer && IsInstance(resource, instance);
+}
+
+Cluster::appState StateOfResource(const Resource& resource) {
+  switch (resource.state) {
+    case ClusterResourceOnline:
+      return Cluster::running;
+    case ClusterResourceOffline:
+    case ClusterResourceFailed:
+      return Cluster::notRunning;
+    default:
+      return Cluster::unknown;  // on its way up or down
+  }
+}
+
+/* The name by which clients reach the virtual server `server`, given as a name or an address. */
+const Resource* FindVirtualServer(const Resources& resources, const std::wstring& server) {
+  const Resource* name = FindNetworkName(resources, server);
+  return name ? name : FindNameOfAddress(resources, server);
+}
+
+/* The best state among the applications of a virtual server for which `condition` holds; `none`
+ * when it has no such application. */
+template <typename Condition>
+Cluster::appState StateUnder(const Resources& resources, const Resource& networkName,
+                             Cluster::appState none, Condition condition) {
+  Cluster::appState best = none;
+  for (const Resource& resource : resources) {
+    if (!condition(resource) || NetworkNameFor(resources, resource) != &networkName) continue;
+    const Cluster::appState state = StateOfResource(resource);
+    if (best == none || state < best) best = state;
+  }
+  return best;
+}
+
+/* A service that was found on a node is the node's own unless the cluster runs it there. */
+template <typename Condition>
+Cluster::appState StateOnNode(const Resources& resources, const std::wstring& node, bool& own,
+                              Condition condition) {
+  own = !FindFirst(resources, [&](const Resource& resource) {
+    return condition(resource) && SameText(resource.node, HostPart(node));
+  });
+  return Cluster::runningIfOwn;
+}
+
+}  // namespace
+
+const Resource* FindNetworkName(const Resources& resources, const std::wstring& name) {
+  return FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::networkName &&
+           (NamesHost(name, resource.netName) || NamesHost(name, resource.dnsName));
+  });
+}
+
+const Resource* FindNameOfAddress(const Resources& resources, const std::wstring& address) {
+  const Resource* holder = FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::address && SameAddress(resource.property, address);
+  });
+  if (!holder) return nullptr;
+  const Resource* dependent = FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::networkName && DependsOn(resource, holder->name);
+  });
+  return dependent ? dependent : FirstNameOfGroup(resources, holder->group);
+}
+
+const Resource* NetworkNameFor(const Resources& resources, const Resource& application) {
+  const Resource* named = FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::networkName && !application.netName.empty() &&
+           SameText(resource.netName, application.netName);
+  });
+  return named ? named : FirstNameOfGroup(resources, application.group);
+}
+
+std::wstring VirtualName(const Resource& networkName) {
+  return networkName.dnsName.empty() ? networkName.netName : networkName.dnsName;
+}
+
+const Resource* FindProductService(const Resources& resources, const std::wstring& server) {
+  const Resource* virtualServer = FindVirtualServer(resources, server);
+  const auto rank = [&](const Resource& resource) {
+    if (virtualServer && SameText(resource.group, virtualServer->group)) return 3;
+    return SameText(resource.node, HostPart(server)) ? 2 : 1;
+  };
+  const Resource* best = nullptr;
+  for (const Resource& resource : resources) {
+    if (resource.kind != Resource::service || !BeginsWith(resource.property, kProductServices)) {
+      continue;
+    }
+    if (!best || rank(resource) > rank(*best)) best = &resource;
+  }
+  return best;
+}
+
+Cluster::appState StateOfSql(const Resources& resources, const std::wstring& server, bool& own) {
+  own = false;
+  if (const Resource* name = FindVirtualServer(resources, server)) {
+    return StateUnder(resources, *name, Cluster::notRunning, [](const Resource& resource) {
+      return resource.kind == Resource::sqlServer || resource.kind == Resource::availabilityGroup;
+    });
+  }
+  // An availability group stands on the nodes' own instances.
+  return StateOnNode(resources, server, own,
+                     [](const Resource& resource) { return IsSqlInstance(resource, {}); });
+}
+
+Cluster::appState StateOfExchange(const Resources& resources, const std::wstring& server,
+                                  bool& own) {
+  own = false;
+  const auto isExchange = [](const Resource& resource) {
+    return resource.kind == Resource::exchangeStore;
+  };
+  if (const Resource* name = FindVirtualServer(resources, server)) {
+    return StateUnder(resources, *name, Cluster::notRunning, isExchange);
+  }
+  return StateOnNode(resources, server, own, isExchange);
+}
+
+Cluster::appState StateOfSqlInstance(const Resources& resources, const std::wstring& server,
+                                     const std::wstring& instance) {
+  const auto isInstance = [&](const Resource& resource) {
+    return IsSqlInstance(resource, instance);
+  };
+  if (const Resource* name = FindVirtualServer(resources, server)) {
+    return StateUnder(resources, *name, Cluster::noAnswer, isInstance);
+  }
+  const Resource* here = FindFirst(resources, [&](const Resource& resource) {
+    return isInstance(resource) && SameText(resource.node, HostPart(server));
+  });
+  if (here) return StateOfResource(*here);
+  return FindFirst(resources, isInstance) ? Cluster::notRunning : Cluster::noAnswer;
+}
+
+}  // namespace vtcluster

@@ -1,0 +1,34 @@
+#include "companions/vtcluster/cluster_api.h"
+#include "platform/bound_function.h"
+#include "vtcluster/vtcluster.h"
+
+namespace {
+
+using vtclass::platform::BoundFunction;
+
+constexpr wchar_t kResUtils[] = L"resutils.dll";
+
+// Present from system version 6.1 on.
+constinit BoundFunction<decltype(::ClusterIsPathOnSharedVolume)> clusterIsPathOnSharedVolume(
+    kResUtils, "ClusterIsPathOnSharedVolume", FALSE);
+constinit BoundFunction<decltype(::ClusterGetVolumePathName)> clusterGetVolumePathName(
+    kResUtils, "ClusterGetVolumePathName", FALSE);
+
+}  // namespace
+
+ResourceGlue* ResourceGlue::GetInstance() {
+  static constinit ResourceGlue instance;
+  return &instance;
+}
+
+bool ResourceGlue::ClusterIsPathOnSharedVolume(const wchar_t* path) {
+  return path && *path && vtcluster::ClusterRunsOn(nullptr) &&
+         clusterIsPathOnSharedVolume(path) != FALSE;
+}
+
+bool ResourceGlue::ClusterGetVolumePathName(const wchar_t* path, wchar_t* volumePath,
+                                            unsigned long length) {
+  if (volumePath && length > 0) *volumePath = L'\0';
+  return path && volumePath && length > 0 && vtcluster::ClusterRunsOn(nullptr) &&
+         clusterGetVolumePathName(path, volumePath, length) != FALSE;
+}

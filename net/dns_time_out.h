@@ -1,0 +1,30 @@
+#ifndef VTCLASS_NET_DNS_TIME_OUT_H
+#define VTCLASS_NET_DNS_TIME_OUT_H
+
+#include <cstdint>
+
+/* The rules of the time limit for name queries. All values are milliseconds. */
+namespace vtclass::net {
+
+inline constexpr std::uint32_t kNoTimeLimit = 0xFFFFFFFF;
+inline constexpr std::uint32_t kStandardTimeOut = 5000;
+
+/* The limit for a stored "DnsQueryTimeOut": the standard one when it is out of bounds. */
+constexpr std::uint32_t UsableTimeOut(std::uint32_t stored) noexcept {
+  if (stored == kNoTimeLimit || (stored >= 1000 && stored <= 60000)) return stored;
+  return kStandardTimeOut;
+}
+
+/*
+ * The limit as the microseconds of a time value whose seconds stay 0. Contract: nothing is carried
+ * into the seconds, so that 5000 ms are 5,000,000 microseconds; the sockets library's time limit
+ * takes it so. Above 2,147,483 ms (36 minutes) the field is full and stays at its largest number.
+ */
+constexpr std::int32_t MicrosecondsOf(std::uint32_t timeOut) noexcept {
+  const std::uint64_t microseconds = std::uint64_t{timeOut} * 1000;
+  return microseconds > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(microseconds);
+}
+
+}  // namespace vtclass::net
+
+#endif

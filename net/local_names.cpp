@@ -1,0 +1,122 @@
+#include "net/local_names.h"
+
+#include <vtcluster/vtcluster.h>
+
+#include <algorithm>
+#include <exception>
+#include <string>
+
+#include "net/contained.h"
+#include "platform/checked_cast.h"
+#include "vtclass/net.h"
+
+namespace vtclass {
+
+namespace net {
+
+namespace {
+
+constexpr DWORD kNameRoom = 1000;
+
+LocalNames FetchNames() {
+  LocalNames names;
+  GetComputerNodeName(names.node);
+  names.dnsHost = SystemName(ComputerNameDnsHostname);
+  names.fullName = SystemName(ComputerNameDnsFullyQualified);
+  return names;
+}
+
+// False when there is no cluster, or when `name` is none of its network names.
+bool NodeBehind(const wcstring& name, std::wstring& node) {
+  const auto cluster = Cluster::GetInstance();
+  return cluster && cluster->Open() && cluster->NetworkNameToNodeName(name, node);
+}
+
+// The computer's name as the process sees it; throws when memory runs out.
+bool ComputerName(wcstring& name) {
+  wchar_t buffer[MAX_COMPUTERNAME_LENGTH + 1];
+  unsigned long size = ARRAYSIZE(buffer);
+  if (!VTGetComputerName(buffer, &size)) return false;
+  name.assign(buffer, size);
+  return true;
+}
+
+bool NodeName(std::wstring& node) noexcept {
+  return StatusOf([&node] {
+           wcstring name;
+           return ComputerName(name) && NodeBehind(name, node) ? ERROR_SUCCESS
+                                                               : ERROR_INVALID_FUNCTION;
+         }) == ERROR_SUCCESS;
+}
+
+}  // namespace
+
+wcstring SystemName(COMPUTER_NAME_FORMAT format) {
+  wchar_t buffer[kNameRoom];
+  DWORD size = kNameRoom;
+  if (!::GetComputerNameExW(format, buffer, &size)) return {};
+  return {buffer, size};
+}
+
+const LocalNames& RememberedNames() {
+  static const LocalNames names = FetchNames();
+  return names;
+}
+
+bool IsSameName(WideView a, WideView b) noexcept {
+  const auto length = platform::CheckedCast<int>(a.size());
+  if (a.size() != b.size() || !length) return false;
+  return ::CompareStringOrdinal(a.data(), *length, b.data(), *length, TRUE) == CSTR_EQUAL;
+}
+
+}  // namespace net
+
+unsigned long VTGetFQDN(wcstring& out) {
+  wchar_t name[256];
+  DWORD size = ARRAYSIZE(name);
+  if (!::GetComputerNameExW(ComputerNameDnsFullyQualified, name, &size)) return ::GetLastError();
+  return net::StatusOf([&] {
+    out.assign(name, size);
+    return ERROR_SUCCESS;
+  });
+}
+
+int GetComputerNameInString(wcstring& out) {
+  out.clear();
+  const unsigned long status =
+      net::StatusOf([&out] { return net::ComputerName(out) ? ERROR_SUCCESS : ::GetLastError(); });
+  if (status == ERROR_SUCCESS) return 1;
+  ::SetLastError(status);
+  return 0;
+}
+
+int GetComputerNodeName(wcstring& out) {
+  const int found = GetComputerNameInString(out);
+  if (!found) return found;
+  // A cluster that cannot tell, for whatever reason, leaves the computer's own name.
+  net::StatusOf([&out] {
+    std::wstring node;
+    if (net::NodeBehind(out, node)) out = wcstring(std::move(node));
+    return ERROR_SUCCESS;
+  });
+  return 1;
+}
+
+int GetComputerNodeName(wchar_t* buffer, unsigned long* size) {
+  if (!size) {
+    ::SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  std::wstring node;
+  if (!net::NodeName(node)) return VTGetComputerNameW(buffer, size);
+  const std::size_t room = buffer ? *size : 0;
+  if (room > 0) {
+    const std::size_t copied = std::min(node.size(), room - 1);
+    node.copy(buffer, copied);
+    buffer[copied] = L'\0';
+  }
+  *size = static_cast<unsigned long>(node.size());
+  return room > node.size();
+}
+
+}  // namespace vtclass

@@ -1,0 +1,27 @@
+#ifndef VTCLASS_NET_LOCAL_NAMES_H
+#define VTCLASS_NET_LOCAL_NAMES_H
+
+#include <vtclass/win32.h>
+
+#include "strings/wide_text.h"
+#include "vtclass/strings.h"
+
+namespace vtclass::net {
+
+/* One of the platform's names of this machine, asked for now; empty when it gives none. */
+wcstring SystemName(COMPUTER_NAME_FORMAT format);
+
+/* What is remembered of this machine from the first question on. */
+struct LocalNames {
+  wcstring node;     /* the physical node's name */
+  wcstring dnsHost;  /* the DNS host name */
+  wcstring fullName; /* the fully qualified DNS name */
+};
+const LocalNames& RememberedNames();
+
+/* The same name, whatever the case. Zeros inside count, so the whole lengths are compared. */
+bool IsSameName(WideView a, WideView b) noexcept;
+
+}  // namespace vtclass::net
+
+#endif

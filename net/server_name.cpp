@@ -1,0 +1,181 @@
+#include <vtcluster/vtcluster.h>
+
+#include <cwctype>
+#include <optional>
+
+#include "net/addresses.h"
+#include "net/ansi_name.h"
+#include "net/contained.h"
+#include "net/local_names.h"
+#include "net/name_forms.h"
+#include "net/resolver.h"
+#include "vtclass/net.h"
+
+/*
+ * The conversion of server names. What each step finds goes into one Conversion, which becomes the
+ * caller's outputs at the end; until then nothing of the caller's changes, so that the input and
+ * the output may be the same object.
+ */
+namespace vtclass {
+
+namespace net {
+
+namespace {
+
+// What the status of VTConvertServerNamePlus says.
+constexpr unsigned long kConverted = 0;
+constexpr unsigned long kNoUsableName = 1;
+constexpr unsigned long kInvalidArgument = 2;
+constexpr unsigned long kReverseLookupFailed = 3;
+constexpr unsigned long kNothingDone = 4;
+
+struct Conversion {
+  std::optional<std::wstring> name; /* what takes the place of the server */
+  bool isLocal = false;
+  unsigned long status = kConverted;
+  unsigned long result = ERROR_SUCCESS;
+};
+
+Conversion Failed(unsigned long status, unsigned long result, bool isLocal = false) {
+  return {std::nullopt, isLocal, status, result};
+}
+
+// The error code 1 of the platform is the interface's answer for "no name in that form".
+constexpr unsigned long kNoName = ERROR_INVALID_FUNCTION;
+
+Conversion Converted(std::wstring name, bool isLocal) {
+  if (name.empty()) return Failed(kNoUsableName, kNoName, isLocal);
+  return {std::move(name), isLocal};
+}
+
+bool IsGraphic(wchar_t unit) { return std::iswgraph(unit) != 0; }
+
+// A foreign host's name in one of the three forms of names.
+std::wstring ForeignForm(std::wstring_view name, _COMPUTER_NAME_FORMAT format) {
+  switch (format) {
+    case computerNameNetBIOS:
+      return NetBiosForm(name, &IsGraphic);
+    case computerNameDnsHostname:
+      return std::wstring(FirstLabel(name));
+    default:
+      return WithDomainOf(name, RememberedNames().fullName);
+  }
+}
+
+Conversion ConvertAddress(const VTSocket::VTIPAddress& address, const std::wstring& server,
+                          _COMPUTER_NAME_FORMAT format, bool isLocal) {
+  if (format == computerNameIpAddress) return {server, isLocal};
+  const LocalNames& own = RememberedNames();
+  if (!isLocal) {
+    wcstring host;
+    const unsigned long error = HostNameOf(address, host);
+    if (error != ERROR_SUCCESS) return Failed(kReverseLookupFailed, error);
+    return Converted(ForeignForm(host, format), false);
+  }
+  if (format == computerNameNetBIOS) return Converted(own.node, true);
+  return Converted(format == computerNameDnsHostname ? own.dnsHost : own.fullName, true);
+}
+
+// A name that this machine answers to, in the NetBIOS form. In a cluster that may be a name of the
+// cluster's, and only the node's own names stand for the node.
+Conversion OwnNetBiosName(const std::wstring& server, const wcstring& netBios, bool clusterAware) {
+  if (!clusterAware || !Cluster::IsCluster()) return Converted(netBios, true);
+  const LocalNames& own = RememberedNames();
+  const bool isNode = IsSameName(server, own.node) || IsSameName(server, own.fullName);
+  return isNode ? Converted(own.node, true) : Converted(netBios, false);
+}
+
+Conversion ConvertName(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware,
+                       const wcstring& netBios, bool isLocal) {
+  if (format == computerNameIpAddress) {
+    const wcstring address = GetAnyIpAddress(server);
+    return Converted(address, isLocal && !address.empty());
+  }
+  if (!isLocal) return Converted(ForeignForm(server, format), false);
+  const LocalNames& own = RememberedNames();
+  if (format == computerNameNetBIOS) return OwnNetBiosName(server, netBios, clusterAware);
+  return Converted(format == computerNameDnsHostname ? own.dnsHost : own.fullName, true);
+}
+
+bool IsKnownFormat(_COMPUTER_NAME_FORMAT format) {
+  return format == computerNameNetBIOS || format == computerNameDnsHostname ||
+         format == computerNameDnsFullyQualified || format == computerNameIpAddress ||
+         format == computerNameNoConversion;
+}
+
+// Each of the platform's forms is asked for once at most: a round trip to the system is most of
+// what a check costs.
+Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT format,
+                         bool clusterAware) {
+  const LocalNames& own = RememberedNames();
+  const wcstring netBios = SystemName(ComputerNameNetBIOS);
+  const RefPointer<VTSocket::VTIPAddress> address = AddressIn(server);
+  bool isLocal = false;
+  if (address) {
+    IsLocalIPAddress(address, &isLocal);
+  } else {
+    isLocal = IsSameName(server, netBios) || IsSameName(server, own.dnsHost) ||
+              IsSameName(server, own.fullName);
+  }
+  if (format == computerNameNoConversion) return {std::nullopt, isLocal};
+  if (!IsKnownFormat(format)) return Failed(kNoUsableName, ERROR_INVALID_PARAMETER);
+  return address ? ConvertAddress(*address, server, format, isLocal)
+                 : ConvertName(server, format, clusterAware, netBios, isLocal);
+}
+
+// The virtual server of a cluster that holds the name or address `server`.
+bool FindVirtualServer(const std::wstring& server, std::wstring& virtualServer) {
+  std::string ansi;
+  if (ToAnsi(server, ansi) != ERROR_SUCCESS) return false;
+  const auto cluster = Cluster::GetInstance();
+  return cluster && cluster->Open() && cluster->GetVirtualNameFromIp(virtualServer, ansi.c_str());
+}
+
+// What belongs to a virtual server is not this node, whatever the names said.
+Conversion ConvertVirtualServer(const std::wstring& server, const std::wstring& virtualServer,
+                                _COMPUTER_NAME_FORMAT format) {
+  if (format == computerNameNoConversion) return {};
+  if (!IsKnownFormat(format)) return Failed(kNoUsableName, ERROR_INVALID_PARAMETER);
+  if (format == computerNameIpAddress) return {server};
+  if (virtualServer.empty()) return Failed(kNoUsableName, kNoName);
+  return Converted(ForeignForm(virtualServer, format), false);
+}
+
+Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware) {
+  std::wstring virtualServer;
+  if (clusterAware && FindVirtualServer(server, virtualServer)) {
+    return ConvertVirtualServer(server, virtualServer, format);
+  }
+  return ConvertServer(server, format, clusterAware);
+}
+
+}  // namespace
+
+}  // namespace net
+
+unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
+                                      _COMPUTER_NAME_FORMAT format, bool clusterAware,
+                                      bool* isLocal, unsigned long* status) {
+  using namespace net;
+  if (isLocal) *isLocal = false;
+  const bool isUsable = status && isLocal && !ServerIn(in).empty();
+  if (!isUsable) {
+    out.clear();
+    if (status) *status = kInvalidArgument;
+    return ERROR_INVALID_PARAMETER;
+  }
+  *status = kNothingDone;
+  wcstring text;
+  const unsigned long result = StatusOf([&] {
+    const std::wstring server(ServerIn(in));
+    const Conversion conversion = Convert(server, format, clusterAware);
+    if (conversion.name) text = Replaced(in, server, *conversion.name);
+    *isLocal = conversion.isLocal;
+    *status = conversion.status;
+    return conversion.result;
+  });
+  out = std::move(text);
+  return result;
+}
+
+}  // namespace vtclass

@@ -1,0 +1,71 @@
+#ifndef VTCLASS_TESTS_SUPPORT_FAKE_CLUSTER_H
+#define VTCLASS_TESTS_SUPPORT_FAKE_CLUSTER_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "companions/vtcluster/cluster_headers.h"
+
+namespace vtclass::test {
+
+struct FakeResource {
+  std::wstring name;
+  std::wstring type;
+  std::wstring group;
+  std::map<std::wstring, std::wstring> properties;         /* private ones */
+  std::map<std::wstring, std::wstring> readOnlyProperties; /* private ones, too */
+  std::vector<std::wstring> dependsOn;
+  CLUSTER_RESOURCE_STATE state = ClusterResourceOnline;
+};
+
+/* A cluster as a test states it. */
+struct FakeClusterTable {
+  std::wstring name;
+  std::vector<std::wstring> reachedBy;         /* what GetInstance finds it by; null always does */
+  std::map<std::wstring, std::wstring> groups; /* the node that owns each group */
+  std::vector<FakeResource> resources;
+  std::wstring sharedVolume;
+  bool neverFits = false; /* no buffer is ever large enough */
+
+  FakeResource& Resource(const std::wstring& resource);
+};
+
+/*
+ * The nodes NODEA and NODEB of the cluster CLU1 with a group of each kind:
+ *   "Cluster Group" on NODEA: CLU1, 10.1.1.10
+ *   "Backup" on NODEB: VTBACKUP, a client access point with 10.1.1.20 and fd00::20, the product
+ *   "SQL" on NODEA: SQLV (10.1.1.30), the default instance; "SQL2" on NODEB: SQLTWO, instance INST2
+ *   "Group1" on NODEB: the listener LISTEN of an availability group
+ *   "Exchange" on NODEB: EXCHV
+ */
+FakeClusterTable TwoNodes();
+
+/*
+ * Makes vtcluster.dll find this cluster for one scope, and none outside of one. One at a time in a
+ * process; handles that stay open fail the test.
+ *
+ *   [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();  // at namespace scope
+ *   const FakeCluster cluster(TwoNodes());                                 // in a test
+ */
+class FakeCluster {
+ public:
+  explicit FakeCluster(FakeClusterTable table);
+  ~FakeCluster();
+  FakeCluster(const FakeCluster&) = delete;
+  FakeCluster& operator=(const FakeCluster&) = delete;
+
+  static ::testing::Environment* AnswerLookUps();
+
+  FakeClusterTable table;
+
+  /* Lets the n-th call of the cluster API from now on fail (1 is the next); closing never fails. */
+  void FailAt(long n);
+  bool Failed() const;
+};
+
+}  // namespace vtclass::test
+
+#endif

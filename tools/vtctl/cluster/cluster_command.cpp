@@ -1,0 +1,138 @@
+#include <vtcluster/vtcluster.h>
+
+#include <memory>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/vtctl/command.h"
+#include "tools/vtctl/console.h"
+#include "tools/vtctl/printable.h"
+#include "vtclass/cluster.h"
+#include "vtclass/net.h"
+
+namespace vtctl {
+namespace {
+
+constexpr const char* kFooter =
+    "NAME is a node, a virtual server or the cluster itself, with or without backslashes; without\n"
+    "NAME the cluster is that of this machine.\n"
+    "\n"
+    "Examples:\n"
+    "  vtctl cluster\n"
+    "  vtctl cluster \\\\SQLV --json";
+
+struct ClusterArguments {
+  std::string name;
+  bool json = false;
+};
+
+/* What the library's functions answer; an empty text is "none". */
+struct ClusterAnswers {
+  std::wstring name; /* as the operator wrote it */
+  wcstring computer;
+  wcstring node; /* of this machine */
+  bool found = false;
+  int type = Cluster::noCluster;
+  std::wstring clusterName;
+  bool isVirtual = false; /* the name is a network name of the cluster */
+  wcstring nodeOfName;
+  bool hasActiveNode = false; /* the product runs in the cluster */
+  wcstring activeNode;
+  wcstring virtualServer;
+};
+
+ClusterAnswers Ask(const std::wstring& name) {
+  ClusterAnswers answers;
+  answers.name = name;
+  const wchar_t* const asked = name.empty() ? nullptr : name.c_str();
+  vtclass::GetComputerNameInString(answers.computer);
+  vtclass::GetComputerNodeName(answers.node);
+  const auto cluster = Cluster::GetInstance(asked);
+  answers.found = cluster->Open();
+  answers.type = cluster->GetClusterType();
+  answers.clusterName = cluster->GetClusterName();
+  if (asked) {
+    answers.isVirtual = vtclass::ClusterVirtualNameToNodeName(name, answers.nodeOfName);
+  }
+  answers.hasActiveNode = vtclass::GetVtActiveNodeName(asked, answers.activeNode);
+  vtclass::GetVtVirtualServerName(asked, answers.virtualServer);
+  return answers;
+}
+
+std::wstring ClusterSentence(const ClusterAnswers& answers) {
+  if (answers.found) {
+    return Printable(answers.clusterName) + (answers.type == Cluster::xcsCluster
+                                                 ? L" (the product's own cluster server)"
+                                                 : L" (Windows failover cluster)");
+  }
+  if (answers.name.empty()) return L"none; no cluster service runs on this machine";
+  return L"none; no cluster service runs on that server, or it cannot be reached";
+}
+
+std::wstring NameSentence(const ClusterAnswers& answers) {
+  const std::wstring name = Printable(answers.name);
+  if (answers.isVirtual) {
+    return name + L" is a virtual server; its node is " + Printable(answers.nodeOfName);
+  }
+  return name + (answers.found ? L" is no network name of the cluster"
+                               : L" is taken for the server itself");
+}
+
+std::wstring ProductSentence(const ClusterAnswers& answers) {
+  if (!answers.hasActiveNode) {
+    return answers.found ? L"not clustered; no group of the cluster holds its services"
+                         : L"not clustered";
+  }
+  return L"active on " + Printable(answers.activeNode) + L", reached as " +
+         (answers.virtualServer.empty() ? L"(its group has no network name)"
+                                        : Printable(answers.virtualServer));
+}
+
+void PrintText(const ClusterAnswers& answers) {
+  Print(L"This machine:  " + Printable(answers.computer) + L" (node " + Printable(answers.node) +
+        L")\n");
+  if (!answers.name.empty()) Print(L"Name:          " + NameSentence(answers) + L"\n");
+  Print(L"Cluster:       " + ClusterSentence(answers) + L"\n");
+  Print(L"Product:       " + ProductSentence(answers) + L"\n");
+}
+
+nlohmann::ordered_json TextOrNull(const std::wstring& text, bool present = true) {
+  if (!present || text.empty()) return nullptr;
+  return ToUtf8(text);
+}
+
+void PrintJson(const ClusterAnswers& answers) {
+  nlohmann::ordered_json json = {
+      {"computer", ToUtf8(answers.computer)},
+      {"node", ToUtf8(answers.node)},
+      {"name", TextOrNull(answers.name)},
+      {"nodeOfName", TextOrNull(answers.nodeOfName, answers.isVirtual)},
+      {"cluster", TextOrNull(answers.clusterName)},
+      {"clusterType", answers.type == Cluster::xcsCluster ? "xcs" : "windows"},
+      {"productActiveNode", TextOrNull(answers.activeNode, answers.hasActiveNode)},
+      {"productVirtualServer", TextOrNull(answers.virtualServer)}};
+  if (!answers.found) json["clusterType"] = nullptr;
+  PrintUtf8(json.dump(2) + "\n");
+}
+
+}  // namespace
+
+void AddClusterCommand(CLI::App& app, ChosenCommand& chosen) {
+  CLI::App* command = app.add_subcommand(
+      "cluster", "Tell the cluster of this machine or a server, and where the product runs in it");
+  command->footer(kFooter);
+  const auto arguments = std::make_shared<ClusterArguments>();
+  command->add_option("NAME", arguments->name, "The server; without it this machine")
+      ->option_text(" ");
+  command->add_flag("--json", arguments->json, "One JSON object with everything");
+  command->callback([&chosen, arguments] {
+    chosen.run = [arguments] {
+      const ClusterAnswers answers = Ask(FromUtf8(arguments->name));
+      arguments->json ? PrintJson(answers) : PrintText(answers);
+      return static_cast<int>(kExitClean);
+    };
+  });
+}
+
+}  // namespace vtctl

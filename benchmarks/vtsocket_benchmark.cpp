@@ -21,7 +21,7 @@ bool Parse(const wchar_t* text) { return vtclass::vtsocket::ParseAddress(text).h
 
 template <int Family>
 bool ParseBySystem(const wchar_t* text) {
-  in6_addr address;
+  in6_addr address{};
   return ::InetPtonW(Family, text, &address) == 1;
 }
 
@@ -46,8 +46,7 @@ void PlainLookUp(benchmark::State& state, const char* name, long long microsecon
   ::QueryPerformanceFrequency(&frequency);
   for (auto _ : state) {
     addrinfo* list = nullptr;
-    ::getaddrinfo(name, nullptr, nullptr, &list);
-    ::freeaddrinfo(list);
+    if (::getaddrinfo(name, nullptr, nullptr, &list) == 0) ::freeaddrinfo(list);
     ::QueryPerformanceCounter(&now);
     const long long end = now.QuadPart + microseconds * frequency.QuadPart / 1'000'000;
     while (now.QuadPart < end) ::QueryPerformanceCounter(&now);

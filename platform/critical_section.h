@@ -36,21 +36,23 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   CRITICAL_SECTION section{};
 };
 
-/* Holds a CriticalSection for one scope. */
-class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedLock {
+/* Holds a lock for one scope. */
+template <typename Lock>
+class VTCLASS_THREAD_ANNOTATION(scoped_lockable) BasicScopedLock {
  public:
-  explicit ScopedLock(CriticalSection& section)
-      VTCLASS_THREAD_ANNOTATION(acquire_capability(section))
-      : section(section) {
-    section.Lock();
+  explicit BasicScopedLock(Lock& lock) VTCLASS_THREAD_ANNOTATION(acquire_capability(lock))
+      : lock(lock) {
+    lock.Lock();
   }
-  ~ScopedLock() VTCLASS_THREAD_ANNOTATION(release_capability()) { section.Unlock(); }
-  ScopedLock(const ScopedLock&) = delete;
-  ScopedLock& operator=(const ScopedLock&) = delete;
+  ~BasicScopedLock() VTCLASS_THREAD_ANNOTATION(release_capability()) { lock.Unlock(); }
+  BasicScopedLock(const BasicScopedLock&) = delete;
+  BasicScopedLock& operator=(const BasicScopedLock&) = delete;
 
  private:
-  CriticalSection& section;
+  Lock& lock;
 };
+
+using ScopedLock = BasicScopedLock<CriticalSection>;
 
 }  // namespace vtclass::platform
 

@@ -33,20 +33,7 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) SlimLock {
   SRWLOCK lock = SRWLOCK_INIT;
 };
 
-/* Holds a SlimLock for one scope. */
-class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedSlimLock {
- public:
-  explicit ScopedSlimLock(SlimLock& lock) VTCLASS_THREAD_ANNOTATION(acquire_capability(lock))
-      : lock(lock) {
-    lock.Lock();
-  }
-  ~ScopedSlimLock() VTCLASS_THREAD_ANNOTATION(release_capability()) { lock.Unlock(); }
-  ScopedSlimLock(const ScopedSlimLock&) = delete;
-  ScopedSlimLock& operator=(const ScopedSlimLock&) = delete;
-
- private:
-  SlimLock& lock;
-};
+using ScopedSlimLock = BasicScopedLock<SlimLock>;
 
 }  // namespace vtclass::platform
 

@@ -164,14 +164,14 @@ TEST(VTIPAddress, Kinds_FollowTheBits) {
   for (const auto& c : kCases) {
     const auto address = VTIPAddress::CreateIPAddress(c.text);
     EXPECT_EQ(Kinds(*address), c.kinds) << Narrow(c.text);
-    sockaddr_storage socket;
+    sockaddr_storage socket{};
     address->GetSocketAddress(socket, 0);
     EXPECT_EQ(VTIPAddress::IsLoopback(reinterpret_cast<sockaddr*>(&socket)), address->IsLoopback());
   }
 }
 
 TEST(VTIPAddress, SocketAddress_HoldsAddressPortAndScope) {
-  sockaddr_storage socket;
+  sockaddr_storage socket{};
   memset(&socket, 0xCC, sizeof(socket));
   VTIPAddress::CreateIPAddress(L"fe80::1%7")->GetSocketAddress(socket, 443);
   sockaddr_in6 expected{};
@@ -266,7 +266,7 @@ class Grammar {
 
 /* What the system says of the text: its own printed form, or nothing. */
 std::wstring PrintedBySystem(const std::wstring& text) {
-  in6_addr address;
+  in6_addr address{};
   wchar_t printed[64];
   for (const int family : {AF_INET, AF_INET6})
     if (::InetPtonW(family, text.c_str(), &address) == 1)

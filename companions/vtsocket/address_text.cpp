@@ -15,11 +15,18 @@ constexpr unsigned HexDigit(Unit unit) {
   return letter <= 5 ? letter + 10 : 16;
 }
 
+template <typename Unit>
+bool TakeDot(const Unit*& at, const Unit* end) {
+  if (at == end || *at != '.') return false;
+  ++at;
+  return true;
+}
+
 /* Reads an IPv4 text from the front of [at, end) and moves `at` behind it. */
 template <typename Unit>
 bool TakeIPv4(const Unit*& at, const Unit* end, std::uint8_t* bytes) {
   for (int part = 0; part < 4; ++part) {
-    if (part > 0 && (at == end || *at++ != '.')) return false;
+    if (part > 0 && !TakeDot(at, end)) return false;
     unsigned number = at == end ? 10 : HexDigit(*at++);
     if (number > 9) return false;
     for (; at != end; ++at) {

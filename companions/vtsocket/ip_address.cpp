@@ -34,7 +34,7 @@ class IPAddress final : public VTIPAddress {
 
   bool operator==(const VTIPAddress& other) const override {
     // Another module may have made the other one, so it is asked as any caller would.
-    sockaddr_storage address;
+    sockaddr_storage address{};
     other.GetSocketAddress(address, 0);
     return FromSocketAddress(reinterpret_cast<const sockaddr*>(&address)) == value;
   }

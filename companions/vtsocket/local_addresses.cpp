@@ -40,8 +40,7 @@ AdapterList ReadAdapters() {
 
 void AddOnce(std::vector<AddressValue>& addresses, const AddressValue& address) {
   // The same link-local address may belong to two adapters and is one address to compare with.
-  if (std::find(addresses.begin(), addresses.end(), address) == addresses.end())
-    addresses.push_back(address);
+  if (std::ranges::find(addresses, address) == addresses.end()) addresses.push_back(address);
 }
 
 bool IsOwn(const IP_ADAPTER_UNICAST_ADDRESS& address) {

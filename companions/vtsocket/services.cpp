@@ -20,13 +20,14 @@ AddressFamily SocketServices::GetProtocolOfChoice() {
   try {
     const auto addresses = vtclass::vtsocket::LocalAddresses();
     const auto hasRoutable = [&](bool isIPv6) {
-      return std::any_of(addresses.begin(), addresses.end(), [&](const AddressValue& address) {
+      return std::ranges::any_of(addresses, [&](const AddressValue& address) {
         return address.isIPv6 == isIPv6 && IsRoutable(address);
       });
     };
     if (!hasRoutable(false) && hasRoutable(true)) return AddressFamily::IPv6;
-  } catch (const std::exception&) {
+  } catch (const std::exception& error) {
     // The choice is a preference among addresses that are all tried: a guess does no harm.
+    vtclass::vtsocket::Trace("The protocol of choice is a guess: %s", error.what());
   }
   return AddressFamily::IPv4;
 }

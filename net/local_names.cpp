@@ -18,14 +18,6 @@ namespace {
 
 constexpr DWORD kNameRoom = 1000;
 
-LocalNames FetchNames() {
-  LocalNames names;
-  GetComputerNodeName(names.node);
-  names.dnsHost = SystemName(ComputerNameDnsHostname);
-  names.fullName = SystemName(ComputerNameDnsFullyQualified);
-  return names;
-}
-
 // False when there is no cluster, or when `name` is none of its network names.
 bool NodeBehind(const wcstring& name, std::wstring& node) {
   const auto cluster = Cluster::GetInstance();
@@ -39,6 +31,37 @@ bool ComputerName(wcstring& name) {
   if (!VTGetComputerName(buffer, &size)) return false;
   name.assign(buffer, size);
   return true;
+}
+
+// The physical node's name, else the computer's; throws when memory runs out.
+bool NodeOrComputerName(wcstring& name) {
+  if (!ComputerName(name)) return false;
+  std::wstring node;
+  if (NodeBehind(name, node)) name = wcstring(std::move(node));
+  return true;
+}
+
+// What throws here is not remembered: the next question fetches the names again.
+LocalNames FetchNames() {
+  LocalNames names;
+  NodeOrComputerName(names.node);
+  names.dnsHost = SystemName(ComputerNameDnsHostname);
+  names.fullName = SystemName(ComputerNameDnsFullyQualified);
+  return names;
+}
+
+// 1 and the name that `fetch` puts into `out`; otherwise 0 with the thread's last error, and `out`
+// is empty.
+int Fetched(wcstring& out, bool (*fetch)(wcstring&)) {
+  out.clear();
+  bool found = false;
+  const unsigned long status = StatusOf([&] {
+    found = fetch(out);
+    return ERROR_SUCCESS;
+  });
+  if (status != ERROR_SUCCESS) ::SetLastError(status);
+  if (!found) out.clear();
+  return found ? 1 : 0;
 }
 
 bool NodeName(std::wstring& node) noexcept {
@@ -81,26 +104,9 @@ unsigned long VTGetFQDN(wcstring& out) {
   });
 }
 
-int GetComputerNameInString(wcstring& out) {
-  out.clear();
-  const unsigned long status =
-      net::StatusOf([&out] { return net::ComputerName(out) ? ERROR_SUCCESS : ::GetLastError(); });
-  if (status == ERROR_SUCCESS) return 1;
-  ::SetLastError(status);
-  return 0;
-}
+int GetComputerNameInString(wcstring& out) { return net::Fetched(out, &net::ComputerName); }
 
-int GetComputerNodeName(wcstring& out) {
-  const int found = GetComputerNameInString(out);
-  if (!found) return found;
-  // A cluster that cannot tell, for whatever reason, leaves the computer's own name.
-  net::StatusOf([&out] {
-    std::wstring node;
-    if (net::NodeBehind(out, node)) out = wcstring(std::move(node));
-    return ERROR_SUCCESS;
-  });
-  return 1;
-}
+int GetComputerNodeName(wcstring& out) { return net::Fetched(out, &net::NodeOrComputerName); }
 
 int GetComputerNodeName(wchar_t* buffer, unsigned long* size) {
   if (!size) {

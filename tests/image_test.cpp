@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -9,35 +10,63 @@
 
 namespace {
 
-const BYTE* Image() { return reinterpret_cast<const BYTE*>(vtclass::test::LibraryUnderTest()); }
+/* The libraries of the product's set-up. */
+constexpr const wchar_t* kLibraries[] = {L"vtclass_mini.dll", L"vtsocket.dll", L"vtcluster.dll",
+                                         L"vtstdutl.dll"};
 
-const IMAGE_NT_HEADERS& Headers() {
-  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(Image());
-  return *reinterpret_cast<const IMAGE_NT_HEADERS*>(Image() + dos->e_lfanew);
+const BYTE* Image(const wchar_t* library) {
+  return reinterpret_cast<const BYTE*>(::LoadLibraryW(library));
+}
+
+const IMAGE_NT_HEADERS& Headers(const BYTE* image) {
+  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
+  return *reinterpret_cast<const IMAGE_NT_HEADERS*>(image + dos->e_lfanew);
+}
+
+template <typename Descriptor>
+const Descriptor* Imports(const BYTE* image, int directory) {
+  const DWORD table = Headers(image).OptionalHeader.DataDirectory[directory].VirtualAddress;
+  return table ? reinterpret_cast<const Descriptor*>(image + table) : nullptr;
 }
 
 TEST(Image, Hardening_IsOn) {
-  const WORD flags = Headers().OptionalHeader.DllCharacteristics;
-  EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
-  EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA);
-  EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
+  for (const wchar_t* library : kLibraries) {
+    const WORD flags = Headers(Image(library)).OptionalHeader.DllCharacteristics;
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA);
+    EXPECT_TRUE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT);
+  }
 }
 
-// The product's set-up copies the DLL alone: a run-time library beside it would be missing.
+// The product's set-up copies these DLLs alone: a run-time library beside them would be missing.
 TEST(Image, Imports_OnlySystemLibraries) {
-  const auto& directory = Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  const auto* descriptor =
-      reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(Image() + directory.VirtualAddress);
-  ASSERT_NE(descriptor->Name, 0u);
   wchar_t system[MAX_PATH] = {};
   ::GetSystemDirectoryW(system, MAX_PATH);
-  for (; descriptor->Name != 0; ++descriptor) {
-    const char* const name = reinterpret_cast<const char*>(Image() + descriptor->Name);
-    const HMODULE module = ::GetModuleHandleA(name);
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(module, path, MAX_PATH);
-    EXPECT_EQ(_wcsnicmp(path, system, wcslen(system)), 0) << name << " is no system library";
+  for (const wchar_t* library : kLibraries) {
+    const BYTE* const image = Image(library);
+    const auto* descriptor = Imports<IMAGE_IMPORT_DESCRIPTOR>(image, IMAGE_DIRECTORY_ENTRY_IMPORT);
+    ASSERT_TRUE(descriptor && descriptor->Name != 0) << library;
+    for (; descriptor->Name != 0; ++descriptor) {
+      const char* const name = reinterpret_cast<const char*>(image + descriptor->Name);
+      const HMODULE module = ::GetModuleHandleA(name);
+      wchar_t path[MAX_PATH] = {};
+      ::GetModuleFileNameW(module, path, MAX_PATH);
+      EXPECT_EQ(_wcsnicmp(path, system, wcslen(system)), 0) << name << " is no system library";
+    }
   }
+}
+
+// Loading the library loads none of these: they come with the first call.
+TEST(Image, Companions_LoadAtTheFirstCall) {
+  const BYTE* const image = Image(kLibraries[0]);
+  const auto* descriptor =
+      Imports<IMAGE_DELAYLOAD_DESCRIPTOR>(image, IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT);
+  ASSERT_TRUE(descriptor);
+  std::set<std::string> names;
+  for (; descriptor->DllNameRVA != 0; ++descriptor) {
+    names.insert(reinterpret_cast<const char*>(image + descriptor->DllNameRVA));
+  }
+  EXPECT_EQ(names, (std::set<std::string>{"vtcluster.dll", "vtsocket.dll"}));
 }
 
 TEST(Image, VersionResource_NamesTheLibrary) {

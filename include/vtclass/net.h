@@ -11,7 +11,7 @@
  * Does this name or address denote this machine? And: this name in another form, please.
  *
  *   bool isMe = false;
- *   const unsigned long status = vtclass::IsThisMeEx(L"\\\\BACKUP01\\data", &isMe, true, 0);
+ *   const unsigned long status = vtclass::IsThisMeEx(L"\\\\BACKUP01", &isMe, true, 0);
  *
  * Names: a server name may be a NetBIOS name, a DNS host name, a fully qualified name, an address
  * text, or a UNC path that begins with one of them. What is left when all leading backslashes are
@@ -22,7 +22,7 @@
  * Answers: "yes or no" comes through the `bool*`, which is false unless the answer is yes, also on
  * every failure. The result is a Win32 or Winsock code, 0 for success; 87 for a null argument or an
  * empty name, 8 when memory runs out, and the sockets library's code when it fails. Nothing is
- * thrown, except by IsIpAddrLocal.
+ * thrown, except by IsIpAddrLocal and SplitUncPath.
  *
  * Remembered: this machine's node name, DNS host name and fully qualified name are fetched at the
  * first conversion and kept as long as the library stays loaded, and so is the DNS query time-out.
@@ -166,7 +166,8 @@ VTCLASS_API bool IsOracleRACVNodeName(const wcstring& name, bool* isMe);
 VTCLASS_API int GetComputerNameInString(wcstring& out);
 
 /* The name of the physical node: the computer's name, unless that is a network name of a cluster,
- * which names its node. 0 and `out` empty only when the computer's name is not to be had. */
+ * which names its node. 0 and `out` empty only when the computer's name is not to be had or memory
+ * runs out. */
 VTCLASS_API int GetComputerNodeName(wcstring& out);
 
 /*

@@ -5,7 +5,6 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/net/resolution.h"
 #include "tools/vtctl/printable.h"
-#include "tools/vtctl/system_text.h"
 #include "vtclass/net.h"
 
 namespace vtctl {
@@ -97,7 +96,7 @@ void AddResolution(IdentityStep& step, const std::wstring& server, const Identit
   /* It has just been answered in time, so it is answered at once now. */
   const Resolution resolution = Resolve(server, answer.milliseconds + 1000);
   if (resolution.error != ERROR_SUCCESS) {
-    step.found = L"no host: " + SystemText(resolution.error);
+    step.found = L"no host: " + ResolverText(resolution.error);
     return;
   }
   step.found = L"DNS calls it " + Printable(resolution.canonicalName);
@@ -114,7 +113,7 @@ IdentityStep AliasStep(const std::wstring& server, const IdentityAnswer& answer)
     AddResolution(step, server, answer);
   } else {
     step.found = answer.code == kNotInAnsi ? L"the ANSI code page cannot hold the name"
-                                           : L"no answer: " + SystemText(answer.code);
+                                           : L"no answer: " + ResolverText(answer.code);
   }
   return step;
 }
@@ -142,7 +141,7 @@ std::wstring Sentence(const IdentityQuestion& question, const IdentityAnswer& an
   const std::wstring name = Printable(question.name);
   if (answer.isMe) return name + L" is this machine.";
   if (IsSettled(answer)) return name + L" is not this machine.";
-  return L"Whether " + name + L" is this machine cannot be told: " + SystemText(answer.code);
+  return L"Whether " + name + L" is this machine cannot be told: " + ResolverText(answer.code);
 }
 
 int ExitCodeOf(const IdentityAnswer& answer) {

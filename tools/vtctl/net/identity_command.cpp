@@ -6,8 +6,8 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/net/identity.h"
+#include "tools/vtctl/net/resolution.h"
 #include "tools/vtctl/printable.h"
-#include "tools/vtctl/system_text.h"
 
 namespace vtctl {
 namespace {
@@ -50,7 +50,7 @@ void PrintAnswer(const IdentityQuestion& question, const IdentityAnswer& answer)
     Print(L"   found          " + Printable(step.found) + L"\n");
   }
   Print(L"\nAnswered in " + std::to_wstring(answer.milliseconds) + L" ms, status " +
-        SystemText(answer.code) + L"\n");
+        ResolverText(answer.code) + L"\n");
 }
 
 void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& answer) {
@@ -58,7 +58,7 @@ void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& a
                {"server", ToUtf8(answer.server)},
                {"thisMachine", nullptr},
                {"status", answer.code},
-               {"statusText", ToUtf8(SystemText(answer.code))},
+               {"statusText", ToUtf8(ResolverText(answer.code))},
                {"milliseconds", answer.milliseconds},
                {"steps", Json::array()}};
   if (answer.isMe || IsSettled(answer)) json["thisMachine"] = answer.isMe;

@@ -118,7 +118,7 @@ int ResolveName(const NameArguments& arguments) {
   if (resolution.error != ERROR_SUCCESS) {
     const bool isUnknown = resolution.error == WSAHOST_NOT_FOUND;
     return Fail(isUnknown ? kExitNoInput : kExitNoAnswer,
-                Printable(server) + L" cannot be resolved: " + SystemText(resolution.error));
+                Printable(server) + L" cannot be resolved: " + ResolverText(resolution.error));
   }
   const std::wstring chosen = vtclass::GetAnyIpAddress(server);
   arguments.json ? PrintResolutionAsJson(arguments, resolution, chosen)

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "tools/vtctl/system_text.h"
 #include "vtclass/net.h"
 
 namespace vtctl {
@@ -58,6 +59,11 @@ Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
     resolution.addresses.push_back(Described(*entry));
   }
   return resolution;
+}
+
+std::wstring ResolverText(unsigned long code) {
+  if (code == WSAETIMEDOUT) return L"no answer came in time (" + std::to_wstring(code) + L")";
+  return SystemText(code);
 }
 
 std::wstring AddressLine(const ResolvedAddress& address) {

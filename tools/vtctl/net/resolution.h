@@ -21,6 +21,9 @@ struct Resolution {
 /* Asks for a name without backslashes. `timeOut` in milliseconds, 0: no limit. */
 Resolution Resolve(const std::wstring& name, unsigned long timeOut);
 
+/* A resolver's status in words. Not every system has some for a time-out. */
+std::wstring ResolverText(unsigned long code);
+
 /* "10.0.0.1 (this machine, loopback)" */
 std::wstring AddressLine(const ResolvedAddress& address);
 

@@ -6,6 +6,7 @@
 #include "vtclass/config.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
+#include "vtclass/monitor.h"
 #include "vtclass/product.h"
 #include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"

@@ -82,7 +82,7 @@ class KeyWatcher final : public WatchedEvent {
 
   /* Notes which settings are registered now. The caller holds their lock. 0x80070008 when memory
    * runs out. */
-  long Collect(const Settings& settings) override;
+  long Collect(const Settings& current) override;
 
   /* Re-reads each noted setting of this key and tells its subscriber of a change, under `lock` for
    * one setting at a time. Returns what the last subscriber returned, 0 when none was called. */

@@ -46,7 +46,7 @@ long SettingChange::Deliver() const noexcept {
 Setting::Setting(HKEY root, const wchar_t* subkey, const wchar_t* valueName, eKind kind,
                  unsigned long minimum, unsigned long maximum)
     : root(root), subkey(subkey), valueName(valueName), kind(kind) {
-  const bool usable = maximum >= minimum && !(minimum == kNoBound && maximum == kNoBound);
+  const bool usable = maximum >= minimum && (minimum != kNoBound || maximum != kNoBound);
   if (kind == rangeKind && usable) {
     this->minimum = minimum;
     this->maximum = maximum;

@@ -64,7 +64,7 @@ const void* SettingsMonitor::AddText(const MonitoredValue& value, TextCallback c
     setting->Read();
     long status = setting->AttachText(callback, context);
     if (status == S_OK) status = AddSetting(setting.get(), cookie);
-    // The monitor owns it now.
+    // NOLINTNEXTLINE(bugprone-unused-return-value): the monitor owns it now
     if (status == S_OK) setting.release();
     return status;
   });

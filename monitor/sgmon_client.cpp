@@ -47,11 +47,11 @@ struct SGMonClient::State {
   State(eClient client, void (*callback)(bool)) : client(client), callback(callback) {}
 
   void StartThread(SGMonClient& owner);
-  void StopThread();
+  void StopThread() const;
   bool IsOwnThread() const { return threadId == ::GetCurrentThreadId(); }
   static DWORD WINAPI Enter(void* owner);
   DWORD Run(HANDLE shutdown);
-  void Follow(HANDLE wakeUp, HANDLE shutdown);
+  void Follow(HANDLE wakeUp, HANDLE shutdown) const;
 
   const eClient client;
   void (*const callback)(bool);
@@ -113,7 +113,7 @@ void SGMonClient::State::StartThread(SGMonClient& owner) {
   if (!thread) ::FreeLibrary(ThisModule());
 }
 
-void SGMonClient::State::StopThread() {
+void SGMonClient::State::StopThread() const {
   if (!thread || IsOwnThread()) return;
   ::SetEvent(shutdownEvent);
   ::SetEvent(threadShutdownEvent.Get());
@@ -152,7 +152,7 @@ DWORD SGMonClient::State::Run(HANDLE shutdown) {
   return ERROR_SUCCESS;
 }
 
-void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) {
+void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) const {
   // The shutdown stands first: it counts even while somebody leaves the wake-up event signalled.
   const HANDLE events[] = {shutdown, wakeUp};
   do {

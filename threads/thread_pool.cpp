@@ -12,9 +12,9 @@
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::platform::Contained;
 using vtclass::platform::CriticalSection;
 using vtclass::platform::ScopedLock;
-using vtclass::platform::Contained;
 using vtclass::threads::Ring;
 
 namespace {

@@ -36,6 +36,10 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   CRITICAL_SECTION section{};
 };
 
+/* Looks the spin-count function up, once in a process. Part of constructing workers, pools and the
+ * settings monitor. */
+void LookUpSpinCount() noexcept;
+
 /* Holds a lock for one scope. */
 template <typename Lock>
 class VTCLASS_THREAD_ANNOTATION(scoped_lockable) BasicScopedLock {

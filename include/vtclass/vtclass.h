@@ -7,10 +7,12 @@
 #include "vtclass/config.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
+#include "vtclass/monitor.h"
 #include "vtclass/net.h"
 #include "vtclass/product.h"
 #include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"
+#include "vtclass/settings_monitor.h"
 #include "vtclass/strings.h"
 #include "vtclass/threads.h"
 

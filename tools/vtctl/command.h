@@ -37,6 +37,8 @@ void AddNameCommands(CLI::App& app, ChosenCommand& chosen);
 void AddClusterCommand(CLI::App& app, ChosenCommand& chosen);
 void AddAppsCommand(CLI::App& app, ChosenCommand& chosen);
 void AddDatabaseCommand(CLI::App& app, ChosenCommand& chosen);
+void AddSettingsCommand(CLI::App& app, ChosenCommand& chosen);
+void AddSgmonCommand(CLI::App& app, ChosenCommand& chosen);
 
 }  // namespace vtctl
 

@@ -91,6 +91,8 @@ int Run() {
   AddClusterCommand(app, chosen);
   AddAppsCommand(app, chosen);
   AddDatabaseCommand(app, chosen);
+  AddSettingsCommand(app, chosen);
+  AddSgmonCommand(app, chosen);
   try {
     app.parse(Arguments());
   } catch (const CLI::ParseError& error) {

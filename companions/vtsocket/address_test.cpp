@@ -4,8 +4,11 @@
 #include <ws2tcpip.h>
 
 #include <cstring>
+#include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "vtsocket/vtsocket.h"
 
@@ -31,168 +34,79 @@ std::wstring Printed(const std::wstring& text) {
   return printed;
 }
 
+/* The words of a table. */
+std::vector<std::wstring> Words(const wchar_t* table) {
+  std::wistringstream stream(table);
+  return {std::istream_iterator<std::wstring, wchar_t>(stream), {}};
+}
+
 TEST(VTIPAddress, Texts_AreReadAndPrintedInTheirShortestForm) {
-  const struct {
-    const wchar_t *text, *printed;
-  } kCases[] = {
-      {L"0.0.0.0", L"0.0.0.0"},
-      {L"255.255.255.255", L"255.255.255.255"},
-      {L"::", L"::"},
-      {L"0:0:0:0:0:0:0:1", L"::1"},
-      {L"2001:DB8:0:0:1:0:0:1", L"2001:db8::1:0:0:1"},
-      {L"2001:db8:0:1:1:1:1:1", L"2001:db8:0:1:1:1:1:1"},
-      {L"1:0:0:2:0:0:0:3", L"1:0:0:2::3"},
-      {L"1:2:3:4:5:6:7::", L"1:2:3:4:5:6:7:0"},
-      {L"::2:3:4:5:6:7:8", L"0:2:3:4:5:6:7:8"},
-      {L"FE80::00ab%12", L"fe80::ab%12"},
-      {L"fe80::1%004294967295", L"fe80::1%4294967295"},
-      {L"::1%0", L"::1"},
-      {L"::FFFF:10.0.0.1", L"::ffff:10.0.0.1"},
-      {L"::ffff:a00:1", L"::ffff:10.0.0.1"},
-      {L"::1.2.3.4", L"::1.2.3.4"},
-      {L"::5", L"::5"},
-      {L"::ffff:0:1.2.3.4", L"::ffff:0:1.2.3.4"},
-      {L"fe80::200:5efe:1.2.3.4%3", L"fe80::200:5efe:1.2.3.4%3"},
-      {L"1:2:3:4:5:6:7.8.9.10", L"1:2:3:4:5:6:708:90a"},
-  };
-  for (const auto& c : kCases) EXPECT_EQ(Printed(c.text), c.printed) << Narrow(c.text);
+  // Each text and what is printed for it.
+  const auto words = Words(
+      L"0.0.0.0 0.0.0.0  255.255.255.255 255.255.255.255  :: ::  0:0:0:0:0:0:0:1 ::1  ::5 ::5 "
+      L"2001:DB8:0:0:1:0:0:1 2001:db8::1:0:0:1  2001:db8:0:1:1:1:1:1 2001:db8:0:1:1:1:1:1 "
+      L"1:0:0:2:0:0:0:3 1:0:0:2::3  1:2:3:4:5:6:7:: 1:2:3:4:5:6:7:0 "
+      L"::2:3:4:5:6:7:8 0:2:3:4:5:6:7:8  FE80::00ab%12 fe80::ab%12  ::1%0 ::1 "
+      L"fe80::1%004294967295 fe80::1%4294967295  ::FFFF:10.0.0.1 ::ffff:10.0.0.1 "
+      L"::ffff:a00:1 ::ffff:10.0.0.1  ::1.2.3.4 ::1.2.3.4  ::ffff:0:1.2.3.4 ::ffff:0:1.2.3.4 "
+      L"fe80::200:5efe:1.2.3.4%3 fe80::200:5efe:1.2.3.4%3 "
+      L"1:2:3:4:5:6:7.8.9.10 1:2:3:4:5:6:708:90a");
+  for (std::size_t at = 0; at < words.size(); at += 2)
+    EXPECT_EQ(Printed(words[at]), words[at + 1]) << Narrow(words[at]);
 }
 
 TEST(VTIPAddress, OtherTexts_AreRefused) {
-  const wchar_t* const kTexts[] = {L"",
-                                   L" ",
-                                   L"1",
-                                   L"1.2.3",
-                                   L"1.2.3.",
-                                   L".1.2.3.4",
-                                   L"1.2.3.4.",
-                                   L"1.2.3.4.5",
-                                   L"1..2.3",
-                                   L"256.1.1.1",
-                                   L"1.2.3.1000",
-                                   L"4294967296.1.1.1",
-                                   L"01.2.3.4",
-                                   L"1.2.3.00",
-                                   L"0x1.2.3.4",
-                                   L"-1.2.3.4",
-                                   L" 1.2.3.4",
-                                   L"1.2.3.4 ",
-                                   L"1.2.3.4%1",
-                                   L"1.2.3.4:80",
-                                   L"1.2.3.\uff14",
-                                   L":",
-                                   L":::",
-                                   L"::1::",
-                                   L"1::2::3",
-                                   L":1::2",
-                                   L"1:",
-                                   L"1:2:3:4:5:6:7",
-                                   L"1:2:3:4:5:6:7:",
-                                   L"1:2:3:4:5:6:7:8:9",
-                                   L"1:2:3:4::5:6:7:8",
-                                   L"12345::",
-                                   L"::g",
-                                   L"[::1]",
-                                   L"::1/64",
-                                   L"::1%",
-                                   L"::1%eth0",
-                                   L"::1%4294967296",
-                                   L"::1%-1",
-                                   L"%1",
-                                   L"::1.2.3",
-                                   L"::1.2.3.4.5",
-                                   L"::1.2.3.04",
-                                   L"::256.1.1.1",
-                                   L"::1.2.3.4:5",
-                                   L"1:2:3:4:5:6:7:1.2.3.4",
-                                   L"::fffff.1.1.1",
-                                   L"\u0131::",
-                                   L"host"};
-  for (const auto* text : kTexts) EXPECT_EQ(Printed(text), L"") << Narrow(text);
-  EXPECT_EQ(Printed(std::wstring(100'000, L'1')), L"");
+  auto texts = Words(
+      L"1 1.2.3 1.2.3. .1.2.3.4 1.2.3.4. 1.2.3.4.5 1..2.3 256.1.1.1 1.2.3.1000 4294967296.1.1.1 "
+      L"01.2.3.4 1.2.3.00 0x1.2.3.4 -1.2.3.4 1.2.3.4%1 1.2.3.4:80 1.2.3.\uff14 : ::: ::1:: 1::2::3 "
+      L":1::2 1: 1:2:3:4:5:6:7 1:2:3:4:5:6:7: 1:2:3:4:5:6:7:8:9 1:2:3:4::5:6:7:8 12345:: ::g "
+      L"[::1] ::1/64 ::1% ::1%eth0 ::1%4294967296 ::1%-1 %1 ::1.2.3 ::1.2.3.4.5 ::1.2.3.04 "
+      L"::256.1.1.1 ::1.2.3.4:5 1:2:3:4:5:6:7:1.2.3.4 ::fffff.1.1.1 \u0131:: host");
+  texts.insert(texts.end(), {L"", L" ", L" 1.2.3.4", L"1.2.3.4 ", std::wstring(100'000, L'1')});
+  for (const auto& text : texts) EXPECT_EQ(Printed(text), L"") << Narrow(text);
   EXPECT_THROW(VTIPAddress::CreateIPAddress(nullptr), VTSocketError);
   EXPECT_FALSE(VTIPAddress::IsIPAddress(nullptr));
 }
 
 /* Letters for what an address is: loopback, link-local, ISATAP, multicast, compatible, mapped. */
-std::string Kinds(const VTIPAddress& address) {
-  std::string kinds;
-  if (address.IsLoopback()) kinds += 'L';
-  if (address.IsLinkLocal()) kinds += 'l';
-  if (address.IsISATAP()) kinds += 'I';
-  if (address.IsMulticast()) kinds += 'M';
-  if (address.IsV4Compatible()) kinds += 'c';
-  if (address.IsV4Mapped()) kinds += 'm';
+std::wstring Kinds(const VTIPAddress& address) {
+  std::wstring kinds = L"-";
+  if (address.IsLoopback()) kinds += L'L';
+  if (address.IsLinkLocal()) kinds += L'l';
+  if (address.IsISATAP()) kinds += L'I';
+  if (address.IsMulticast()) kinds += L'M';
+  if (address.IsV4Compatible()) kinds += L'c';
+  if (address.IsV4Mapped()) kinds += L'm';
   return kinds;
 }
 
 TEST(VTIPAddress, Kinds_FollowTheBits) {
-  const struct {
-    const wchar_t* text;
-    const char* kinds;
-  } kCases[] = {
-      {L"126.255.255.255", ""},
-      {L"127.0.0.0", "L"},
-      {L"127.255.255.255", "L"},
-      {L"128.0.0.0", ""},
-      {L"169.254.0.0", "l"},
-      {L"169.253.255.255", ""},
-      {L"223.255.255.255", ""},
-      {L"224.0.0.0", "M"},
-      {L"239.255.255.255", "M"},
-      {L"240.0.0.0", ""},
-      {L"::", ""},
-      {L"::1", "L"},
-      {L"::2", "c"},
-      {L"::127.0.0.1", "c"},
-      {L"::1:0", "c"},
-      {L"1::1", ""},
-      {L"::ffff:127.8.8.8", "Lm"},
-      {L"::ffff:169.254.1.1", "m"},
-      {L"::fffe:1.2.3.4", ""},
-      {L"fe7f::", ""},
-      {L"fe80::", "l"},
-      {L"febf::", "l"},
-      {L"fec0::", ""},
-      {L"feff::", ""},
-      {L"ff00::", "M"},
-      {L"fe80::5efe:1.2.3.4", "lI"},
-      {L"2001::200:5efe:0:0", "I"},
-      {L"2001::300:5efe:0:0", ""},
-      {L"2001::5eff:0:0", ""},
-  };
-  for (const auto& c : kCases) {
-    const auto address = VTIPAddress::CreateIPAddress(c.text);
-    EXPECT_EQ(Kinds(*address), c.kinds) << Narrow(c.text);
+  const auto words = Words(
+      L"126.255.255.255 - 127.0.0.0 -L 127.255.255.255 -L 128.0.0.0 - 169.254.0.0 -l "
+      L"169.253.255.255 - 223.255.255.255 - 224.0.0.0 -M 239.255.255.255 -M 240.0.0.0 - :: - "
+      L"::1 -L ::2 -c ::127.0.0.1 -c ::1:0 -c 1::1 - ::ffff:127.8.8.8 -Lm ::ffff:169.254.1.1 -m "
+      L"::fffe:1.2.3.4 - fe7f:: - fe80:: -l febf:: -l fec0:: - feff:: - ff00:: -M "
+      L"fe80::5efe:1.2.3.4 -lI 2001::200:5efe:0:0 -I 2001::300:5efe:0:0 - 2001::5eff:0:0 -");
+  for (std::size_t at = 0; at < words.size(); at += 2) {
+    const auto address = VTIPAddress::CreateIPAddress(words[at].c_str());
+    EXPECT_EQ(Kinds(*address), words[at + 1]) << Narrow(words[at]);
     sockaddr_storage socket{};
     address->GetSocketAddress(socket, 0);
     EXPECT_EQ(VTIPAddress::IsLoopback(reinterpret_cast<sockaddr*>(&socket)), address->IsLoopback());
   }
+  EXPECT_FALSE(VTIPAddress::IsLoopback(nullptr));
 }
 
 TEST(VTIPAddress, SocketAddress_HoldsAddressPortAndScope) {
-  sockaddr_storage socket{};
-  memset(&socket, 0xCC, sizeof(socket));
-  VTIPAddress::CreateIPAddress(L"fe80::1%7")->GetSocketAddress(socket, 443);
-  sockaddr_in6 expected{};
-  expected.sin6_family = AF_INET6;
-  expected.sin6_port = 0xBB01;
-  expected.sin6_scope_id = 7;
-  expected.sin6_addr.s6_addr[0] = 0xFE;
-  expected.sin6_addr.s6_addr[1] = 0x80;
-  expected.sin6_addr.s6_addr[15] = 1;
-  EXPECT_EQ(memcmp(&socket, &expected, sizeof(expected)), 0);
-
-  VTIPAddress::CreateIPAddress(L"127.2.3.4")->GetSocketAddress(socket, 1);
-  sockaddr_in ipv4{};
-  ipv4.sin_family = AF_INET;
-  ipv4.sin_port = 0x0100;
-  ipv4.sin_addr.s_addr = 0x0403027F;
-  EXPECT_EQ(memcmp(&socket, &ipv4, sizeof(ipv4)), 0);
-
-  socket.ss_family = AF_UNSPEC;
-  EXPECT_FALSE(VTIPAddress::IsLoopback(reinterpret_cast<sockaddr*>(&socket)));
-  EXPECT_FALSE(VTIPAddress::IsLoopback(nullptr));
+  const auto bytes = [](const wchar_t* text, unsigned short port, std::size_t size) {
+    sockaddr_storage socket{};
+    memset(&socket, 0xCC, sizeof(socket));
+    VTIPAddress::CreateIPAddress(text)->GetSocketAddress(socket, port);
+    return std::string(reinterpret_cast<const char*>(&socket), size);
+  };
+  EXPECT_EQ(bytes(L"127.2.3.4", 1, 16), std::string("\2\0\0\1\x7F\2\3\4\0\0\0\0\0\0\0\0", 16));
+  EXPECT_EQ(bytes(L"fe80::1%7", 443, 28),
+            std::string("\x17\0\1\xBB\0\0\0\0\xFE\x80\0\0\0\0\0\0\0\0\0\0\0\0\0\1\7\0\0\0", 28));
 }
 
 TEST(VTIPAddress, Equality_ComparesBitsAndFamilyOnly) {
@@ -210,16 +124,10 @@ class Grammar {
  public:
   std::wstring Next() {
     std::wstring text = Pick(3) == 0 ? IPv4() : IPv6();
-    for (unsigned faults = Pick(4) == 0 ? 1 + Pick(2) : 0; faults > 0; --faults) {
-      const std::size_t at = Pick(static_cast<unsigned>(text.size()) + 1);
-      static constexpr wchar_t kUnits[] = L"0123456789abcdefABCDEFg.:: ";
-      if (Pick(2) == 0) {
-        text.insert(at, 1, kUnits[Pick(_countof(kUnits) - 1)]);
-      } else if (at < text.size()) {
-        text.erase(at, 1);
-      }
-    }
-    return text;
+    if (Pick(4) > 0) return text;
+    const std::size_t at = Pick(static_cast<unsigned>(text.size()));
+    if (Pick(2) == 0) return text.erase(at, 1);
+    return text.insert(at, 1, L"0123456789abcdefABCDEFg.:: "[Pick(27)]);
   }
 
  private:
@@ -232,30 +140,21 @@ class Grammar {
     return text;
   }
 
-  std::wstring Group() {
-    if (Pick(3) == 0) return L"0";
-    wchar_t text[8];
-    const wchar_t* const kFormats[] = {L"%x", L"%X", L"%04x"};
-    swprintf(text, _countof(text), kFormats[Pick(3)], Pick(0x10000) >> 4 * Pick(4));
-    return text;
-  }
-
+  /* Groups, of which one run may be left out, with an IPv4 address at the end of some. */
   std::wstring IPv6() {
-    static constexpr const wchar_t* kStarts[] = {L"::", L"::ffff:", L"fe80::5efe:", L"0::", L"::"};
     const bool mixed = Pick(4) == 0;
-    if (mixed && Pick(2) == 0) return kStarts[Pick(_countof(kStarts))] + IPv4();
     const unsigned count = mixed ? 6 : 8;
-    const unsigned gap = Pick(2) == 0 ? Pick(count) : count;
+    const unsigned gap = Pick(count + 4);
     const unsigned length = gap < count ? 1 + Pick(count - gap) : 0;
     std::wstring text;
     for (unsigned group = 0; group < count; ++group) {
-      if (group == gap) {
-        text += L"::";
-        group += length - 1;
-        continue;
-      }
+      wchar_t one[8];
+      const wchar_t* const kFormats[] = {L"0", L"%x", L"%X", L"%04x", L"ffff", L"5EFE"};
+      swprintf(one, _countof(one), kFormats[Pick(_countof(kFormats))], Pick(0x10000));
+      if (group == gap) text += L"::";
+      if (group >= gap && group < gap + length) continue;
       if (group > 0 && group != gap + length) text += L":";
-      text += Group();
+      text += one;
     }
     if (mixed) text += (gap + length == count ? L"" : L":") + IPv4();
     return text;
@@ -274,36 +173,28 @@ std::wstring PrintedBySystem(const std::wstring& text) {
   return L"";
 }
 
-/* Systems take "::1.2.3.04", where an IPv4 address of its own would be refused. */
+/* Some systems take "::1.2.3.04", where "1.2.3.04" would be refused. */
 bool HasLeadingZeroInTail(const std::wstring& text) {
-  const std::size_t dot = text.find(L'.');
-  if (dot == std::wstring::npos || text.find(L':') == std::wstring::npos) return false;
-  std::size_t part = text.rfind(L':', dot) + 1;
-  for (; part < text.size(); part = text.find(L'.', part)) {
-    if (text[part] == L'.') ++part;
-    if (part + 1 < text.size() && text[part] == L'0' && iswdigit(text[part + 1])) return true;
-  }
+  const std::size_t tail = text.rfind(L':') + 1;
+  const std::wstring parts = L"." + text.substr(tail);
+  for (std::size_t at = 0; at + 2 < parts.size(); ++at)
+    if (tail > 0 && parts[at] == L'.' && parts[at + 1] == L'0' && iswdigit(parts[at + 2]))
+      return parts.find(L'.', 1) != std::wstring::npos;
   return false;
 }
 
 TEST(VTIPAddress, RandomTexts_AgreeWithTheSystem) {
   Grammar grammar;
-  int addresses = 0, leadingZeros = 0, failures = 0;
-  for (int round = 0; round < 200'000 && failures < 20; ++round) {
+  int addresses = 0;
+  for (int round = 0; round < 200'000 && !HasFailure(); ++round) {
     const std::wstring text = grammar.Next();
-    const std::wstring ours = Printed(text), theirs = PrintedBySystem(text);
+    const std::wstring ours = Printed(text);
     if (!ours.empty()) ++addresses;
-    if (ours == theirs) continue;
-    if (ours.empty() && HasLeadingZeroInTail(text)) {
-      ++leadingZeros;
-      continue;
-    }
-    ++failures;
-    ADD_FAILURE() << Narrow(text) << ": ours \"" << Narrow(ours) << "\", the system's \""
-                  << Narrow(theirs) << '"';
+    if (ours.empty() && HasLeadingZeroInTail(text)) continue;
+    // Systems print a mapped address that begins with 0.0 as groups.
+    if (ours.find(L":0.0.") != std::wstring::npos) continue;
+    EXPECT_EQ(Narrow(ours), Narrow(PrintedBySystem(text))) << Narrow(text);
   }
-  RecordProperty("addresses", addresses);
-  RecordProperty("leadingZeros", leadingZeros);
   EXPECT_GT(addresses, 100'000);
 }
 

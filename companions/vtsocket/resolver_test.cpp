@@ -4,15 +4,14 @@
 #include <iphlpapi.h>
 #include <ws2tcpip.h>
 
-#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <cstdarg>
 #include <cstring>
 #include <functional>
-#include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/owned.h"
@@ -363,24 +362,6 @@ TEST_F(VTDnsResolver, GetHostByName_UnknownNameThrowsAndTraces) {
   VTSock_SetZPrintf(nullptr);
   EXPECT_EQ(ErrorOf("none"), static_cast<unsigned long>(WSAHOST_NOT_FOUND));
   EXPECT_EQ(traced, "The host name \"none\" cannot be resolved: 11001");
-}
-
-TEST_F(VTDnsResolver, LocalMachine_IsWhatASocketCanBindTo) {
-  WSADATA data;
-  ASSERT_EQ(::WSAStartup(MAKEWORD(2, 2), &data), 0);
-  const auto host = VTSocket::VTDnsResolver::GetHostByName("..localmachine");
-  for (auto* entry = host->GetAddressList(); entry; entry = entry->ai_next) {
-    const SOCKET socket = ::socket(entry->ai_family, entry->ai_socktype, entry->ai_protocol);
-    EXPECT_EQ(::bind(socket, entry->ai_addr, static_cast<int>(entry->ai_addrlen)), 0)
-        << ::WSAGetLastError();
-    ::closesocket(socket);
-  }
-  ::WSACleanup();
-  const auto all = Addresses(*host, AddressFamily::Any);
-  EXPECT_NE(std::find(all.begin(), all.end(), L"127.0.0.1"), all.end());
-  EXPECT_NE(std::find(all.begin(), all.end(), L"::1"), all.end());
-  EXPECT_EQ(std::set<std::wstring>(all.begin(), all.end()).size(), all.size());
-  EXPECT_EQ(fake.asked, 0);
 }
 
 TEST_F(VTDnsResolver, LocalMachine_ListsTheAdaptersOwnAddressesOnce) {

@@ -17,6 +17,14 @@
  * runs, and the message texts that fill it.
  */
 
+namespace vtclass {
+
+/* What could be converted to a va_list though it is an argument: a literal 0, nullptr. */
+template <typename First>
+inline constexpr bool isNoArgumentList = std::is_integral_v<First> || std::is_null_pointer_v<First>;
+
+}  // namespace vtclass
+
 /*
  * Message texts by number, from the string tables of one module. Each text is read once and kept;
  * copies share the module and the texts, and the last copy frees them.
@@ -194,9 +202,8 @@ class VTCLASS_API CWcharBuffer {
  * this overload.
  */
 class VTCLASS_API LogFile {
-  /* What could be converted to a va_list though it is an argument: a literal 0, nullptr. */
   template <typename First>
-  static constexpr bool isNoList = std::is_integral_v<First> || std::is_null_pointer_v<First>;
+  static constexpr bool isNoList = vtclass::isNoArgumentList<First>;
 
  public:
   /*
@@ -408,11 +415,8 @@ class VTCLASS_API LogFile {
   int Deliver(int buffer);
 
   bool WriteHeader(bool newFile);
-  bool ConvertPending(std::size_t* bytes);
   bool WriteBytes(const void* bytes, std::size_t size);
-  void CutFile(unsigned long long size);
   void WrapIfTooLarge();
-  unsigned long MoveNewestToFront();
 
   static bool IsSlot(int n);
   int& Depth(int buffer);

@@ -25,8 +25,11 @@ const wchar_t* LoggingKey() noexcept {
 }
 
 const wchar_t* DebugKey() noexcept {
-  return OfProduct(L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Debug",
-                   L"Software\\Quorrel\\Strandel\\VTDS\\Debug");
+  return OfProduct(DefaultProductDebugKey(), L"Software\\Quorrel\\Strandel\\VTDS\\Debug");
+}
+
+const wchar_t* DefaultProductDebugKey() noexcept {
+  return L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Debug";
 }
 
 const wchar_t* TcpIpKey() noexcept {

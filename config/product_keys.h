@@ -18,6 +18,9 @@ const wchar_t* LoggingKey() noexcept;
 /* Switches of debugging aids; the settings monitor watches it too. */
 const wchar_t* DebugKey() noexcept;
 
+/* The same of the default product, whichever is selected. */
+const wchar_t* DefaultProductDebugKey() noexcept;
+
 /* Settings of name resolution. */
 const wchar_t* TcpIpKey() noexcept;
 

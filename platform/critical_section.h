@@ -36,6 +36,10 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   CRITICAL_SECTION section{};
 };
 
+/* Looks the spin-count function up, once in a process. Part of constructing workers, pools and the
+ * settings monitor. */
+void LookUpSpinCount() noexcept;
+
 /* Holds a CriticalSection for one scope. */
 class VTCLASS_THREAD_ANNOTATION(scoped_lockable) ScopedLock {
  public:

@@ -6,15 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "platform/contained.h"
 #include "platform/critical_section.h"
-#include "threads/contained.h"
 #include "threads/ring.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
 using vtclass::platform::CriticalSection;
 using vtclass::platform::ScopedLock;
-using vtclass::threads::Contained;
+using vtclass::platform::Contained;
 using vtclass::threads::Ring;
 
 namespace {
@@ -265,7 +265,7 @@ ThreadPool::ThreadPool() : ThreadPool(8, 0, WorkerThread::ComMultiThreaded) {}
 
 ThreadPool::ThreadPool(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model)
     : state(new State(this, maxThreads, keepIdleThreads, model)) {
-  vtclass::threads::LookUpSpinCount();
+  vtclass::platform::LookUpSpinCount();
 }
 
 ThreadPool::~ThreadPool() {

@@ -38,11 +38,4 @@ struct WorkerThread::State {
   const RefPointer<ThreadStopCall> stopCall; /* made in time: stopping must not need memory */
 };
 
-namespace vtclass::threads {
-
-/* Looks the spin-count function up, once in a process. Part of constructing workers and pools. */
-void LookUpSpinCount() noexcept;
-
-}  // namespace vtclass::threads
-
 #endif

@@ -4,28 +4,21 @@
 
 #include <memory>
 
-#include "threads/contained.h"
+#include "platform/contained.h"
+#include "platform/critical_section.h"
+#include "platform/this_module.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::platform::Contained;
+using vtclass::platform::HoldThisModule;
+using vtclass::platform::LookUpSpinCount;
 using vtclass::platform::ScopedLock;
-using vtclass::threads::Contained;
-
-extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT(bugprone-reserved-identifier): the linker's name
+using vtclass::platform::ThisModule;
 
 namespace {
 
 constexpr DWORD kKilled = 0x80004004;  // E_ABORT
-
-HMODULE ThisModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
-
-// A thread that runs code of this module holds a reference to it: when the host unloads the library
-// too early, the code stays until the thread has left it.
-bool HoldThisModule() {
-  HMODULE held = nullptr;
-  return ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                              reinterpret_cast<LPCWSTR>(&__ImageBase), &held) != FALSE;
-}
 
 std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
   constexpr unsigned long kMultithreadedOrSingle = 255;
@@ -40,19 +33,6 @@ std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
 }
 
 }  // namespace
-
-namespace vtclass::threads {
-
-void LookUpSpinCount() noexcept {
-  // Looked up and kept, but not used: the locks get their spin count when they are made.
-  static std::atomic<bool> lookedUp;
-  static std::atomic<FARPROC> setSpinCount;
-  if (lookedUp.exchange(true)) return;
-  setSpinCount =
-      ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetCriticalSectionSpinCount");
-}
-
-}  // namespace vtclass::threads
 
 void WorkerThread::State::Queue(ThreadCall* call, std::size_t spare) {
   {
@@ -71,7 +51,7 @@ WorkerThread::WorkerThread(const char* name) : WorkerThread(ComMultiThreaded, na
 
 WorkerThread::WorkerThread(ComThreadingModel model, const char* name)
     : state(new State(this, model, name)) {
-  vtclass::threads::LookUpSpinCount();
+  LookUpSpinCount();
 }
 
 // NOLINTNEXTLINE(bugprone-exception-escape): stopping has its place in the queue

@@ -9,6 +9,7 @@
 #include "vtclass/product.h"
 #include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"
+#include "vtclass/settings_monitor.h"
 #include "vtclass/strings.h"
 #include "vtclass/threads.h"
 

@@ -1,0 +1,162 @@
+#include "vtclass/settings_monitor.h"
+
+#include "config/hresult.h"
+#include "config/no_throw.h"
+#include "config/product_keys.h"
+#include "config/settings_monitor_state.h"
+#include "platform/this_module.h"
+
+using vtclass::config::DebugKey;
+using vtclass::config::HResultOfFailure;
+using vtclass::config::KeyWatcher;
+using vtclass::config::LoggingKey;
+using vtclass::config::StatusOf;
+using vtclass::config::WatchedEvent;
+using vtclass::platform::HoldThisModule;
+using vtclass::platform::LookUpSpinCount;
+using vtclass::platform::ScopedLock;
+using vtclass::platform::ThisModule;
+
+namespace {
+
+// After a wait that the system refused, or a look for which memory was missing: without a pause the
+// thread would burn a processor until the trouble is over.
+constexpr DWORD kPause = 100;
+
+DWORD WINAPI EnterThread(void* monitor) {
+  const unsigned long code = SettingsMonitor::Thread(monitor);
+  ::FreeLibraryAndExitThread(ThisModule(), code);
+}
+
+}  // namespace
+
+SettingsMonitor::State::State()
+    : loggingWatcher(settings, LoggingKey()), debugWatcher(settings, DebugKey()) {
+  LookUpSpinCount();
+  // Without an event to stop it by, the thread could never be ended, and is not started.
+  if (!stopSignal.GetHandle() || !waitGroup.Add(&stopSignal)) return;
+  for (KeyWatcher* const watcher : {&loggingWatcher, &debugWatcher}) {
+    // What cannot be armed stays deaf; the other key is watched all the same.
+    if (!watcher->GetHandle() || !waitGroup.Add(watcher)) return;
+    watcher->Arm();
+  }
+}
+
+SettingsMonitor::SettingsMonitor() : state(new State) { SettingsMonitor::Start(); }
+
+SettingsMonitor::~SettingsMonitor() {
+  SettingsMonitor::Stop();
+  RemoveAllSettings();
+  delete state;
+}
+
+SettingsMonitor* SettingsMonitor::GetInstance() {
+  if (!State::c_instance) State::c_instance = new SettingsMonitor;
+  return State::c_instance;
+}
+
+void SettingsMonitor::DestroyInstance() {
+  if (!State::c_instance || State::c_instance->state->IsMonitorThread()) return;
+  delete State::c_instance;
+  State::c_instance = nullptr;
+}
+
+long SettingsMonitor::Start() {
+  if (state->thread) return E_INVALIDARG;
+  if (state->waitGroup.Count() == 0) return E_FAIL;
+  if (!HoldThisModule()) return HResultOfFailure(::GetLastError());
+  state->thread.Reset(::CreateThread(nullptr, 0, &EnterThread, this, 0, nullptr));
+  if (state->thread) return S_OK;
+  const long status = HResultOfFailure(::GetLastError());
+  ::FreeLibrary(ThisModule());
+  return status;
+}
+
+long SettingsMonitor::Stop() {
+  if (state->IsMonitorThread()) return HResultOfFailure(ERROR_POSSIBLE_DEADLOCK);
+  if (!state->thread) return S_OK;
+  state->stopSignal.Signal();
+  ::WaitForSingleObject(state->thread.Get(), INFINITE);
+  state->thread.Reset();
+  return S_OK;
+}
+
+unsigned long SettingsMonitor::Thread(void* monitor) {
+  if (monitor) static_cast<SettingsMonitor*>(monitor)->Monitor();
+  return 0;
+}
+
+long SettingsMonitor::Monitor() {
+  state->threadId = ::GetCurrentThreadId();
+  for (;;) {
+    Waitable* const signalled = state->waitGroup.Wait(INFINITE);
+    if (!signalled) {
+      ::Sleep(kPause);
+      continue;
+    }
+    auto& watched = static_cast<WatchedEvent&>(*signalled);
+    if (watched.IsStopSignal()) break;
+    state->Look(watched);
+    watched.Rearm();
+    // A change that came between the reading and the new notification is remembered by some systems
+    // and forgotten by others. This look finds it; where nothing differs nobody is called.
+    state->Look(watched);
+  }
+  state->threadId = 0;
+  return S_OK;
+}
+
+void SettingsMonitor::State::Look(WatchedEvent& watched) {
+  long collected = S_OK;
+  {
+    const ScopedLock hold(lock);
+    collected = watched.Collect(settings);
+  }
+  if (collected == S_OK) {
+    watched.ProcessChanges(lock);
+    return;
+  }
+  // Later, when there may be memory again: the change must not be lost.
+  ::Sleep(kPause);
+  watched.Signal();
+}
+
+const void* SettingsMonitor::RegisterSetting(Setting* setting) {
+  const void* cookie = nullptr;
+  AddSetting(setting, cookie);
+  return cookie;
+}
+
+long SettingsMonitor::UnRegisterSetting(const void* cookie) { return RemoveSetting(cookie); }
+
+long SettingsMonitor::RemoveAllSettings() {
+  const ScopedLock hold(state->lock);
+  state->settings.clear();
+  return S_OK;
+}
+
+long SettingsMonitor::AddSetting(Setting* setting, const void*& cookie) {
+  cookie = nullptr;
+  if (!setting) return E_INVALIDARG;
+  // What a number with a default and an expanded text would mean here is not settled.
+  if (setting->kind == Setting::defaultNumberKind || setting->kind == Setting::expandStringKind) {
+    return E_NOTIMPL;
+  }
+  const long status = StatusOf([this, setting] {
+    const ScopedLock hold(state->lock);
+    // An address that is there already is the same setting, which is owned already.
+    const auto [entry, added] = state->settings.try_emplace(setting);
+    if (added) entry->second.reset(setting);
+    return ERROR_SUCCESS;
+  });
+  if (status != ERROR_SUCCESS) return HResultOfFailure(static_cast<unsigned long>(status));
+  cookie = setting;
+  return S_OK;
+}
+
+long SettingsMonitor::RemoveSetting(const void* cookie) {
+  if (!cookie) return E_INVALIDARG;
+  const ScopedLock hold(state->lock);
+  if (state->settings.empty()) return E_INVALIDARG;
+  return state->settings.erase(cookie) == 1 ? S_OK : E_FAIL;
+}

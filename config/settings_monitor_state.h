@@ -1,0 +1,35 @@
+#ifndef VTCLASS_CONFIG_SETTINGS_MONITOR_STATE_H
+#define VTCLASS_CONFIG_SETTINGS_MONITOR_STATE_H
+
+#include <vtclass/win32.h>
+
+#include <atomic>
+
+#include "config/key_watcher.h"
+#include "platform/critical_section.h"
+#include "platform/owned.h"
+#include "vtclass/settings_monitor.h"
+#include "vtclass/threads.h"
+
+/* What the settings monitor consists of. */
+struct SettingsMonitor::State {
+  /* Watches the two keys of the product that is selected now. */
+  State();
+
+  bool IsMonitorThread() const { return threadId == ::GetCurrentThreadId(); }
+  /* Re-reads the settings of a watched key and tells their subscribers. */
+  void Look(vtclass::config::WatchedEvent& watched);
+
+  vtclass::config::StopSignal stopSignal;
+  vtclass::config::KeyWatcher loggingWatcher;
+  vtclass::config::KeyWatcher debugWatcher;
+  vtclass::platform::OwnedKernelObject thread;
+  std::atomic<DWORD> threadId{0}; /* of the thread inside Monitor */
+  WaitableGroup waitGroup;
+  vtclass::config::Settings settings VTCLASS_GUARDED_BY(lock);
+  vtclass::platform::CriticalSection lock;
+
+  static inline SettingsMonitor* c_instance = nullptr;
+};
+
+#endif

@@ -1,9 +1,9 @@
-#include <iterator>
 #include <utility>
 
 #include "log/ansi_text.h"
 #include "log/buffer_growth.h"
 #include "log/file_bytes.h"
+#include "log/file_opening.h"
 #include "log/log_file_guard.h"
 #include "platform/owned.h"
 #include "vtclass/log.h"
@@ -44,22 +44,13 @@ LogFile::~LogFile() { Close(); }
 
 int LogFile::Open(int openMode, const wchar_t* filePath) {
   Close();
-  static constexpr DWORD kDispositions[] = {CREATE_ALWAYS, OPEN_EXISTING, CREATE_NEW};
-  constexpr int kAppend = 1;
-  if (openMode < 0 || openMode >= static_cast<int>(std::size(kDispositions))) {
-    return Refuse(ERROR_INVALID_PARAMETER);
-  }
   wcstring name;
   if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
-  OwnedFile opened(::CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
-                                 nullptr, kDispositions[openMode], FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!opened) return Refuse(::GetLastError());
-  Position end = 0;
-  if (openMode == kAppend) {
-    if (const DWORD failure = GoToEnd(opened.Get(), &end)) return Refuse(failure);
+  OwnedFile opened;
+  if (const DWORD failure = OpenFile(openMode, name.c_str(), &opened, &fileSize)) {
+    return Refuse(failure);
   }
   file = opened.Release();
-  fileSize = end;
   // The handle of an empty file is kept: callers go on printing into it, without a header.
   if (openMode == kAppend && fileSize == 0) return Refuse(ERROR_HANDLE_EOF);
   path.swap(name);
@@ -72,8 +63,9 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
 }
 
 bool LogFile::WriteHeader(bool newFile) {
-  static constexpr unsigned char kByteOrderMark[] = {0xFF, 0xFE};
-  if (newFile && unicode && !WriteBytes(kByteOrderMark, sizeof(kByteOrderMark))) return false;
+  if (newFile && unicode) {
+    if (const DWORD failure = AppendByteOrderMark(file, &fileSize)) return Refuse(failure);
+  }
   headerWritten = PrintRaw(kToFile, L"%s",
                            unicode ? L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
                                    : L"<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n") &&

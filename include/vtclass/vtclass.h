@@ -4,6 +4,7 @@
 /* Every header of the library. */
 #include "vtclass/com_environment.h"
 #include "vtclass/config.h"
+#include "vtclass/debug_log.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
 #include "vtclass/product.h"

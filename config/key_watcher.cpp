@@ -64,7 +64,8 @@ long KeyWatcher::Arm() {
 long KeyWatcher::AskForSignal() {
   const LSTATUS status = ::RegNotifyChangeKeyValue(
       key.Get(), TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET, GetHandle(), TRUE);
-  return status == ERROR_SUCCESS ? S_OK : HResultOfFailure(static_cast<unsigned long>(status));
+  isArmed = status == ERROR_SUCCESS;
+  return isArmed ? S_OK : HResultOfFailure(static_cast<unsigned long>(status));
 }
 
 long KeyWatcher::Rearm() {

@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <vector>
@@ -71,6 +72,9 @@ class KeyWatcher final : public WatchedEvent {
 
   bool IsStopSignal() const override { return false; }
 
+  /* Whether changes of values of `subkey` come to light here. Any thread. */
+  bool Watches(const wcstring& subkey) const { return isArmed && subkey == path; }
+
  private:
   long AskForSignal();
 
@@ -79,6 +83,7 @@ class KeyWatcher final : public WatchedEvent {
   platform::OwnedRegistryKey key;
   HKEY root = HKEY_LOCAL_MACHINE;
   wcstring path;
+  std::atomic<bool> isArmed{false};
 };
 
 }  // namespace vtclass::config

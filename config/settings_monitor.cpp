@@ -123,7 +123,12 @@ void SettingsMonitor::State::Look(WatchedEvent& watched) {
 
 const void* SettingsMonitor::RegisterSetting(Setting* setting) {
   const void* cookie = nullptr;
-  AddSetting(setting, cookie);
+  const ScopedLock hold(state->lock);
+  if (AddSetting(setting, cookie) != S_OK || !setting->hasValue) return cookie;
+  // Its value may have changed since the caller read it, with a signal that found nothing to do.
+  for (KeyWatcher* const watcher : {&state->loggingWatcher, &state->debugWatcher}) {
+    if (watcher->Watches(setting->subkey)) watcher->Signal();
+  }
   return cookie;
 }
 

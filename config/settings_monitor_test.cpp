@@ -292,6 +292,18 @@ TEST_F(SettingsMonitorTest, ChangeWhileStopped_ArrivesAfterStart) {
   }
 }
 
+TEST_F(SettingsMonitorTest, SettingOfTheCaller_ChangedSinceItWasRead_IsTold) {
+  Begin();
+  auto* const setting = new Setting(HKEY_LOCAL_MACHINE, LoggingKey(), kLevel, Setting::dwordKind);
+  Put(LoggingKey(), kLevel, 1);
+  EXPECT_EQ(setting->Read(), S_OK);
+  setting->AttachNumber(&Subscriber::OnNumber, &first);
+  Put(LoggingKey(), kLevel, 2);
+  Settle();
+  EXPECT_EQ(monitor->RegisterSetting(setting), setting);
+  EXPECT_EQ(first.Next(), 2u);
+}
+
 TEST_F(SettingsMonitorTest, ChangeBetweenReadingAndArming_IsNotLost) {
   Begin();
   ASSERT_TRUE(Level(first));

@@ -203,8 +203,9 @@ class VTCLASS_API SettingsMonitor {
   /*
    * Hands `setting` over to the monitor, which deletes it when it is removed. Returns its cookie,
    * or null when it is null, of a kind that is not supported, or memory runs out; then it stays the
-   * caller's. Registering it again changes nothing. The monitor reads it at the next change of its
-   * key (one of the two watched ones; others are never looked at) and compares with what it holds.
+   * caller's. Registering it again changes nothing. The key has to be one of the two watched ones;
+   * others are never looked at. A setting that has been read is compared with the registry at once,
+   * so that no change since then is missed; one that was never read at the next change of its key.
    * Requires: made by new; a callback is attached, without one the setting is read and nobody told.
    */
   const void* RegisterSetting(Setting* setting);

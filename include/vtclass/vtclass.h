@@ -7,6 +7,7 @@
 #include "vtclass/debug_log.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
+#include "vtclass/monitor.h"
 #include "vtclass/product.h"
 #include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"

@@ -29,6 +29,8 @@ struct ChosenCommand {
 void AddSessionCommand(CLI::App& app, ChosenCommand& chosen);
 void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen);
 void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen);
+void AddSettingsCommand(CLI::App& app, ChosenCommand& chosen);
+void AddSgmonCommand(CLI::App& app, ChosenCommand& chosen);
 
 }  // namespace vtctl
 

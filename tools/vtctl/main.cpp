@@ -84,6 +84,8 @@ int Run() {
   AddSessionCommand(app, chosen);
   AddJobLogCommand(app, chosen);
   AddRegistryCommand(app, chosen);
+  AddSettingsCommand(app, chosen);
+  AddSgmonCommand(app, chosen);
   try {
     app.parse(Arguments());
   } catch (const CLI::ParseError& error) {

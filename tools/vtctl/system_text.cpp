@@ -20,4 +20,12 @@ std::wstring SystemText(unsigned long code) {
   return text.empty() ? L"Win32 " + number : text + L" (" + number + L")";
 }
 
+std::wstring ClockTime() {
+  SYSTEMTIME now = {};
+  ::GetLocalTime(&now);
+  wchar_t text[16];
+  ::GetTimeFormatW(LOCALE_INVARIANT, 0, &now, L"HH':'mm':'ss", text, ARRAYSIZE(text));
+  return text;
+}
+
 }  // namespace vtctl

@@ -9,6 +9,9 @@ namespace vtctl {
  * calling thread; "Win32 5" when the system has no words for it. */
 std::wstring SystemText(unsigned long code);
 
+/* "22:03:59": the local time, for lines that are printed as things happen. */
+std::wstring ClockTime();
+
 }  // namespace vtctl
 
 #endif

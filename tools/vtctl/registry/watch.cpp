@@ -33,14 +33,6 @@ void CompareValues(const std::wstring& key, const std::map<std::wstring, Value>&
   }
 }
 
-std::wstring TimeNow() {
-  SYSTEMTIME now = {};
-  ::GetLocalTime(&now);
-  wchar_t text[16];
-  ::GetTimeFormatW(LOCALE_INVARIANT, 0, &now, L"HH':'mm':'ss", text, ARRAYSIZE(text));
-  return text;
-}
-
 void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
   const bool isValue = change.kind >= KeyChange::valueAdded;
   const std::wstring key = Joined(KeyName(target.path), change.key);
@@ -54,7 +46,7 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
     PrintUtf8(line.dump() + "\n");
     return;
   }
-  std::wstring line = TimeNow() + L"  " + kKindNames[change.kind] + L"  " + Printable(key);
+  std::wstring line = ClockTime() + L"  " + kKindNames[change.kind] + L"  " + Printable(key);
   if (isValue) {
     line += L"  " + ShownName(change.name);
     line += L" = " + OneLine(change.value) + L"  [" + TypeName(change.value.type) + L"]";

@@ -1,0 +1,102 @@
+#ifndef VTCLASS_MONITOR_H
+#define VTCLASS_MONITOR_H
+
+#include <vtclass/win32.h>
+
+#include "vtclass/export.h"
+#include "vtclass/ref_pointer.h"
+
+/*
+ * Tells its owner whether service-group monitoring is on for the owner's component, and tells it
+ * again each time somebody signals the machine-wide wake-up event:
+ *
+ *   void OnMonitoring(bool on) { ... }      // on the client's thread
+ *   const RefPointer<SGMonClient> client =
+ *       SGMonClient::GetInstance(SGMonClient::eAgent, &OnMonitoring);
+ *   client->WaitInitComplete(5000);         // OnMonitoring has been called once
+ *
+ * The switches are two REG_DWORD values of the product's debug key below HKEY_LOCAL_MACHINE: "SGMon
+ * Enabled" (not 0: monitoring is on) and "SGMon Components" (a mask of eClient bits: for whom).
+ * Missing ones are written as 0, a missing key is made. Where the process may not write, what is
+ * stored counts all the same; what cannot be read counts as 0.
+ *
+ * The wake-up event is "Global\SGMonWakeUp" ("SGMonWakeUp" before system version 5.0),
+ * manual-reset. The first client makes it, open to everyone. Contract: the client never resets it.
+ * Whoever signals it resets it at once; as long as it stays signalled, every client of the machine
+ * re-reads its switches and calls back without pause.
+ *
+ * The callback runs on the client's own thread, one call at a time. A C++ exception that leaves it
+ * goes to the debugger output, and the client goes on; structured exceptions are not caught.
+ *
+ * Failures: nothing is reported. Without its events or its thread, or when the wake-up event can
+ * neither be made nor opened, the client never calls back (in the last case the thread's exit code
+ * is the system's), and WaitInitComplete returns at once.
+ *
+ * Threads: any, except SetShutdownHandle: before others use the object. Never destroy a client
+ * inside DllMain. The client's thread keeps the library loaded: a host that unloads it destroys its
+ * client before, or signals the shutdown event of the one from GetInstance.
+ */
+class VTCLASS_API SGMonClient : public RefCounted {
+ public:
+  /* The components; their bits in "SGMon Components". */
+  enum eClient : unsigned long {
+    eEngine = 1,
+    eAgent = 2,
+    eDeviceMedia = 4,
+    eCatalog = 8,
+    eJobManager = 16,
+    eNdmp = 32,
+    eLibrary = 64
+  };
+
+  /*
+   * The process's one client. The first call makes and starts it; later ones ignore their
+   * arguments. It holds a reference to itself, and so lives as long as the process.
+   * Requires: the first call is over before other threads make theirs; it is not locked.
+   */
+  static RefPointer<SGMonClient> GetInstance(eClient client, void (*callback)(bool));
+
+  /* A client of its own. `client` may hold several bits: one of them is enough. Requires: made by
+   * new, and `callback` is not null. */
+  SGMonClient(eClient client, void (*callback)(bool));
+
+  /*
+   * Signals the shutdown event, waits for the thread without limit (the callback in hand ends
+   * first), and closes the handles. A thread that has not begun after a second is terminated: it
+   * cannot begin while the loader holds it up.
+   */
+  ~SGMonClient() override;
+
+  /* The last reference is gone: deletes the client. Inside the callback the client is deleted by
+   * its own thread, after the callback has returned. */
+  void Destroy() override;
+
+  /* Signals that the switches have been evaluated. The client does so itself after each callback.
+   */
+  void SetInitComplete();
+
+  /*
+   * Waits until the switches have been evaluated once, the thread has ended, or the shutdown event
+   * is signalled; `timeoutMs` milliseconds at most, 0 does not wait, 0xFFFFFFFF has no limit.
+   * Inside the callback it returns at once.
+   */
+  void WaitInitComplete(unsigned long timeoutMs);
+
+  /* The manual-reset event that ends the client's thread; signalling it is allowed. Null when the
+   * system gave none. It is the client's. */
+  void* GetShutdownHandle();
+
+  /*
+   * Replaces the event that GetShutdownHandle tells, WaitInitComplete heeds, and the destructor
+   * signals. The new one stays the caller's and open until the client is gone.
+   * Contract: the running thread keeps the event that it began with, and the destructor signals
+   * that one as well. A caller that means to end the thread early signals the first one.
+   */
+  void SetShutdownHandle(void* handle);
+
+ private:
+  struct State;
+  State* state;
+};
+
+#endif

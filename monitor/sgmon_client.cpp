@@ -1,0 +1,163 @@
+#include <vtclass/win32.h>
+
+#include <atomic>
+#include <utility>
+
+#include "config/product_keys.h"
+#include "monitor/wake_up_event.h"
+#include "platform/contained.h"
+#include "platform/owned.h"
+#include "platform/this_module.h"
+#include "vtclass/config.h"
+#include "vtclass/monitor.h"
+#include "vtclass/threads.h"
+
+using vtclass::config::DebugKey;
+using vtclass::monitor::OpenWakeUpEvent;
+using vtclass::platform::Contained;
+using vtclass::platform::HoldThisModule;
+using vtclass::platform::OwnedKernelObject;
+using vtclass::platform::ThisModule;
+
+namespace {
+
+constexpr DWORD kStartLimit = 1000;  // for a thread's first steps
+
+SGMonClient* instance;
+
+bool IsSignalled(HANDLE object) { return ::WaitForSingleObject(object, 0) == WAIT_OBJECT_0; }
+
+bool IsOnFor(SGMonClient::eClient client) {
+  Configuration key;
+  if (!key.Open(Configuration::openOrCreate, DebugKey(), nullptr,
+                Configuration::accessRead | Configuration::accessWrite)) {
+    // Who may not write is still told what is stored.
+    key.Open(Configuration::openExisting, DebugKey(), nullptr, Configuration::accessRead);
+  }
+  unsigned long enabled = 0;
+  unsigned long components = 0;
+  key.Load(L"SGMon Enabled", enabled, 0);
+  key.Load(L"SGMon Components", components, 0);
+  return enabled != 0 && (components & client) != 0;
+}
+
+}  // namespace
+
+struct SGMonClient::State {
+  State(eClient client, void (*callback)(bool)) : client(client), callback(callback) {}
+
+  void StartThread(SGMonClient& owner);
+  void StopThread();
+  bool IsOwnThread() const { return threadId == ::GetCurrentThreadId(); }
+  static DWORD WINAPI Enter(void* owner);
+  DWORD Run(HANDLE shutdown);
+  void Follow(HANDLE wakeUp, HANDLE shutdown);
+
+  const eClient client;
+  void (*const callback)(bool);
+  OwnedKernelObject thread;
+  std::atomic<HANDLE> shutdownEvent{nullptr}; /* the thread's, or the caller's in its place */
+  OwnedKernelObject startedEvent{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  OwnedKernelObject initCompleteEvent{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+
+  OwnedKernelObject threadShutdownEvent{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::atomic<DWORD> threadId{0};
+  bool diesWithThread = false; /* of the thread alone */
+};
+
+RefPointer<SGMonClient> SGMonClient::GetInstance(eClient client, void (*callback)(bool)) {
+  if (!instance) {
+    instance = new SGMonClient(client, callback);
+    instance->AddRef();
+  }
+  return instance;
+}
+
+SGMonClient::SGMonClient(eClient client, void (*callback)(bool))
+    : state(new State(client, callback)) {
+  state->shutdownEvent = state->threadShutdownEvent.Get();
+  // Without these the thread could not be ended safely.
+  if (state->threadShutdownEvent && state->startedEvent) state->StartThread(*this);
+}
+
+SGMonClient::~SGMonClient() {
+  state->StopThread();
+  delete state;
+}
+
+void SGMonClient::Destroy() {
+  if (!state->IsOwnThread()) {
+    delete this;
+    return;
+  }
+  // A thread cannot wait for its own end: it ends first, and deletes the client then.
+  state->diesWithThread = true;
+  ::SetEvent(state->threadShutdownEvent.Get());
+}
+
+void SGMonClient::SetInitComplete() { ::SetEvent(state->initCompleteEvent.Get()); }
+
+void SGMonClient::WaitInitComplete(unsigned long timeoutMs) {
+  if (!state->thread || !state->initCompleteEvent || state->IsOwnThread()) return;
+  const HANDLE ends[] = {state->initCompleteEvent.Get(), state->thread.Get(), state->shutdownEvent};
+  ::WaitForMultipleObjects(ends[2] ? 3 : 2, ends, FALSE, timeoutMs);
+}
+
+void* SGMonClient::GetShutdownHandle() { return state->shutdownEvent; }
+
+void SGMonClient::SetShutdownHandle(void* handle) { state->shutdownEvent = handle; }
+
+void SGMonClient::State::StartThread(SGMonClient& owner) {
+  if (!HoldThisModule()) return;
+  thread.Reset(::CreateThread(nullptr, 0, &Enter, &owner, 0, nullptr));
+  if (!thread) ::FreeLibrary(ThisModule());
+}
+
+void SGMonClient::State::StopThread() {
+  if (!thread || IsOwnThread()) return;
+  ::SetEvent(shutdownEvent);
+  ::SetEvent(threadShutdownEvent.Get());
+  const HANDLE signs[] = {startedEvent.Get(), thread.Get()};
+  if (::WaitForMultipleObjects(2, signs, FALSE, kStartLimit) != WAIT_TIMEOUT) {
+    ::WaitForSingleObject(thread.Get(), INFINITE);
+    return;
+  }
+  // It has run nothing of ours yet, and will not while the loader holds it up: waiting would be for
+  // ever. What it would have given back at its end is given back here.
+  if (!::TerminateThread(thread.Get(), 0)) return;
+  ::WaitForSingleObject(thread.Get(), kStartLimit);
+  ::FreeLibrary(ThisModule());
+}
+
+DWORD WINAPI SGMonClient::State::Enter(void* owner) {
+  auto* const client = static_cast<SGMonClient*>(owner);
+  State& state = *client->state;
+  state.threadId = ::GetCurrentThreadId();
+  const DWORD code = state.Run(state.threadShutdownEvent.Get());
+  if (state.diesWithThread) {
+    delete client;
+  } else {
+    state.threadId = 0;
+  }
+  ::FreeLibraryAndExitThread(ThisModule(), code);
+}
+
+DWORD SGMonClient::State::Run(HANDLE shutdown) {
+  WorkerThread::SetThreadName(::GetCurrentThreadId(), "SGMon");
+  ::SetEvent(startedEvent.Get());
+  OwnedKernelObject wakeUp;
+  const unsigned long status = OpenWakeUpEvent(wakeUp);
+  if (status != ERROR_SUCCESS) return status;
+  if (!IsSignalled(shutdown)) Follow(wakeUp.Get(), shutdown);
+  return ERROR_SUCCESS;
+}
+
+void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) {
+  // The shutdown stands first: it counts even while somebody leaves the wake-up event signalled.
+  const HANDLE events[] = {shutdown, wakeUp};
+  do {
+    const bool isOn = IsOnFor(client);
+    Contained([&] { callback(isOn); });
+    ::SetEvent(initCompleteEvent.Get());
+  } while (::WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0 + 1);
+}

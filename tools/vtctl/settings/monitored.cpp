@@ -1,0 +1,123 @@
+#include "tools/vtctl/settings/monitored.h"
+
+#include <vtclass/win32.h>
+
+#include "tools/vtctl/console.h"
+#include "tools/vtctl/registry/value.h"
+#include "tools/vtctl/system_text.h"
+
+namespace vtctl {
+namespace {
+
+bool SameName(std::wstring_view a, std::wstring_view b) {
+  return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                                static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+}
+
+/* The numbers that the debug log falls back to; everything else counts as 0 or empty. */
+std::wstring UsualValue(const MonitoredValue& value) {
+  if (value.kind == Setting::stringKind) return {};
+  const std::wstring_view name = value.name;
+  if (name == L"MaxDebugFile Size In MB") return L"4";
+  if (name == L"MaxDebugFile Retention Size In MB" || name == L"MaxDebugFile Count") return L"1";
+  return L"0";
+}
+
+/* The first registration watches the logging key, the one of the log path the debug key. */
+const wchar_t* WatchedKey(SettingsKey key) {
+  MonitoredValue value = {};
+  for (unsigned long i = 0; SettingsMonitor::GetMonitoredValue(i, value); ++i) {
+    if (key == SettingsKey::logging || value.kind == Setting::stringKind) break;
+  }
+  return value.key;
+}
+
+}  // namespace
+
+std::vector<MonitoredSetting> MonitoredSettings() {
+  const std::wstring_view logging = WatchedKey(SettingsKey::logging);
+  const std::wstring_view debug = WatchedKey(SettingsKey::debug);
+  std::vector<MonitoredSetting> settings;
+  MonitoredValue value = {};
+  for (unsigned long i = 0; SettingsMonitor::GetMonitoredValue(i, value); ++i) {
+    const SettingsKey key = value.key == logging ? SettingsKey::logging : SettingsKey::debug;
+    const bool isWatched = key == SettingsKey::logging || value.key == debug;
+    settings.push_back({key, isWatched, value, UsualValue(value)});
+  }
+  return settings;
+}
+
+std::optional<MonitoredSetting> FindSetting(std::wstring_view name,
+                                            std::optional<SettingsKey> key) {
+  for (const MonitoredSetting& setting : MonitoredSettings()) {
+    if (key && setting.key != *key) continue;
+    if (SameName(setting.value.name, name)) return setting;
+  }
+  return std::nullopt;
+}
+
+std::wstring TypeText(const MonitoredSetting& setting) {
+  switch (setting.value.kind) {
+    case Setting::stringKind:
+      return L"text";
+    case Setting::rangeKind:
+      return L"number, " + std::to_wstring(setting.value.minimum) + L" to " +
+             std::to_wstring(setting.value.maximum);
+    case Setting::boolKind:
+      return L"switch, 0 or 1";
+    case Setting::sdkDebugLevelKind:
+      return L"debug mask";
+    default:
+      return L"number";
+  }
+}
+
+StoredSetting ReadStored(const MonitoredSetting& setting) {
+  Setting stored = setting.Open();
+  const long status = stored.Read();
+  if (status == E_FAIL) return {};
+  if (status != S_OK) return {std::nullopt, status};
+  unsigned long number = 0;
+  wcstring text;
+  if (stored.GetText(text) == S_OK) return {text, 0};
+  stored.GetNumber(number);
+  return {std::to_wstring(number), 0};
+}
+
+StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {
+  Setting stored = setting.Open();
+  if (setting.IsText()) return {{}, stored.WriteText(text.c_str())};
+  const auto number = ParseNumber(text);
+  if (!number) {
+    return {L"\"" + text + L"\" is no number from 0 to 4294967295 (0xffffffff)"};
+  }
+  const bool fits = *number >= setting.value.minimum && *number <= setting.value.maximum;
+  if (setting.HasRange() && !fits) {
+    return {text + L" is out of the range " + std::to_wstring(setting.value.minimum) + L" to " +
+            std::to_wstring(setting.value.maximum)};
+  }
+  return {{}, stored.WriteNumber(*number)};
+}
+
+nlohmann::ordered_json ToJson(const MonitoredSetting& setting) {
+  nlohmann::ordered_json json = {
+      {"key", ToUtf8(L"HKEY_LOCAL_MACHINE\\" + std::wstring(setting.value.key))},
+      {"name", ToUtf8(setting.value.name)},
+      {"type", ToUtf8(TypeText(setting))}};
+  if (setting.HasRange()) {
+    json["minimum"] = setting.value.minimum;
+    json["maximum"] = setting.value.maximum;
+  }
+  return json;
+}
+
+nlohmann::ordered_json ValueAsJson(const MonitoredSetting& setting,
+                                   const std::optional<std::wstring>& value) {
+  if (!value) return nullptr;
+  if (setting.IsText()) return ToUtf8(*value);
+  return ParseNumber(*value).value_or(0);
+}
+
+std::wstring StatusText(long status) { return SystemText(static_cast<DWORD>(status) & 0xFFFF); }
+
+}  // namespace vtctl

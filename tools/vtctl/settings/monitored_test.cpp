@@ -1,0 +1,82 @@
+#include "tools/vtctl/settings/monitored.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/owned.h"
+#include "tests/support/private_registry.h"
+#include "tools/vtctl/settings/watch_settings.h"
+#include "vtclass/product.h"
+
+namespace vtctl {
+namespace {
+
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsTest() { vtclass::test::MakeKey(L"Software"); }
+  ~SettingsTest() override { CMS_SetProd(0); }
+  vtclass::test::PrivateRegistry registry;
+};
+
+TEST_F(SettingsTest, Store_ChecksTypeAndRange_AndReadsBack) {
+  const struct {
+    const wchar_t* name;
+    std::optional<SettingsKey> key;
+    const wchar_t* text;
+    bool fits;
+  } rows[] = {{L"engine ndmp debug level", {}, L"2", true},
+              {L"Engine NDMP Debug Level", {}, L"3", false},
+              {L"MaxDebugFile Append", {}, L"2", false},
+              {L"MaxDebugFile Count", SettingsKey::debug, L"4294967295", true},
+              {L"CreateDebugLog", {}, L"4294967296", false},
+              {L"CreateDebugLog", {}, L"", false},
+              {L"VTMSDKLevel", {}, L"15", true},
+              {L"Path", {}, L"C:\\Logs", true}};
+  for (const auto& row : rows) {
+    const auto setting = FindSetting(row.name, row.key);
+    ASSERT_TRUE(setting) << testing::PrintToString(row.name);
+    const StoreResult result = Store(*setting, row.text);
+    EXPECT_EQ(result.problem.empty(), row.fits) << testing::PrintToString(row.text);
+    EXPECT_EQ(result.status, 0);
+    if (row.fits) EXPECT_EQ(ReadStored(*setting).value, row.text);
+  }
+  EXPECT_FALSE(FindSetting(L"Path", SettingsKey::logging));
+  EXPECT_FALSE(ReadStored(*FindSetting(L"MaxDebugFile Count", SettingsKey::logging)).value);
+}
+
+TEST_F(SettingsTest, SiblingProduct_OneSettingIsNotWatched) {
+  for (const unsigned long product : {0ul, 1ul}) {
+    CMS_SetProd(product);
+    const auto settings = MonitoredSettings();
+    const auto isWatched = [](const MonitoredSetting& setting) { return setting.isWatched; };
+    EXPECT_EQ(settings.size(), 17u);
+    EXPECT_EQ(std::count_if(settings.begin(), settings.end(), isWatched), 17 - int(product));
+  }
+}
+
+TEST_F(SettingsTest, Watch_TellsTheChangeWithTheValueBefore) {
+  const auto level = FindSetting(L"Engine NDMP Debug Level", {});
+  const auto path = FindSetting(L"Path", {});
+  ASSERT_TRUE(Store(*level, L"1").problem.empty());
+  const vtclass::platform::OwnedKernelObject end(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  int seen = 0;
+  EXPECT_TRUE(WatchSettings(
+      MonitoredSettings(), end.Get(), 20000, [&] { Store(*level, L"2"); },
+      [&](const MonitoredSetting& setting, const auto& before, const std::wstring& now) {
+        if (++seen == 1) {
+          EXPECT_EQ(setting.value.name, std::wstring(L"Engine NDMP Debug Level"));
+          EXPECT_EQ(before, L"1");
+          EXPECT_EQ(now, L"2");
+          Store(*path, L"C:\\Logs");
+        } else {
+          EXPECT_FALSE(before);
+          EXPECT_EQ(now, L"C:\\Logs");
+          ::SetEvent(end.Get());
+        }
+      }));
+  EXPECT_EQ(seen, 2);
+}
+
+}  // namespace
+}  // namespace vtctl

@@ -1,0 +1,29 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SETTINGS_WATCH_SETTINGS_H
+#define VTCLASS_TOOLS_VTCTL_SETTINGS_WATCH_SETTINGS_H
+
+#include <vtclass/win32.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tools/vtctl/settings/monitored.h"
+
+namespace vtctl {
+
+/* Called for each change with the value before (nothing when none was stored) and the new one. */
+using SettingChanged =
+    std::function<void(const MonitoredSetting& setting, const std::optional<std::wstring>& before,
+                       const std::wstring& now)>;
+
+/*
+ * Follows `settings` through the settings monitor, as the product's components do, until `end` is
+ * signalled or the milliseconds are over. `ready` is called once changes are followed. Both
+ * functions run on the calling thread. False when the monitor could not take the settings.
+ */
+bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DWORD milliseconds,
+                   const std::function<void()>& ready, const SettingChanged& changed);
+
+}  // namespace vtctl
+
+#endif

@@ -1,0 +1,177 @@
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "platform/critical_section.h"
+#include "platform/owned.h"
+#include "tools/vtctl/command.h"
+#include "tools/vtctl/console.h"
+#include "tools/vtctl/interrupt.h"
+#include "tools/vtctl/system_text.h"
+#include "vtclass/monitor.h"
+#include "vtclass/product.h"
+
+namespace vtctl {
+namespace {
+
+using vtclass::platform::CriticalSection;
+using vtclass::platform::OwnedKernelObject;
+using vtclass::platform::ScopedLock;
+
+constexpr wchar_t kWakeUpEvent[] = L"Global\\SGMonWakeUp";
+
+constexpr const char* kExamples =
+    "Monitoring is switched on by two values of the product's debug key: \"SGMon Enabled\" (1 is "
+    "on)\n"
+    "and \"SGMon Components\" (the sum of engine 1, agent 2, device-media 4, catalog 8, "
+    "job-manager\n"
+    "16, ndmp 32, library 64). Components look again when they are woken.\n"
+    "\n"
+    "Examples (KEY is \"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Debug\"):\n"
+    "  vtctl sgmon watch agent --for 60\n"
+    "      what the agent is told, now and at each wake-up\n"
+    "  vtctl registry set KEY \"SGMon Enabled\" 1 --type dword\n"
+    "  vtctl registry set KEY \"SGMon Components\" 6 --type dword\n"
+    "  vtctl sgmon wake\n"
+    "      make every component of this machine look again";
+
+constexpr struct {
+  const char* name;
+  SGMonClient::eClient client;
+} kComponents[] = {{"engine", SGMonClient::eEngine},
+                   {"agent", SGMonClient::eAgent},
+                   {"device-media", SGMonClient::eDeviceMedia},
+                   {"catalog", SGMonClient::eCatalog},
+                   {"job-manager", SGMonClient::eJobManager},
+                   {"ndmp", SGMonClient::eNdmp},
+                   {"library", SGMonClient::eLibrary}};
+
+struct SgmonArguments {
+  std::string component;
+  unsigned long product = 0;
+  unsigned seconds = 0;
+  bool json = false;
+};
+
+int Fail(int exitCode, const std::wstring& sentence) {
+  PrintError(L"vtctl: " + sentence + L"\n");
+  return exitCode;
+}
+
+/* What the client's thread was told, for the thread that prints: the client's callback has no
+ * context. */
+struct Told {
+  OwnedKernelObject arrived;
+  std::atomic<unsigned> count = 0;
+  std::atomic<bool> isOn = false;
+} told;
+
+void OnMonitoring(bool on) {
+  told.isOn = on;
+  ++told.count;
+  ::SetEvent(told.arrived.Get());
+}
+
+void PrintTold(const SgmonArguments& arguments) {
+  if (arguments.json) {
+    const nlohmann::ordered_json line = {{"component", arguments.component},
+                                         {"monitoring", told.isOn.load()}};
+    PrintUtf8(line.dump() + "\n");
+    return;
+  }
+  Print(ClockTime() + L"  " + FromUtf8(arguments.component) + L": monitoring is " +
+        (told.isOn ? L"on\n" : L"off\n"));
+}
+
+int Watch(const SgmonArguments& arguments) {
+  const auto component =
+      std::find_if(std::begin(kComponents), std::end(kComponents),
+                   [&](const auto& row) { return arguments.component == row.name; });
+  told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const ULONGLONG end = ::GetTickCount64() + arguments.seconds * 1000ULL;
+  const RefPointer<SGMonClient> client(new SGMonClient(component->client, &OnMonitoring));
+  const HANDLE handles[] = {told.arrived.Get(), InterruptEvent()};
+  for (;;) {
+    const ULONGLONG now = ::GetTickCount64();
+    const DWORD left = arguments.seconds == 0 ? INFINITE
+                       : now >= end           ? 0
+                                              : static_cast<DWORD>(end - now);
+    const DWORD result = ::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, left);
+    if (result == WAIT_OBJECT_0 + 1) return kExitCancelled;
+    if (result != WAIT_OBJECT_0) break;
+    PrintTold(arguments);
+  }
+  if (told.count > 0) return kExitClean;
+  return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened.");
+}
+
+int Wake(const SgmonArguments&) {
+  constexpr int kSignals = 2;
+  constexpr DWORD kBetween = 200;
+  const OwnedKernelObject event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, kWakeUpEvent));
+  if (!event) {
+    const DWORD status = ::GetLastError();
+    if (status == ERROR_FILE_NOT_FOUND) {
+      return Fail(kExitWarnings, L"Nobody is there to wake: no component is monitoring now.");
+    }
+    return Fail(kExitNoInput, L"The wake-up event cannot be opened: " + SystemText(status));
+  }
+  /* Reset at once, or the components look again without pause. A component that is just looking
+   * misses that signal, and may have read what was stored before: the second one is for it. */
+  for (int i = 0; i < kSignals; ++i) {
+    if (i > 0) ::Sleep(kBetween);
+    ::SetEvent(event.Get());
+    ::ResetEvent(event.Get());
+  }
+  Print(L"All components that are monitoring have been woken.\n");
+  return kExitClean;
+}
+
+void SetRun(CLI::App* command, ChosenCommand& chosen,
+            const std::shared_ptr<SgmonArguments>& arguments,
+            int (*operation)(const SgmonArguments&)) {
+  command->footer(kExamples);
+  command->callback([&chosen, arguments, operation] {
+    chosen.run = [arguments, operation] {
+      CMS_SetProd(arguments->product);
+      return operation(*arguments);
+    };
+  });
+}
+
+}  // namespace
+
+void AddSgmonCommand(CLI::App& app, ChosenCommand& chosen) {
+  CLI::App* sgmon = app.add_subcommand(
+      "sgmon", "See whether service-group monitoring is on, and wake its components");
+  sgmon->require_subcommand(1);
+  sgmon->footer(kExamples);
+  const auto arguments = std::make_shared<SgmonArguments>();
+  std::vector<std::string> names;
+  for (const auto& row : kComponents) names.emplace_back(row.name);
+
+  CLI::App* watch = sgmon->add_subcommand("watch", "Print what a component is told, as it comes");
+  watch->add_option("COMPONENT", arguments->component, "One of the components below")
+      ->required()
+      ->check(CLI::IsMember(names))
+      ->option_text(" ");
+  watch->add_option("--for", arguments->seconds, "End after so many seconds")
+      ->check(CLI::Range(1U, 1000000U))
+      ->option_text("SECONDS");
+  watch->add_option("--product", arguments->product, "1 for the sibling product's registry root")
+      ->option_text("N");
+  watch->add_flag("--json", arguments->json, "One JSON object each time");
+  SetRun(watch, chosen, arguments, Watch);
+
+  CLI::App* wake = sgmon->add_subcommand("wake", "Make every component of this machine look again");
+  SetRun(wake, chosen, arguments, Wake);
+}
+
+}  // namespace vtctl

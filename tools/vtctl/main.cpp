@@ -83,6 +83,7 @@ int Run() {
   ChosenCommand chosen;
   AddSessionCommand(app, chosen);
   AddJobLogCommand(app, chosen);
+  AddDebugLogCommand(app, chosen);
   AddRegistryCommand(app, chosen);
   AddSettingsCommand(app, chosen);
   AddSgmonCommand(app, chosen);

@@ -1,6 +1,7 @@
 #include "log/debug_log_fixture.h"
 #include "log/file_faults.h"
 #include "platform/owned.h"
+#include "tests/support/handle_counter.h"
 
 namespace vtclass::test {
 namespace {
@@ -96,6 +97,7 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
   Limit(3);
   constexpr int kLines = 175;
   for (const auto& row : rows) {
+    const HandleCounter handles;
     DebugLog log(messages, 1, nullptr);
     ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
     int n = 0;
@@ -113,6 +115,8 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
     EXPECT_EQ(Numbers(), Upwards(kLines, n)) << row.held;
     EXPECT_LT(LinesIn(path).size(), 31u) << "rolled";
     EXPECT_EQ(log.GetLostLines(), 0u);
+    EXPECT_TRUE(log.Close());
+    EXPECT_EQ(handles.Open(), 0);
   }
 }
 
@@ -162,7 +166,6 @@ TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
     DebugLog log(messages, 0, nullptr);
     ASSERT_EQ(log.Open(openAppend, live.c_str()), 1);
     EXPECT_TRUE(log.print(L"12345678\n"));
-    refusedName = L"2";  // a CREATE_ALWAYS that another program's handle refuses
     {
       const OwnedFile held(
           ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -95,7 +95,8 @@ std::wstring LimitText(const DebugLogSettings& settings) {
   switch (settings.mode) {
     case DebugLogSettings::renames:
       return Megabytes(settings.maximumSize) + L" in " + std::to_wstring(settings.count) +
-             L" rotated files " + settings.extension + L"1 ...; the file rolls at " +
+             L" rotated files (" + settings.extension + L"1, oldest, to " + settings.extension +
+             std::to_wstring(settings.count) + L"); the file rolls at " +
              std::to_wstring(settings.maximumSize / settings.count) + L" bytes";
     case DebugLogSettings::wraps:
       return L"one file that wraps at " + Megabytes(settings.maximumSize) + L" and keeps " +
@@ -126,8 +127,9 @@ struct Writing {
 };
 
 void PrintWritten(const DebugLog& log, const Writing& writing) {
-  Print(L"Written: " + std::to_wstring(writing.written) + L" lines, the last ones to " +
-        ShownPath(log.GetFileName()) + L"\n");
+  const std::wstring where =
+      writing.written == 0 ? L"" : L", the last ones to " + ShownPath(log.GetFileName());
+  Print(L"Written: " + std::to_wstring(writing.written) + L" lines" + where + L"\n");
   const unsigned long long lost = log.GetLostLines();
   if (writing.refused > lost) {
     Print(L"Not written while the log was off: " + std::to_wstring(writing.refused - lost) + L"\n");

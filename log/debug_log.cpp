@@ -32,15 +32,15 @@ int DebugLog::State::Refuse(unsigned long code) {
   return 0;
 }
 
-// The first path gives the simple roll its base name.
-void DebugLog::State::SetPath(const wcstring& path) {
-  wcstring name(path);
+// The first path gives the simple roll its base name. What a policy has begun belongs to its path.
+void DebugLog::State::SetPath(wcstring&& path) {
   if (baseName.empty()) {
-    SplitName split = SplitAtExtension(name);
+    SplitName split = SplitAtExtension(path);
     baseName = split.base;
     extension = split.extension;
   }
-  fileName.swap(name);
+  if (path != fileName) sizeLimit = MakePolicy(limits);
+  fileName.swap(path);
 }
 
 int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
@@ -54,7 +54,9 @@ int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
     return Refuse(failure);
   }
   // The analysis does not see through the call that the lock is held here.
-  const auto set = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) { SetPath(name); };
+  const auto set = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
+    SetPath(std::move(name));
+  };
   if (!FindsMemory(set, &code)) return Refuse(code);
   file = std::move(opened);
   fileSize = size;

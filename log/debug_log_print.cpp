@@ -129,7 +129,7 @@ unsigned long DebugLog::State::FillFormat(const wchar_t* format, va_list argumen
                                           WideView* text) {
   int length = FormatText(formatBuffer.get(), formatCapacity, format, arguments);
   if (length >= 0 && static_cast<std::size_t>(length) < kMostFormat) {
-    const std::size_t characters = static_cast<std::size_t>(length);
+    const auto characters = static_cast<std::size_t>(length);
     if (characters >= formatCapacity) {
       if (!MakeRoom(characters + 1, formatBuffer, formatCapacity)) return ERROR_NOT_ENOUGH_MEMORY;
       length = FormatText(formatBuffer.get(), formatCapacity, format, arguments);

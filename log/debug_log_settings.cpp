@@ -99,7 +99,7 @@ void DebugLog::State::LoadSettings(bool storeDefaults) {
     limits = std::move(wanted);
     untilRetry = 0;
   }
-  if (found.refused) status = E_INVALIDARG;
+  status = found.refused ? E_INVALIDARG : S_OK;
   createDebugLog = found.createDebugLog;
   settings = std::move(found);
 }
@@ -112,7 +112,8 @@ int DebugLog::State::Follow() {
 int DebugLog::State::SwitchOn() {
   const int opened = Reopen();
   isOpen = opened != 0;
-  return opened ? PrintShort(kLoggingOn, false) : 0;
+  if (opened) PrintShort(kLoggingOn, false);
+  return opened;
 }
 
 int DebugLog::State::Reopen() {

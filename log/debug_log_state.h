@@ -26,7 +26,7 @@ struct DebugLog::State {
   int Follow() VTCLASS_REQUIRES(lock);
   int SwitchOn() VTCLASS_REQUIRES(lock);
   int SwitchOff() VTCLASS_REQUIRES(lock);
-  void SetPath(const wcstring& path) VTCLASS_REQUIRES(lock);
+  void SetPath(wcstring&& path) VTCLASS_REQUIRES(lock);
 
   /* In between the settings are followed as they change. Neither may hold the lock: the monitor
    * calls back under its own, and the callbacks take this one. */

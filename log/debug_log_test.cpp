@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "log/debug_log_fixture.h"
@@ -159,23 +160,25 @@ TEST_F(DebugLogTest, SteadyState_AllocatesNothing) {
 TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   Limit(1);
   const std::wstring large(3000, L'\x00FC');
-  for (const int which : {0, 1, 2, 3}) {
+  const std::function<int(DebugLog&)> operations[] = {
+      [&](DebugLog& log) { return log.print(L"%s", large.c_str()); },
+      [&](DebugLog& log) { return log.print(1u, large.c_str(), 3); },
+      [&](DebugLog& log) { return log.Open(createAlways, (folder / L"other").c_str()); },
+      [](DebugLog& log) { return log.UpdateSettings(); }};
+  for (const auto& operation : operations) {
     bool failed = true;
     for (long n = 1; failed; ++n) {
-      StringResourceMgr fresh;
+      StringResourceMgr fresh;  // nothing cached
       DebugLog log(fresh, 0, L"Path");
-      if (which != 3) ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+      ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
       int result = 0;
       {
         Allocations allocations;
         allocations.FailAt(n);
-        result = which == 0   ? log.print(L"%s", large.c_str())
-                 : which == 1 ? log.print(1u, large.c_str(), 3)
-                 : which == 2 ? log.UpdateSettings()
-                              : log.Open(createAlways, path.c_str());
+        result = operation(log);
         failed = allocations.Failed();
       }
-      EXPECT_TRUE(failed || result != 0) << which << " " << n;
+      EXPECT_TRUE(failed || result != 0) << n;
       if (result == 0) EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
       EXPECT_TRUE(log.Open(createAlways, path.c_str()) && log.print(L"%s", large.c_str()));
       ASSERT_LT(n, 100);

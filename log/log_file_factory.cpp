@@ -20,7 +20,7 @@ DebugLog* LogFileFactory::CreateDebugLog(const wchar_t* pathValueName, const wch
   auto log = std::make_unique<DebugLog>(messages, debugLogMode, pathValueName);
   {
     const vtclass::platform::ScopedLock hold(log->state->lock);
-    log->state->SetPath(wcstring(fileName));
+    log->state->fileName = wcstring(fileName);
   }
   log->state->Subscribe();
   return log.release();

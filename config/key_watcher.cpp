@@ -1,44 +1,23 @@
 #include "config/key_watcher.h"
 
-#include <optional>
-
 #include "config/hresult.h"
 #include "config/no_throw.h"
 #include "config/setting_change.h"
-#include "vtclass/config.h"
 
 namespace vtclass::config {
 
 using platform::CriticalSection;
 using platform::ScopedLock;
 
-namespace {
-
-/* The key of one pass over the settings, opened by the first setting that needs it, once for all of
- * them: opening costs more than reading a value. */
-class KeyOfPass {
- public:
-  explicit KeyOfPass(const wcstring& path) : path(path) {}
-
-  /* The key below `root`, null when it cannot be opened. */
-  Configuration* Below(HKEY root) {
-    if (!key || root != openRoot) {
-      key.emplace(root);
-      openRoot = root;
-      isOpen = key->Open(Configuration::openExisting, path.c_str(), nullptr,
-                         Configuration::accessRead | Configuration::accessWrite);
-    }
-    return isOpen ? &*key : nullptr;
+Configuration* ReadingKey::Below(HKEY root, const wcstring& path) {
+  if (!key || root != openRoot) {
+    key.emplace(root);
+    openRoot = root;
+    isOpen = key->Open(Configuration::openExisting, path.c_str(), nullptr,
+                       Configuration::accessRead | Configuration::accessWrite);
   }
-
- private:
-  const wcstring& path;
-  std::optional<Configuration> key;
-  HKEY openRoot = nullptr;
-  bool isOpen = false;
-};
-
-}  // namespace
+  return isOpen ? &*key : nullptr;
+}
 
 WatchedEvent::WatchedEvent() : WatchedEvent(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 WatchedEvent::WatchedEvent(HANDLE created) : Waitable(created), event(created) {}
@@ -69,6 +48,8 @@ long KeyWatcher::AskForSignal() {
 }
 
 long KeyWatcher::Rearm() {
+  // The look that follows opens the key anew: the one in hand may be a deleted one's.
+  readingKey.Close();
   if (AskForSignal() == S_OK) return S_OK;
   // Most likely ERROR_KEY_DELETED: a handle of a deleted key stays dead when a key of that name
   // comes back. Closing it may set the event; the look that follows finds nothing new then.
@@ -87,14 +68,13 @@ long KeyWatcher::Collect(const Settings& current) {
 
 long KeyWatcher::ProcessChanges(CriticalSection& lock) {
   long result = S_OK;
-  KeyOfPass keyOfPass(path);
   for (const void* const cookie : snapshot) {
     const ScopedLock hold(lock);
     // Looked up anew: a callback or another thread may have removed the setting since, and another
     // one may live at its address.
     const auto found = settings.find(cookie);
     if (found == settings.end() || found->second->subkey != path) continue;
-    Configuration* const open = keyOfPass.Below(found->second->root);
+    Configuration* const open = readingKey.Below(found->second->root, path);
     SettingChange change;
     if (open && found->second->Refresh(*open, change) == S_OK) result = change.Deliver();
   }

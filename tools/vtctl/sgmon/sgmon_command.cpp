@@ -4,6 +4,7 @@
 #include <atomic>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -25,6 +26,7 @@ using vtclass::platform::CriticalSection;
 using vtclass::platform::OwnedKernelObject;
 using vtclass::platform::ScopedLock;
 
+constexpr ULONGLONG kOneSignal = 500; /* milliseconds */
 constexpr wchar_t kWakeUpEvent[] = L"Global\\SGMonWakeUp";
 
 constexpr const char* kExamples =
@@ -79,15 +81,35 @@ void OnMonitoring(bool on) {
   ::SetEvent(told.arrived.Get());
 }
 
-void PrintTold(const SgmonArguments& arguments) {
+void PrintTold(const SgmonArguments& arguments, bool isOn) {
   if (arguments.json) {
-    const nlohmann::ordered_json line = {{"component", arguments.component},
-                                         {"monitoring", told.isOn.load()}};
+    const nlohmann::ordered_json line = {{"component", arguments.component}, {"monitoring", isOn}};
     PrintUtf8(line.dump() + "\n");
     return;
   }
   Print(ClockTime() + L"  " + FromUtf8(arguments.component) + L": monitoring is " +
-        (told.isOn ? L"on\n" : L"off\n"));
+        (isOn ? L"on\n" : L"off\n"));
+}
+
+/* Prints until the time is over; false when the operator interrupts. */
+bool PrintAsItComes(const SgmonArguments& arguments) {
+  const ULONGLONG end = ::GetTickCount64() + arguments.seconds * 1000ULL;
+  const HANDLE handles[] = {told.arrived.Get(), InterruptEvent()};
+  std::optional<bool> shown;
+  ULONGLONG shownAt = 0;
+  for (;;) {
+    const ULONGLONG now = ::GetTickCount64();
+    const DWORD limit = now >= end ? 0 : static_cast<DWORD>(end - now);
+    const DWORD result = ::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE,
+                                                  arguments.seconds == 0 ? INFINITE : limit);
+    if (result != WAIT_OBJECT_0) return result != WAIT_OBJECT_0 + 1;
+    /* One signal may make the component look several times in a row, which is one line. */
+    const bool isOn = told.isOn;
+    if (shown == isOn && ::GetTickCount64() - shownAt < kOneSignal) continue;
+    PrintTold(arguments, isOn);
+    shown = isOn;
+    shownAt = ::GetTickCount64();
+  }
 }
 
 int Watch(const SgmonArguments& arguments) {
@@ -95,19 +117,8 @@ int Watch(const SgmonArguments& arguments) {
       std::find_if(std::begin(kComponents), std::end(kComponents),
                    [&](const auto& row) { return arguments.component == row.name; });
   told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  const ULONGLONG end = ::GetTickCount64() + arguments.seconds * 1000ULL;
   const RefPointer<SGMonClient> client(new SGMonClient(component->client, &OnMonitoring));
-  const HANDLE handles[] = {told.arrived.Get(), InterruptEvent()};
-  for (;;) {
-    const ULONGLONG now = ::GetTickCount64();
-    const DWORD left = arguments.seconds == 0 ? INFINITE
-                       : now >= end           ? 0
-                                              : static_cast<DWORD>(end - now);
-    const DWORD result = ::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, left);
-    if (result == WAIT_OBJECT_0 + 1) return kExitCancelled;
-    if (result != WAIT_OBJECT_0) break;
-    PrintTold(arguments);
-  }
+  if (!PrintAsItComes(arguments)) return kExitCancelled;
   if (told.count > 0) return kExitClean;
   return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened.");
 }

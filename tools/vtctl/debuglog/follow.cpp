@@ -8,13 +8,13 @@
 namespace vtctl::debuglog {
 namespace {
 
-constexpr std::size_t kChunk = 256 * 1024;
+constexpr std::size_t kChunk = 0x40000;
 /* What is remembered to find the place again in a file that has wrapped. */
 constexpr std::size_t kRemembered = 4096;
 /* A line that is longer is shown in pieces. */
-constexpr std::size_t kLongestLine = 1024 * 1024;
+constexpr std::size_t kLongestLine = 0x100000;
 /* At this size a log without limits goes on in a further file. */
-constexpr uint64_t kSimpleRollSize = 20 * 1024 * 1024;
+constexpr uint64_t kSimpleRollSize = 0x1400000;
 
 }  // namespace
 

@@ -77,8 +77,9 @@ std::wstring ShownText(std::string_view bytes, Encoding encoding) {
 }
 
 std::optional<RotatedPart> RotatedPartOf(std::wstring_view liveName, std::wstring_view name) {
-  if (name.size() <= liveName.size() ||
-      ::CompareStringOrdinal(name.data(), static_cast<int>(liveName.size()), liveName.data(),
+  if (name.size() <= liveName.size()) return std::nullopt;
+  const std::wstring_view head = name.substr(0, liveName.size());
+  if (::CompareStringOrdinal(head.data(), static_cast<int>(head.size()), liveName.data(),
                              static_cast<int>(liveName.size()), TRUE) != CSTR_EQUAL) {
     return std::nullopt;
   }

@@ -63,7 +63,8 @@ std::unique_ptr<DebugLog> ourLog;
 std::unique_ptr<spdlog::logger> peerLog;
 HANDLE rawFile = INVALID_HANDLE_VALUE;
 
-void MakeOurs(Encoding encoding, Limit limit) {
+template <Encoding encoding, Limit limit>
+void MakeOurs(const benchmark::State&) {
   const Settings settings(limit);
   StringResourceMgr messages;
   ourLog = std::make_unique<DebugLog>(messages, encoding, nullptr);
@@ -77,7 +78,8 @@ void OurLine(benchmark::State& state) {
 
 void OurTeardown(const benchmark::State&) { ourLog.reset(); }
 
-void MakePeer(Limit limit) {
+template <Limit limit>
+void MakePeer(const benchmark::State&) {
   spdlog::sink_ptr sink;
   if (limit == rotating) {
     sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(kPeerFile, kFileBytes, kFiles);
@@ -114,17 +116,18 @@ void RawWrite(benchmark::State& state, Encoding encoding) {
 
 void RawTeardown(const benchmark::State&) { const OwnedFile closing(rawFile); }
 
+using MakeLog = void (*)(const benchmark::State&);
+
 void Register(Encoding encoding, Limit limit, int threads) {
+  static constexpr MakeLog kMakeOurs[2][2] = {
+      {MakeOurs<ansi, endless>, MakeOurs<ansi, rotating>},
+      {MakeOurs<unicode, endless>, MakeOurs<unicode, rotating>}};
+  static constexpr MakeLog kMakePeer[2] = {MakePeer<endless>, MakePeer<rotating>};
   const std::string name = std::string("DebugLog/") + (encoding == unicode ? "Utf16" : "Ansi") +
                            (limit == rotating ? "Rotating" : "") + (threads > 1 ? "By4" : "By1");
   // One wall clock for all threads; the time is that of a line, whoever prints it.
   benchmark::RegisterBenchmark((name + "/ours").c_str(), OurLine)
-      ->Setup(
-          limit == rotating
-              ? (encoding == unicode ? [](const benchmark::State&) { MakeOurs(unicode, rotating); }
-                                     : [](const benchmark::State&) { MakeOurs(ansi, rotating); })
-              : (encoding == unicode ? [](const benchmark::State&) { MakeOurs(unicode, endless); }
-                                     : [](const benchmark::State&) { MakeOurs(ansi, endless); }))
+      ->Setup(kMakeOurs[encoding][limit])
       ->Teardown(OurTeardown)
       ->Threads(threads)
       ->UseRealTime();
@@ -135,8 +138,7 @@ void Register(Encoding encoding, Limit limit, int threads) {
       ->Threads(threads)
       ->UseRealTime();
   benchmark::RegisterBenchmark((name + "/peer_spdlog").c_str(), PeerLine)
-      ->Setup(limit == rotating ? [](const benchmark::State&) { MakePeer(rotating); }
-                                : [](const benchmark::State&) { MakePeer(endless); })
+      ->Setup(kMakePeer[limit])
       ->Teardown(PeerTeardown)
       ->Threads(threads)
       ->UseRealTime();

@@ -49,7 +49,8 @@ class DebugLogTest : public ::testing::Test {
   static std::vector<std::wstring> LinesIn(const std::wstring& file) {
     std::vector<std::wstring> lines;
     const std::wstring text = TextIn(file);
-    for (std::size_t at = 0, end; (end = text.find(L"\r\n", at)) != text.npos; at = end + 2) {
+    for (std::size_t at = 0, end; (end = text.find(L"\r\n", at)) != std::wstring::npos;
+         at = end + 2) {
       lines.push_back(text.substr(at, end - at));
     }
     return lines;

@@ -197,7 +197,7 @@ TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {
     const std::wstring line = std::to_wstring(100000 + n) + std::wstring(1992, L'-') + L"\r\n";
     whole.append(reinterpret_cast<const char*>(line.data()), line.size() * sizeof(wchar_t));
   }
-  const std::string newest = whole.substr(whole.size() - 262 * 4000);
+  const std::string newest = whole.substr(whole.size() - std::size_t{262} * 4000);
   for (const bool isShort : {false, true}) {
     int failures = 0;
     for (int n = 1, calls = n; n <= calls; n += n < 12 || n > calls - 8 ? 1 : 13) {

@@ -191,6 +191,7 @@ constexpr int kThreads = 4;
 
 void PrintNumbered(DebugLog& log, int lines) {
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&log, thread, lines] {
       const std::wstring tail(600, static_cast<wchar_t>(L'a' + thread));
@@ -239,6 +240,7 @@ TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
   std::atomic<int> running = kThreads;
   std::atomic<std::size_t> written = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&] {
       for (int n = 0; n < 2000; ++n) written += static_cast<std::size_t>(log.print(L"line\n"));
@@ -281,7 +283,7 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_EQ(log->print(L"x"), 0);
   DWORD type = REG_NONE;
   EXPECT_EQ(StoredValue(config::LoggingKey(), L"MaxDebugFile Append", &type).size(), 4u);
-  EXPECT_FALSE(StoredValue(config::LoggingKey(), L"MaxDebugFile Enabled").size()) << "not written";
+  EXPECT_TRUE(StoredValue(config::LoggingKey(), L"MaxDebugFile Enabled").empty()) << "not written";
 }
 
 template <typename Condition>

@@ -30,9 +30,9 @@ TEST(SizeLimits, LimitsFrom_DefaultsAndRefusals) {
   constexpr std::uint64_t kMB = 1 << 20;
   const struct {
     SizeSettings settings;
-    bool usable;
-    LimitMode mode;
-    std::uint64_t threshold, retention;
+    bool usable = false;
+    LimitMode mode = LimitMode::simpleRoll;
+    std::uint64_t threshold = 0, retention = 0;
   } rows[] = {
       {{.enabled = 0, .count = 0}, true, LimitMode::simpleRoll, 20 * kMB, 0},
       {{.enabled = 1}, true, LimitMode::rename, 4 * kMB, kMB},

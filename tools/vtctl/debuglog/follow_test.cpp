@@ -37,10 +37,9 @@ TEST(TraceText, Names_OfRotatedAndFurtherFiles) {
                               L"trace.lox.bak1", L"trace.log.bak12345678901"}) {
     EXPECT_FALSE(RotatedPartOf(L"trace.log", name)) << ToUtf8(name);
   }
-  const auto part = RotatedPartOf(L"trace.log", L"TRACE.LOG.bak12");
-  ASSERT_TRUE(part);
-  EXPECT_EQ(part->extension, L".bak");
-  EXPECT_EQ(part->number, 12u);
+  const auto part = RotatedPartOf(L"trace.log", L"TRACE.LOG.bak12").value_or(RotatedPart{});
+  EXPECT_EQ(part.extension, L".bak");
+  EXPECT_EQ(part.number, 12u);
   EXPECT_EQ(FurtherName(L"C:\\a.b\\trace.log", 1), L"C:\\a.b\\trace-2.log");
   EXPECT_EQ(FurtherName(L"C:\\a.b\\trace", 9), L"C:\\a.b\\trace-10");
 }

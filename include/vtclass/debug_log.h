@@ -44,10 +44,11 @@ struct DebugLogSettings {
  *   MaxDebugFile Append                0; kept for its readers
  *   MaxDebugFile Msg                   0; kept for its readers
  *
- * Reading a missing value writes its default (the numbers above) back, except the first two. A
- * count or an extension beyond its range means the simple roll. A log that
- * LogFileFactory::CreateDebugLog has made follows them while it runs; any other one reads them in
- * its constructor and in UpdateSettings.
+ * The constructor and UpdateSettings store the defaults above where a value that they look for is
+ * missing: that of MaxDebugFile Append always, the others while limits are enabled, and none for
+ * the first three. A count or an extension beyond its range means the simple roll. A log that
+ * LogFileFactory::CreateDebugLog has made follows all of them while it runs, Ext and Msg at the
+ * next change of another one; any other log reads them in its constructor and in UpdateSettings.
  *
  * Limits. Before a line is written the size of the file so far is looked at:
  *   rename  at maximum / count the file becomes rotated file `count` (trace.log.bak3); the others

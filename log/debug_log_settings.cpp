@@ -54,15 +54,17 @@ struct SettingReader {
   const bool storeDefaults;
 };
 
-// The limits are read, and their defaults stored, only where they are to count.
-SizeSettings LoadSizeSettings(SettingReader reader) {
+// Defaults are stored only where the limits are to count. All of them are read in any case: a log
+// that follows the settings hears of changes alone.
+SizeSettings LoadSizeSettings(Configuration& key, bool storeDefaults) {
   SizeSettings stored;
-  stored.enabled = LoadOr0(reader.key, L"MaxDebugFile Enabled");
-  if (stored.enabled == 0) return stored;
+  stored.append = SettingReader{key, storeDefaults}.Load(L"MaxDebugFile Append", stored.append);
+  stored.enabled = LoadOr0(key, L"MaxDebugFile Enabled");
+  SettingReader reader{key, storeDefaults && stored.enabled != 0};
   stored.sizeMB = reader.Load(L"MaxDebugFile Size In MB", stored.sizeMB);
   stored.retentionMB = reader.Load(L"MaxDebugFile Retention Size In MB", stored.retentionMB);
   stored.count = reader.Load(L"MaxDebugFile Count", stored.count);
-  stored.limitMode = LoadOr0(reader.key, L"MaxDebugFile LimitMode");
+  stored.limitMode = LoadOr0(key, L"MaxDebugFile LimitMode");
   stored.message = reader.Load(L"MaxDebugFile Msg", stored.message);
   stored.extension = reader.Load(L"MaxDebugFile Ext", stored.extension);
   return stored;
@@ -75,17 +77,19 @@ DebugLogSettings::Mode ModeOf(LimitMode mode) {
 
 }  // namespace
 
-// Callbacks store no defaults: whoever is setting several values one after the other would find
-// the later ones replaced by what was missing a moment ago.
 void DebugLog::State::LoadSettings(bool storeDefaults) {
   Configuration key;
   OpenLoggingKey(key);
-  SettingReader reader{key, storeDefaults};
-  const SizeSettings stored = LoadSizeSettings(reader);
+  stored = LoadSizeSettings(key, storeDefaults);
+  createDebugLog = LoadOr0(key, L"CreateDebugLog");
+  ApplySettings();
+}
+
+void DebugLog::State::ApplySettings() {
   SizeLimits wanted;
   DebugLogSettings found;
-  found.append = reader.Load(L"MaxDebugFile Append", 0);
-  found.createDebugLog = LoadOr0(key, L"CreateDebugLog");
+  found.append = stored.append;
+  found.createDebugLog = createDebugLog;
   found.refused = !LimitsFrom(stored, &wanted);
   found.mode = ModeOf(wanted.mode);
   found.maximumSize = wanted.maximum;
@@ -100,7 +104,6 @@ void DebugLog::State::LoadSettings(bool storeDefaults) {
     untilRetry = 0;
   }
   status = found.refused ? E_INVALIDARG : S_OK;
-  createDebugLog = found.createDebugLog;
   settings = std::move(found);
 }
 
@@ -120,10 +123,10 @@ int DebugLog::State::Reopen() {
   CloseFile();
   Configuration key;
   OpenLoggingKey(key);
-  wcstring stored;
+  wcstring known;
   const wchar_t* const valueName = pathValueName.c_str();
-  if (!pathValueName.empty() && key.Load(valueName, stored) && !stored.empty() &&
-      OpenAt(kAppend, stored.c_str())) {
+  if (!pathValueName.empty() && key.Load(valueName, known) && !known.empty() &&
+      OpenAt(kAppend, known.c_str())) {
     return 1;
   }
   const bool exists = _waccess(fileName.c_str(), 0) == 0;
@@ -137,18 +140,28 @@ int DebugLog::State::SwitchOff() {
   return Close();
 }
 
+// The file stays open.
+template <std::uint32_t SizeSettings::* setting>
+long DebugLog::State::OnLimit(unsigned long value, void* context) {
+  State& state = *static_cast<State*>(context);
+  const ScopedLock hold(state.lock);
+  state.stored.*setting = value;
+  state.ApplySettings();
+  return S_OK;
+}
+
 // The values that are read here are those of the registration or newer ones: no change is missed.
 void DebugLog::State::Subscribe() {
   SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
   subscribed = true;
   subscriptions = {monitor->RegisterCreateDebugLog(OnCreateDebugLog, this),
                    monitor->EngineRegisterDebugLevel(OnLevel, this),
-                   monitor->RegisterMaxDebugFileEnabled(OnLimit, this),
-                   monitor->RegisterMaxDebugFileSize(OnLimit, this),
-                   monitor->RegisterMaxRetention(OnLimit, this),
-                   monitor->RegisterMaxDebugFileCount(OnLimit, this),
-                   monitor->RegisterMaxDebugFileLimitMode(OnLimit, this),
-                   monitor->RegisterMaxDebugFileAppend(OnLimit, this)};
+                   monitor->RegisterMaxDebugFileEnabled(OnLimit<&SizeSettings::enabled>, this),
+                   monitor->RegisterMaxDebugFileSize(OnLimit<&SizeSettings::sizeMB>, this),
+                   monitor->RegisterMaxRetention(OnLimit<&SizeSettings::retentionMB>, this),
+                   monitor->RegisterMaxDebugFileCount(OnLimit<&SizeSettings::count>, this),
+                   monitor->RegisterMaxDebugFileLimitMode(OnLimit<&SizeSettings::limitMode>, this),
+                   monitor->RegisterMaxDebugFileAppend(OnLimit<&SizeSettings::append>, this)};
   const ScopedLock hold(lock);
   Configuration key;
   OpenLoggingKey(key);
@@ -164,7 +177,9 @@ void DebugLog::State::Unsubscribe() {
   for (const void* const cookie : subscriptions) monitor->UnRegisterSetting(cookie);
 }
 
-// Another value that also means "on" leaves the running log alone.
+// The callbacks take the monitor's values and read nothing themselves. Who reads a value that the
+// monitor has not seen, and that is changed back before it looks, is never told: the monitor sees
+// no difference. Another value that also means "on" leaves the running log alone.
 long DebugLog::State::OnCreateDebugLog(unsigned long value, void* context) {
   State& state = *static_cast<State*>(context);
   const ScopedLock hold(state.lock);
@@ -179,13 +194,5 @@ long DebugLog::State::OnCreateDebugLog(unsigned long value, void* context) {
 
 long DebugLog::State::OnLevel(unsigned long value, void* context) {
   static_cast<State*>(context)->logLevel = value;
-  return S_OK;
-}
-
-// The limits belong together, so all of them are read. The file stays open.
-long DebugLog::State::OnLimit(unsigned long, void* context) {
-  State& state = *static_cast<State*>(context);
-  const ScopedLock hold(state.lock);
-  state.LoadSettings(false);
   return S_OK;
 }

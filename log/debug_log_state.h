@@ -60,13 +60,14 @@ struct DebugLog::State {
    * What the members above leave unsaid: whether the log is to be open, which a print asks before
    * it formats anything; the file's size (asking costs more than a write); how much may still be
    * written before a failed roll is tried again; what was lost, and whether that was told; the
-   * settings in force; and the monitor's cookies.
+   * settings as stored and in force; and the monitor's cookies.
    */
   std::atomic<bool> isOpen{false};
   vtclass::log::Position fileSize VTCLASS_GUARDED_BY(lock) = 0;
   vtclass::log::Position untilRetry VTCLASS_GUARDED_BY(lock) = 0;
   unsigned long long lostLines VTCLASS_GUARDED_BY(lock) = 0;
   bool lossReported VTCLASS_GUARDED_BY(lock) = false;
+  vtclass::log::SizeSettings stored VTCLASS_GUARDED_BY(lock);
   vtclass::log::SizeLimits limits VTCLASS_GUARDED_BY(lock);
   DebugLogSettings settings VTCLASS_GUARDED_BY(lock);
   std::array<const void*, 8> subscriptions{};
@@ -75,7 +76,9 @@ struct DebugLog::State {
  private:
   static long OnCreateDebugLog(unsigned long value, void* context);
   static long OnLevel(unsigned long value, void* context);
+  template <std::uint32_t vtclass::log::SizeSettings::* setting>
   static long OnLimit(unsigned long value, void* context);
+  void ApplySettings() VTCLASS_REQUIRES(lock);
 
   int OpenAt(int mode, const wchar_t* path) VTCLASS_REQUIRES(lock);
   int CloseFile() VTCLASS_REQUIRES(lock);

@@ -258,11 +258,10 @@ TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
 }
 
 TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
-  LogFileFactory factory(messages, 1);
-  const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(L"Path", path.c_str()));
-  EXPECT_EQ(log->GetFileName(), path);
+  const auto log = std::make_unique<DebugLog>(messages, 1, L"Path");
+  EXPECT_TRUE(log->Open(createNew, path.c_str()) && log->Close());
   EXPECT_TRUE(log->UpdateSettings());
-  EXPECT_EQ(FileBytes(path), "") << "off";
+  EXPECT_EQ(log->print(L"x") + log->UpdateSettings(), 1) << "off";
   Set(L"CreateDebugLog", 2);
   EXPECT_TRUE(log->UpdateSettings() && log->print(L"x\n"));
   EXPECT_EQ(LinesIn(path).back(), L"x");

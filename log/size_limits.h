@@ -22,6 +22,7 @@ struct SizeSettings {
   std::uint32_t count = 1;
   std::uint32_t limitMode = 0;
   std::uint32_t message = 0;
+  std::uint32_t append = 0;
   WideText extension = VTCLASS_WIDE(".bak");
 };
 

@@ -47,8 +47,8 @@ struct DebugLogSettings {
  * The constructor and UpdateSettings store the defaults above where a value that they look for is
  * missing: that of MaxDebugFile Append always, the others while limits are enabled, and none for
  * the first three. A count or an extension beyond its range means the simple roll. A log that
- * LogFileFactory::CreateDebugLog has made follows all of them while it runs, Ext and Msg at the
- * next change of another one; any other log reads them in its constructor and in UpdateSettings.
+ * LogFileFactory::CreateDebugLog has made follows all but Ext and Msg while it runs; these, and in
+ * any other log all of them, are read by the constructor and by UpdateSettings.
  *
  * Limits. Before a line is written the size of the file so far is looked at:
  *   rename  at maximum / count the file becomes rotated file `count` (trace.log.bak3); the others

@@ -1,18 +1,14 @@
-#include <climits>
-#include <iterator>
-#include <new>
-#include <optional>
 #include <utility>
 
+#include "log/ansi_text.h"
 #include "log/buffer_growth.h"
+#include "log/file_bytes.h"
+#include "log/file_opening.h"
 #include "log/log_file_guard.h"
-#include "platform/checked_cast.h"
 #include "platform/owned.h"
 #include "vtclass/log.h"
 
-using vtclass::log::FindsMemory;
-using vtclass::log::kFirstCapacity;
-using vtclass::platform::CheckedCast;
+using namespace vtclass::log;
 using vtclass::platform::OwnedFile;
 
 namespace {
@@ -48,36 +44,28 @@ LogFile::~LogFile() { Close(); }
 
 int LogFile::Open(int openMode, const wchar_t* filePath) {
   Close();
-  static constexpr DWORD kDispositions[] = {CREATE_ALWAYS, OPEN_EXISTING, CREATE_NEW};
-  constexpr int kAppend = 1;
-  if (openMode < 0 || openMode >= static_cast<int>(std::size(kDispositions))) {
-    return Refuse(ERROR_INVALID_PARAMETER);
-  }
   wcstring name;
   if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
-  OwnedFile opened(::CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
-                                 nullptr, kDispositions[openMode], FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!opened) return Refuse(::GetLastError());
-  LARGE_INTEGER end{};
-  if (openMode == kAppend && !::SetFilePointerEx(opened.Get(), {}, &end, FILE_END)) {
-    return Refuse(::GetLastError());
+  OwnedFile opened;
+  if (const DWORD failure = OpenFile(openMode, name.c_str(), &opened, &fileSize)) {
+    return Refuse(failure);
   }
   file = opened.Release();
-  fileSize = static_cast<unsigned long long>(end.QuadPart);
   // The handle of an empty file is kept: callers go on printing into it, without a header.
   if (openMode == kAppend && fileSize == 0) return Refuse(ERROR_HANDLE_EOF);
   path.swap(name);
-  const unsigned long long before = fileSize;
+  const Position before = fileSize;
   if (WriteHeader(openMode != kAppend)) return 1;
   // What could not get its header is no log: it is closed, and the file is as it was.
-  if (before < fileSize) CutFile(before);
+  if (before < fileSize && CutAt(file, before) == ERROR_SUCCESS) fileSize = before;
   const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
   return 0;
 }
 
 bool LogFile::WriteHeader(bool newFile) {
-  static constexpr unsigned char kByteOrderMark[] = {0xFF, 0xFE};
-  if (newFile && unicode && !WriteBytes(kByteOrderMark, sizeof(kByteOrderMark))) return false;
+  if (newFile && unicode) {
+    if (const DWORD failure = AppendByteOrderMark(file, &fileSize)) return Refuse(failure);
+  }
   headerWritten = PrintRaw(kToFile, L"%s",
                            unicode ? L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
                                    : L"<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n") &&
@@ -111,7 +99,9 @@ int LogFile::WriteText() {
     if (!WriteBytes(pendingText, pendingLength * sizeof(wchar_t))) return 0;
   } else {
     std::size_t bytes = 0;
-    if (!ConvertPending(&bytes)) return 0;
+    const DWORD failure =
+        ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize, &bytes);
+    if (failure != ERROR_SUCCESS) return Refuse(failure);
     if (bytes == 0) return 1;
     if (!WriteBytes(narrowBuffer.get(), bytes)) return 0;
   }
@@ -119,53 +109,8 @@ int LogFile::WriteText() {
   return 1;
 }
 
-// Fails only when the platform refuses the conversion for another reason than a small buffer.
-bool LogFile::ConvertPending(std::size_t* bytes) {
-  *bytes = 0;
-  if (pendingLength == 0) return true;
-  const std::optional<int> length = CheckedCast<int>(pendingLength);
-  if (!length) return Refuse(ERROR_INVALID_PARAMETER);
-  const auto convert = [&](char* out, std::size_t size) {
-    ::SetLastError(ERROR_SUCCESS);
-    return ::WideCharToMultiByte(CP_ACP, 0, pendingText, *length, out, static_cast<int>(size),
-                                 nullptr, nullptr);
-  };
-  int converted = convert(narrowBuffer.get(), narrowSize);
-  if (converted == 0 && ::GetLastError() == ERROR_INSUFFICIENT_BUFFER) {
-    const int needed = convert(nullptr, 0);
-    if (needed == 0) return Refuse(::GetLastError());
-    constexpr int kSpare = 128;
-    const std::size_t size = static_cast<std::size_t>(needed) + kSpare;
-    if (size > INT_MAX) return Refuse(ERROR_INVALID_PARAMETER);
-    std::unique_ptr<char[]> larger(new (std::nothrow) char[size]);
-    if (!larger) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
-    narrowBuffer = std::move(larger);
-    narrowSize = size;
-    converted = convert(narrowBuffer.get(), narrowSize);
-  }
-  if (converted == 0 && ::GetLastError() != ERROR_SUCCESS) return Refuse(::GetLastError());
-  *bytes = static_cast<std::size_t>(converted);
-  return true;
-}
-
 bool LogFile::WriteBytes(const void* bytes, std::size_t size) {
   if (file == INVALID_HANDLE_VALUE) return Refuse(ERROR_INVALID_HANDLE);
-  if (size == 0) return true;
-  const std::optional<DWORD> wanted = CheckedCast<DWORD>(size);
-  if (!wanted) return Refuse(ERROR_INVALID_PARAMETER);
-  DWORD written = 0;
-  const BOOL success = ::WriteFile(file, bytes, *wanted, &written, nullptr);
-  const unsigned long long before = std::exchange(fileSize, fileSize + written);
-  if (success && written == *wanted) return true;
-  // A full disk may take the first part of a text and report success.
-  lastError = success ? ERROR_DISK_FULL : ::GetLastError();
-  // Half a text would leave half a tag, or half a character that shifts all that follows.
-  if (written != 0) CutFile(before);
-  return false;
-}
-
-void LogFile::CutFile(unsigned long long size) {
-  LARGE_INTEGER end{};
-  end.QuadPart = static_cast<long long>(size);
-  if (::SetFilePointerEx(file, end, nullptr, FILE_BEGIN) && ::SetEndOfFile(file)) fileSize = size;
+  const DWORD failure = AppendWhole(file, bytes, size, &fileSize);
+  return failure == ERROR_SUCCESS || Refuse(failure);
 }

@@ -1,5 +1,8 @@
+#include <memory>
 #include <new>
 
+#include "log/debug_log_state.h"
+#include "vtclass/debug_log.h"
 #include "vtclass/log.h"
 
 LogFileFactory::LogFileFactory(const StringResourceMgr& messages, int debugLogMode)
@@ -11,4 +14,14 @@ LogFile* LogFileFactory::Create(const wchar_t* path) {
   auto* const log = new LogFile(messages, unicode, kNoLimit, kNoLimit);
   log->Open(kCreateNew, path);
   return log;
+}
+
+DebugLog* LogFileFactory::CreateDebugLog(const wchar_t* pathValueName, const wchar_t* fileName) {
+  auto log = std::make_unique<DebugLog>(messages, debugLogMode, pathValueName);
+  {
+    const vtclass::platform::ScopedLock hold(log->state->lock);
+    log->state->fileName = wcstring(fileName);
+  }
+  log->state->Subscribe();
+  return log.release();
 }

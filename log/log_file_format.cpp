@@ -1,40 +1,18 @@
-#include <cstdio>
 #include <cwchar>
 #include <new>
 #include <utility>
 
 #include "log/buffer_growth.h"
 #include "log/entry_text.h"
+#include "log/formatter.h"
 #include "log/log_file_guard.h"
 #include "log/output_length.h"
-#include "log/plain_format.h"
 #include "strings/xml_escape.h"
 #include "vtclass/log.h"
 
 using namespace vtclass::log;
 
 namespace {
-
-// The length of the formatted text, which `out` holds when it is below `capacity`; -1 when the
-// formatter refuses. A text ends at its first zero, also when a %c has put one into it. Each call
-// reads the arguments afresh.
-int FormatOnce(wchar_t* out, std::size_t capacity, const wchar_t* format, va_list arguments) {
-  int length = FormatPlain(out, capacity, format, arguments);
-  if (length >= 0) return length;
-  va_list copy;
-  // Only the C run time's own formatter will do: in its wide form %s is wide text and %S narrow.
-  va_copy(copy, arguments);
-  length = _vsnwprintf(out, capacity, format, copy);
-  va_end(copy);
-  // An exact fit comes without its zero and counts as too long, like everything that is cut.
-  if (length >= 0 && static_cast<std::size_t>(length) < capacity) {
-    return static_cast<int>(std::wcslen(out));
-  }
-  va_copy(copy, arguments);
-  length = _vscwprintf(format, copy);
-  va_end(copy);
-  return length;
-}
 
 std::unique_ptr<wchar_t[]> Allocate(std::size_t characters) {
   return std::unique_ptr<wchar_t[]>(new (std::nothrow) wchar_t[characters]);
@@ -57,12 +35,12 @@ int LogFile::FormatAndDeliver(int buffer, const wchar_t* format, va_list argumen
                               Characters& oversized) {
   wchar_t* text = formatBuffer.get();
   std::size_t capacity = formatCapacity;
-  int length = FormatOnce(text, capacity, format, arguments);
+  int length = FormatText(text, capacity, format, arguments);
   if (length >= 0 && static_cast<std::size_t>(length) >= capacity) {
     capacity = static_cast<std::size_t>(length) + 1;
     text = MakeFormatRoom(capacity, format, oversized);
     if (!text) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
-    length = FormatOnce(text, capacity, format, arguments);
+    length = FormatText(text, capacity, format, arguments);
   }
   if (length < 0 || static_cast<std::size_t>(length) >= capacity) return Refuse(ERROR_INVALID_DATA);
   const std::size_t ends = UnbracketUtilityPartition(text, static_cast<std::size_t>(length));

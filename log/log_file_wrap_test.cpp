@@ -1,53 +1,11 @@
+#include "log/file_faults.h"
 #include "log/log_file_fixture.h"
 #include "log/wrap_marker.h"
-#include "tests/support/import_hook.h"
 
 namespace vtclass::test {
 namespace {
 
 constexpr std::size_t kMegabyte = 1048576;
-
-/* What the library's file calls do while a FileFaults lives. */
-struct Plan {
-  int failAt = 0;             /* the call that fails */
-  bool isShort = false;       /* if it reads or writes, it moves a byte less and succeeds */
-  std::uint64_t room = ~0ull; /* the bytes that the disk still takes */
-  int calls = 0;
-} plan;
-
-bool Fails() {
-  if (++plan.calls != plan.failAt) return false;
-  ::SetLastError(ERROR_IO_DEVICE);
-  return true;
-}
-
-BOOL WINAPI Seek(HANDLE file, LARGE_INTEGER to, PLARGE_INTEGER at, DWORD how) {
-  return !Fails() && ::SetFilePointerEx(file, to, at, how);
-}
-BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
-  if (!Fails()) return ::ReadFile(file, data, size, done, overlapped);
-  return plan.isShort && ::ReadFile(file, data, size - 1, done, overlapped);
-}
-BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
-  if (Fails() && (!plan.isShort || --size == 0)) return FALSE;
-  ::SetLastError(ERROR_DISK_FULL);
-  if (plan.room == 0) return FALSE;
-  // A disk takes what it has room for and calls that a success.
-  size = static_cast<DWORD>(std::min<std::uint64_t>(size, plan.room));
-  plan.room -= size;
-  return ::WriteFile(file, data, size, done, overlapped);
-}
-BOOL WINAPI Flush(HANDLE file) { return !Fails() && ::FlushFileBuffers(file); }
-BOOL WINAPI Cut(HANDLE file) { return !Fails() && ::SetEndOfFile(file); }
-
-struct FileFaults {
-  explicit FileFaults(Plan next) { plan = next; }
-  ImportHook<decltype(::SetFilePointerEx)> seek{"KERNEL32.dll", "SetFilePointerEx", &Seek};
-  ImportHook<decltype(::ReadFile)> read{"KERNEL32.dll", "ReadFile", &Read};
-  ImportHook<decltype(::WriteFile)> write{"KERNEL32.dll", "WriteFile", &Write};
-  ImportHook<decltype(::FlushFileBuffers)> flush{"KERNEL32.dll", "FlushFileBuffers", &Flush};
-  ImportHook<decltype(::SetEndOfFile)> cut{"KERNEL32.dll", "SetEndOfFile", &Cut};
-};
 
 TEST(WrapMarker, MarkWrapped_BlanksTheCutLine) {
   for (std::pair<std::string, std::string> row :
@@ -109,7 +67,7 @@ TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
       {
         const FileFaults faults({.failAt = n, .isShort = isShort});
         EXPECT_TRUE(log.print(-1, L"%s", text.c_str())) << n;
-        calls = plan.calls;
+        calls = faultPlan.calls;
       }
       const std::size_t size = FileBytes(path).size();
       const bool failed = log.GetErrorCode() != 0;

@@ -1,6 +1,7 @@
 #ifndef VTCLASS_LOG_WRAP_MARKER_H
 #define VTCLASS_LOG_WRAP_MARKER_H
 
+#include <cstddef>
 #include <span>
 
 namespace vtclass::log {
@@ -11,6 +12,10 @@ namespace vtclass::log {
  * without a carriage return gets the marker alone; one shorter than the marker, its beginning.
  */
 void MarkWrapped(std::span<char> chunk);
+
+/* The bytes of a log up to and including the first line feed; 0 when there is none. In UTF-16 only
+ * whole units count. */
+std::size_t LengthOfFirstLine(std::span<const char> bytes, bool utf16);
 
 }  // namespace vtclass::log
 

@@ -17,6 +17,14 @@
  * runs, and the message texts that fill it.
  */
 
+namespace vtclass {
+
+/* What could be converted to a va_list though it is an argument: a literal 0, nullptr. */
+template <typename First>
+inline constexpr bool isNoArgumentList = std::is_integral_v<First> || std::is_null_pointer_v<First>;
+
+}  // namespace vtclass
+
 /*
  * Message texts by number, from the string tables of one module. Each text is read once and kept;
  * copies share the module and the texts, and the last copy frees them.
@@ -55,6 +63,7 @@ class VTCLASS_API StringResourceMgr {
 
  private:
   class State;
+  friend class DebugLog;
   friend class ErrorMessageBase;
   friend class LogFile;
 
@@ -194,9 +203,8 @@ class VTCLASS_API CWcharBuffer {
  * this overload.
  */
 class VTCLASS_API LogFile {
-  /* What could be converted to a va_list though it is an argument: a literal 0, nullptr. */
   template <typename First>
-  static constexpr bool isNoList = std::is_integral_v<First> || std::is_null_pointer_v<First>;
+  static constexpr bool isNoList = vtclass::isNoArgumentList<First>;
 
  public:
   /*
@@ -408,11 +416,8 @@ class VTCLASS_API LogFile {
   int Deliver(int buffer);
 
   bool WriteHeader(bool newFile);
-  bool ConvertPending(std::size_t* bytes);
   bool WriteBytes(const void* bytes, std::size_t size);
-  void CutFile(unsigned long long size);
   void WrapIfTooLarge();
-  unsigned long MoveNewestToFront();
 
   static bool IsSlot(int n);
   int& Depth(int buffer);
@@ -449,10 +454,13 @@ class VTCLASS_API LogFile {
   wcstring scratch;
 };
 
+class DebugLog;
+
 /*
- * Makes job logs that share one source of messages: in UTF-16, without a size limit.
+ * Makes logs that share one source of messages: job logs in UTF-16 without a size limit, and debug
+ * logs.
  *
- * Threads: any, as long as no two use one of the logs.
+ * Threads: any, as long as no two use one of the job logs.
  */
 class VTCLASS_API LogFileFactory {
  public:
@@ -467,10 +475,25 @@ class VTCLASS_API LogFileFactory {
    */
   LogFile* Create(const wchar_t* path);
 
+  /*
+   * Makes a debug log (vtclass/debug_log.h) that follows the settings of the logging key while it
+   * lives: switching, level and limits reach it within the time that the settings monitor needs,
+   * and no line of another thread is lost or cut by that. The log is open when "CreateDebugLog"
+   * says so and a file can be opened: the path stored under `pathValueName`, else `fileName`, which
+   * is made if missing and stored there. Null or empty `pathValueName`: nothing is looked up or
+   * stored. The caller owns the log and deletes it, before SettingsMonitor::DestroyInstance.
+   *
+   * Requires: where this is the process's first use of the settings monitor, no other thread makes
+   * its first use meanwhile.
+   * Contract: the log is returned also when it could not be opened: it may be switched on later.
+   * Throws std::bad_alloc.
+   */
+  DebugLog* CreateDebugLog(const wchar_t* pathValueName, const wchar_t* fileName);
+
  private:
   StringResourceMgr messages;
   unsigned short unicode;
-  [[maybe_unused]] int debugLogMode;
+  int debugLogMode;
 };
 
 #endif

@@ -5,6 +5,7 @@
 #include "vtclass/cluster.h"
 #include "vtclass/com_environment.h"
 #include "vtclass/config.h"
+#include "vtclass/debug_log.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
 #include "vtclass/monitor.h"

@@ -29,6 +29,7 @@ struct ChosenCommand {
 };
 
 void AddSessionCommand(CLI::App& app, ChosenCommand& chosen);
+void AddDebugLogCommand(CLI::App& app, ChosenCommand& chosen);
 void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen);
 void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen);
 void AddIdentityCommand(CLI::App& app, ChosenCommand& chosen);

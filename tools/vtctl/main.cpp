@@ -85,6 +85,7 @@ int Run() {
   ChosenCommand chosen;
   AddSessionCommand(app, chosen);
   AddJobLogCommand(app, chosen);
+  AddDebugLogCommand(app, chosen);
   AddRegistryCommand(app, chosen);
   AddIdentityCommand(app, chosen);
   AddNameCommands(app, chosen);

@@ -13,6 +13,7 @@ Session::Session(const SessionRequest& request, const Messages& messages, Progre
       progress(progress),
       settings(LoadSettings(request.settingsKey)),
       stop(request.stopRequested),
+      trace(messages.Source(), request.out),
       statistics(settings.largestFiles) {}
 
 bool Session::Start() {
@@ -23,6 +24,8 @@ bool Session::Start() {
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
+  trace.Write(1, L"Session of " + ShownPath(request.root) + L" begins, job log " +
+                     ShownPath(log.Path()) + L", status " + std::to_wstring(result.logError));
   return created;
 }
 
@@ -37,6 +40,10 @@ SessionResult Session::Run() {
   WriteFooter();
   log.Close();
   result.logError = log.Error();
+  trace.Write(1, L"Session ends after " + std::to_wstring(result.milliseconds) + L" ms, " +
+                     std::to_wstring(result.totals.files) + L" files, " +
+                     std::to_wstring(result.totals.errors) + L" errors, status " +
+                     std::to_wstring(result.logError));
   return result;
 }
 
@@ -78,6 +85,9 @@ void Session::WriteFolder(const FolderRecord& record) {
   if (log.Error() != ERROR_SUCCESS) return;
   const Totals& totals = record.totals;
   log.Folder(record.shownPath);
+  trace.Write(2, record.shownPath + L": " + std::to_wstring(totals.files) + L" files, " +
+                     std::to_wstring(totals.bytes) + L" bytes, " + std::to_wstring(totals.skipped) +
+                     L" skipped");
   for (const FolderLine& line : record.lines) {
     if (line.code == 0) {
       log.Entry(line.tag, line.text);
@@ -103,6 +113,7 @@ void Session::WriteFolder(const FolderRecord& record) {
 }
 
 void Session::Report(const Finding& finding) {
+  trace.Write(1, FindingLine(finding.code, finding.text));
   log.Finding(finding.code, finding.tag, finding.text);
   ++(finding.IsError() ? result.totals.errors : result.totals.warnings);
   /* The first of the gravest findings names the job's category. */

@@ -12,6 +12,7 @@
 #include "tools/vtctl/session/job_log.h"
 #include "tools/vtctl/session/messages.h"
 #include "tools/vtctl/session/progress.h"
+#include "tools/vtctl/session/session_trace.h"
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/session/statistics.h"
 #include "tools/vtctl/session/stop_sign.h"
@@ -85,6 +86,7 @@ class Session {
   Progress& progress;
   SessionSettings settings;
   StopSign stop;
+  SessionTrace trace;
   /* From here on: while the tree is read, the writing call's alone. */
   JobLog log;
   FileStatistics statistics;

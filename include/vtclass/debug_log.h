@@ -1,0 +1,190 @@
+#ifndef VTCLASS_DEBUG_LOG_H
+#define VTCLASS_DEBUG_LOG_H
+
+#include <vtclass/win32.h>
+
+#include <cstdarg>
+
+#include "vtclass/export.h"
+#include "vtclass/log.h"
+#include "vtclass/strings.h"
+
+/* What a debug log goes by: its switches as they were last read, and the limits in force. */
+struct DebugLogSettings {
+  enum Mode {
+    rollsSimply = 0, /* a further file every 20 MB: trace.log, trace-2.log, trace-3.log ... */
+    renames = 1,     /* the file becomes trace.log.bak1, .bak2 ... and a fresh one begins */
+    wraps = 2        /* one file, whose newest part moves to its front */
+  };
+  Mode mode = rollsSimply;
+  unsigned long long maximumSize = 0;   /* bytes of all files; 0 with the simple roll */
+  unsigned long long retentionSize = 0; /* bytes that a wrap keeps; 0 with the simple roll */
+  unsigned long count = 0;              /* rotated files, 1 to 200; 0 in the other modes */
+  wcstring extension;                   /* of rotated files, without their number */
+  bool refused = false; /* the stored limits cannot be used: the simple roll stands in */
+  unsigned long createDebugLog = 0; /* "CreateDebugLog" */
+  unsigned long append = 0;         /* "MaxDebugFile Append"; changes nothing else */
+  bool message = false;             /* "MaxDebugFile Msg" is 1; changes nothing else */
+};
+
+/*
+ * The diagnostic trace file of a component: formatted texts, appended line by line, in UTF-16 with
+ * a byte-order mark or in the system's ANSI code page. No time and no thread number is added: the
+ * caller's format carries what it wants.
+ *
+ * Its settings are values of the product's logging key (Engine\Logging below the product root):
+ *
+ *   CreateDebugLog                     UpdateSettings opens the file when this is not 0
+ *   MaxDebugFile Enabled               not 0: limits as below; 0 or missing: the simple roll
+ *   MaxDebugFile LimitMode             1 wraps; anything else renames
+ *   MaxDebugFile Size In MB            4
+ *   MaxDebugFile Retention Size In MB  1; must be below the size, or 4 and 1 count
+ *   MaxDebugFile Count                 1; rotated files, 1 to 200
+ *   MaxDebugFile Ext                   .bak; without path separators
+ *   MaxDebugFile Append                0; kept for its readers
+ *   MaxDebugFile Msg                   0; kept for its readers
+ *
+ * The constructor and UpdateSettings store the defaults above where a value that they look for is
+ * missing: that of MaxDebugFile Append always, the others while limits are enabled, and none for
+ * the first three. A count or an extension beyond its range means the simple roll. A log that
+ * LogFileFactory::CreateDebugLog has made follows all but Ext and Msg while it runs; these, and in
+ * any other log all of them, are read by the constructor and by UpdateSettings.
+ *
+ * Limits. Before a line is written the size of the file so far is looked at:
+ *   rename  at maximum / count the file becomes rotated file `count` (trace.log.bak3); the others
+ *           move down by one and number 1, the oldest, is deleted. The first time, files above
+ *           `count` that an earlier, larger count has left are moved down and deleted as well.
+ *   wrap    at the maximum the file's newest lines, up to the retention size, move to its front,
+ *           behind the line "<<< This file has wrapped >>>". A program that ends in the middle
+ *           leaves a file with all of those lines, some of them twice.
+ *   simple  at 20 MB the log goes on in base name, "-", number, extension; numbers begin with 2 for
+ *           each object, and an older file of that name is emptied.
+ *
+ * Failure: an operation returns 0 and keeps a code, which GetErrorCode reports until the next
+ * failure. Nothing is thrown, except std::bad_alloc by the constructor, GetFileName and
+ * GetSettings. A line goes into the file whole or not at all: what a full disk took of it is cut
+ * off again. When the files cannot be moved (another program holds one) the log goes on in the file
+ * that it has, above its limit, and tries again after each further eighth of it. When after that
+ * not even that file can be opened, every line tries to open it. Each first failure is told to the
+ * debugger output.
+ *
+ * Formats are those of Microsoft's C run time for wide text, as in LogFile. Each line feed becomes
+ * carriage return and line feed. A text of more than 32,767 characters is replaced by its format as
+ * it stands, or by nothing if the format itself is longer.
+ *
+ * Memory: short lines are put together on the caller's stack; longer ones in buffers of the log,
+ * which grow and are kept. Printing allocates nothing once they fit.
+ *
+ * Threads: any number may use one log at the same time; each text is written in one piece. A thread
+ * that is writing, rolling or reading settings makes the others wait; GetLogLevel, GetErrorCode and
+ * printing into a closed log never wait.
+ *
+ * Contract: a char* that follows the format or the number at once is taken for a va_list, and the
+ * print fails with an exception code. Cast it to const char*.
+ */
+class VTCLASS_API DebugLog {
+ public:
+  enum openMode {
+    createAlways = 0, /* a new file; an old one is emptied */
+    openAppend = 1,   /* an existing file, at its end */
+    createNew = 2     /* a new file; fails (ERROR_FILE_EXISTS) when there is one */
+  };
+
+  /*
+   * A closed log; no file is touched. `messages` supplies the texts of message numbers; the log
+   * shares it. `unicode`: nonzero for UTF-16, 0 for the ANSI code page. `pathValueName`: the value
+   * of the logging key under which UpdateSettings finds and remembers the log's path; null or empty
+   * for none. Reads the settings. Throws std::bad_alloc.
+   */
+  DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
+
+  /*
+   * Stops following the settings, then closes the log.
+   * Requires: no other thread uses the log; SettingsMonitor::DestroyInstance has not been called
+   * while this log, made by CreateDebugLog, was alive; no callback of the monitor runs it.
+   */
+  ~DebugLog();
+
+  DebugLog(const DebugLog&) = delete;
+  DebugLog& operator=(const DebugLog&) = delete;
+
+  /*
+   * Opens `fileName`; a new UTF-16 file begins with its byte-order mark. An open log is closed
+   * first, whatever follows. Others may read the file while it is open, not write it. Returns
+   * nonzero; 0 with the code stored (ERROR_INVALID_PARAMETER for another mode), the log then
+   * closed.
+   *
+   * Contract: appending to an empty file writes no mark. Callers make such files beforehand and
+   * write the mark themselves.
+   * Contract: the first name that was ever opened gives the simple roll its base name, also after
+   * another file was opened. Components keep one family of names however often they reopen.
+   */
+  int Open(openMode mode, const wchar_t* fileName);
+
+  /* Closes the file. 1, also when it is closed already; 0 with the code stored when the system
+   * reports a failure. The log is closed in any case. */
+  int Close();
+
+  /*
+   * Formats and writes. 1 when the text is in the file, or is empty; 0 when the log is closed, or
+   * with the code stored: a system code of the write, ERROR_INVALID_PARAMETER for a null format,
+   * ERROR_NOT_ENOUGH_MEMORY, or an exception code (0xC0000005 ...) when a bad argument such as a
+   * wild %s pointer ended the formatting; the log is intact then and the next print works.
+   */
+  int print(const wchar_t* format, ...);
+  int print(const wchar_t* format, va_list arguments);
+  template <typename First, typename... Rest>
+    requires vtclass::isNoArgumentList<First>
+  int print(const wchar_t* format, First first, Rest... rest) {
+    return PrintArguments(format, first, rest...);
+  }
+
+  /* The same with the text of message `id` as the format, and a line feed behind it, written
+   * together. A number without a text prints the line feed alone. */
+  int print(unsigned int id, ...);
+  int print(unsigned int id, va_list arguments);
+  template <typename First, typename... Rest>
+    requires vtclass::isNoArgumentList<First>
+  int print(unsigned int id, First first, Rest... rest) {
+    return PrintArguments(id, first, rest...);
+  }
+
+  /* How much the component is to trace: 1, or for a log that follows the settings the value
+   * "Engine NDMP Debug Level". The log itself does not look at it: callers ask before they print.
+   */
+  unsigned long GetLogLevel() const;
+
+  /* The path of the file that the log last opened: after a simple roll that of the further file.
+   * Empty before, or the path given to CreateDebugLog. */
+  wcstring GetFileName() const;
+
+  /* The code of the last failure on whatever thread, 0 when there was none. A success does not
+   * clear it. */
+  unsigned long GetErrorCode() const;
+
+  /* How many texts could not be written since the log was made, although it was to be open. */
+  unsigned long long GetLostLines() const;
+
+  DebugLogSettings GetSettings() const;
+
+  /*
+   * Reads the settings anew. When "CreateDebugLog" is not 0 the file is closed and opened again for
+   * appending: the path stored under the log's value or, if there is none or it cannot be opened,
+   * the log's own file, which is made if missing and whose path is then stored. A line
+   * "<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>" follows. When it is 0 an open log gets the line
+   * "<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>" and is closed. Lines of other threads wait
+   * meanwhile. Nonzero on success; 0 with the code stored, the log then closed.
+   */
+  int UpdateSettings();
+
+ private:
+  friend class LogFileFactory;
+  struct State;
+
+  int PrintArguments(const wchar_t* format, ...);
+  int PrintArguments(unsigned int id, ...);
+
+  State* state;
+};
+
+#endif

@@ -1,0 +1,175 @@
+#include "vtclass/debug_log.h"
+
+#include <new>
+#include <utility>
+
+#include "log/buffer_growth.h"
+#include "log/debug_log_state.h"
+#include "log/file_opening.h"
+#include "log/log_file_guard.h"
+#include "log/log_names.h"
+
+using namespace vtclass::log;
+using vtclass::platform::OwnedFile;
+using vtclass::platform::ScopedLock;
+
+DebugLog::State::State(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName)
+    : messages(messages),
+      formatBuffer(new wchar_t[kFirstCapacity]),
+      formatCapacity(kFirstCapacity),
+      lineBuffer(new wchar_t[kFirstCapacity]),
+      lineCapacity(kFirstCapacity),
+      unicode(unicode),
+      ansiBuffer(unicode ? nullptr : new char[kFirstCapacity]),
+      ansiCapacity(unicode ? 0 : kFirstCapacity),
+      pathValueName(pathValueName ? pathValueName : L"") {
+  const ScopedLock hold(lock);
+  LoadSettings(true);
+}
+
+int DebugLog::State::Refuse(unsigned long code) {
+  lastError = code;
+  return 0;
+}
+
+// The first path gives the simple roll its base name. What a policy has begun belongs to its path.
+void DebugLog::State::SetPath(wcstring&& path) {
+  if (baseName.empty()) {
+    SplitName split = SplitAtExtension(path);
+    baseName = split.base;
+    extension = split.extension;
+  }
+  if (path != fileName) sizeLimit = MakePolicy(limits);
+  fileName.swap(path);
+}
+
+int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
+  // A copy, because the path may be the log's own.
+  wcstring name;
+  unsigned long code = ERROR_SUCCESS;
+  if (!FindsMemory([&] { name = wcstring(path); }, &code)) return Refuse(code);
+  OwnedFile opened;
+  Position size = 0;
+  if (const DWORD failure = OpenTrace(mode, name.c_str(), unicode != 0, &opened, &size)) {
+    return Refuse(failure);
+  }
+  // The analysis does not see through the call that the lock is held here.
+  const auto set = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
+    SetPath(std::move(name));
+  };
+  if (!FindsMemory(set, &code)) return Refuse(code);
+  file = std::move(opened);
+  fileSize = size;
+  untilRetry = 0;
+  return 1;
+}
+
+// Prints of other threads look at isOpen before they wait for the lock: it changes once, at the
+// end, so that a line printed while a file is reopened is not taken for one after its closing.
+int DebugLog::State::Open(int mode, const wchar_t* path) {
+  CloseFile();
+  const int result = OpenAt(mode, path);
+  isOpen = result != 0;
+  return result;
+}
+
+int DebugLog::State::Close() {
+  isOpen = false;
+  return CloseFile();
+}
+
+int DebugLog::State::CloseFile() {
+  if (!file) return 1;
+  return ::CloseHandle(file.Release()) ? 1 : Refuse(::GetLastError());
+}
+
+DebugLog::DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName)
+    : state(new State(messages, unicode, pathValueName)) {}
+
+DebugLog::~DebugLog() {
+  // Before anything of the log goes away: the monitor's callbacks run under the monitor's lock and
+  // take the log's, so this must not hold the log's while it waits for the monitor's.
+  state->Unsubscribe();
+  Close();
+  delete state;
+}
+
+int DebugLog::Open(openMode mode, const wchar_t* fileName) {
+  const ScopedLock hold(state->lock);
+  return state->Open(mode, fileName);
+}
+
+int DebugLog::Close() {
+  const ScopedLock hold(state->lock);
+  return state->Close();
+}
+
+int DebugLog::print(const wchar_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  const int result = state->Print(format, arguments, false);
+  va_end(arguments);
+  return result;
+}
+
+int DebugLog::print(const wchar_t* format, va_list arguments) {
+  return state->Print(format, arguments, false);
+}
+
+int DebugLog::PrintArguments(const wchar_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  const int result = state->Print(format, arguments, false);
+  va_end(arguments);
+  return result;
+}
+
+int DebugLog::print(unsigned int id, ...) {
+  va_list arguments;
+  va_start(arguments, id);
+  const int result = state->PrintMessage(id, arguments);
+  va_end(arguments);
+  return result;
+}
+
+int DebugLog::print(unsigned int id, va_list arguments) {
+  return state->PrintMessage(id, arguments);
+}
+
+int DebugLog::PrintArguments(unsigned int id, ...) {
+  va_list arguments;
+  va_start(arguments, id);
+  const int result = state->PrintMessage(id, arguments);
+  va_end(arguments);
+  return result;
+}
+
+unsigned long DebugLog::GetLogLevel() const { return state->logLevel; }
+
+wcstring DebugLog::GetFileName() const {
+  const ScopedLock hold(state->lock);
+  return state->fileName;
+}
+
+unsigned long DebugLog::GetErrorCode() const { return state->lastError; }
+
+unsigned long long DebugLog::GetLostLines() const {
+  const ScopedLock hold(state->lock);
+  return state->lostLines;
+}
+
+DebugLogSettings DebugLog::GetSettings() const {
+  const ScopedLock hold(state->lock);
+  return state->settings;
+}
+
+int DebugLog::UpdateSettings() {
+  const ScopedLock hold(state->lock);
+  int result = 0;
+  unsigned long code = ERROR_SUCCESS;
+  const auto follow = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
+    result = state->Follow();
+  };
+  if (!FindsMemory(follow, &code)) return state->Refuse(code);
+  return result;
+}

@@ -1,0 +1,225 @@
+#include "log/debug_log_fixture.h"
+#include "log/file_faults.h"
+#include "platform/owned.h"
+#include "tests/support/handle_counter.h"
+
+namespace vtclass::test {
+namespace {
+
+using enum DebugLog::openMode;
+using platform::OwnedFile;
+
+constexpr std::size_t kMegabyte = 1 << 20;
+
+/* The library's renamings and deletions, counted; its openings may fail. */
+int moves = 0;
+bool folderIsGone = false;
+std::vector<std::wstring> reports;
+
+BOOL WINAPI Move(const wchar_t* from, const wchar_t* to) {
+  ++moves;
+  return ::MoveFileW(from, to);
+}
+BOOL WINAPI Delete(const wchar_t* name) {
+  ++moves;
+  return ::DeleteFileW(name);
+}
+HANDLE WINAPI Create(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                     DWORD disposition, DWORD flags, HANDLE like) {
+  if (!folderIsGone) {
+    return ::CreateFileW(name, access, share, security, disposition, flags, like);
+  }
+  ::SetLastError(ERROR_PATH_NOT_FOUND);
+  return INVALID_HANDLE_VALUE;
+}
+void WINAPI Output(const wchar_t* text) { reports.emplace_back(text); }
+
+class DebugLogLimits : public DebugLogTest {
+ protected:
+  DebugLogLimits() {
+    reports.clear();
+    moves = 0;
+  }
+
+  /* A line of 4,000 bytes in UTF-16. */
+  static void PrintLine(DebugLog& log, int n) {
+    EXPECT_TRUE(log.print(L"%06d%s\n", n, std::wstring(1992, L'-').c_str())) << n;
+  }
+  /* The numbers of the lines in the rotated files, oldest first, and in the live file. */
+  std::vector<int> Numbers() const {
+    std::vector<int> numbers;
+    for (int n = 1; n <= 10; ++n) {
+      for (const auto& line : LinesIn(n < 10 ? Rotated(n) : path))
+        numbers.push_back(std::stoi(line));
+    }
+    return numbers;
+  }
+  static std::vector<int> Upwards(int from, int to) {
+    std::vector<int> numbers;
+    for (; from < to; ++from) numbers.push_back(from);
+    return numbers;
+  }
+
+  const ImportHook<decltype(::MoveFileW)> move{"KERNEL32.dll", "MoveFileW", &Move};
+  const ImportHook<decltype(::DeleteFileW)> remove{"KERNEL32.dll", "DeleteFileW", &Delete};
+  const ImportHook<decltype(::OutputDebugStringW)> output{"KERNEL32.dll", "OutputDebugStringW",
+                                                          &Output};
+};
+
+TEST_F(DebugLogLimits, Rename_KeepsCountFiles_AndDropsTheOldest) {
+  Limit(3);
+  for (const int left : {4, 5, 23, 24}) MakeFile(Rotated(left), "left");
+  DebugLog log(messages, 1, nullptr);
+  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+  constexpr int kLines = 175;  // the first size of at least 2 MB / 3
+  for (int n = 0; n < kLines; ++n) PrintLine(log, n);
+  EXPECT_EQ(FileBytes(path).size(), 2u + kLines * 4000u);
+  EXPECT_NE(FileBytes(Rotated(4)), "") << "nothing is touched before the first roll";
+  for (int n = kLines; n < 3 * kLines + 1; ++n) PrintLine(log, n);
+  for (const int left : {4, 5, 23}) EXPECT_EQ(FileBytes(Rotated(left)), "") << left;
+  EXPECT_EQ(FileBytes(Rotated(24)), "left") << "beyond what the clean-up looks at";
+  EXPECT_EQ(Numbers(), Upwards(0, 3 * kLines + 1));
+  EXPECT_EQ(LinesIn(Rotated(3)).size(), std::size_t{kLines});
+  for (int n = 3 * kLines + 1; n < 4 * kLines + 1; ++n) PrintLine(log, n);
+  EXPECT_EQ(Numbers(), Upwards(kLines, 4 * kLines + 1));
+  EXPECT_TRUE(reports.empty());
+}
+
+// Whichever file another program holds: no line is lost, nothing is deleted twice, the roll is
+// tried now and then and succeeds in the end.
+TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
+  const struct {
+    const wchar_t *held, *report;
+  } rows[] = {{L".bak1", L"RenameWhenMaxSizeReached::RenameFiles - Unable to delete files"},
+              {L".bak2", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file"},
+              {L".bak3", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file"},
+              {L"", L"RenameWhenMaxSizeReached::RollingRename - Unable to move file"}};
+  Limit(3);
+  constexpr int kLines = 175;
+  for (const auto& row : rows) {
+    const HandleCounter handles;
+    DebugLog log(messages, 1, nullptr);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    int n = 0;
+    while (n < 4 * kLines) PrintLine(log, n++);
+    reports.clear();
+    OwnedFile held(::CreateFileW((path + row.held).c_str(), GENERIC_READ,
+                                 FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                                 nullptr));
+    ASSERT_TRUE(held);
+    for (moves = 0; n < 5 * kLines; ++n) PrintLine(log, n);
+    EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reports, std::vector<std::wstring>{row.report}) << "once";
+    EXPECT_LT(moves, 20);
+    held.Reset();
+    EXPECT_EQ(Numbers(), Upwards(row.held == rows[0].held ? 0 : kLines, n)) << row.held;
+    for (; n < 5 * kLines + 30; ++n) PrintLine(log, n);
+    EXPECT_EQ(Numbers(), Upwards(kLines, n)) << row.held;
+    EXPECT_LT(LinesIn(path).size(), 31u) << "rolled";
+    EXPECT_EQ(log.GetLostLines(), 0u);
+    EXPECT_TRUE(log.Close());
+    EXPECT_EQ(handles.Open(), 0);
+  }
+}
+
+// Neither the fresh file nor the old one can be opened after a roll: lines are lost and counted,
+// until it can be.
+TEST_F(DebugLogLimits, Rename_FolderGone_RecoversWithTheFolder) {
+  Limit(200);
+  DebugLog log(messages, 1, nullptr);
+  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+  for (int n = 0; n < 3; ++n) PrintLine(log, n);
+  {
+    const ImportHook<decltype(::CreateFileW)> create("KERNEL32.dll", "CreateFileW", &Create);
+    folderIsGone = true;
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(log.print(L"lost\n"), 0);
+  }
+  folderIsGone = false;
+  EXPECT_EQ(log.GetLostLines(), 5u);
+  EXPECT_EQ(reports.back(), L"DebugLog::print - Unable to write");
+  PrintLine(log, 3);
+  EXPECT_EQ(LinesIn(path).back().substr(0, 6), L"000003");
+}
+
+TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
+  ::CreateDirectoryW((folder / L"a.b").c_str(), nullptr);
+  for (const wchar_t* name : {L"trace.log", L"a.b\\trace"}) {
+    const std::wstring live = folder / name;
+    const std::wstring next = folder / (name[0] == L'a' ? L"a.b\\trace-2" : L"trace-2.log");
+    MakeFile(live, std::string(20 * kMegabyte - 10, 'o'));
+    MakeFile(next, "older");
+    DebugLog log(messages, 0, nullptr);
+    ASSERT_EQ(log.Open(openAppend, live.c_str()), 1);
+    EXPECT_TRUE(log.print(L"12345678\n"));
+    {
+      const OwnedFile held(
+          ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+      EXPECT_TRUE(log.print(L"goes on\n"));
+      EXPECT_EQ(log.GetFileName(), live);
+      EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+    }
+    const std::wstring large(30000, L'x');
+    while (log.GetFileName() == live) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));
+    EXPECT_EQ(log.GetFileName(), next);
+    EXPECT_EQ(FileBytes(next).size(), 30002u);
+    EXPECT_TRUE(FileBytes(live).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
+  }
+}
+
+TEST_F(DebugLogLimits, Wrap_KeepsTheNewestWholeLines) {
+  Limit(0, 1);
+  for (const int unicode : {1, 0}) {
+    DebugLog log(messages, unicode, nullptr);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    const int bytes = unicode ? 4000 : 2000;
+    const int lines = static_cast<int>(2 * kMegabyte) / bytes + 1;
+    for (int n = 0; n < lines; ++n) PrintLine(log, n);
+    EXPECT_EQ(FileBytes(path).size(), static_cast<std::size_t>(lines * bytes + 2 * unicode));
+    PrintLine(log, lines);
+    std::vector<std::wstring> left = LinesIn(path);
+    EXPECT_EQ(left.front(), L"<<< This file has wrapped >>>");
+    left.erase(left.begin());
+    const int kept = static_cast<int>(kMegabyte) / bytes;
+    ASSERT_EQ(left.size(), static_cast<std::size_t>(kept + 1));
+    for (int n = 0; n <= kept; ++n)
+      EXPECT_EQ(std::stoi(left[static_cast<std::size_t>(n)]), lines - kept + n);
+    EXPECT_EQ(FileBytes(path).starts_with("\xFF\xFE"), unicode != 0);
+  }
+}
+
+// Each call of a wrap fails once, as if the program ended there: the newest lines are all in the
+// file, and the log goes on.
+TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {
+  Limit(0, 1);
+  Set(L"MaxDebugFile Retention Size In MB", 1);
+  std::string whole = "\xFF\xFE";
+  for (int n = 0; whole.size() < 2 * kMegabyte; ++n) {
+    const std::wstring line = std::to_wstring(100000 + n) + std::wstring(1992, L'-') + L"\r\n";
+    whole.append(reinterpret_cast<const char*>(line.data()), line.size() * sizeof(wchar_t));
+  }
+  const std::string newest = whole.substr(whole.size() - std::size_t{262} * 4000);
+  for (const bool isShort : {false, true}) {
+    int failures = 0;
+    for (int n = 1, calls = n; n <= calls; n += n < 12 || n > calls - 8 ? 1 : 13) {
+      MakeFile(path, whole);
+      DebugLog log(messages, 1, nullptr);
+      ASSERT_EQ(log.Open(openAppend, path.c_str()), 1);
+      {
+        const FileFaults faults({.failAt = n, .isShort = isShort});
+        log.print(L"next\n");
+        calls = faultPlan.calls;
+      }
+      failures += log.GetErrorCode() != 0;
+      const bool lost = log.GetLostLines() != 0;
+      EXPECT_TRUE(log.print(L"last\n"));
+      const std::string bytes = FileBytes(path);
+      EXPECT_NE(bytes.find(newest), std::string::npos) << n;
+      const std::wstring text = TextIn(path);
+      EXPECT_TRUE(text.ends_with(lost ? L"--\r\nlast\r\n" : L"--\r\nnext\r\nlast\r\n")) << n;
+    }
+    EXPECT_GT(failures, 10);
+  }
+}
+
+}  // namespace
+}  // namespace vtclass::test

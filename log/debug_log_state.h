@@ -1,0 +1,100 @@
+#ifndef VTCLASS_LOG_DEBUG_LOG_STATE_H
+#define VTCLASS_LOG_DEBUG_LOG_STATE_H
+
+#include <array>
+#include <atomic>
+#include <cstdarg>
+#include <memory>
+
+#include "log/size_limit_policy.h"
+#include "platform/critical_section.h"
+#include "vtclass/debug_log.h"
+
+/* What a debug log consists of. Members without a lock on them never change or are atomic. */
+struct DebugLog::State {
+  State(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
+
+  /* Printing. Nothing is thrown. */
+  int Print(const wchar_t* format, va_list arguments, bool endsLine);
+  int PrintMessage(unsigned id, va_list arguments);
+
+  int Open(int mode, const wchar_t* path) VTCLASS_REQUIRES(lock);
+  int Close() VTCLASS_REQUIRES(lock);
+
+  /* Settings, which may throw std::bad_alloc. */
+  void LoadSettings(bool storeDefaults) VTCLASS_REQUIRES(lock);
+  int Follow() VTCLASS_REQUIRES(lock);
+  int SwitchOn() VTCLASS_REQUIRES(lock);
+  int SwitchOff() VTCLASS_REQUIRES(lock);
+  void SetPath(wcstring&& path) VTCLASS_REQUIRES(lock);
+
+  /* In between the settings are followed as they change. Neither may hold the lock: the monitor
+   * calls back under its own, and the callbacks take this one. */
+  void Subscribe();
+  void Unsubscribe();
+
+  int Refuse(unsigned long code);
+
+  StringResourceMgr messages;
+  long status VTCLASS_GUARDED_BY(lock) = S_OK; /* of the size limit, an HRESULT */
+  wcstring fileName VTCLASS_GUARDED_BY(lock);
+  vtclass::platform::OwnedFile file VTCLASS_GUARDED_BY(lock);
+  std::unique_ptr<wchar_t[]> formatBuffer VTCLASS_GUARDED_BY(lock);
+  std::size_t formatCapacity VTCLASS_GUARDED_BY(lock);
+  std::unique_ptr<wchar_t[]> lineBuffer VTCLASS_GUARDED_BY(lock);
+  std::size_t lineCapacity VTCLASS_GUARDED_BY(lock);
+  const int unicode;
+  std::atomic<unsigned long> lastError{ERROR_SUCCESS};
+  std::unique_ptr<char[]> ansiBuffer VTCLASS_GUARDED_BY(lock);
+  std::size_t ansiCapacity VTCLASS_GUARDED_BY(lock);
+  std::unique_ptr<vtclass::log::SizeLimitPolicy> sizeLimit VTCLASS_GUARDED_BY(lock);
+  vtclass::platform::CriticalSection lock;
+  const wcstring pathValueName;
+  unsigned long rollCounter VTCLASS_GUARDED_BY(lock) = 1;
+  wcstring baseName VTCLASS_GUARDED_BY(lock);
+  wcstring extension VTCLASS_GUARDED_BY(lock);
+  std::atomic<unsigned long> logLevel{1};
+  unsigned long createDebugLog VTCLASS_GUARDED_BY(lock) = 0;
+
+  /*
+   * What the members above leave unsaid: whether the log is to be open, which a print asks before
+   * it formats anything; the file's size (asking costs more than a write); how much may still be
+   * written before a failed roll is tried again; what was lost, and whether that was told; the
+   * settings as stored and in force; and the monitor's cookies.
+   */
+  std::atomic<bool> isOpen{false};
+  vtclass::log::Position fileSize VTCLASS_GUARDED_BY(lock) = 0;
+  vtclass::log::Position untilRetry VTCLASS_GUARDED_BY(lock) = 0;
+  unsigned long long lostLines VTCLASS_GUARDED_BY(lock) = 0;
+  bool lossReported VTCLASS_GUARDED_BY(lock) = false;
+  vtclass::log::SizeSettings stored VTCLASS_GUARDED_BY(lock);
+  vtclass::log::SizeLimits limits VTCLASS_GUARDED_BY(lock);
+  DebugLogSettings settings VTCLASS_GUARDED_BY(lock);
+  std::array<const void*, 8> subscriptions{};
+  bool subscribed = false;
+
+ private:
+  static long OnCreateDebugLog(unsigned long value, void* context);
+  static long OnLevel(unsigned long value, void* context);
+  template <std::uint32_t vtclass::log::SizeSettings::* setting>
+  static long OnLimit(unsigned long value, void* context);
+  void ApplySettings() VTCLASS_REQUIRES(lock);
+
+  int OpenAt(int mode, const wchar_t* path) VTCLASS_REQUIRES(lock);
+  int CloseFile() VTCLASS_REQUIRES(lock);
+  int Reopen() VTCLASS_REQUIRES(lock);
+
+  int PrintShort(vtclass::WideView text, bool endsLine);
+  int PrintLong(const wchar_t* format, va_list arguments, bool endsLine);
+  unsigned long FillLine(const wchar_t* format, va_list arguments, bool endsLine,
+                         std::size_t* length) VTCLASS_REQUIRES(lock);
+  unsigned long FillFormat(const wchar_t* format, va_list arguments, vtclass::WideView* text)
+      VTCLASS_REQUIRES(lock);
+
+  int Write(const void* bytes, std::size_t size) VTCLASS_REQUIRES(lock);
+  void ApplyLimit(std::size_t incoming) VTCLASS_REQUIRES(lock);
+  long SimpleRoll() VTCLASS_REQUIRES(lock);
+  int Lose(unsigned long code) VTCLASS_REQUIRES(lock);
+};
+
+#endif

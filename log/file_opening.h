@@ -1,0 +1,34 @@
+#ifndef VTCLASS_LOG_FILE_OPENING_H
+#define VTCLASS_LOG_FILE_OPENING_H
+
+#include <vtclass/win32.h>
+
+#include "log/file_bytes.h"
+#include "platform/owned.h"
+
+namespace vtclass::log {
+
+/* The numbers by which callers choose how a log is opened. */
+inline constexpr int kCreateAlways = 0;
+inline constexpr int kAppend = 1;
+inline constexpr int kCreateNew = 2;
+
+/*
+ * Opens a log's file for reading and writing, at its end, which `*size` tells; others may read it.
+ * A Win32 status; ERROR_INVALID_PARAMETER for another mode. After a failure both are as before.
+ */
+DWORD OpenFile(int openMode, const wchar_t* path, platform::OwnedFile* file, Position* size);
+
+/* The first bytes of a new UTF-16 file. */
+DWORD AppendByteOrderMark(HANDLE file, Position* size);
+
+/* The same as OpenFile for a debug log, with the byte-order mark of a new UTF-16 file. */
+DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, platform::OwnedFile* file,
+                Position* size);
+
+/* Opens the file for appending; makes it where it is missing. */
+DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, platform::OwnedFile* file, Position* size);
+
+}  // namespace vtclass::log
+
+#endif

@@ -1,0 +1,54 @@
+#ifndef VTCLASS_TOOLS_VTCTL_DEBUGLOG_TRACE_FILE_H
+#define VTCLASS_TOOLS_VTCTL_DEBUGLOG_TRACE_FILE_H
+
+#include <vtclass/win32.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/owned.h"
+#include "tools/vtctl/debuglog/trace_text.h"
+
+namespace vtctl::debuglog {
+
+/* Tells one file from another whatever name it has at the moment. */
+struct FileIdentity {
+  DWORD volume = 0;
+  uint64_t index = 0;
+
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/* A file of a debug log, opened so that its writer may go on writing, moving and deleting it. */
+class TraceFile {
+ public:
+  /* The system's status. */
+  DWORD Open(const std::wstring& systemPath);
+  bool IsOpen() const { return static_cast<bool>(file); }
+
+  uint64_t Size() const;
+  FileIdentity Identity() const;
+  FILETIME LastWrite() const;
+  Encoding TextEncoding() const;
+
+  /* The bytes from `position` on, at most `most`; fewer at the end, none after a failure. */
+  std::string Read(uint64_t position, std::size_t most) const;
+
+ private:
+  vtclass::platform::OwnedFile file;
+};
+
+/* A rotated file, as its name said at one moment. */
+struct RotatedFile {
+  std::wstring path;
+  RotatedPart part;
+  uint64_t size = 0;
+};
+
+/* The rotated files of a log, oldest first; those of different extensions one after the other. */
+std::vector<RotatedFile> RotatedFilesOf(const std::wstring& livePath);
+
+}  // namespace vtctl::debuglog
+
+#endif

@@ -1,0 +1,107 @@
+#include "tools/vtctl/debuglog/trace_text.h"
+
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "tools/vtctl/printable.h"
+
+namespace vtctl::debuglog {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xFF\xFE";
+
+std::size_t UnitOf(Encoding encoding) { return encoding == Encoding::utf16 ? 2 : 1; }
+
+bool IsLineFeed(std::string_view bytes, std::size_t at, Encoding encoding) {
+  return bytes[at] == '\n' && (encoding == Encoding::ansi || bytes[at + 1] == '\0');
+}
+
+std::wstring Widened(std::string_view bytes, Encoding encoding) {
+  std::wstring text;
+  if (encoding == Encoding::utf16) {
+    if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
+    text.resize(bytes.size() / sizeof(wchar_t));
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
+  } else if (!bytes.empty()) {
+    /* No code page makes more units than bytes. */
+    text.resize(bytes.size());
+    const int length =
+        ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(),
+                              static_cast<int>(text.size()));
+    text.resize(static_cast<std::size_t>(std::max(length, 0)));
+  }
+  return text;
+}
+
+}  // namespace
+
+Encoding EncodingOf(std::string_view firstBytes) {
+  if (firstBytes.starts_with(kByteOrderMark)) return Encoding::utf16;
+  return firstBytes.size() >= 2 && firstBytes[1] == '\0' ? Encoding::utf16 : Encoding::ansi;
+}
+
+std::size_t LengthOfWholeLines(std::string_view bytes, Encoding encoding) {
+  const std::size_t unit = UnitOf(encoding);
+  for (std::size_t end = bytes.size() - bytes.size() % unit; end != 0; end -= unit) {
+    if (IsLineFeed(bytes, end - unit, encoding)) return end;
+  }
+  return 0;
+}
+
+std::size_t StartOfLastLines(std::string_view bytes, Encoding encoding, std::size_t count) {
+  const std::size_t whole = bytes.size() - bytes.size() % UnitOf(encoding);
+  if (count == 0) return whole;
+  /* What ends a last line without its end is behind the last line feed. */
+  std::size_t end = LengthOfWholeLines(bytes.substr(0, whole), encoding) == whole
+                        ? whole - std::min(whole, UnitOf(encoding))
+                        : whole;
+  for (; count != 0 && end != 0; --count) {
+    end = LengthOfWholeLines(bytes.substr(0, end), encoding);
+    if (count > 1 && end != 0) end -= UnitOf(encoding);
+  }
+  return end;
+}
+
+std::wstring ShownText(std::string_view bytes, Encoding encoding) {
+  const std::wstring text = Widened(bytes, encoding);
+  std::wstring shown;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find_first_of(L"\t\r\n", at), text.size());
+    shown += Printable(std::wstring_view(text).substr(at, end - at));
+    if (end < text.size() && text[end] != L'\r') shown += text[end];
+    at = end + 1;
+  }
+  return shown;
+}
+
+std::optional<RotatedPart> RotatedPartOf(std::wstring_view liveName, std::wstring_view name) {
+  if (name.size() <= liveName.size()) return std::nullopt;
+  const std::wstring_view head = name.substr(0, liveName.size());
+  if (::CompareStringOrdinal(head.data(), static_cast<int>(head.size()), liveName.data(),
+                             static_cast<int>(liveName.size()), TRUE) != CSTR_EQUAL) {
+    return std::nullopt;
+  }
+  const std::wstring_view rest = name.substr(liveName.size());
+  const std::size_t digits = rest.find_last_not_of(L"0123456789") + 1;
+  const std::wstring_view number = rest.substr(digits);
+  if (number.empty() || number.size() > 9 || number.front() == L'0' || digits == 0) {
+    return std::nullopt;
+  }
+  RotatedPart part = {std::wstring(rest.substr(0, digits)), 0};
+  for (const wchar_t digit : number) {
+    part.number = part.number * 10 + static_cast<unsigned long>(digit - L'0');
+  }
+  return part;
+}
+
+std::wstring FurtherName(std::wstring_view firstPath, unsigned long number) {
+  const std::size_t name = firstPath.find_last_of(L"\\/") + 1;
+  const std::size_t dot = firstPath.rfind(L'.');
+  const std::size_t split = dot == std::wstring_view::npos || dot < name ? firstPath.size() : dot;
+  return std::wstring(firstPath.substr(0, split)) + L"-" + std::to_wstring(number + 1) +
+         std::wstring(firstPath.substr(split));
+}
+
+}  // namespace vtctl::debuglog

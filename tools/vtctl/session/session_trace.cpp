@@ -1,0 +1,27 @@
+#include "tools/vtctl/session/session_trace.h"
+
+#include "tools/vtctl/printable.h"
+#include "tools/vtctl/session/paths.h"
+#include "tools/vtctl/system_text.h"
+#include "vtclass/settings_monitor.h"
+
+namespace vtctl {
+
+SessionTrace::SessionTrace(const StringResourceMgr& messages, const std::wstring& folder) {
+  constexpr int kUnicode = 1;
+  LogFileFactory factory(messages, kUnicode);
+  /* Beside each job log its own trace: the path is not one for all, so it is not stored. */
+  log.reset(factory.CreateDebugLog(nullptr, Joined(folder, L"vtctl-session.log").c_str()));
+}
+
+SessionTrace::~SessionTrace() {
+  log.reset();
+  SettingsMonitor::DestroyInstance();
+}
+
+void SessionTrace::Write(unsigned long level, const std::wstring& text) {
+  if (log->GetLogLevel() < level) return;
+  log->print(L"%s %lu %s\n", ClockTime().c_str(), ::GetCurrentThreadId(), Printable(text).c_str());
+}
+
+}  // namespace vtctl

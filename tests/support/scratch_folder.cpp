@@ -38,14 +38,9 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
-  // The files of a child process, or of a scanner that looks at new files, may close a moment late.
   std::error_code failure;
-  for (int attempt = 0; attempt < 50; ++attempt) {
-    std::filesystem::remove_all(path, failure);
-    if (!failure) return;
-    ::Sleep(100);
-  }
-  ADD_FAILURE() << "a file of the scratch folder is still open: " << failure.message();
+  std::filesystem::remove_all(path, failure);
+  EXPECT_FALSE(failure) << "a file of the scratch folder is still open: " << failure.message();
 }
 
 std::string FileBytes(const std::wstring& path) {

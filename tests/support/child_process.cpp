@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/random_name.h"
+#include "tests/support/scratch_folder.h"
 #include "tests/support/wine.h"
 
 namespace vtclass::test {
@@ -28,27 +30,34 @@ std::wstring BesideThisProgram(const std::wstring& name) {
   return path.substr(0, path.rfind(L'\\') + 1) + name;
 }
 
-HANDLE InheritableFile(const std::wstring& path) {
-  SECURITY_ATTRIBUTES attributes = {sizeof attributes, nullptr, TRUE};
-  return ::CreateFileW(path.c_str(), GENERIC_WRITE,
-                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
-                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+std::wstring TemporaryName() {
+  wchar_t folder[MAX_PATH + 1] = {};
+  ::GetTempPathW(MAX_PATH + 1, folder);
+  return folder + (L"vtclass-test-output-" + RandomName());
 }
 
 }  // namespace
+
+ChildProcess::Stream::Stream() : path(TemporaryName()) {
+  SECURITY_ATTRIBUTES attributes = {sizeof attributes, nullptr, TRUE};
+  file.Reset(::CreateFileW(path.c_str(), GENERIC_WRITE | DELETE,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &attributes,
+                           CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+  EXPECT_TRUE(file) << Status(static_cast<long>(::GetLastError()));
+}
+
+std::string ChildProcess::Stream::Text() const { return FileBytes(path); }
 
 ChildProcess::ChildProcess(const std::wstring& program,
                            const std::vector<std::wstring>& arguments) {
   const std::wstring path = BesideThisProgram(program);
   std::wstring line = Quoted(path);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
-  const platform::OwnedFile out(InheritableFile(scratch / L"out"));
-  const platform::OwnedFile err(InheritableFile(scratch / L"err"));
   STARTUPINFOW start = {};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
-  start.hStdOutput = out.Get();
-  start.hStdError = err.Get();
+  start.hStdOutput = output.file.Get();
+  start.hStdError = errorOutput.file.Get();
   PROCESS_INFORMATION information = {};
   EXPECT_TRUE(::CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                nullptr, &start, &information))
@@ -78,8 +87,8 @@ void ChildProcess::Kill() {
   ::WaitForSingleObject(process.Get(), kLongestRun);
 }
 
-std::string ChildProcess::Output() const { return FileBytes(scratch / L"out"); }
+std::string ChildProcess::Output() const { return output.Text(); }
 
-std::string ChildProcess::ErrorOutput() const { return FileBytes(scratch / L"err"); }
+std::string ChildProcess::ErrorOutput() const { return errorOutput.Text(); }
 
 }  // namespace vtclass::test

@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "platform/owned.h"
-#include "tests/support/scratch_folder.h"
 
 namespace vtclass::test {
 
-/* A program that lies beside the test program, started with its output in files. */
+/*
+ * A program that lies beside the test program, started with its output in files. The files go with
+ * the last handle to them, which may be that of a background program that the system has started
+ * for the child and that has inherited it.
+ */
 class ChildProcess {
  public:
   ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments);
@@ -30,7 +33,14 @@ class ChildProcess {
   std::string ErrorOutput() const;
 
  private:
-  ScratchFolder scratch;
+  struct Stream {
+    Stream();
+    std::string Text() const;
+    std::wstring path;
+    platform::OwnedFile file;
+  };
+
+  Stream output, errorOutput;
   platform::OwnedKernelObject process;
 };
 

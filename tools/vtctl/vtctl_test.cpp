@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/random_name.h"
+#include "tests/support/scratch_folder.h"
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/run_vtctl.h"

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/network/network_names.h"
+#include "tests/support/scratch_folder.h"
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/run_vtctl.h"

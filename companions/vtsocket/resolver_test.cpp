@@ -100,7 +100,14 @@ ULONG WINAPI FakeGetAdaptersAddresses(ULONG family, ULONG flags, void* reserved,
   return NO_ERROR;
 }
 
+std::atomic<int> winsockStarts{0};
+int WSAAPI CountedWSAStartup(WORD version, WSADATA* data) {
+  ++winsockStarts;
+  return ::WSAStartup(version, data);
+}
+
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
+  if (strcmp(name, "WSAStartup") == 0) return std::bit_cast<FARPROC>(&CountedWSAStartup);
   if (strcmp(name, "getaddrinfo") == 0) return std::bit_cast<FARPROC>(&FakeGetAddrInfo);
   if (strcmp(name, "freeaddrinfo") == 0) return std::bit_cast<FARPROC>(&FakeFreeAddrInfo);
   if (strcmp(name, "GetAdaptersAddresses") == 0)
@@ -372,6 +379,7 @@ TEST_F(VTDnsResolver, LocalMachine_ListsTheAdaptersOwnAddressesOnce) {
   using Texts = std::vector<std::wstring>;
   EXPECT_EQ(Addresses(*host, AddressFamily::Any),
             (Texts{L"10.0.0.7", L"fe80::1%3", L"127.0.0.1", L"::1"}));
+  EXPECT_GE(winsockStarts, 1) << "who asks for a name next needs it";
   EXPECT_EQ(Addresses(*host, AddressFamily::IPv6), (Texts{L"fe80::1%3", L"::1"}));
   some = {ERROR_NO_DATA, {}};
   EXPECT_EQ(

@@ -67,10 +67,18 @@ int Answer(const char* node, const char*, const addrinfo* hints, addrinfo** resu
 
 void WSAAPI CountRelease(addrinfo*) { ++resolver.released; }
 
+// Only 192.0.2.80 has a name.
+int WSAAPI NameOf(const sockaddr* address, socklen_t, char* host, DWORD, char*, DWORD, int) {
+  const bool isKnown = address->sa_data[5] == 80;
+  if (isKnown) std::strcpy(host, "node1.corp.invalid");
+  ::SetLastError(isKnown ? 0 : WSATRY_AGAIN);
+  return isKnown ? 0 : EAI_AGAIN;
+}
+
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
-  if (!IS_INTRESOURCE(name) && std::strcmp(name, "freeaddrinfo") == 0) {
-    return std::bit_cast<FARPROC>(&CountRelease);
-  }
+  if (IS_INTRESOURCE(name)) return ::GetProcAddress(module, name);
+  if (std::strcmp(name, "freeaddrinfo") == 0) return std::bit_cast<FARPROC>(&CountRelease);
+  if (std::strcmp(name, "getnameinfo") == 0) return std::bit_cast<FARPROC>(&NameOf);
   return ::GetProcAddress(module, name);
 }
 [[maybe_unused]] auto* const lookUps = test::AnswerLookUps(&LookUp);
@@ -85,7 +93,7 @@ sockaddr_storage AddressOf(const wchar_t* text) {
   return address;
 }
 
-// A cluster with the virtual server SQLV.corp.invalid at 192.0.2.80.
+// A cluster with the virtual server SQLV.corp.invalid at 192.0.2.80, 192.0.2.81 and localhost.
 class PlayedCluster : public Cluster {
  public:
   static std::shared_ptr<Cluster> Instance(const wchar_t*) {
@@ -102,10 +110,10 @@ class PlayedCluster : public Cluster {
     return true;
   }
   bool GetVirtualNameFromIp(std::wstring& name, const char* asked) override {
-    const bool isVirtual = _stricmp(asked, "sqlv") == 0 || std::strcmp(asked, "192.0.2.80") == 0;
-    if (isVirtual) name = L"SQLV.corp.invalid";
-    if (std::strcmp(asked, "nameless") == 0) name = L"";
-    return isVirtual || std::strcmp(asked, "nameless") == 0;
+    const std::string text = asked;
+    const bool isNameless = text == "nameless";
+    name = isNameless ? L"" : L"SQLV.corp.invalid";
+    return isNameless || text == "sqlv" || text == "localhost" || text.starts_with("192.0.2.8");
   }
   bool GetVtVirtualServerName(const std::wstring&, std::wstring&) override { return false; }
   appState IsServerRunningSQL(const wchar_t*, bool*) override { return noAnswer; }
@@ -131,7 +139,10 @@ TEST(ClusterNames, VirtualServersAreNotThisNode) {
   } rows[] = {{L"\\\\sqlv\\db", 0, 0, 0, L"\\\\SQLV\\db"},
               {L"sqlv", 1, 0, 0, L"SQLV"},
               {L"192.0.2.80", 3, 0, 0, L"SQLV.corp.invalid"},
-              {L"\\\\sqlv\\db", 8, 0, 0, L"\\\\sqlv\\db"},
+              {L"\\\\localhost\\db", 8, 0, 0, L"\\\\localhost\\db"},
+              // What fails without the cluster's word fails with it.
+              {L"192.0.2.81", 3, WSATRY_AGAIN, 3, L""},
+              {L"sqlv", 8, 1, 1, L""},
               {L"sqlv", 9, 0, 0, L""},
               {L"sqlv", 5, 87, 1, L""},
               {L"nameless", 3, 1, 1, L""},

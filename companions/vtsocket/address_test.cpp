@@ -121,38 +121,22 @@ TEST(VTIPAddress, Equality_ComparesBitsAndFamilyOnly) {
 std::mt19937 random{20010};
 unsigned Pick(unsigned below) { return random() % below; }
 
-std::wstring IPv4() {
-  std::wstring text;
-  for (int part = 0; part < 4; ++part)
-    text += (part ? L"." : L"") + std::to_wstring(Pick(Pick(8) == 0 ? 300 : 256));
-  return text;
-}
-
-/* Groups, of which one run may be left out, with an IPv4 address at the end of some. */
-std::wstring IPv6() {
-  const bool mixed = Pick(4) == 0;
-  const unsigned count = mixed ? 6 : 8;
-  const unsigned gap = Pick(count + 4);
-  const unsigned length = gap < count ? 1 + Pick(count - gap) : 0;
-  std::wstring text;
-  for (unsigned group = 0; group < count; ++group) {
-    wchar_t one[8];
-    const wchar_t* const kFormats[] = {L"0", L"%x", L"%X", L"%04x", L"ffff", L"5EFE"};
-    swprintf(one, _countof(one), kFormats[Pick(_countof(kFormats))], Pick(0x10000));
-    if (group == gap) text += L"::";
-    if (group >= gap && group < gap + length) continue;
-    text += (group > 0 && group != gap + length ? L":" : L"") + std::wstring(one);
-  }
-  return mixed ? text + (gap + length == count ? L"" : L":") + IPv4() : text;
-}
-
 /* A text that is an address, or nearly. */
 std::wstring Nearly() {
-  std::wstring text = Pick(3) == 0 ? IPv4() : IPv6();
-  if (Pick(4) > 0) return text;
-  const std::size_t at = Pick(static_cast<unsigned>(text.size()));
-  if (Pick(2) == 0) return text.erase(at, 1);
-  return text.insert(at, 1, L"0123456789abcdefABCDEFg.:: "[Pick(27)]);
+  unsigned char bytes[16];
+  const unsigned zeros = Pick(16);
+  for (unsigned at = 0; at < 16; ++at)
+    bytes[at] = at < zeros || Pick(3) == 0 ? '\0' : static_cast<unsigned char>(random());
+  wchar_t printed[64];
+  std::wstring text = ::InetNtopW(Pick(3) > 0 ? AF_INET6 : AF_INET, bytes, printed, 64);
+  for (unsigned changes = Pick(2) * Pick(4); changes > 0 && !text.empty(); --changes) {
+    const std::size_t at = Pick(static_cast<unsigned>(text.size()));
+    if (Pick(3) == 0)
+      text.erase(at, 1);
+    else
+      text.insert(at, 1, L"000123456789abcdefABCDEFg.::: "[Pick(30)]);
+  }
+  return text;
 }
 
 /* What the system says of the text: its own printed form, or nothing. */

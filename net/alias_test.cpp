@@ -117,8 +117,8 @@ TEST(ClusterNames, VirtualServersAreNotThisNode) {
                                 {L"nameless", 9, 0, 0, false, L""},
                                 {own, 0, 0, 0, isFull, isFull ? L"NODE1" : own}};
   for (const ConversionRow& row : rows) row.Expect();
-  wchar_t buffer[4] = L"old";
-  unsigned long size = ARRAYSIZE(buffer);
+  wchar_t buffer[] = L"old text";
+  unsigned long size = 4;
   EXPECT_EQ(GetComputerNodeName(buffer, &size), 0);
   EXPECT_EQ(wcstring(buffer), L"NOD");
   EXPECT_EQ(size, 5u);
@@ -165,6 +165,8 @@ TEST_F(Alias, Answers) {
   expect(0, "far", {}, 87, false);
   expect(WSAHOST_NOT_FOUND, "", {}, 0, false);
   expect(WSATRY_AGAIN, "", {}, WSATRY_AGAIN, false);
+  Ask("\\alias");
+  EXPECT_EQ(resolver.node, "\\alias") << "one alone is not";
 }
 
 TEST_F(Alias, NamesThatAreNotLookedUp) {

@@ -112,6 +112,11 @@ unsigned long IsLocalIPAddress(const RefPointer<VTIPAddress>& address, bool* isL
   });
 }
 
-void Set_VTSockZPrintf(void (*print)(const char* format, ...)) { VTSock_SetZPrintf(print); }
+void Set_VTSockZPrintf(void (*print)(const char* format, ...)) {
+  net::StatusOf([print] {
+    VTSock_SetZPrintf(print);
+    return ERROR_SUCCESS;
+  });
+}
 
 }  // namespace vtclass

@@ -50,26 +50,29 @@ LocalNames FetchNames() {
   return names;
 }
 
-// 1 and the name that `fetch` puts into `out`; otherwise 0 with the thread's last error, and `out`
-// is empty.
-int Fetched(wcstring& out, bool (*fetch)(wcstring&)) {
-  out.clear();
-  bool found = false;
+// What `ask` answers; false with the thread's last error where it throws.
+template <typename Ask>
+bool Succeeds(Ask ask) noexcept {
+  bool answer = false;
   const unsigned long status = StatusOf([&] {
-    found = fetch(out);
+    answer = ask();
     return ERROR_SUCCESS;
   });
   if (status != ERROR_SUCCESS) ::SetLastError(status);
-  if (!found) out.clear();
-  return found ? 1 : 0;
+  return answer;
 }
 
-bool NodeName(std::wstring& node) noexcept {
-  return StatusOf([&node] {
-           wcstring name;
-           return ComputerName(name) && NodeBehind(name, node) ? ERROR_SUCCESS
-                                                               : ERROR_INVALID_FUNCTION;
-         }) == ERROR_SUCCESS;
+// 1 and the name that `fetch` puts into `out`; otherwise 0, and `out` is empty.
+int Fetched(wcstring& out, bool (*fetch)(wcstring&)) {
+  out.clear();
+  if (Succeeds([&] { return fetch(out); })) return 1;
+  out.clear();
+  return 0;
+}
+
+bool NodeName(std::wstring& node) {
+  wcstring name;
+  return ComputerName(name) && NodeBehind(name, node);
 }
 
 }  // namespace
@@ -114,7 +117,9 @@ int GetComputerNodeName(wchar_t* buffer, unsigned long* size) {
     return 0;
   }
   std::wstring node;
-  if (!net::NodeName(node)) return VTGetComputerNameW(buffer, size);
+  if (!net::Succeeds([&] { return net::NodeName(node); })) {
+    return net::Succeeds([&] { return VTGetComputerNameW(buffer, size) != 0; });
+  }
   const std::size_t room = buffer ? *size : 0;
   if (room > 0) {
     const std::size_t copied = std::min(node.size(), room - 1);

@@ -135,18 +135,20 @@ bool FindVirtualServer(const std::wstring& server, std::wstring& virtualServer) 
 Conversion ConvertVirtualServer(const std::wstring& server, const std::wstring& virtualServer,
                                 _COMPUTER_NAME_FORMAT format) {
   if (format == computerNameNoConversion) return {};
-  if (!IsKnownFormat(format)) return Failed(kNoUsableName, ERROR_INVALID_PARAMETER);
   if (format == computerNameIpAddress) return {server};
   if (virtualServer.empty()) return Failed(kNoUsableName, kNoName);
   return Converted(ForeignForm(virtualServer, format), false);
 }
 
+// A server without a name in that form is none for the cluster either: what fails stays failed.
 Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware) {
+  Conversion conversion = ConvertServer(server, format, clusterAware);
   std::wstring virtualServer;
-  if (clusterAware && FindVirtualServer(server, virtualServer)) {
+  if (clusterAware && conversion.result == ERROR_SUCCESS &&
+      FindVirtualServer(server, virtualServer)) {
     return ConvertVirtualServer(server, virtualServer, format);
   }
-  return ConvertServer(server, format, clusterAware);
+  return conversion;
 }
 
 }  // namespace

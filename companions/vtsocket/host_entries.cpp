@@ -115,7 +115,11 @@ namespace VTSocket {
 RefPointer<VTHostEntries> VTDnsResolver::GetHostByName(const char* name) {
   using namespace vtclass::vtsocket;
   if (!name) name = "";
-  if (std::strcmp(name, "..localmachine") == 0) return new LocalEntries(LocalAddresses());
+  if (std::strcmp(name, "..localmachine") == 0) {
+    // Whoever holds these addresses may go on to Winsock itself; without it, only that fails.
+    StartWinsock();
+    return new LocalEntries(LocalAddresses());
+  }
   return Resolve(name);
 }
 

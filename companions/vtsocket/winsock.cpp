@@ -19,6 +19,8 @@ constinit BoundFunction<decltype(::freeaddrinfo)> freeAddrInfo(L"ws2_32.dll", "f
 constinit std::atomic<bool> started{false};
 constinit std::atomic<TracePrint> tracePrint{nullptr};
 
+}  // namespace
+
 int StartWinsock() {
   if (started.load(std::memory_order_acquire)) return 0;
   WSADATA data{};
@@ -27,8 +29,6 @@ int StartWinsock() {
   if (error == 0) started.store(true, std::memory_order_release);
   return error;
 }
-
-}  // namespace
 
 int GetAddrInfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result) {
   *result = nullptr;

@@ -8,11 +8,14 @@
 namespace vtclass::vtsocket {
 
 /*
- * The system's resolver, bound at the first call: a process that never resolves a name loads no
+ * The system's resolver, bound at the first call: a process that never looks a host up loads no
  * Winsock. Winsock itself is started once and stays started until the process ends: a clean-up
  * would have to run while the DLL is unloaded, where Winsock forbids it, or under the feet of a
  * thread that still resolves.
  */
+
+/* Starts Winsock unless that has been done; 0, or Winsock's code. */
+int StartWinsock();
 
 /* The contract of getaddrinfo; also clears `*result` on failure. WSASYSNOTREADY where there is no
  * resolver. */

@@ -24,6 +24,10 @@
  * empty name, 8 when memory runs out, and the sockets library's code when it fails. Nothing is
  * thrown, except by IsIpAddrLocal and SplitUncPath.
  *
+ * Installation: vtsocket.dll and vtcluster.dll lie in the folder of this library, and nowhere else
+ * are they looked for. They load when they are first needed. One that is missing gives the result
+ * 126, one of another release 127; IsThisMe says no then, and IsThisMeEx that it cannot tell.
+ *
  * Remembered: this machine's node name, DNS host name and fully qualified name are fetched at the
  * first conversion and kept as long as the library stays loaded, and so is the DNS query time-out.
  * Contract: a machine that is renamed, or a changed setting, shows after a restart of the process.
@@ -61,7 +65,8 @@ VTCLASS_API unsigned long IsThisMe(const wcstring& name, bool* isMe, bool cluste
  * The full test, the one to prefer: IsThisMe, and when that does not say yes, whether the name is
  * an alias of this machine (IsThisAnAliasForMe), whose result it then has: 0 for "no" too.
  *
- * `timeoutMs` limits the DNS query, in milliseconds; -1 is no limit. 0 takes the product's setting,
+ * `timeoutMs` limits the DNS query, in milliseconds; -1 is no limit, and other negative numbers and
+ * those above 2,147,483 (36 minutes) count as that one. 0 takes the product's setting,
  * the DWORD "DnsQueryTimeOut" of the key Network\TcpIp below the product's root: 1000 to 60000, or
  * 0xFFFFFFFF for no limit. Anything else counts as 5000; so does a key that is missing or may not
  * be written, and a missing value, which is written back as 5000.
@@ -108,8 +113,9 @@ VTCLASS_API unsigned long VTGetFQDN(wcstring& out);
  * GetAnyIpAddress; an address stays as it is.
  *
  * `clusterAware`: a name or address that a cluster's virtual server holds is converted into the
- * forms of the virtual server's name, and is not local. In the NetBIOS form a name that this
- * machine holds only for its cluster is not local either.
+ * forms of the virtual server's name, and is not local. What cannot be converted without a cluster,
+ * such as an address without a reverse entry, fails all the same. In the NetBIOS form a name that
+ * this machine holds only for its cluster is not local either.
  *
  * `*status` tells more than the result; on all failures `out` is empty:
  *   0  converted                                             result 0

@@ -99,7 +99,8 @@ void AddResolution(IdentityStep& step, const std::wstring& server, const Identit
     step.found = L"no host: " + ResolverText(resolution.error);
     return;
   }
-  step.found = L"DNS calls it " + Printable(resolution.canonicalName);
+  step.found = answer.isMe ? L"an alias" : L"none of them";
+  step.found += L": DNS calls it " + Printable(resolution.canonicalName);
   for (const ResolvedAddress& address : resolution.addresses) {
     step.found += L", " + AddressLine(address);
   }

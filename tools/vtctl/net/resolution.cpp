@@ -50,8 +50,14 @@ Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
   limit.tv_usec = static_cast<long>(timeOut % 1000) * 1000;
   addrinfo* found = nullptr;
   Resolution resolution;
+  const cstring ansi{wcstring(name)};
+  if (wcstring(ansi) != name) {
+    // The resolver would be asked for a look-alike, which may be another host.
+    resolution.error = WSAHOST_NOT_FOUND;
+    return resolution;
+  }
   resolution.error = static_cast<unsigned long>(VTSocket::GetAddrInfoWithTimeOut(
-      cstring(wcstring(name)).c_str(), nullptr, &hints, &found, timeOut != 0 ? &limit : nullptr));
+      ansi.c_str(), nullptr, &hints, &found, timeOut != 0 ? &limit : nullptr));
   const AddressList list(found, &::freeaddrinfo);
   if (resolution.error != 0 || !list) return resolution;
   if (list->ai_canonname) resolution.canonicalName = wcstring(cstring(list->ai_canonname));

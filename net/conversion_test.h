@@ -1,0 +1,30 @@
+#ifndef VTCLASS_NET_CONVERSION_TEST_H
+#define VTCLASS_NET_CONVERSION_TEST_H
+
+#include <gtest/gtest.h>
+
+#include "vtclass/net.h"
+
+/* One question to VTConvertServerNamePlus, and the whole of its answer. */
+struct ConversionRow {
+  wcstring in;
+  int format;
+  unsigned long result, status;
+  bool isLocal;
+  wcstring out;
+
+  void Expect() const {
+    wcstring text = in;  // input and output at once
+    bool local = !isLocal;
+    unsigned long said = 99;
+    EXPECT_EQ(
+        vtclass::VTConvertServerNamePlus(
+            text, text, static_cast<vtclass::_COMPUTER_NAME_FORMAT>(format), true, &local, &said),
+        result);
+    EXPECT_EQ(said, status);
+    EXPECT_EQ(local, isLocal);
+    EXPECT_EQ(text, out) << "format " << format;
+  }
+};
+
+#endif

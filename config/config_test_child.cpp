@@ -2,28 +2,22 @@
 // two values below HKEY_CURRENT_USER, the last one into both, and prints that one.
 #include <vtclass/win32.h>
 
-#include <shellapi.h>
-
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 
-int main() {
-  int count = 0;
-  wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-  if (!words || count != 6) return 2;
-  std::minstd_rand random(static_cast<unsigned>(std::wcstoul(words[5], nullptr, 10)));
-  DWORD number = 0;
+int main(int, char** words) {
+  std::minstd_rand random(static_cast<unsigned>(std::atoi(words[5])));
   for (int i = 0; i <= 1000; ++i) {
-    number = static_cast<DWORD>(random());
-    for (int which = 0; which < 2; ++which) {
-      if (i < 1000 && static_cast<int>(random() % 2) != which) continue;
-      if (::RegSetKeyValueW(HKEY_CURRENT_USER, words[1 + 2 * which], words[2 + 2 * which],
-                            REG_DWORD, &number, sizeof number) != ERROR_SUCCESS) {
-        return 1;
-      }
+    const DWORD number = static_cast<DWORD>(random());
+    const int only = i < 1000 ? 1 + 2 * static_cast<int>(random() % 2) : 0;
+    for (const int at : {1, 3}) {
+      if (only && at != only) continue;
+      const auto status = ::RegSetKeyValueA(HKEY_CURRENT_USER, words[at], words[at + 1], REG_DWORD,
+                                            &number, sizeof number);
+      if (status != ERROR_SUCCESS) return 1;
     }
     if (random() % 16 == 0) ::Sleep(1);
+    if (i == 1000) std::printf("%lu", number);
   }
-  std::printf("%lu", number);
-  return 0;
 }

@@ -58,30 +58,21 @@ DWORD playedVersion; /* 51 is 5.1; 0: not known */
 REGSAM asked;
 
 TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {
-  const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
-                                                      [](OSVERSIONINFOW* answer) -> BOOL {
-                                                        answer->dwMajorVersion = playedVersion / 10;
-                                                        answer->dwMinorVersion = playedVersion % 10;
-                                                        return playedVersion != 0;
-                                                      });
+  const ImportHook<decltype(::GetVersionExW)> version(
+      "KERNEL32.dll", "GetVersionExW", [](OSVERSIONINFOW* answer) -> BOOL {
+        answer->dwMajorVersion = playedVersion / 10, answer->dwMinorVersion = playedVersion % 10;
+        return playedVersion != 0;
+      });
   const ImportHook<decltype(::RegOpenKeyExW)> open(
       "ADVAPI32.dll", "RegOpenKeyExW", [](HKEY, LPCWSTR, DWORD, REGSAM rights, PHKEY) -> LSTATUS {
         asked = rights;
         return ERROR_ACCESS_DENIED;
       });
   // Access word, version of the system, rights.
-  for (const auto& [word, system, rights] :
-       std::vector<std::array<unsigned, 3>>{{0, 61, 0},
-                                            {1, 61, 0x20019},
-                                            {2, 61, 0x20006},
-                                            {3, 61, 0x2001F},
-                                            {4, 50, 0},
-                                            {4, 49, 0},
-                                            {4, 0, 0},
-                                            {4, 60, 0x100},
-                                            {5, 51, 0x20119},
-                                            {9, 50, 0x20219},
-                                            {12, 100, 0x300}}) {
+  const unsigned rows[][3] = {
+      {0, 61, 0}, {1, 61, 0x20019}, {2, 61, 0x20006}, {3, 61, 0x2001F}, {4, 50, 0},      {4, 49, 0},
+      {4, 0, 0},  {4, 60, 0x100},   {5, 51, 0x20119}, {9, 50, 0x20219}, {12, 100, 0x300}};
+  for (const auto& [word, system, rights] : rows) {
     playedVersion = system;
     EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, L"", word));
     EXPECT_EQ(asked, rights) << word << " on " << system;
@@ -117,8 +108,7 @@ TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
   }
   settings.Close();
   const HandleCounter handles;
-  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, name, 1));
-  EXPECT_EQ(handles.Open(), 1);
+  EXPECT_TRUE(!settings.Open(Configuration::openExisting, kKey, name, 1) && handles.Open() == 1);
   // On this computer whatever is connected, and without ending the connection.
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, false, nullptr));
@@ -138,28 +128,22 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_LeavesWhatWasThereAndNothingEl
   for (const DWORD view : {0ul, DWORD{KEY_WOW64_64KEY}, DWORD{KEY_WOW64_32KEY}}) {
     for (const std::wstring& key : {std::wstring(kKey), kKey + L"\\C\\\\D\\"s}) {
       EXPECT_FALSE(settings.OpenEx(key.c_str(), KEY_READ | view, 0, false, &disposition));
-      EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND);
-      EXPECT_EQ(disposition, 1u);
-      EXPECT_TRUE(!KeyExists(kKey) && KeyExists(L"Software\\A"));
-      EXPECT_EQ(asked, view);
+      EXPECT_TRUE(settings.GetErrorCode() == ERROR_FILE_NOT_FOUND && disposition == 1);
+      EXPECT_TRUE(!KeyExists(kKey) && KeyExists(L"Software\\A") && asked == view);
     }
   }
-  EXPECT_TRUE(settings.OpenEx(L"Software\\A", KEY_READ, 0, false, &disposition));
-  EXPECT_EQ(disposition, 2u);
-  EXPECT_TRUE(settings.OpenEx(kKey, KEY_READ, REG_OPTION_VOLATILE, true, &disposition));
-  EXPECT_EQ(disposition, 1u);
+  EXPECT_TRUE(settings.OpenEx(L"Software\\A", KEY_READ, 0, false, &disposition) &&
+              disposition == 2);
+  EXPECT_TRUE(settings.OpenEx(kKey, KEY_READ, REG_OPTION_VOLATILE, true, &disposition) &&
+              disposition == 1);
   EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, &disposition));
-  EXPECT_EQ(settings.GetErrorCode(), ERROR_CHILD_MUST_BE_VOLATILE);
-  EXPECT_EQ(disposition, 0u);
+  EXPECT_TRUE(settings.GetErrorCode() == ERROR_CHILD_MUST_BE_VOLATILE && disposition == 0);
 }
 
 TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_NeverTakesAwayAnotherProgramsValues) {
   const ImportHook<decltype(::RegCreateKeyExW)> hook(
-      "ADVAPI32.dll", "RegCreateKeyExW", [](auto... arguments) {
-        const LSTATUS status = ::RegCreateKeyExW(arguments...);
-        Put(REG_SZ, "");
-        return status;
-      });
+      "ADVAPI32.dll", "RegCreateKeyExW",
+      [](auto... all) { return Put(REG_SZ, ""), ::RegCreateKeyExW(all...); });
   EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, nullptr));
   EXPECT_TRUE(KeyExists(kKey) && !KeyExists(kKey + L"\\C"s));
 }
@@ -256,8 +240,8 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   Put(REG_SZ, Bytes(L"text"));
   EXPECT_TRUE(settings.Load(L"v", number, 7) && settings.Load(L"t", text, L"def"));
   EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND) << "a success resets no status";
-  EXPECT_TRUE(settings.Load(L"v", number, 8) && settings.Load(L"t", text, L"other"));
-  EXPECT_TRUE(number == 7 && text == L"def");
+  EXPECT_TRUE(settings.Load(L"v", number, 8) && number == 7);
+  EXPECT_TRUE(settings.Load(L"t", text, L"other") && text == L"def");
   ASSERT_TRUE(settings.Open(kKey, nullptr, Configuration::accessRead));
   EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
   EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));
@@ -295,8 +279,7 @@ TEST_F(ConfigurationValues, Load_AnyStoredBytes_ByTypeFirst) {
     EXPECT_EQ(Result(settings.Load(L"v", text)), Status(row.isText ? 0 : -1)) << row.data;
     EXPECT_EQ(Result(settings.Load(L"v", items)), Status(row.isText ? 0 : -1)) << row.data;
     EXPECT_EQ(Result(settings.LoadDWORD(L"v", number)), Status(row.isNumber ? 0 : -1)) << row.data;
-    EXPECT_EQ(text, row.text);
-    EXPECT_EQ(items, row.items);
+    EXPECT_TRUE(text == row.text && items == row.items) << row.data;
     EXPECT_EQ(number, row.isNumber ? 0x04030201u : 99u);
   }
 }
@@ -314,8 +297,7 @@ TEST_F(ConfigurationValues, LoadText_ValueGrowsBetweenTheQueries_IsReadAgainButN
   wcstring text;
   Put(REG_SZ, std::string(stored = 3000, 'x'));
   storedLimit = 12000;
-  EXPECT_EQ(Result(settings.Load(L"v", text)), Status(0));
-  EXPECT_EQ(text.size(), 12000u / 2 - 1);
+  EXPECT_TRUE(settings.Load(L"v", text) && text.size() == 12000 / 2 - 1);
   storedLimit = SIZE_MAX;
   EXPECT_EQ(Result(settings.Load(L"v", text)), Status(ERROR_MORE_DATA));
 }

@@ -1,32 +1,24 @@
 #include <vtclass/win32.h>
 
-#include <aclapi.h>
 #include <gtest/gtest.h>
+#include <sddl.h>
 
 #include <atomic>
-#include <stdexcept>
-#include <string>
 
 #include "config/product_keys.h"
-#include "platform/owned.h"
 #include "tests/support/child_process.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
-#include "tests/support/random_name.h"
-#include "tests/support/wine.h"
 #include "vtclass/monitor.h"
 #include "vtclass/product.h"
 
 namespace {
 
 using namespace vtclass::test;
-using vtclass::config::DebugKey;
 using vtclass::platform::OwnedKernelObject;
-using vtclass::platform::OwnedLocalMemory;
 using Client = RefPointer<SGMonClient>;
 
 constexpr DWORD kLimit = 20000;
-constexpr wchar_t kWakeUp[] = L"Global\\SGMonWakeUp";
 
 void (*inCallback)();
 std::atomic<int> told; /* how often; negative: monitoring is off */
@@ -35,187 +27,123 @@ void OnMonitoring(bool on) {
   if (inCallback) inCallback();
 }
 
-void Put(const wchar_t* name, unsigned long number) {
-  StoreValue(DebugKey(), name, REG_DWORD, &number, sizeof number);
-}
-
-OwnedKernelObject WakeUpEvent() {
-  return OwnedKernelObject(::OpenEventW(EVENT_MODIFY_STATE | READ_CONTROL, FALSE, kWakeUp));
-}
-
 class SGMonClientTest : public testing::Test {
  protected:
-  SGMonClientTest() {
-    MakeKey(L"Software");
-    told = 0;
-    inCallback = nullptr;
-  }
+  SGMonClientTest() { told = 0, inCallback = nullptr, MakeKey(L"Software"); }
   ~SGMonClientTest() override { CMS_SetProd(0); }
-  static Client Start(unsigned long component = SGMonClient::eDeviceMedia) {
-    Client client(new SGMonClient(static_cast<SGMonClient::eClient>(component), &OnMonitoring));
-    client->WaitInitComplete(kLimit);
-    return client;
+  static Client Make(unsigned long component = SGMonClient::eAgent) {
+    return new SGMonClient(static_cast<SGMonClient::eClient>(component), &OnMonitoring);
   }
+  /* What a client is told in a short life of its own. */
+  static int Told(unsigned long component = SGMonClient::eAgent) {
+    told = 0;
+    Make(component)->WaitInitComplete(kLimit);
+    return told;
+  }
+  static void Switch(unsigned long enabled, unsigned long components) {
+    StoreValue(vtclass::config::DebugKey(), L"SGMon Enabled", REG_DWORD, &enabled, 4);
+    StoreValue(vtclass::config::DebugKey(), L"SGMon Components", REG_DWORD, &components, 4);
+  }
+
   PrivateRegistry registry;
+  const OwnedKernelObject wakeUp{::CreateEventW(nullptr, TRUE, FALSE, L"Global\\SGMonWakeUp")};
 };
 
-TEST_F(SGMonClientTest, MissingSwitches_AreWrittenAsZero_InTheSelectedProduct) {
+TEST_F(SGMonClientTest, Switches_DecideForEachComponent_AndAreWrittenAsZeroWhenMissing) {
+  const unsigned rows[][4] = {{1, 6, 4, 1}, {1, 6, 1, 0}, {0, 6, 4, 0}, {2, 1, 1, 1}, {1, 2, 3, 1}};
   for (const unsigned long product : {0ul, 1ul}) {
     CMS_SetProd(product);
-    told = 0;
-    Start();
-    EXPECT_EQ(told, -1);
+    EXPECT_EQ(Told(), -1);
     for (const wchar_t* name : {L"SGMon Enabled", L"SGMon Components"}) {
-      EXPECT_EQ(StoredValue(DebugKey(), name), std::string(4, '\0'));
+      EXPECT_EQ(StoredValue(vtclass::config::DebugKey(), name), std::string(4, '\0'));
+    }
+    for (const auto& [enabled, components, client, on] : rows) {
+      Switch(enabled, components);
+      EXPECT_EQ(Told(client), on ? 1 : -1) << enabled << components << client;
     }
   }
 }
 
-TEST_F(SGMonClientTest, Switches_DecideForEachComponent) {
-  const struct {
-    unsigned long enabled, components, client;
-    bool on;
-  } rows[] = {
-      {1, 6, 4, true}, {1, 6, 1, false}, {0, 6, 4, false}, {2, 1, 1, true}, {1, 2, 3, true}};
-  for (const auto& row : rows) {
-    Put(L"SGMon Enabled", row.enabled);
-    Put(L"SGMon Components", row.components);
-    told = 0;
-    Start(row.client);
-    EXPECT_EQ(told, row.on ? 1 : -1) << row.enabled << row.components << row.client;
-  }
-}
-
-TEST_F(SGMonClientTest, WakeUp_ReachesEveryProcess) {
-  const std::wstring name = L"vtclass-test-" + RandomName();
+TEST_F(SGMonClientTest, WakeUp_ReachesTheOneClientOfEveryProcess) {
+  const std::wstring name = L"vtclass-test-" + std::to_wstring(::GetCurrentProcessId());
   const OwnedKernelObject end(::CreateEventW(nullptr, TRUE, FALSE, name.c_str()));
   ChildProcess one(L"monitor_test_child.exe", {registry.Path(), L"1", name});
   ChildProcess four(L"monitor_test_child.exe", {registry.Path(), L"4", name});
-  // A client that is between two waits misses a short signal, so it is repeated.
-  const auto wakeUntil = [&](char ofOne, char ofFour) {
-    for (int i = 0; i < 1000; ++i) {
-      const std::string first = one.Output(), second = four.Output();
-      if (!first.empty() && !second.empty() && first.back() == ofOne && second.back() == ofFour) {
-        return true;
-      }
-      if (const OwnedKernelObject wakeUp = WakeUpEvent()) {
-        ::SetEvent(wakeUp.Get());
-        ::ResetEvent(wakeUp.Get());
-      }
-      ::Sleep(20);
+  for (const auto& [components, ofOne, ofFour] :
+       {std::tuple(0u, '0', '0'), {6u, '0', '1'}, {1u, '1', '0'}}) {
+    Switch(1, components);
+    // A client that is between two waits misses a short signal, so it is repeated.
+    bool areTold = false;
+    for (int i = 0; i < 1000 && !areTold; ++i) {
+      ::SetEvent(wakeUp.Get()), ::ResetEvent(wakeUp.Get()), ::Sleep(20);
+      areTold = one.Output().ends_with(ofOne) && four.Output().ends_with(ofFour);
     }
-    return false;
-  };
-  EXPECT_TRUE(wakeUntil('0', '0'));
-  Put(L"SGMon Enabled", 1);
-  Put(L"SGMon Components", 6);
-  EXPECT_TRUE(wakeUntil('0', '1'));
-  Put(L"SGMon Components", 1);
-  EXPECT_TRUE(wakeUntil('1', '0'));
+    EXPECT_TRUE(areTold) << components;
+  }
   ::SetEvent(end.Get());
   EXPECT_EQ(one.ExitCode() + four.ExitCode(), 0);
 }
 
-TEST_F(SGMonClientTest, WakeUpLeftSignalled_StillEnds) {
-  Client client = Start();
-  const OwnedKernelObject wakeUp = WakeUpEvent();
-  ASSERT_TRUE(wakeUp);
-  ::SetEvent(wakeUp.Get());
-  for (int i = 0; i < 2000 && std::abs(told) < 5; ++i) ::Sleep(1);
+TEST_F(SGMonClientTest, End_SignalsAReplacedShutdownHandle_EvenWhileSomebodyKeepsWaking) {
+  const OwnedKernelObject mine(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  Client client = Make();
+  client->SetShutdownHandle(mine.Get());
+  for (int i = 0; i < 2000 && told > -9; ++i) ::SetEvent(wakeUp.Get()), ::Sleep(1);
+  EXPECT_LE(told, -9);
   client = nullptr;
   ::ResetEvent(wakeUp.Get());
-  EXPECT_LE(told, -5);
+  EXPECT_EQ(::WaitForSingleObject(mine.Get(), 0), WAIT_OBJECT_0) << "and is still open";
 }
 
-TEST_F(SGMonClientTest, WakeUpEvent_IsOpenToEveryone) {
-  const Client client = Start();
-  const OwnedKernelObject wakeUp = WakeUpEvent();
-  PACL list = nullptr;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  ASSERT_EQ(::GetSecurityInfo(wakeUp.Get(), SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
-                              nullptr, &list, nullptr, &descriptor),
-            static_cast<DWORD>(ERROR_SUCCESS));
-  const OwnedLocalMemory owner(descriptor);
-  bool found = false;
-  for (WORD i = 0; i < list->AceCount; ++i) {
-    ACCESS_ALLOWED_ACE* entry = nullptr;
-    ::GetAce(list, i, reinterpret_cast<void**>(&entry));
-    if (::IsWellKnownSid(&entry->SidStart, WinWorldSid)) found = entry->Mask == 0x1F0FFF;
-  }
-  EXPECT_TRUE(found);
-}
+std::atomic<Client*> heldByCallback;
 
-TEST_F(SGMonClientTest, Shutdown_ReplacedHandle_StaysTheCallers) {
-  const OwnedKernelObject mine(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  {
-    const Client client = Start();
-    client->SetShutdownHandle(mine.Get());
-  }
-  EXPECT_EQ(::WaitForSingleObject(mine.Get(), 0), static_cast<DWORD>(WAIT_OBJECT_0));
-}
-
-Client* heldByCallback;
-HANDLE holdsCallback;
 TEST_F(SGMonClientTest, Callback_MayThrow_AndMayDropTheLastReference) {
-  inCallback = [] { throw std::runtime_error("meant"); };
-  Start();
-  EXPECT_EQ(told, -1);
-  // The client's thread is watched past the client, which it deletes.
-  const OwnedKernelObject go(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  holdsCallback = go.Get();
+  inCallback = [] { throw 1; };
+  EXPECT_EQ(Told(), -1);
   inCallback = [] {
-    ::WaitForSingleObject(holdsCallback, kLimit);
-    (*heldByCallback)->WaitInitComplete(INFINITE);
-    *heldByCallback = nullptr;
-    told = 77;
+    Client* held = nullptr;
+    while (!held) held = heldByCallback.exchange(nullptr);
+    (*held)->WaitInitComplete(INFINITE);
+    const HANDLE itsEvent = (*held)->GetShutdownHandle();
+    *held = nullptr;
+    // It still lives, for its thread comes back to it.
+    told = ::WaitForSingleObject(itsEvent, 0) == WAIT_OBJECT_0 ? 77 : 78;
   };
-  Client client(new SGMonClient(SGMonClient::eAgent, &OnMonitoring));
-  HANDLE shutdown = nullptr;
-  ASSERT_TRUE(::DuplicateHandle(::GetCurrentProcess(), client->GetShutdownHandle(),
-                                ::GetCurrentProcess(), &shutdown, 0, FALSE, DUPLICATE_SAME_ACCESS));
-  const OwnedKernelObject owner(shutdown);
+  Client client = Make();
   heldByCallback = &client;
-  ::SetEvent(go.Get());
-  EXPECT_EQ(::WaitForSingleObject(shutdown, kLimit), static_cast<DWORD>(WAIT_OBJECT_0));
-  for (int i = 0; i < 1000 && told != 77; ++i) ::Sleep(1);
+  for (int i = 0; i < 2000 && told < 77; ++i) ::Sleep(1);
   EXPECT_EQ(told, 77);
 }
 
-HANDLE WINAPI RefuseThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
-                           LPDWORD) {
-  return nullptr;
-}
-HANDLE WINAPI HeldThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack,
-                         LPTHREAD_START_ROUTINE start, LPVOID context, DWORD, LPDWORD id) {
-  return ::CreateThread(attributes, stack, start, context, CREATE_SUSPENDED, id);
-}
 int refusedEvent; /* 1 is the next one */
-std::wstring wakeUpName;
-HANDLE WINAPI RefuseEvent(LPSECURITY_ATTRIBUTES attributes, BOOL manual, BOOL state, LPCWSTR name) {
-  if (name) wakeUpName = name;
-  return --refusedEvent == 0 ? nullptr : ::CreateEventW(attributes, manual, state, name);
-}
-BOOL WINAPI OldVersion(LPOSVERSIONINFOW version) {
-  version->dwMajorVersion = 4;
-  return TRUE;
-}
+std::wstring wakeUpName, accessList;
 
 TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
-  for (const auto replacement : {&RefuseThread, &HeldThread}) {
-    const ImportHook<decltype(::CreateThread)> hook("KERNEL32.dll", "CreateThread", replacement);
-    const Client client(new SGMonClient(SGMonClient::eAgent, &OnMonitoring));
-    client->WaitInitComplete(0);
-    EXPECT_EQ(told, 0);
-  }
-  const ImportHook<decltype(::CreateEventW)> hook("KERNEL32.dll", "CreateEventW", &RefuseEvent);
-  for (int n = 1; n <= 4; ++n) {
-    refusedEvent = n;
-    Start();
-  }
-  EXPECT_EQ(wakeUpName, kWakeUp);
-  const ImportHook<decltype(::GetVersionExW)> old("KERNEL32.dll", "GetVersionExW", &OldVersion);
-  Start();
+  const ImportHook<decltype(::CreateEventW)> events(
+      "KERNEL32.dll", "CreateEventW", [](auto attributes, BOOL manual, BOOL state, LPCWSTR name) {
+        if (name) {
+          wchar_t* text = nullptr;
+          ::ConvertSecurityDescriptorToStringSecurityDescriptorW(
+              attributes->lpSecurityDescriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text,
+              nullptr);
+          wakeUpName = name, accessList = text, ::LocalFree(text);
+        }
+        return --refusedEvent == 0 ? nullptr : ::CreateEventW(attributes, manual, state, name);
+      });
+  for (const int next : {1, 2, 3, 4}) refusedEvent = next, Told();
+  EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
+  EXPECT_NE(accessList.find(L"(A;;0x1f0fff;;;WD)"), std::wstring::npos) << "open to everyone";
+  const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
+                                                      [](auto) -> BOOL { return FALSE; });
+  EXPECT_EQ(Told(), -1);
   EXPECT_EQ(wakeUpName, L"SGMonWakeUp");
+  const ImportHook<decltype(::CreateThread)> heldThread(
+      "KERNEL32.dll", "CreateThread", [](auto a, auto b, auto start, auto owner, auto, auto id) {
+        return ::CreateThread(a, b, start, owner, CREATE_SUSPENDED, id);
+      });
+  told = 0;
+  Make()->WaitInitComplete(0);
+  EXPECT_EQ(told, 0);
 }
 
 }  // namespace

@@ -13,8 +13,7 @@
  *   SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
  *   const void* const cookie = monitor->EngineRegisterDebugLevel(&OnLevel, log);
  *   ...
- *   monitor->UnRegisterSetting(cookie);                        // from here on OnLevel is not
- * called
+ *   monitor->UnRegisterSetting(cookie);                        // OnLevel is not called any more
  *
  * Statuses are HRESULTs: 0 (S_OK), E_INVALIDARG, E_FAIL, E_NOTIMPL, and Win32 codes as 0x80070000
  * plus the code (out of memory is 0x80070008). No operation throws, except that the constructor of

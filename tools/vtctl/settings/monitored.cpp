@@ -5,6 +5,7 @@
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/registry/value.h"
 #include "tools/vtctl/system_text.h"
+#include "vtclass/config.h"
 
 namespace vtctl {
 namespace {
@@ -21,6 +22,15 @@ std::wstring UsualValue(const MonitoredValue& value) {
   if (name == L"MaxDebugFile Size In MB") return L"4";
   if (name == L"MaxDebugFile Retention Size In MB" || name == L"MaxDebugFile Count") return L"1";
   return L"0";
+}
+
+bool IsStored(const MonitoredSetting& setting) {
+  Configuration key;
+  unsigned long size = 0;
+  unsigned long type = 0;
+  return key.Open(Configuration::openExisting, setting.value.key, nullptr,
+                  Configuration::accessRead) &&
+         key.GetDataSize(setting.value.name, &size, &type);
 }
 
 /* The first registration watches the logging key, the one of the log path the debug key. */
@@ -72,17 +82,22 @@ std::wstring TypeText(const MonitoredSetting& setting) {
   }
 }
 
+std::optional<std::wstring> LastValue(const Setting& setting) {
+  if (!setting.HasValue()) return std::nullopt;
+  unsigned long number = 0;
+  wcstring text;
+  if (setting.GetText(text) == S_OK) return text;
+  setting.GetNumber(number);
+  return std::to_wstring(number);
+}
+
 StoredSetting ReadStored(const MonitoredSetting& setting) {
   Setting stored = setting.Open();
   const long status = stored.Read();
+  if (status == E_FAIL) return {std::nullopt, 0, IsStored(setting)};
   /* A key that is not there holds nothing, which is no failure. */
-  if (status == E_FAIL || status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return {};
-  if (status != S_OK) return {std::nullopt, status};
-  unsigned long number = 0;
-  wcstring text;
-  if (stored.GetText(text) == S_OK) return {text, 0};
-  stored.GetNumber(number);
-  return {std::to_wstring(number), 0};
+  if (status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return {};
+  return {LastValue(stored), status};
 }
 
 StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {

@@ -39,10 +39,14 @@ std::optional<MonitoredSetting> FindSetting(std::wstring_view name, std::optiona
 /* "text", "number", "number, 0 to 2", "switch, 0 or 1", "debug mask". */
 std::wstring TypeText(const MonitoredSetting& setting);
 
+/* The value that a setting has read, nothing when it never read one. */
+std::optional<std::wstring> LastValue(const Setting& setting);
+
 /* What is stored now. */
 struct StoredSetting {
   std::optional<std::wstring> value; /* nothing when it is missing or of another type */
   long status = 0;                   /* why the key could not be opened */
+  bool hasOtherType = false;         /* so services pass it over */
 };
 StoredSetting ReadStored(const MonitoredSetting& setting);
 

@@ -42,7 +42,12 @@ TEST_F(SettingsTest, Store_ChecksTypeAndRange_AndReadsBack) {
     if (row.fits) EXPECT_EQ(ReadStored(*setting).value, row.text);
   }
   EXPECT_FALSE(FindSetting(L"Path", SettingsKey::logging));
-  EXPECT_FALSE(ReadStored(*FindSetting(L"MaxDebugFile Count", SettingsKey::logging)).value);
+  const auto count = FindSetting(L"MaxDebugFile Count", SettingsKey::logging);
+  for (const bool isStored : {false, true}) {
+    if (isStored) vtclass::test::StoreValue(count->value.key, count->value.name, REG_SZ, L"5", 4);
+    EXPECT_FALSE(ReadStored(*count).value);
+    EXPECT_EQ(ReadStored(*count).hasOtherType, isStored);
+  }
 }
 
 TEST_F(SettingsTest, SiblingProduct_OneSettingIsNotWatched) {

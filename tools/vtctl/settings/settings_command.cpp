@@ -1,5 +1,6 @@
-#include <limits>
+#include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -65,10 +66,16 @@ void PrintRow(const MonitoredSetting& setting, const StoredSetting& stored) {
   std::wstring name = setting.value.name;
   name.resize(std::max(name.size(), kNameColumn), L' ');
   std::wstring value = stored.status != 0 ? L"(not readable)" : L"(not stored)";
+  if (stored.hasOtherType) value = L"(wrong type)";
   if (stored.value) value = Shown(setting, *stored.value);
   value.resize(std::max(value.size(), kValueColumn), L' ');
   Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; " +
         Shown(setting, setting.usual) + L" if not stored]\n");
+}
+
+int NotReadable(long status) {
+  return Fail(kExitNoInput, L"The settings cannot be read: " + StatusText(status) +
+                                L" A service reads them with the right to write.");
 }
 
 int List(const SettingsArguments& arguments) {
@@ -83,6 +90,7 @@ int List(const SettingsArguments& arguments) {
     if (arguments.json) {
       nlohmann::ordered_json row = ToJson(setting);
       row["value"] = ValueAsJson(setting, stored.value);
+      if (stored.hasOtherType) row["hasWrongType"] = true;
       row["ifNotStored"] = ValueAsJson(setting, setting.usual);
       json.push_back(row);
       continue;
@@ -91,9 +99,7 @@ int List(const SettingsArguments& arguments) {
     PrintRow(setting, stored);
   }
   if (arguments.json) PrintUtf8(json.dump(2) + "\n");
-  if (worst == 0) return kExitClean;
-  return Fail(kExitNoInput, L"The settings cannot be read: " + StatusText(worst) +
-                                L" A service reads them with the right to write.");
+  return worst == 0 ? kExitClean : NotReadable(worst);
 }
 
 int UnknownName(const SettingsArguments& arguments) {
@@ -107,9 +113,12 @@ int Get(const SettingsArguments& arguments) {
   if (!setting) return UnknownName(arguments);
   const StoredSetting stored = ReadStored(*setting);
   if (!stored.value) {
-    const std::wstring reason =
-        stored.status != 0 ? StatusText(stored.status)
-                           : L"it is not stored, or has another type than " + TypeText(*setting);
+    std::wstring reason = stored.status != 0 ? StatusText(stored.status) : L"it is not stored.";
+    if (stored.hasOtherType) {
+      reason = L"it is stored with another type than ";
+      reason += setting->IsText() ? L"REG_SZ" : L"REG_DWORD";
+      reason += L", and services pass it over.";
+    }
     return Fail(kExitNoInput, L"The value \"" + std::wstring(setting->value.name) +
                                   L"\" cannot be read: " + reason);
   }
@@ -153,7 +162,11 @@ int Watch(const SettingsArguments& arguments) {
   const auto key = ChosenKey(arguments);
   std::vector<MonitoredSetting> settings;
   for (MonitoredSetting& setting : MonitoredSettings()) {
-    if (setting.isWatched && (!key || setting.key == *key)) settings.push_back(setting);
+    if (!setting.isWatched || (key && setting.key != *key)) continue;
+    const StoredSetting stored = ReadStored(setting);
+    /* The monitor would be silent for ever. */
+    if (stored.status != 0) return NotReadable(stored.status);
+    settings.push_back(setting);
   }
   const auto ready = [&] {
     if (arguments.json) return;

@@ -50,10 +50,13 @@ struct Subscription {
   size_t setting;
 };
 
-bool Register(const MonitoredSetting& setting, Subscription& subscription) {
+/* Sets `last` to the value that the first change is told against. */
+bool Register(const MonitoredSetting& setting, Subscription& subscription,
+              std::optional<std::wstring>& last) {
   auto made = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, setting.value.key, setting.value.name,
                                         setting.value.kind);
   made->Read();
+  last = LastValue(*made);
   if (setting.IsText()) {
     made->AttachText(&Subscription::OnText, &subscription);
   } else {
@@ -85,14 +88,11 @@ bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DW
   const ULONGLONG start = ::GetTickCount64();
   Changes changes;
   std::vector<Subscription> subscriptions;
-  std::vector<std::optional<std::wstring>> last;
-  for (size_t i = 0; i < settings.size(); ++i) {
-    subscriptions.push_back({&changes, i});
-    last.push_back(ReadStored(settings[i]).value);
-  }
+  std::vector<std::optional<std::wstring>> last(settings.size());
+  for (size_t i = 0; i < settings.size(); ++i) subscriptions.push_back({&changes, i});
   const MonitorScope scope;
   for (size_t i = 0; i < settings.size(); ++i) {
-    if (!Register(settings[i], subscriptions[i])) return false;
+    if (!Register(settings[i], subscriptions[i], last[i])) return false;
   }
   ready();
   const HANDLE handles[] = {changes.arrived.Get(), end};

@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -118,9 +118,12 @@ int Watch(const SgmonArguments& arguments) {
                    [&](const auto& row) { return arguments.component == row.name; });
   told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
   const RefPointer<SGMonClient> client(new SGMonClient(component->client, &OnMonitoring));
-  if (!PrintAsItComes(arguments)) return kExitCancelled;
-  if (told.count > 0) return kExitClean;
-  return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened.");
+  /* Returns without a callback when there is nothing to wait for. */
+  client->WaitInitComplete(INFINITE);
+  if (told.count == 0) {
+    return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened.");
+  }
+  return PrintAsItComes(arguments) ? kExitClean : kExitCancelled;
 }
 
 int Wake(const SgmonArguments&) {

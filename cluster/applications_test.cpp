@@ -2,7 +2,7 @@
  * looks for, and removed again. */
 #include <gtest/gtest.h>
 
-#include "cluster/service_manager.h"
+#include "platform/owned.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "vtclass/cluster.h"
@@ -16,8 +16,6 @@ using test::ImportHook;
 
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
-
-using Handle = platform::Owned<cluster::ServiceHandleTraits>;
 
 /* One registered service. Not `Usable` where a service of that name exists already, which the test
  * must leave alone, or this user may register none. */
@@ -61,8 +59,8 @@ class TestService {
     ASSERT_EQ(status.dwCurrentState, state);
   }
 
-  Handle manager;
-  Handle service;
+  platform::OwnedService manager;
+  platform::OwnedService service;
 };
 
 #define SKIP_UNLESS_USABLE(service) \

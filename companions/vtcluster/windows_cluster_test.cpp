@@ -82,6 +82,7 @@ TEST(WindowsCluster, Open_FindsTheClusterByItsMembers) {
 TEST(WindowsCluster, AnswersAboutServers) {
   FakeCluster fake(TwoNodes());
   fake.table.Resource(L"EXCHV").properties[L"DnsName"] = L"exchange-of-the-house";
+  fake.table.Resource(L"FILES").properties.clear();
   fake.table.Resource(L"FILES").state = ClusterResourceOffline;
   // A second group with the product: the name decides, a node's or a virtual server's.
   fake.table.resources.push_back(

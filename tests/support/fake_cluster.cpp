@@ -125,6 +125,7 @@ DWORD WINAPI FakeClusterResourceControl(HRESOURCE resource, HNODE, DWORD code, L
   const bool isType = code == CLUSCTL_RESOURCE_GET_RESOURCE_TYPE;
   const auto* const list =
       code == CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES ? &of.readOnlyProperties : &of.properties;
+  if (!isType && list->empty()) return ERROR_INVALID_FUNCTION; /* some types know no such code */
   *size = isType ? static_cast<DWORD>((of.type.size() + 1) * sizeof(wchar_t)) : 600;
   if (room < *size || current->table.neverFits) return ERROR_MORE_DATA;
   std::memcpy(out, isType ? static_cast<const void*>(of.type.c_str()) : &list,

@@ -17,7 +17,7 @@ namespace {
 /* Behind every handle that the fake gives out. */
 struct Handle {
   const FakeResource* resource = nullptr;
-  std::vector<std::wstring> names = {}; /* of a walk */
+  std::vector<std::wstring> names; /* of a walk */
 };
 
 const FakeCluster* current = nullptr;
@@ -93,7 +93,7 @@ DWORD WINAPI FakeStep(Walk walk, DWORD index, DWORD*, LPWSTR name, DWORD* size) 
 
 HRESOURCE WINAPI FakeOpenClusterResource(HCLUSTER cluster, LPCWSTR name) {
   Find(cluster);
-  return Give<HRESOURCE>({FindResource(name)});
+  return Give<HRESOURCE>({FindResource(name), {}});
 }
 
 HRESENUM WINAPI FakeClusterResourceOpenEnum(HRESOURCE resource, DWORD) {
@@ -128,13 +128,17 @@ DWORD WINAPI FakeClusterResourceControl(HRESOURCE resource, HNODE, DWORD code, L
   if (!isType && list->empty()) return ERROR_INVALID_FUNCTION; /* some types know no such code */
   *size = isType ? static_cast<DWORD>((of.type.size() + 1) * sizeof(wchar_t)) : 600;
   if (room < *size || current->table.neverFits) return ERROR_MORE_DATA;
-  std::memcpy(out, isType ? static_cast<const void*>(of.type.c_str()) : &list,
-              isType ? *size : sizeof list);
+  if (isType) {
+    std::memcpy(out, of.type.c_str(), *size);
+  } else {
+    *static_cast<const void**>(out) = list;
+  }
   return ERROR_SUCCESS;
 }
 
 DWORD WINAPI FakeResUtilFindSzProperty(PVOID list, DWORD, LPCWSTR property, LPWSTR* value) {
-  const auto& properties = **static_cast<decltype(FakeResource::properties)**>(list);
+  const void* const address = *static_cast<const void**>(list);
+  const auto& properties = *static_cast<const decltype(FakeResource::properties)*>(address);
   const auto found = properties.find(property);
   if (found == properties.end()) return ERROR_FILE_NOT_FOUND;
   const size_t units = found->second.size() + 1;

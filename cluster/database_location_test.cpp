@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <tuple>
+#include <utility>
+
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
@@ -24,23 +28,25 @@ const Question kQuestions[] = {
      L"Catalog "}};
 
 /* The answers in one text: "server/activeNode/instance/database/local", "none" for no. */
-std::wstring Ask(const Question& question) {
-  std::wstring server = L"x", node = L"x", instance = L"x", database = L"x";
+std::wstring Ask(const Question& question = kQuestions[0]) {
+  std::wstring texts[4] = {L"x", L"x", L"x", L"x"};
   bool isLocal = true;
-  if (!question.ask(server, node, instance, database, isLocal)) {
-    EXPECT_EQ(server + node + instance + database, L"");
-    EXPECT_FALSE(isLocal);
-    return L"none";
-  }
-  return server + L"/" + node + L"/" + instance + L"/" + database + (isLocal ? L"/local" : L"/");
+  const bool found = question.ask(texts[0], texts[1], texts[2], texts[3], isLocal);
+  std::wstring all;
+  for (const std::wstring& text : texts) all += text + L"/";
+  all += isLocal ? L"local" : L"";
+  if (!found) EXPECT_EQ(std::exchange(all, L"none"), L"////");
+  return all;
 }
 
 class DatabaseLocation : public ::testing::Test {
  protected:
   DatabaseLocation() { EXPECT_NE(GetComputerNodeName(node), 0); }
 
-  void Store(const wchar_t* name, const std::wstring& units, DWORD bytes, DWORD type = REG_SZ) {
-    test::StoreValue(kQuestions[0].key, name, type, units.data(), bytes);
+  static void Store(const std::wstring& name, const std::wstring& text,
+                    const wchar_t* key = kQuestions[0].key) {
+    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+    test::StoreValue(key, name, REG_SZ, text.c_str(), bytes);
   }
 
   test::PrivateRegistry registry;
@@ -50,101 +56,79 @@ class DatabaseLocation : public ::testing::Test {
 TEST_F(DatabaseLocation, EachFunction_ReadsItsOwnValues) {
   for (const Question& question : kQuestions) {
     EXPECT_EQ(Ask(question), L"none");
-    for (const wchar_t* name : {L"Server", L"Instance", L"Database"}) {
-      const std::wstring value =
-          std::wstring(question.prefix) + L"Database " +
-          (name == std::wstring(L"Database") ? L"Name" : name + std::wstring(L" Name"));
-      const std::wstring text = question.prefix + std::wstring(name);
-      const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-      test::StoreValue(question.key, value, REG_SZ, text.c_str(), bytes);
-    }
-    const std::wstring p = question.prefix;
-    std::wstring expected = p;
-    expected.append(L"Server//").append(p).append(L"Instance/").append(p).append(L"Database/");
-    EXPECT_EQ(Ask(question), expected);
+    const std::wstring server = question.prefix + std::wstring(L"Database Server Name");
+    const std::wstring instance = question.prefix + std::wstring(L"Database Instance Name");
+    const std::wstring name = question.prefix + std::wstring(L"Database Name");
+    for (const auto& value : {server, instance, name}) Store(value, value, question.key);
+    EXPECT_EQ(Ask(question), server + L"//" + instance + L"/" + name + L"/");
     ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, question.key);
   }
 }
 
 TEST_F(DatabaseLocation, MissingEmptyAndMalformedValues) {
-  const Question& question = kQuestions[0];
-  test::MakeKey(question.key);
-  EXPECT_EQ(Ask(question), node + L"//Vantorl/VTDB/local");
-  for (const wchar_t* name : {L"Database Server Name", L"Database Instance Name"}) {
-    Store(name, L"", 2);
-  }
-  Store(L"Database Name", L"", 0);
-  EXPECT_EQ(Ask(question), node + L"///VTDB/local");
+  const wchar_t* const key = kQuestions[0].key;
+  test::MakeKey(key);
+  EXPECT_EQ(Ask(), node + L"//Vantorl/VTDB/local");
+  for (const wchar_t* name : {L"Database Server Name", L"Database Instance Name"}) Store(name, L"");
+  test::StoreValue(key, L"Database Name", REG_SZ, L"", 0);
+  EXPECT_EQ(Ask(), node + L"///VTDB/local");
   // The longest value has 1,023 bytes, with or without a terminator.
   // What stands behind it in memory keeps the system from adding one.
   const std::wstring longest(600, L'n');
-  const struct {
-    DWORD bytes;
-    DWORD type;
-    std::wstring instance;
-  } rows[] = {{1024, REG_SZ, L"Vantorl"},
-              {1023, REG_SZ, longest.substr(0, 512)},
-              {1022, REG_SZ, longest.substr(0, 511)},
-              {4, REG_DWORD, L"Vantorl"},
-              {6, REG_EXPAND_SZ, L"nnn"}};
-  Store(L"Database Server Name", node, static_cast<DWORD>((node.size() + 1) * sizeof(wchar_t)));
-  for (const auto& row : rows) {
-    Store(L"Database Instance Name", longest, row.bytes, row.type);
-    EXPECT_EQ(Ask(question), node + L"//" + row.instance + L"/VTDB/local") << row.bytes;
+  const std::tuple<DWORD, DWORD, std::wstring> rows[] = {{1024, REG_SZ, L"Vantorl"},
+                                                         {1023, REG_SZ, longest.substr(0, 512)},
+                                                         {1022, REG_SZ, longest.substr(0, 511)},
+                                                         {4, REG_DWORD, L"Vantorl"},
+                                                         {6, REG_EXPAND_SZ, L"nnn"}};
+  Store(L"Database Server Name", node);
+  for (const auto& [bytes, type, instance] : rows) {
+    test::StoreValue(key, L"Database Instance Name", type, longest.data(), bytes);
+    EXPECT_EQ(Ask(), node + L"//" + instance + L"/VTDB/local") << bytes;
   }
 }
 
 TEST_F(DatabaseLocation, InACluster_NamesTheActiveNode) {
   const FakeCluster fake(test::TwoNodes());
-  const struct {
-    std::wstring server;
-    const wchar_t* rest;
-  } rows[] = {{L"VTBACKUP", L"/NODEB/Vantorl/VTDB/"},
-              {L"NODEB", L"//Vantorl/VTDB/"},
-              {L"STRANGER", L"//Vantorl/VTDB/"}};
-  for (const auto& row : rows) {
-    Store(L"Database Server Name", row.server,
-          static_cast<DWORD>((row.server.size() + 1) * sizeof(wchar_t)));
-    EXPECT_EQ(Ask(kQuestions[0]), row.server + row.rest);
+  const wchar_t* const rows[][2] = {{L"VTBACKUP", L"VTBACKUP/NODEB/Vantorl/VTDB/"},
+                                    {L"NODEB", L"NODEB//Vantorl/VTDB/"},
+                                    {L"STRANGER", L"STRANGER//Vantorl/VTDB/"}};
+  for (const auto& [server, answer] : rows) {
+    Store(L"Database Server Name", server);
+    EXPECT_EQ(Ask(), answer);
   }
 }
 
-BOOL WINAPI NoHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {
-  EXPECT_EQ(format, ComputerNamePhysicalDnsHostname);
-  EXPECT_EQ(*size, 64u);
+BOOL WINAPI LongHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {
+  EXPECT_TRUE(format == ComputerNamePhysicalDnsHostname && *size == 64);
   ::SetLastError(ERROR_MORE_DATA);
   return FALSE;
 }
 
-TEST(OdbcConnectionString, PartsAndHost) {
-  const struct {
-    std::wstring server, instance, database;
-    const wchar_t* application;
-    const wchar_t* text; /* null: none */
-  } rows[] = {{L"S", L"", L"D", L"", L"DRIVER=SQL Server;SERVER=S;DATABASE=D"},
-              {L"S", L"I", L"D", nullptr, L"DRIVER=SQL Server;SERVER=S\\I;DATABASE=D"},
-              {L"S", L"", L"D", L"A b", L"DRIVER=SQL Server;SERVER=S;DATABASE=D;App=A b"},
-              {L"S", L"I;=", L"D", L"A", L"DRIVER=SQL Server;SERVER=S\\I;=;DATABASE=D;App=A"},
-              {L"", L"I", L"D", L"A", nullptr},
-              {L"S", L"I", L"", L"A", nullptr}};
-  for (const auto& row : rows) {
-    std::wstring out = L"as before";
-    EXPECT_EQ(GetOdbcConnectionString(out, row.server, row.instance, row.database, row.application,
-                                      false),
-              row.text != nullptr);
-    EXPECT_EQ(out, row.text ? row.text : L"");
+/* The connection string, "none" for no. */
+std::wstring Odbc(const std::wstring& server, const wchar_t* instance, const wchar_t* database,
+                  const wchar_t* application, bool usePhysicalName = false) {
+  std::wstring out = server; /* also a part */
+  if (GetOdbcConnectionString(out, out, instance, database, application, usePhysicalName)) {
+    return out;
   }
-  std::wstring host(256, L'\0');
-  DWORD size = 256;
-  ASSERT_TRUE(::GetComputerNameExW(ComputerNamePhysicalDnsHostname, host.data(), &size));
-  host.resize(size);
-  std::wstring out = L"S"; /* also a part */
-  EXPECT_TRUE(GetOdbcConnectionString(out, out, L"", L"D", nullptr, true));
-  EXPECT_EQ(out, L"DRIVER=SQL Server;SERVER=" + (size < 64 ? host : L"S") + L";DATABASE=D");
+  EXPECT_EQ(out, L"");
+  return L"none";
+}
+
+TEST(OdbcConnectionString, PartsAndHost) {
+  const std::wstring start = L"DRIVER=SQL Server;SERVER=";
+  EXPECT_EQ(Odbc(L"S", L"", L"D", L""), start + L"S;DATABASE=D");
+  EXPECT_EQ(Odbc(L"S", L"I;=", L"D", nullptr), start + L"S\\I;=;DATABASE=D");
+  EXPECT_EQ(Odbc(L"S", L"I", L"D", L"A b"), start + L"S\\I;DATABASE=D;App=A b");
+  EXPECT_EQ(Odbc(L"", L"I", L"D", L"A") + Odbc(L"S", L"I", L"", L"A"), L"nonenone");
+  wchar_t host[256];
+  DWORD size = _countof(host);
+  ASSERT_TRUE(::GetComputerNameExW(ComputerNamePhysicalDnsHostname, host, &size));
+  const std::wstring physical = start + (size < 64 ? host : L"S") + L";DATABASE=D";
+  EXPECT_EQ(Odbc(L"S", L"", L"D", nullptr, true), physical);
   const test::ImportHook<decltype(::GetComputerNameExW)> hook("KERNEL32.dll", "GetComputerNameExW",
-                                                              &NoHostName);
-  EXPECT_TRUE(GetOdbcConnectionString(out, L"S", L"", L"D", nullptr, true));
-  EXPECT_EQ(out, L"DRIVER=SQL Server;SERVER=S;DATABASE=D");
+                                                              &LongHostName);
+  EXPECT_EQ(Odbc(L"S", L"", L"D", nullptr, true), start + L"S;DATABASE=D");
 }
 
 }  // namespace

@@ -5,8 +5,9 @@ namespace vtclass::cluster {
 ServiceManager::ServiceManager(const wchar_t* computer) noexcept
     : manager(::OpenSCManagerW(computer, nullptr, SC_MANAGER_CONNECT)) {}
 
-ServiceManager::Handle ServiceManager::Find(const wchar_t* service) const noexcept {
-  return Handle(manager ? ::OpenServiceW(manager.Get(), service, SERVICE_QUERY_STATUS) : nullptr);
+platform::OwnedService ServiceManager::Find(const wchar_t* service) const noexcept {
+  return platform::OwnedService(
+      manager ? ::OpenServiceW(manager.Get(), service, SERVICE_QUERY_STATUS) : nullptr);
 }
 
 bool ServiceManager::Exists(const wchar_t* service) const noexcept {
@@ -14,7 +15,7 @@ bool ServiceManager::Exists(const wchar_t* service) const noexcept {
 }
 
 bool ServiceManager::IsRunning(const wchar_t* service) const noexcept {
-  const Handle handle = Find(service);
+  const platform::OwnedService handle = Find(service);
   SERVICE_STATUS status = {};
   return handle && ::QueryServiceStatus(handle.Get(), &status) &&
          status.dwCurrentState == SERVICE_RUNNING;

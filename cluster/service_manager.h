@@ -7,12 +7,6 @@
 
 namespace vtclass::cluster {
 
-struct ServiceHandleTraits {
-  using Type = SC_HANDLE;
-  static Type Empty() noexcept { return nullptr; }
-  static bool Close(Type handle) noexcept { return ::CloseServiceHandle(handle) != FALSE; }
-};
-
 /*
  * The services of one computer, looked at with the least rights. Where the service manager cannot
  * be reached, or does not let this user in, no service exists. Keeps the connection.
@@ -26,11 +20,9 @@ class ServiceManager {
   bool IsRunning(const wchar_t* service) const noexcept;
 
  private:
-  using Handle = platform::Owned<ServiceHandleTraits>;
+  platform::OwnedService Find(const wchar_t* service) const noexcept;
 
-  Handle Find(const wchar_t* service) const noexcept;
-
-  Handle manager;
+  platform::OwnedService manager;
 };
 
 }  // namespace vtclass::cluster

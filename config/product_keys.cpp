@@ -47,4 +47,12 @@ const wchar_t* OracleAgentKey() noexcept {
                    L"Software\\Quorrel\\Strandel\\VTDS\\Engine\\Agents\\Oracle");
 }
 
+const wchar_t* ProductDatabaseKey() noexcept {
+  return L"Software\\Norvane\\Vantorel For Windows\\Pordex";
+}
+
+const wchar_t* VTDatabaseKey() noexcept {
+  return L"SOFTWARE\\Norvane\\Vantorel For Windows\\VTDatabase";
+}
+
 }  // namespace vtclass::config

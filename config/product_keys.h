@@ -30,6 +30,11 @@ const wchar_t* AgentsKey() noexcept;
 /* The Oracle agent's databases, a key each. */
 const wchar_t* OracleAgentKey() noexcept;
 
+/* Where the product's own database is; where those of the server and the catalogue are. Both stand
+ * beside the product root and are the same under both products. */
+const wchar_t* ProductDatabaseKey() noexcept;
+const wchar_t* VTDatabaseKey() noexcept;
+
 }  // namespace vtclass::config
 
 #endif

@@ -83,11 +83,19 @@ struct ModuleTraits {
   static bool Close(Type module) noexcept { return ::FreeLibrary(module) != FALSE; }
 };
 
+/* The service control manager and its services. */
+struct ServiceTraits {
+  using Type = SC_HANDLE;
+  static Type Empty() noexcept { return nullptr; }
+  static bool Close(Type service) noexcept { return ::CloseServiceHandle(service) != FALSE; }
+};
+
 using OwnedRegistryKey = Owned<RegistryKeyTraits>;
 using OwnedFile = Owned<FileTraits>;
 using OwnedKernelObject = Owned<KernelObjectTraits>;
 using OwnedLocalMemory = Owned<LocalMemoryTraits>;
 using OwnedModule = Owned<ModuleTraits>;
+using OwnedService = Owned<ServiceTraits>;
 
 }  // namespace vtclass::platform
 

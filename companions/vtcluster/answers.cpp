@@ -29,6 +29,17 @@ bool DependsOn(const Resource& resource, const std::wstring& name) {
                              [&](const std::wstring& other) { return SameText(other, name); });
 }
 
+const Resource* FindNameOfAddress(const Resources& resources, const std::wstring& address) {
+  const Resource* holder = FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::address && SameAddress(resource.property, address);
+  });
+  if (!holder) return nullptr;
+  const Resource* dependent = FindFirst(resources, [&](const Resource& resource) {
+    return resource.kind == Resource::networkName && DependsOn(resource, holder->name);
+  });
+  return dependent ? dependent : FirstNameOfGroup(resources, holder->group);
+}
+
 bool IsInstance(const Resource& sqlServer, const std::wstring& instance) {
   const auto name = [](const std::wstring& text) {
     return text.empty() ? std::wstring_view(kDefaultInstance) : std::wstring_view(text);
@@ -50,12 +61,6 @@ Cluster::appState StateOfResource(const Resource& resource) {
     default:
       return Cluster::unknown;  // on its way up or down
   }
-}
-
-/* The name by which clients reach the virtual server `server`, given as a name or an address. */
-const Resource* FindVirtualServer(const Resources& resources, const std::wstring& server) {
-  const Resource* name = FindNetworkName(resources, server);
-  return name ? name : FindNameOfAddress(resources, server);
 }
 
 /* The best state among the applications of a virtual server for which `condition` holds; `none`
@@ -91,15 +96,9 @@ const Resource* FindNetworkName(const Resources& resources, const std::wstring& 
   });
 }
 
-const Resource* FindNameOfAddress(const Resources& resources, const std::wstring& address) {
-  const Resource* holder = FindFirst(resources, [&](const Resource& resource) {
-    return resource.kind == Resource::address && SameAddress(resource.property, address);
-  });
-  if (!holder) return nullptr;
-  const Resource* dependent = FindFirst(resources, [&](const Resource& resource) {
-    return resource.kind == Resource::networkName && DependsOn(resource, holder->name);
-  });
-  return dependent ? dependent : FirstNameOfGroup(resources, holder->group);
+const Resource* FindVirtualServer(const Resources& resources, const std::wstring& nameOrAddress) {
+  const Resource* name = FindNetworkName(resources, nameOrAddress);
+  return name ? name : FindNameOfAddress(resources, nameOrAddress);
 }
 
 const Resource* NetworkNameFor(const Resources& resources, const Resource& application) {

@@ -13,9 +13,8 @@ namespace vtcluster {
 /* The network name that `name` denotes: its short name, or its DNS name with or without domain. */
 const Resource* FindNetworkName(const Resources& resources, const std::wstring& name);
 
-/* The network name that clients reach by an address; of a group with several names the one that
- * depends on the address. */
-const Resource* FindNameOfAddress(const Resources& resources, const std::wstring& address);
+/* The same by an address, too; of a group with several names the one that depends on it. */
+const Resource* FindVirtualServer(const Resources& resources, const std::wstring& nameOrAddress);
 
 /* The network name under which clients reach an application or a service. */
 const Resource* NetworkNameFor(const Resources& resources, const Resource& application);

@@ -185,12 +185,10 @@ DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& tex
   return FindText(resource, CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES, property, text);
 }
 
-std::wstring NetworkNameOf(HRESOURCE resource) {
-  std::wstring name;
-  ReadText(name, [&](wchar_t* buffer, DWORD* size) {
+DWORD NetworkNameOf(HRESOURCE resource, std::wstring& name) {
+  return ReadText(name, [&](wchar_t* buffer, DWORD* size) {
     return getClusterResourceNetworkName(resource, buffer, size) ? ERROR_SUCCESS : FailureCode();
   });
-  return name;
 }
 
 }  // namespace vtcluster

@@ -97,8 +97,9 @@ DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& n
  * it has no such property. */
 DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& text);
 
-/* The name of the Network Name resource that a resource depends on; empty when there is none. */
-std::wstring NetworkNameOf(HRESOURCE resource);
+/* The name of the Network Name resource that a resource depends on. ERROR_DEPENDENCY_NOT_FOUND when
+ * it depends on none. */
+DWORD NetworkNameOf(HRESOURCE resource, std::wstring& name);
 
 }  // namespace vtcluster
 

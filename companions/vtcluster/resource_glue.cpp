@@ -29,6 +29,13 @@ bool ResourceGlue::ClusterIsPathOnSharedVolume(const wchar_t* path) {
 bool ResourceGlue::ClusterGetVolumePathName(const wchar_t* path, wchar_t* volumePath,
                                             unsigned long length) {
   if (volumePath && length > 0) *volumePath = L'\0';
-  return path && volumePath && length > 0 && vtcluster::ClusterRunsOn(nullptr) &&
-         clusterGetVolumePathName(path, volumePath, length) != FALSE;
+  if (!path || !*path || !volumePath || length == 0) {
+    ::SetLastError(ERROR_INVALID_PARAMETER);
+    return false;
+  }
+  if (!vtcluster::ClusterRunsOn(nullptr)) {
+    ::SetLastError(ERROR_SERVICE_NOT_ACTIVE);
+    return false;
+  }
+  return clusterGetVolumePathName(path, volumePath, length) != FALSE;
 }

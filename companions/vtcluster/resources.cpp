@@ -46,11 +46,12 @@ DWORD ReadNetworkName(HRESOURCE handle, Resource& resource) {
 }
 
 DWORD ReadDetails(HRESOURCE handle, const Type& type, Resource& resource) {
-  const DWORD status = StateOf(handle, resource.state, resource.node, resource.group);
+  DWORD status = StateOf(handle, resource.state, resource.node, resource.group);
   if (status != ERROR_SUCCESS) return status;
   if (type.kind == Resource::networkName) return ReadNetworkName(handle, resource);
+  if (type.kind != Resource::address) status = NetworkNameOf(handle, resource.netName);
   // An application without a network name of its own is found by its group.
-  if (type.kind != Resource::address) resource.netName = NetworkNameOf(handle);
+  if (status != ERROR_SUCCESS && status != ERROR_DEPENDENCY_NOT_FOUND) return status;
   return type.property ? ReadProperty(handle, type.property, resource.property) : ERROR_SUCCESS;
 }
 

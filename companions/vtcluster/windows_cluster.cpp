@@ -49,8 +49,7 @@ class WindowsCluster : public Cluster {
     const std::wstring wanted = WithoutBackslashes(FromAnsi(nameOrAddress).c_str());
     if (wanted.empty()) return false;
     const Resources resources = Read();
-    const Resource* found = FindNetworkName(resources, wanted);
-    if (!found) found = FindNameOfAddress(resources, wanted);
+    const Resource* found = FindVirtualServer(resources, wanted);
     return found && Give(VirtualName(*found), virtualName);
   }
 

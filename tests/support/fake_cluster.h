@@ -23,24 +23,19 @@ struct FakeResource {
 
 /* A cluster as a test states it. */
 struct FakeClusterTable {
-  std::wstring name;
-  std::vector<std::wstring> reachedBy;         /* what GetInstance finds it by; null always does */
+  std::wstring name = L"CLU1";
+  /* What GetInstance finds it by; null always does. */
+  std::vector<std::wstring> reachedBy = {L"CLU1", L"NODEA",  L"NODEB", L"VTBACKUP",
+                                         L"SQLV", L"SQLTWO", L"EXCHV"};
   std::map<std::wstring, std::wstring> groups; /* the node that owns each group */
   std::vector<FakeResource> resources;
-  std::wstring sharedVolume;
+  std::wstring sharedVolume = L"C:\\ClusterStorage\\Volume1";
   bool neverFits = false; /* no buffer is ever large enough */
 
   FakeResource& Resource(const std::wstring& resource);
 };
 
-/*
- * The nodes NODEA and NODEB of the cluster CLU1 with a group of each kind:
- *   "Cluster Group" on NODEA: CLU1, 10.1.1.10
- *   "Backup" on NODEB: VTBACKUP, a client access point with 10.1.1.20 and fd00::20, the product
- *   "SQL" on NODEA: SQLV (10.1.1.30), the default instance; "SQL2" on NODEB: SQLTWO, instance INST2
- *   "Group1" on NODEB: the listener LISTEN of an availability group
- *   "Exchange" on NODEB: EXCHV
- */
+/* The nodes NODEA and NODEB of the cluster CLU1, with a group of each kind that matters. */
 FakeClusterTable TwoNodes();
 
 /*

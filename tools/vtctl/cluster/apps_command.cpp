@@ -19,8 +19,9 @@ namespace {
 
 constexpr const char* kFooter =
     "SERVER is a computer, a node or a virtual server, with or without backslashes. SQL Server\n"
-    "runs when \"MSSQLServer\" runs, or \"MSSQLServer$\" with SERVER behind it as it is\n"
-    "written; Exchange when \"MSExchangeSA\" runs. In a cluster the cluster must agree.\n"
+    "counts as running when \"MSSQLServer\" runs, or \"MSSQLServer$\" with SERVER behind it as it\n"
+    "is written: other named instances are not looked at. Exchange counts as running when\n"
+    "\"MSExchangeSA\" runs. In a cluster the cluster must agree.\n"
     "\n"
     "Examples:\n"
     "  vtctl apps SQL01\n"
@@ -66,12 +67,15 @@ std::wstring Reason(const AppsAnswers& answers, const Application& application) 
     if (answers.cluster.empty()) return L"its service runs there";
     return L"its service runs there, and the cluster agrees";
   }
-  if (serviceRuns && !answers.cluster.empty()) {
-    return L"its service runs there, but for another server of the cluster";
+  if (serviceRuns) {
+    return answers.cluster.empty()
+               ? L"its service runs there now, but did not a moment ago"
+               : L"its service runs there, but the cluster does not confirm it for this server";
   }
   const bool isInstalled =
       std::any_of(services.begin(), end, [](const ServiceFact& fact) { return fact.isInstalled; });
-  return isInstalled ? L"its service does not run there" : L"no service of it is installed there";
+  return isInstalled ? L"its service does not run there"
+                     : services.front().name + L" is not installed there";
 }
 
 AppsAnswers Ask(const std::wstring& server) {
@@ -112,9 +116,13 @@ const wchar_t* InstanceWord(vtclass::clusAppState state) {
 void PrintApplication(const Application& application) {
   Print(application.title + std::wstring(application.isRunning ? L": running" : L": not running") +
         L" (" + Printable(application.reason) + L")\n");
+  size_t width = 0;
+  for (const ServiceFact& service : application.facts.services) {
+    width = std::max(width, Printable(service.name).size());
+  }
   for (const ServiceFact& service : application.facts.services) {
     std::wstring name = Printable(service.name);
-    name.resize(std::max<size_t>(name.size(), 16), L' ');
+    name.resize(width, L' ');
     Print(L"  " + name + L"  " + service.state + L"\n");
   }
 }
@@ -123,7 +131,7 @@ void PrintText(const AppsAnswers& answers) {
   Print(L"Server: " + Printable(answers.server) +
         (answers.isVirtual ? L", a virtual server on the node " + Printable(answers.node)
                            : std::wstring()) +
-        (answers.cluster.empty() ? std::wstring(L", in no cluster")
+        (answers.cluster.empty() ? std::wstring(L", no cluster found")
                                  : L", in the cluster " + Printable(answers.cluster)) +
         L"\n");
   PrintApplication(answers.sql);

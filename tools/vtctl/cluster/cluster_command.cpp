@@ -75,14 +75,14 @@ std::wstring NameSentence(const ClusterAnswers& answers) {
   if (answers.isVirtual) {
     return name + L" is a virtual server; its node is " + Printable(answers.nodeOfName);
   }
-  return name + (answers.found ? L" is no network name of the cluster"
-                               : L" is taken for the server itself");
+  return name + (answers.found ? L" is no virtual server of the cluster"
+                               : L" leads to no cluster, so it is taken for a server of its own");
 }
 
 std::wstring ProductSentence(const ClusterAnswers& answers) {
   if (!answers.hasActiveNode) {
     return answers.found ? L"not clustered; no group of the cluster holds its services"
-                         : L"not clustered";
+                         : L"not clustered; no cluster was found";
   }
   return L"active on " + Printable(answers.activeNode) + L", reached as " +
          (answers.virtualServer.empty() ? L"(its group has no network name)"

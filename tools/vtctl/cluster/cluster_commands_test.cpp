@@ -48,7 +48,7 @@ TEST(ClusterCommands, Apps_AnswersAsTheServicesAre) {
   EXPECT_EQ(json["instance"]["state"], "not known to a cluster");
   VtctlRun text({L"apps", computer});
   EXPECT_EQ(text.ExitCode(), kExitClean);
-  EXPECT_NE(text.Output().find(", in no cluster"), std::string::npos) << text.Output();
+  EXPECT_NE(text.Output().find(", no cluster found"), std::string::npos) << text.Output();
   EXPECT_EQ(VtctlRun({L"apps", L"\\\\"}).ExitCode(), kExitUsage);
 }
 

@@ -13,7 +13,8 @@ namespace vtctl {
 namespace {
 
 constexpr const char* kFooter =
-    "A missing server means this machine, a missing instance \"Vantorl\", a missing database\n"
+    "Where nothing is stored the server is this machine, the instance \"Vantorl\" and the "
+    "database\n"
     "\"VTDB\". Exit code 66 when this machine knows none of the databases.\n"
     "\n"
     "Examples:\n"
@@ -70,7 +71,7 @@ void PrintText(const Database& database) {
   const std::wstring title = database.title;
   if (!database.isKnown) {
     Print(L"Database of the " + title + L": not known; HKEY_LOCAL_MACHINE\\" + database.key +
-          L" cannot be read\n");
+          L" is missing or cannot be read\n");
     return;
   }
   Print(L"Database of the " + title + L": " + Printable(database.name) + L"\n");

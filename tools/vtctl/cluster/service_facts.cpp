@@ -8,13 +8,7 @@
 namespace vtctl {
 namespace {
 
-struct ServiceHandleTraits {
-  using Type = SC_HANDLE;
-  static Type Empty() noexcept { return nullptr; }
-  static bool Close(Type handle) noexcept { return ::CloseServiceHandle(handle) != FALSE; }
-};
-
-using Handle = vtclass::platform::Owned<ServiceHandleTraits>;
+using vtclass::platform::OwnedService;
 
 const wchar_t* StateWord(DWORD state) {
   switch (state) {
@@ -32,7 +26,7 @@ const wchar_t* StateWord(DWORD state) {
 }
 
 ServiceFact LookAt(SC_HANDLE manager, const std::wstring& name) {
-  const Handle service(::OpenServiceW(manager, name.c_str(), SERVICE_QUERY_STATUS));
+  const OwnedService service(::OpenServiceW(manager, name.c_str(), SERVICE_QUERY_STATUS));
   SERVICE_STATUS status = {};
   if (!service || !::QueryServiceStatus(service.Get(), &status)) {
     const DWORD error = ::GetLastError();
@@ -49,7 +43,7 @@ ServiceFact LookAt(SC_HANDLE manager, const std::wstring& name) {
 
 ServiceFacts LookAtServices(const std::wstring& computer, const std::vector<std::wstring>& names) {
   ServiceFacts facts;
-  const Handle manager(::OpenSCManagerW(computer.c_str(), nullptr, SC_MANAGER_CONNECT));
+  const OwnedService manager(::OpenSCManagerW(computer.c_str(), nullptr, SC_MANAGER_CONNECT));
   if (!manager) {
     facts.problem = SystemText(::GetLastError());
     return facts;

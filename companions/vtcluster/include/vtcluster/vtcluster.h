@@ -149,7 +149,8 @@ class ResourceGlue {
   VTCLUSTER_API bool ClusterIsPathOnSharedVolume(const wchar_t* path);
 
   /* The mount point of the volume that holds `path`, into `length` characters. On failure the
-   * text is empty where there is room, and the thread's last error says why. */
+   * text is empty where there is room, and the thread's last error says why: 1062 without a
+   * cluster, 87 for a null or empty path or no room at all. */
   VTCLUSTER_API bool ClusterGetVolumePathName(const wchar_t* path, wchar_t* volumePath,
                                               unsigned long length);
 };

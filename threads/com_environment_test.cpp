@@ -33,15 +33,8 @@ void WINAPI CountUninitialize() { ++uninitialized, ::CoUninitialize(); }
 HRESULT WINAPI KeepSecurity(PSECURITY_DESCRIPTOR descriptor, LONG count,
                             SOLE_AUTHENTICATION_SERVICE* services, void* reserved1, DWORD level,
                             DWORD impersonation, void* list, DWORD capabilities, void* reserved3) {
-  security = {descriptor != nullptr,
-              static_cast<DWORD>(count),
-              services != nullptr,
-              reserved1 != nullptr,
-              level,
-              impersonation,
-              list != nullptr,
-              capabilities,
-              reserved3 != nullptr};
+  const bool anyPointer = descriptor || services || reserved1 || list || reserved3;
+  security = {anyPointer, static_cast<DWORD>(count), level, impersonation, capabilities};
   return securityResult;
 }
 
@@ -75,20 +68,12 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     AnswerLookUps(&LookUp);
 
 TEST(RunTimeBinding, SpinCountFunction_IsLookedUpOnceInAProcess) {
-  {
-    const WorkerThread first, second("second");
-  }
-  {
-    const ThreadPool pool;
-  }
+  const WorkerThread first, second("second");
+  const ThreadPool pool;
   EXPECT_EQ(spinCountLookUps, 1);
 }
 
-struct ComEnvironment : ::testing::Test {
-  ComEnvironment() { ComEnvironmentFactory::DestroyInstance(); }
-};
-
-TEST_F(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
+TEST(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
   const long kChanged = static_cast<long>(RPC_E_CHANGED_MODE);
   struct {
     int entered;  // of the thread before: 0 none, 1 single, 2 multi
@@ -97,12 +82,9 @@ TEST_F(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
     char made;  // S, M or 0
     long status;
   } const cases[] = {
-      {0, false, 2, 'S', S_OK},      {0, false, 255, 'M', S_OK},
-      {0, false, 0, 'M', S_OK},      {1, false, 255, 'S', S_FALSE},
-      {1, false, 0, 'M', kChanged},  {2, false, 2, 'S', kChanged},
-      {2, false, 255, 'M', S_FALSE}, {0, true, 2, 'S', S_OK},
-      {0, true, 255, 'S', S_OK},     {0, true, 0, 0, 0},
-  };
+      {0, false, 2, 'S', S_OK},      {0, false, 255, 'M', S_OK},   {0, false, 0, 'M', S_OK},
+      {1, false, 255, 'S', S_FALSE}, {1, false, 0, 'M', kChanged}, {2, false, 2, 'S', kChanged},
+      {2, false, 255, 'M', S_FALSE}, {0, true, 255, 'S', S_OK},    {0, true, 0, 0, 0}};
   for (const auto& row : cases) {
     SCOPED_TRACE(::testing::Message() << row.entered << row.bare << " model " << row.model);
     std::jthread([&row] {
@@ -123,21 +105,22 @@ TEST_F(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
   noCoInitializeEx = false;
 }
 
-TEST_F(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus) {
+TEST(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus) {
   for (const HRESULT result : {S_OK, RPC_E_TOO_LATE}) {
     std::jthread([result] {
       securityResult = result;
       uninitialized = 0;
       const std::unique_ptr<ComClientEnv> made(
           ComEnvironmentFactory::GetInstance()->GetEnvironment(2, 1));
-      EXPECT_EQ(security, (std::vector<DWORD>{0, 0xFFFFFFFF, 0, 0, 2, 3, 0, 0x20, 0}));
+      EXPECT_EQ(security, (std::vector<DWORD>{0, 0xFFFFFFFF, 2, 3, 0x20}));
       EXPECT_EQ(made->GetStatus(), result);
     });
     EXPECT_EQ(uninitialized, result == S_OK) << "a failed one stays in COM";
   }
 }
 
-TEST_F(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
+TEST(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
+  ComEnvironmentFactory::DestroyInstance();
   Gate start;
   std::vector<ComEnvironmentFactory*> got(8);
   {
@@ -150,7 +133,7 @@ TEST_F(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
   EXPECT_EQ(std::set(got.begin(), got.end()).size(), 1u);
 }
 
-TEST_F(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) {
+TEST(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) {
   Gate open, closed;
   open.Open();
   struct {
@@ -174,7 +157,7 @@ TEST_F(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp
   }
 }
 
-TEST_F(ComEnvironment, SingleThreadedWait_UnderAStreamOfMessages_SeesHandleAndTimeout) {
+TEST(ComEnvironment, SingleThreadedWait_UnderAStreamOfMessages_SeesHandleAndTimeout) {
   SingleThreadedCom environment;
   environment.Dawdle();
   Gate gate, never;
@@ -190,7 +173,7 @@ TEST_F(ComEnvironment, SingleThreadedWait_UnderAStreamOfMessages_SeesHandleAndTi
   EXPECT_EQ(environment.WaitForMultipleObjects(2, handles, 0, kLimit), 1u);
 }
 
-TEST_F(ComEnvironment, SingleThreadedWorker_AnswersMessages_BetweenCallsAndWhileItWaits) {
+TEST(ComEnvironment, SingleThreadedWorker_AnswersMessages_BetweenCallsAndWhileItWaits) {
   WorkerThread worker(WorkerThread::ComSingleThreaded, "pump");
   Gate ready;
   HWND window = nullptr;

@@ -15,7 +15,7 @@
 
 #include "tests/support/import_hook.h"
 #include "threads/all_interleavings.h"
-#include "vtclass/threads.h"
+#include "threads/threads_test_support.h"
 
 namespace vtclass::test {
 namespace {
@@ -100,8 +100,7 @@ struct HeldCall : ThreadPoolCall {
  * pool's state under its lock, so that one after the other, in any order, is all that can happen.
  * No thread is started: a call is in the hands of its worker until the scheduler lets it finish.
  */
-class Real {
- public:
+struct Real {
   explicit Real(bool keep) : pool(new ThreadPool(kWorkers, keep, WorkerThread::ComNone)) {
     for (auto& call : calls) call = new HeldCall(pool.get());
   }
@@ -136,7 +135,7 @@ class Real {
   }
 
   /* Destroys the pool as it stands: all is dropped, but for what a dead worker had in hand. */
-  void End() {
+  ~Real() {
     pool.reset();
     for (const auto& call : calls) {
       EXPECT_EQ(call->References(), call->inHand ? 2 : 1);
@@ -144,7 +143,6 @@ class Real {
     }
   }
 
- private:
   std::unique_ptr<ThreadPool> pool;
   std::array<RefPointer<HeldCall>, kCalls> calls;
   std::map<int, const WorkerThread*> workers;  // by the model's number
@@ -156,12 +154,8 @@ struct State {
   bool operator<(const State& other) const { return model < other.model; }
 };
 
-uintptr_t NoThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) {
-  return 0;
-}
-
 TEST(ThreadPoolModel, EveryOrderOfPostFinishAndStop_IsAsPromised) {
-  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &NoThread);
+  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &RefuseThread);
   for (const bool keep : {false, true}) {
     const auto visit = [keep](const State& state, std::vector<State>& next) {
       SCOPED_TRACE((keep ? "keep: " : "retire: ") + state.path);
@@ -174,7 +168,6 @@ TEST(ThreadPoolModel, EveryOrderOfPostFinishAndStop_IsAsPromised) {
         real.Take(static_cast<unsigned>(step - '0'));
         real.Compare(model);
       }
-      real.End();
       for (unsigned step = kPost; step <= kStop; ++step) {
         State after{state.model, state.path + std::to_string(step)};
         if (after.model.Take(step, keep)) next.push_back(after);

@@ -51,6 +51,12 @@ class TestCall : public Base {
 using WorkerCall = TestCall<RefThreadCall, WorkerThread>;
 using PoolCall = TestCall<ThreadPoolCall, ThreadPool>;
 
+/* Takes the place of _beginthreadex. */
+inline uintptr_t RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
+                              unsigned*) {
+  return 0;
+}
+
 /* Posts a new call. */
 template <typename Target>
 void Post(Target& target, Work work, Work ended = nullptr) {

@@ -49,10 +49,6 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
   }
 }
 
-uintptr_t RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) {
-  return 0;
-}
-
 void KillInItsSleepAndRestart(WorkerThread& worker) {
   WorkerCall call(&worker, [] {});
   call.AddRef();
@@ -114,10 +110,9 @@ std::string named;
 LONG CALLBACK KeepName(EXCEPTION_POINTERS* pointers) {
   const auto& [code, flags, inner, address, count, values] = *pointers->ExceptionRecord;
   if (code != 0x406D1388) return EXCEPTION_CONTINUE_SEARCH;
-  for (const ULONG_PTR value : {ULONG_PTR{flags & 1}, ULONG_PTR{count}, values[0], values[2]}) {
-    named += std::to_string(value) + ' ';
-  }
-  named += reinterpret_cast<const char*>(values[1]);
+  named = std::to_string(flags & 1) + ' ' + std::to_string(count) + ' ' +
+          std::to_string(values[0]) + ' ' + std::to_string(values[2]) + ' ' +
+          reinterpret_cast<const char*>(values[1]);
   return EXCEPTION_CONTINUE_SEARCH;
 }
 
@@ -134,7 +129,6 @@ TEST(WorkerThread, Names_OfAnyLength_ShowInDebuggersAndDescriptions) {
       id = ::GetCurrentThreadId();
       if (getDescription) getDescription(::GetCurrentThread(), &description);
     });
-    named.clear();
     worker.StartThread(0);
     worker.StopThread();
     // The flags of the name, the upper half of the third value, are 0.
@@ -155,14 +149,13 @@ TEST(WorkerThread, Call_WithoutMemory_ThrowsAndQueuesNothing_StopStillWorks) {
   ASSERT_TRUE(entered.Passed());
   Allocations allocations;
   allocations.FailAt(1);
-  std::string text;
   long queued = 0;
   try {
     for (; queued < 1000; ++queued) call.PostIt();
+    ADD_FAILURE();
   } catch (const std::length_error& error) {
-    text = error.what();
+    EXPECT_STREQ(error.what(), "list<T> too long");
   }
-  EXPECT_EQ(text, "list<T> too long");
   EXPECT_EQ(worker.NumberOfOutstandingCalls(), queued + 1);
   allocations.FailAt(1);
   worker.StopThread();  // its call has its place, however full the queue is

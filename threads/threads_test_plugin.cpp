@@ -18,10 +18,10 @@ WorkerThread* StartWorker(WorkerThread::ComThreadingModel model) {
   return worker;
 }
 
-// A pool whose call is over, and no code of this module left to run on its worker: a call that dies
-// there would do so in a destructor that may be unloaded meanwhile.
-ThreadPool* StartPool(int keepIdle) {
-  auto* const pool = new ThreadPool(2, keepIdle, WorkerThread::ComMultiThreaded);
+// A pool whose worker has retired, and runs no code of this module any more: a call that dies there
+// would do so in a destructor that may be unloaded meanwhile.
+ThreadPool* StartPool() {
+  auto* const pool = new ThreadPool;
   const RefPointer<PoolCall> call = new PoolCall(pool, [] {});
   call->PostIt();
   while (call->AddRef() > 2) call->Release(), ::Sleep(1);
@@ -49,12 +49,11 @@ extern "C" __declspec(dllexport) void Scenario(const char* name) {
   if (scenario == "alive") {
     StartWorker(WorkerThread::ComMultiThreaded);
     StartWorker(WorkerThread::ComSingleThreaded);
-    StartPool(1);
   } else if (scenario == "ended") {
-    StartPool(0);
+    StartPool();
     (new ThreadStopCall(StartWorker(WorkerThread::ComNone)))->PostIt();
     delete StartWorker(WorkerThread::ComMultiThreaded);
-    delete StartPool(1);
+    delete StartPool();
     ComEnvironmentFactory::DestroyInstance();
   } else if (scenario == "in hand") {
     StartStuckPool();

@@ -71,11 +71,9 @@ void KillInItsSleepAndRestart(WorkerThread& worker) {
 void PostBehindTheStop(WorkerThread& worker) {
   WorkerCall late(&worker, [] { ADD_FAILURE(); });
   late.AddRef();
-  Gate queued;
-  Post(worker, [&] { queued.Passed(), late.PostIt(); });
+  Post(worker, [&] { late.PostIt(); });
   (new ThreadStopCall(&worker))->PostIt();
   worker.StartThread(0);
-  queued.Open();
   EXPECT_EQ(worker.WaitForThread(kLimit), WAIT_OBJECT_0);
   worker.StopThread();
   EXPECT_EQ(worker.NumberOfOutstandingCalls(), 1);

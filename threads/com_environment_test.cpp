@@ -6,6 +6,7 @@
 #include <objbase.h>
 
 #include <bit>
+#include <deque>
 #include <memory>
 #include <set>
 #include <string>
@@ -87,7 +88,7 @@ TEST(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
       {2, false, 255, 'M', S_FALSE}, {0, true, 255, 'S', S_OK},    {0, true, 0, 0, 0}};
   for (const auto& row : cases) {
     SCOPED_TRACE(::testing::Message() << row.entered << row.bare << " model " << row.model);
-    std::jthread([&row] {
+    std::thread([&row] {
       if (row.entered) ::CoInitializeEx(nullptr, row.entered == 1 ? 2u : 0u);
       noCoInitializeEx = row.bare;
       ComEnvironmentFactory::DestroyInstance();
@@ -100,21 +101,21 @@ TEST(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
       made.reset();
       EXPECT_EQ(uninitialized, row.made && row.status >= 0);
       if (row.entered) ::CoUninitialize();
-    });
+    }).join();
   }
   noCoInitializeEx = false;
 }
 
 TEST(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus) {
   for (const HRESULT result : {S_OK, RPC_E_TOO_LATE}) {
-    std::jthread([result] {
+    std::thread([result] {
       securityResult = result;
       uninitialized = 0;
       const std::unique_ptr<ComClientEnv> made(
           ComEnvironmentFactory::GetInstance()->GetEnvironment(2, 1));
       EXPECT_EQ(security, (std::vector<DWORD>{0, 0xFFFFFFFF, 2, 3, 0x20}));
       EXPECT_EQ(made->GetStatus(), result);
-    });
+    }).join();
     EXPECT_EQ(uninitialized, result == S_OK) << "a failed one stays in COM";
   }
 }
@@ -124,7 +125,7 @@ TEST(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
   Gate start;
   std::vector<ComEnvironmentFactory*> got(8);
   {
-    std::vector<std::jthread> threads;
+    std::deque<std::jthread> threads;
     for (auto& slot : got) {
       threads.emplace_back([&] { start.Passed(), slot = ComEnvironmentFactory::GetInstance(); });
     }

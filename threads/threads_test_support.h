@@ -20,8 +20,8 @@ using Work = std::function<void()>;
 class Gate {
  public:
   HANDLE Handle() const { return event.Get(); }
-  void Open() { ::SetEvent(Handle()); }
-  bool Passed() { return ::WaitForSingleObject(Handle(), kLimit) == WAIT_OBJECT_0; }
+  void Open() const { ::SetEvent(Handle()); }
+  bool Passed() const { return ::WaitForSingleObject(Handle(), kLimit) == WAIT_OBJECT_0; }
 
  private:
   platform::OwnedKernelObject event{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};

@@ -106,9 +106,10 @@ struct Real {
   }
 
   void Take(unsigned step) {
-    if (step < kFinish) return calls[step]->PostIt();
-    if (step < kDrop) return calls[step % kCalls]->Finish();
-    if (step == kDrop) return pool->DeleteOutstandingCalls();
+    if (step < kFinish) calls[step]->PostIt();
+    if (step >= kFinish && step < kDrop) calls[step % kCalls]->Finish();
+    if (step == kDrop) pool->DeleteOutstandingCalls();
+    if (step != kStop) return;
     pool->StopAllThreads(0);
     // The workers are gone; the host cleans up behind what they had in hand.
     for (const auto& call : calls) {

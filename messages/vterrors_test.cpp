@@ -48,31 +48,17 @@ std::wstring Conversions(const std::wstring& text) {
   return found;
 }
 
-TEST(Vterrors, Texts_AreThoseOfTheirLanguage) {
+// A translation with other conversions makes the formatter read arguments that are not there.
+TEST(Vterrors, Texts_AreCleanLinesOfTheirLanguage_WithTheArgumentsOfTheEnglishOnes) {
+  const Texts english = Read(L"vterrors_EN.dll");
   for (const Library& library : kLibraries) {
     SCOPED_TRACE(library.file);
     const Texts texts = Read(library.file);
     ASSERT_EQ(texts.size(), size_t{MESSAGE_COUNT}) << "an id without text, or one number twice";
     EXPECT_EQ(texts.at(MSG_LANGUAGE_NAME), library.languageName);
-  }
-}
-
-// A translation with other conversions makes the formatter read arguments that are not there.
-TEST(Vterrors, Texts_TakeTheArgumentsOfTheEnglishOnes) {
-  const Texts english = Read(L"vterrors_EN.dll");
-  for (const Library& library : kLibraries) {
-    SCOPED_TRACE(library.file);
-    for (const auto& [id, text] : Read(library.file)) {
+    for (const auto& [id, text] : texts) {
       ASSERT_TRUE(english.contains(id)) << id;
       EXPECT_EQ(Conversions(text), Conversions(english.at(id))) << id;
-    }
-  }
-}
-
-TEST(Vterrors, Texts_AreOneCleanLine) {
-  for (const Library& library : kLibraries) {
-    SCOPED_TRACE(library.file);
-    for (const auto& [id, text] : Read(library.file)) {
       EXPECT_EQ(text.find_first_of(L"\r\n\t\uFFFD"), std::wstring::npos) << id;
       EXPECT_TRUE(text.front() != L' ' && text.back() != L' ') << id;
     }

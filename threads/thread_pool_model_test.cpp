@@ -6,72 +6,52 @@
 #include <algorithm>
 #include <array>
 #include <compare>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "tests/support/import_hook.h"
 #include "threads/all_interleavings.h"
-#include "vtclass/threads.h"
+#include "threads/threads_test_support.h"
 
+namespace vtclass::test {
 namespace {
 
-using vtclass::test::VisitAll;
-
 constexpr unsigned kCalls = 3;
-constexpr int kWorkers = 2;
-constexpr int kPosts = 6;
-constexpr int kNobody = -1;
+constexpr int kWorkers = 2, kPosts = 6, kNobody = -1;
 
-enum class What { post, finish, drop, stop };
-constexpr const char* kNames[] = {"post", "finish", "drop", "stop"};
-struct Step {
-  What what;
-  unsigned call;
-};
+// The steps: each call's post, each call's finish, dropping what is pending, stopping.
+constexpr unsigned kPost = 0, kFinish = kPost + kCalls, kDrop = kFinish + kCalls, kStop = kDrop + 1;
 
 /* What the pool promises, in short. Workers are numbered in the order of their start. */
 struct Model {
   std::array<int, kCalls> workerOf{kNobody, kNobody, kNobody};  // that has the call in hand
   std::vector<unsigned> pending;
   std::vector<int> idle;
-  int workers = 0;
+  int workers = 0, posts = 0, stops = 0;
   auto operator<=>(const Model&) const = default;
 
   bool InHand(unsigned call) const { return workerOf[call] != kNobody; }
   auto Pending(unsigned call) const { return std::ranges::count(pending, call); }
   auto Busy() const { return kCalls - std::ranges::count(workerOf, kNobody); }
-  auto NextPending() {
-    return std::ranges::find_if(pending, [this](unsigned c) { return !InHand(c); });
+  auto Next() const {
+    return std::ranges::find_if(pending, [this](unsigned call) { return !InHand(call); });
   }
 
-  /* No call that could run waits for a worker that could be had. */
-  bool WorksOnAllItCan() const {
-    Model copy = *this;
-    return Busy() == kWorkers || copy.NextPending() == copy.pending.end();
-  }
-
-  void Take(Step step, bool keep) {
-    switch (step.what) {
-      case What::post:
-        Post(step.call, keep);
-        break;
-      case What::finish:
-        Finish(step.call, keep);
-        break;
-      case What::drop:
-        pending.clear();
-        break;
-      case What::stop:
-        pending.clear();
-        workerOf.fill(kNobody);
-        break;
+  /* False when this cannot be the next step. */
+  bool Take(unsigned step, bool keep) {
+    const unsigned call = step % kCalls;
+    if (step < kFinish) {
+      Post(call, keep);
+      return ++posts <= kPosts;
     }
+    if (step < kDrop) return InHand(call) && (Finish(call, keep), true);
+    pending.clear();
+    if (step == kStop) workerOf.fill(kNobody);
+    return ++stops == 1;
   }
 
   void Post(unsigned call, bool keep) {
@@ -89,7 +69,7 @@ struct Model {
 
   void Finish(unsigned call, bool keep) {
     const int worker = std::exchange(workerOf[call], kNobody);
-    const auto next = NextPending();
+    const auto next = Next();
     if (next != pending.end()) {
       workerOf[*next] = worker;
       pending.erase(next);
@@ -99,38 +79,20 @@ struct Model {
   }
 };
 
-uintptr_t NoThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) {
-  return 0;
-}
-
 /* A call that its worker never gets to see. */
-class HeldCall : public ThreadPoolCall {
- public:
-  explicit HeldCall(ThreadPool* pool) : ThreadPoolCall(pool) { ++alive; }
-  ~HeldCall() override { --alive; }
+struct HeldCall : ThreadPoolCall {
+  using ThreadPoolCall::ThreadPoolCall;
   void Execute() override {}
   void PostItToThread() override {
-    EXPECT_FALSE(inHand) << "executing twice at once";
-    inHand = true;
+    EXPECT_FALSE(std::exchange(inHand, true)) << "executing twice at once";
     AddRef();
   }
-  void Finish() {
-    inHand = false;
-    ThreadExecute();
-  }
-  void Drop() {
-    inHand = false;
-    thread = nullptr;
-    Release();
-  }
+  void Finish() { inHand = false, ThreadExecute(); }
+  void Drop() { inHand = false, thread = nullptr, Release(); }
   const WorkerThread* Worker() const { return thread; }
-  long References() {
-    AddRef();
-    return Release();
-  }
+  long References() { return AddRef(), Release(); }
 
   bool inHand = false;
-  static inline int alive = 0;
 };
 
 /*
@@ -138,63 +100,47 @@ class HeldCall : public ThreadPoolCall {
  * pool's state under its lock, so that one after the other, in any order, is all that can happen.
  * No thread is started: a call is in the hands of its worker until the scheduler lets it finish.
  */
-class Real {
- public:
+struct Real {
   explicit Real(bool keep) : pool(new ThreadPool(kWorkers, keep, WorkerThread::ComNone)) {
     for (auto& call : calls) call = new HeldCall(pool.get());
   }
 
-  void Take(Step step) {
-    switch (step.what) {
-      case What::post:
-        calls[step.call]->PostIt();
-        break;
-      case What::finish:
-        calls[step.call]->Finish();
-        break;
-      case What::drop:
-        pool->DeleteOutstandingCalls();
-        break;
-      case What::stop:
-        Stop();
-        break;
-    }
-  }
-
-  void Compare(const Model& model) {
-    std::set<const WorkerThread*> inHand;
-    for (unsigned i = 0; i < kCalls; ++i) {
-      HeldCall& call = *calls[i];
-      const bool held = model.InHand(i);
-      EXPECT_EQ(call.inHand, held);
-      EXPECT_EQ(pool->IsThreadCallExecuting(&call), held);
-      EXPECT_EQ(pool->IsThreadCallQueued(&call), model.Pending(i) > 0);
-      EXPECT_EQ(call.References(), 1 + model.Pending(i) + (held ? 2 : 0));
-      EXPECT_EQ(call.Worker() != nullptr, held);
-      if (!held) continue;
-      EXPECT_TRUE(inHand.insert(call.Worker()).second) << "two calls on one worker";
-      const auto [known, first] = workers.emplace(model.workerOf[i], call.Worker());
-      EXPECT_EQ(known->second, call.Worker()) << "on another worker than promised";
-    }
-  }
-
-  /* Destroys the pool as it stands: all is dropped, but for what a dead worker had in hand. */
-  void End() {
-    pool.reset();
-    for (const auto& call : calls) {
-      EXPECT_EQ(call->References(), call->inHand ? 2 : 1);
-      if (call->inHand) call->Release();
-    }
-  }
-
- private:
-  void Stop() {
+  void Take(unsigned step) {
+    if (step < kFinish) calls[step]->PostIt();
+    if (step >= kFinish && step < kDrop) calls[step % kCalls]->Finish();
+    if (step == kDrop) pool->DeleteOutstandingCalls();
+    if (step != kStop) return;
     pool->StopAllThreads(0);
     // The workers are gone; the host cleans up behind what they had in hand.
     for (const auto& call : calls) {
       if (!call->inHand) continue;
       pool->ThreadCallStopExecuting(call);
       call->Drop();
+    }
+  }
+
+  void Compare(const Model& model) {
+    if (model.Next() == model.pending.end()) EXPECT_EQ(pool->GetNextCall(), nullptr);
+    std::set<const WorkerThread*> inHand;
+    for (unsigned i = 0; i < kCalls; ++i) {
+      HeldCall& call = *calls[i];
+      const bool held = model.InHand(i);
+      EXPECT_TRUE(call.inHand == held && pool->IsThreadCallExecuting(&call) == held);
+      EXPECT_EQ(pool->IsThreadCallQueued(&call), model.Pending(i) > 0);
+      EXPECT_EQ(call.References(), 1 + model.Pending(i) + (held ? 2 : 0));
+      EXPECT_TRUE(!held || inHand.insert(call.Worker()).second) << "two calls on one worker";
+      const auto* const promised =
+          held ? workers.emplace(model.workerOf[i], call.Worker()).first->second : nullptr;
+      EXPECT_EQ(call.Worker(), promised);
+    }
+  }
+
+  /* Destroys the pool as it stands: all is dropped, but for what a dead worker had in hand. */
+  ~Real() {
+    pool.reset();
+    for (const auto& call : calls) {
+      EXPECT_EQ(call->References(), call->inHand ? 2 : 1);
+      if (call->inHand) call->Release();
     }
   }
 
@@ -205,54 +151,32 @@ class Real {
 
 struct State {
   Model model;
-  int posts = 0;
-  int stops = 0;
-  std::vector<Step> path;  // one that leads here; the pools at the ends of all are the same
-  bool operator<(const State& other) const {
-    return std::tie(model, posts, stops) < std::tie(other.model, other.posts, other.stops);
-  }
+  std::string path;  // of steps that lead here; the pools at the ends of all paths are the same
+  bool operator<(const State& other) const { return model < other.model; }
 };
 
-void Expand(const State& state, bool keep, std::vector<State>& next) {
-  const auto add = [&](What what, unsigned call, int posts, int stops) {
-    State after = state;
-    after.model.Take({what, call}, keep);
-    after.path.push_back({what, call});
-    after.posts += posts;
-    after.stops += stops;
-    next.push_back(after);
-  };
-  for (unsigned i = 0; i < kCalls; ++i) {
-    if (state.posts < kPosts) add(What::post, i, 1, 0);
-    if (state.model.InHand(i)) add(What::finish, i, 0, 0);
-  }
-  if (state.stops == 0) add(What::drop, 0, 0, 1);
-  if (state.stops == 0) add(What::stop, 0, 0, 1);
-}
-
 TEST(ThreadPoolModel, EveryOrderOfPostFinishAndStop_IsAsPromised) {
-  const vtclass::test::ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex",
-                                                                   &NoThread);
+  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &RefuseThread);
   for (const bool keep : {false, true}) {
-    const std::size_t states = VisitAll(State(), [keep](const State& state, auto& next) {
-      EXPECT_TRUE(state.model.WorksOnAllItCan());
+    const auto visit = [keep](const State& state, std::vector<State>& next) {
+      SCOPED_TRACE((keep ? "keep: " : "retire: ") + state.path);
+      EXPECT_TRUE(state.model.Busy() == kWorkers || state.model.Next() == state.model.pending.end())
+          << "a call waits for a worker that could be had";
       Model model;
       Real real(keep);
-      std::string trace;
-      for (const Step step : state.path) {
-        trace += " " + std::string(kNames[static_cast<int>(step.what)]) + std::to_string(step.call);
-        SCOPED_TRACE((keep ? "keep:" : "retire:") + trace);
-        model.Take(step, keep);
-        real.Take(step);
+      for (const char step : state.path) {
+        model.Take(static_cast<unsigned>(step - '0'), keep);
+        real.Take(static_cast<unsigned>(step - '0'));
         real.Compare(model);
       }
-      real.End();
-      Expand(state, keep, next);
-    });
-    EXPECT_GT(states, 1000u);
-    std::cout << states << " states of a pool\n";
+      for (unsigned step = kPost; step <= kStop; ++step) {
+        State after{state.model, state.path + std::to_string(step)};
+        if (after.model.Take(step, keep)) next.push_back(after);
+      }
+    };
+    EXPECT_GT(VisitAll(State(), visit), 1000u);
   }
-  EXPECT_EQ(HeldCall::alive, 0);
 }
 
 }  // namespace
+}  // namespace vtclass::test

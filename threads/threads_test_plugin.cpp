@@ -2,7 +2,8 @@
 // end with.
 #include <vtclass/win32.h>
 
-#include <string>
+#include <memory>
+#include <string_view>
 
 #include "threads/threads_test_support.h"
 
@@ -10,7 +11,6 @@ namespace {
 
 using vtclass::test::Gate;
 using vtclass::test::PoolCall;
-using vtclass::test::WorkerCall;
 
 WorkerThread* StartWorker(WorkerThread::ComThreadingModel model) {
   auto* const worker = new WorkerThread(model, "left");
@@ -18,58 +18,47 @@ WorkerThread* StartWorker(WorkerThread::ComThreadingModel model) {
   return worker;
 }
 
-// True while the pool holds the call too. After that no worker runs code of this module for it: a
-// call that dies on a worker would do so in a destructor that may be unloaded meanwhile.
-bool IsShared(PoolCall& call) {
-  call.AddRef();
-  return call.Release() > 1;
-}
-
-// Runs two calls; without `work` it returns when they are over.
-ThreadPool* StartPool(int keepIdle, const PoolCall::Work& work = nullptr) {
-  auto* const pool = new ThreadPool(2, keepIdle, WorkerThread::ComMultiThreaded);
-  Gate entered;
-  const RefPointer<PoolCall> calls[] = {
-      new PoolCall(pool, [] {}),
-      new PoolCall(pool, [&entered, work] { entered.Open(), work ? work() : void(); })};
-  for (const auto& call : calls) call->PostIt();
-  entered.Passed();
-  for (const auto& call : calls) {
-    while (!work && IsShared(*call)) ::Sleep(1);
-  }
+// A pool whose worker has retired, and runs no code of this module any more: a call that dies there
+// would do so in a destructor that may be unloaded meanwhile.
+ThreadPool* StartPool() {
+  auto* const pool = new ThreadPool;
+  const RefPointer<PoolCall> call = new PoolCall(pool, [] {});
+  call->PostIt();
+  while (call->AddRef() > 2) call->Release(), ::Sleep(1);
+  call->Release();
   return pool;
 }
 
-void WaitInGroup() {
-  Waitable never(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  WaitableGroup group;
+// A pool with a call that sleeps and one that waits in a group, both for ever.
+ThreadPool* StartStuckPool() {
+  static Gate entered[2];
+  static Waitable never(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  static WaitableGroup group;
   group.Add(&never);
-  group.Wait(INFINITE);
+  auto* const pool = new ThreadPool(2, 0, WorkerThread::ComMultiThreaded);
+  (new PoolCall(pool, [] { entered[0].Open(), ::Sleep(INFINITE); }))->PostIt();
+  (new PoolCall(pool, [] { entered[1].Open(), group.Wait(INFINITE); }))->PostIt();
+  for (Gate& gate : entered) gate.Passed();
+  return pool;
 }
 
 }  // namespace
 
 extern "C" __declspec(dllexport) void Scenario(const char* name) {
-  const std::string scenario = name;
-  if (scenario == "worker") StartWorker(WorkerThread::ComMultiThreaded);
-  if (scenario == "single-threaded worker") StartWorker(WorkerThread::ComSingleThreaded);
-  if (scenario == "kept workers") StartPool(1);
-  if (scenario == "retired workers") StartPool(0);
-  if (scenario == "ending worker") {
+  const std::string_view scenario = name;
+  if (scenario == "alive") {
+    StartWorker(WorkerThread::ComMultiThreaded);
+    StartWorker(WorkerThread::ComSingleThreaded);
+  } else if (scenario == "ended") {
+    StartPool();
     (new ThreadStopCall(StartWorker(WorkerThread::ComNone)))->PostIt();
-  }
-  if (scenario == "call in hand") StartPool(0, [] { ::Sleep(INFINITE); });
-  if (scenario == "wait in hand") StartPool(0, &WaitInGroup);
-  if (scenario == "destruction at exit") {
-    // Destroyed by the C run time while the process ends, its threads already gone.
-    static ThreadPool* const pool = StartPool(0, [] { ::Sleep(INFINITE); });
-    static const struct AtExit {
-      ~AtExit() { delete pool; }
-    } atExit;
-  }
-  if (scenario == "all stopped") {
     delete StartWorker(WorkerThread::ComMultiThreaded);
-    delete StartPool(1);
+    delete StartPool();
     ComEnvironmentFactory::DestroyInstance();
+  } else if (scenario == "in hand") {
+    StartStuckPool();
+  } else {
+    // Destroyed by the C run time while the process ends, its threads already gone.
+    static const std::unique_ptr<ThreadPool> pool(StartStuckPool());
   }
 }

@@ -7,32 +7,30 @@
 #include <functional>
 #include <utility>
 
+#include "platform/owned.h"
 #include "vtclass/threads.h"
 
 namespace vtclass::test {
 
 constexpr DWORD kLimit = 20000;  // of every wait that must end
 
+using Work = std::function<void()>;
+
 /* Closed until it is opened; then it stays open. */
 class Gate {
  public:
-  Gate() : event(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
-  ~Gate() { ::CloseHandle(event); }
-  Gate(const Gate&) = delete;
-  Gate& operator=(const Gate&) = delete;
-  HANDLE Handle() const { return event; }
-  void Open() { ::SetEvent(event); }
-  bool Passed(DWORD limit = kLimit) { return ::WaitForSingleObject(event, limit) == WAIT_OBJECT_0; }
+  HANDLE Handle() const { return event.Get(); }
+  void Open() const { ::SetEvent(Handle()); }
+  bool Passed() const { return ::WaitForSingleObject(Handle(), kLimit) == WAIT_OBJECT_0; }
 
  private:
-  HANDLE event;
+  platform::OwnedKernelObject event{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 };
 
 /* A call of either kind that does `work`; `ended` is run by its destructor. */
 template <typename Base, typename Target>
 class TestCall : public Base {
  public:
-  using Work = std::function<void()>;
   TestCall(Target* target, Work work, Work ended = nullptr)
       : Base(target), work(std::move(work)), ended(std::move(ended)) {
     ++alive;
@@ -42,17 +40,36 @@ class TestCall : public Base {
     --alive;
   }
   void Execute() override { work(); }
-  void ThreadExecute() override { Base::ThreadExecute(); }
+  using Base::ThreadExecute;
 
   static inline std::atomic<int> alive;
 
  private:
-  Work work;
-  Work ended;
+  const Work work, ended;
 };
 
 using WorkerCall = TestCall<RefThreadCall, WorkerThread>;
 using PoolCall = TestCall<ThreadPoolCall, ThreadPool>;
+
+/* Takes the place of _beginthreadex. */
+inline uintptr_t RefuseThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned,
+                              unsigned*) {
+  return 0;
+}
+
+/* Posts a new call. */
+template <typename Target>
+void Post(Target& target, Work work, Work ended = nullptr) {
+  using Call = std::conditional_t<std::is_same_v<Target, ThreadPool>, PoolCall, WorkerCall>;
+  (new Call(&target, std::move(work), std::move(ended)))->PostIt();
+}
+
+/* Waits for what will soon be so; false when it never is. */
+template <typename Happened>
+bool Await(Happened happened) {
+  for (DWORD waited = 0; !happened() && waited < kLimit; ++waited) ::Sleep(1);
+  return happened();
+}
 
 }  // namespace vtclass::test
 

@@ -69,6 +69,28 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
   }
 }
 
+/* Memory of the library with a mark behind it. */
+constexpr std::string_view kFence = "0123456789abcdef";
+char* fenced = nullptr;
+void* FencedMalloc(std::size_t size) {
+  auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
+  fenced = memory + size;
+  kFence.copy(fenced, kFence.size());
+  return memory;
+}
+
+// The line buffer, which is made last, is filled to its end and not beyond.
+TEST_F(DebugLogTest, Print_LongText_StaysInItsBuffer) {
+  for (std::size_t length = 600; length < 664; ++length) {
+    DebugLog log(messages, 1, nullptr);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    const std::wstring text(length, L'x');
+    const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FencedMalloc);
+    EXPECT_TRUE(log.print(L"%s\nx", text.c_str()));
+    ASSERT_EQ(std::string_view(fenced, kFence.size()), kFence) << length;
+  }
+}
+
 /* The C run time's formatter, with a fault where it gets a buffer of the log. */
 int FaultyFormat(wchar_t* out, std::size_t size, const wchar_t* format, va_list arguments) {
   if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);

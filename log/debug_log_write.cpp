@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "config/hresult.h"
 #include "log/debug_log_state.h"
 #include "log/file_opening.h"
 #include "log/log_file_guard.h"
 #include "log/log_names.h"
+#include "platform/hresult.h"
 
 using namespace vtclass::log;
-using vtclass::config::HResultOfFailure;
+using vtclass::platform::HResultOfFailure;
 
 namespace {
 

@@ -2,13 +2,13 @@
 
 #include <utility>
 
-#include "config/hresult.h"
 #include "log/file_opening.h"
 #include "log/log_names.h"
+#include "platform/hresult.h"
 
 namespace vtclass::log {
 
-using config::HResultOfFailure;
+using platform::HResultOfFailure;
 
 namespace {
 

@@ -86,14 +86,16 @@ TEST_F(DebugLogLimits, Rename_KeepsCountFiles_AndDropsTheOldest) {
 }
 
 // Whichever file another program holds: no line is lost, nothing is deleted twice, the roll is
-// tried now and then and succeeds in the end.
+// tried now and then and succeeds in the end, also when a file has come where one had gone.
 TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
   const struct {
-    const wchar_t *held, *report;
-  } rows[] = {{L".bak1", L"RenameWhenMaxSizeReached::RenameFiles - Unable to delete files"},
-              {L".bak2", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file"},
-              {L".bak3", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file"},
-              {L"", L"RenameWhenMaxSizeReached::RollingRename - Unable to move file"}};
+    const wchar_t *held, *report, *comes;
+    int keptWhileHeld, keptInTheEnd;
+  } rows[] = {
+      {L".bak1", L"RenameWhenMaxSizeReached::RenameFiles - Unable to delete files", nullptr, 4, 3},
+      {L".bak2", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file", nullptr, 3, 3},
+      {L".bak3", L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file", L".bak2", 3, 2},
+      {L"", L"RenameWhenMaxSizeReached::RollingRename - Unable to move file", L".bak3", 3, 2}};
   Limit(3);
   constexpr int kLines = 175;
   for (const auto& row : rows) {
@@ -112,33 +114,36 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
     EXPECT_EQ(reports, std::vector<std::wstring>{row.report}) << "once";
     EXPECT_LT(moves, 20);
     held.Reset();
-    EXPECT_EQ(Numbers(), Upwards(row.held == rows[0].held ? 0 : kLines, n)) << row.held;
-    for (; n < 5 * kLines + 30; ++n) PrintLine(log, n);
-    EXPECT_EQ(Numbers(), Upwards(kLines, n)) << row.held;
-    EXPECT_LT(LinesIn(path).size(), 31u) << "rolled";
+    EXPECT_EQ(Numbers(), Upwards(n - (row.keptWhileHeld + 1) * kLines, n)) << row.held;
+    if (row.comes) MakeFile(path + row.comes, "");
+    for (; n < 5 * kLines + 60; ++n) PrintLine(log, n);
+    EXPECT_EQ(Numbers(), Upwards((4 - row.keptInTheEnd) * kLines, n)) << row.held;
+    EXPECT_LT(LinesIn(path).size(), 61u) << "rolled";
     EXPECT_EQ(log.GetLostLines(), 0u);
     EXPECT_TRUE(log.Close());
     EXPECT_EQ(handles.Open(), 0);
   }
 }
 
-// Neither the fresh file nor the old one can be opened after a roll: lines are lost and counted,
-// until it can be.
-TEST_F(DebugLogLimits, Rename_FolderGone_RecoversWithTheFolder) {
+// After a roll the fresh file cannot be opened, or not begun: lines are lost and counted, until
+// that is over.
+TEST_F(DebugLogLimits, Rename_NoFreshFile_Recovers) {
   Limit(200);
-  DebugLog log(messages, 1, nullptr);
-  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
-  for (int n = 0; n < 3; ++n) PrintLine(log, n);
-  {
-    const ImportHook<decltype(::CreateFileW)> create("KERNEL32.dll", "CreateFileW", &Create);
-    folderIsGone = true;
-    for (int n = 0; n < 5; ++n) EXPECT_EQ(log.print(L"lost\n"), 0);
+  for (const bool diskIsFull : {true, false}) {
+    DebugLog log(messages, 1, nullptr);
+    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+    for (int n = 0; n < 3; ++n) PrintLine(log, n);
+    {
+      const ImportHook<decltype(::CreateFileW)> create("KERNEL32.dll", "CreateFileW", &Create);
+      const FileFaults faults({.room = 0});
+      folderIsGone = !diskIsFull;
+      for (int n = 0; n < 5; ++n) EXPECT_EQ(log.print(L"lost\n"), 0);
+    }
+    EXPECT_EQ(log.GetLostLines(), 5u);
+    EXPECT_EQ(std::ranges::count(reports, L"DebugLog::print - Unable to write"), 2 - diskIsFull);
+    PrintLine(log, 3);
+    EXPECT_EQ(LinesIn(path), std::vector<std::wstring>{L"000003" + std::wstring(1992, L'-')});
   }
-  folderIsGone = false;
-  EXPECT_EQ(log.GetLostLines(), 5u);
-  EXPECT_EQ(reports.back(), L"DebugLog::print - Unable to write");
-  PrintLine(log, 3);
-  EXPECT_EQ(LinesIn(path).back().substr(0, 6), L"000003");
 }
 
 TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
@@ -157,6 +162,7 @@ TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
       EXPECT_TRUE(log.print(L"goes on\n"));
       EXPECT_EQ(log.GetFileName(), live);
       EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+      EXPECT_EQ(reports.back(), L"DebugLog::SimpleRoll - Unable to open file");
     }
     const std::wstring large(30000, L'x');
     while (log.GetFileName() == live) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));

@@ -1,6 +1,7 @@
 #include <atomic>
 #include <functional>
 #include <thread>
+#include <utility>
 
 #include "log/debug_log_fixture.h"
 #include "log/file_faults.h"
@@ -48,15 +49,31 @@ TEST_F(DebugLogTest, Print_WritesTheTextInEitherEncoding) {
   }
 }
 
+/* The library's newest memory, with a mark behind it. */
+constexpr std::string_view kFence = "0123456789abcdef";
+char* fence = nullptr;
+void* FencedMalloc(std::size_t size) {
+  auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
+  fence = memory + size;
+  kFence.copy(fence, kFence.size());
+  return memory;
+}
+
 TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
-  const std::wstring marks(600, L'\x00FC');
   for (const int unicode : {1, 0}) {
-    for (const std::size_t length : {511u, 512u, 600u, 32767u, 32768u, 100000u}) {
+    // With the three characters of its end: in no buffer, in one, filling one; the longest.
+    for (const std::size_t length : {509u, 510u, 635u, 32765u, 32766u, 100000u}) {
       DebugLog log(messages, unicode, nullptr);
       ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
       const std::wstring text(length, L'x');
-      for (const wchar_t* format : {L"%s", L"%ws"}) EXPECT_TRUE(log.print(format, text.c_str()));
-      EXPECT_EQ(TextIn(path), length < 32768 ? text + text : L"%s%ws") << length;
+      fence = nullptr;
+      for (const wchar_t* format : {L"%s\nx", L"%ws\nx"}) {
+        const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FencedMalloc);
+        EXPECT_TRUE(log.print(format, text.c_str()));
+      }
+      EXPECT_TRUE(!fence || std::string_view(fence, kFence.size()) == kFence) << length;
+      const bool fits = length < 32766;
+      EXPECT_EQ(TextIn(path), (fits ? text : L"%s") + L"\r\nx" + (fits ? text : L"%ws") + L"\r\nx");
     }
     DebugLog log(messages, unicode, nullptr);
     ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
@@ -64,30 +81,8 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
     EXPECT_EQ(TextIn(path), L"");
     EXPECT_TRUE(log.print((L"%40000d" + std::wstring(30000, L'\n')).c_str(), 1));
     EXPECT_EQ(TextIn(path).size(), 7u + 60000);
-    EXPECT_TRUE(log.print(L"%s", marks.c_str()));
+    EXPECT_TRUE(log.print(L"%s", std::wstring(600, L'\x00FC').c_str()));
     EXPECT_EQ(log.GetErrorCode(), 0u);
-  }
-}
-
-/* Memory of the library with a mark behind it. */
-constexpr std::string_view kFence = "0123456789abcdef";
-char* fenced = nullptr;
-void* FencedMalloc(std::size_t size) {
-  auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
-  fenced = memory + size;
-  kFence.copy(fenced, kFence.size());
-  return memory;
-}
-
-// The line buffer, which is made last, is filled to its end and not beyond.
-TEST_F(DebugLogTest, Print_LongText_StaysInItsBuffer) {
-  for (std::size_t length = 600; length < 664; ++length) {
-    DebugLog log(messages, 1, nullptr);
-    ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
-    const std::wstring text(length, L'x');
-    const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FencedMalloc);
-    EXPECT_TRUE(log.print(L"%s\nx", text.c_str()));
-    ASSERT_EQ(std::string_view(fenced, kFence.size()), kFence) << length;
   }
 }
 
@@ -208,62 +203,13 @@ TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   }
 }
 
-/* Prints numbered lines from several threads; each is whole in the log, in its thread's order. */
-constexpr int kThreads = 4;
-
-void PrintNumbered(DebugLog& log, int lines) {
-  std::vector<std::thread> threads;
-  threads.reserve(kThreads);
-  for (int thread = 0; thread < kThreads; ++thread) {
-    threads.emplace_back([&log, thread, lines] {
-      const std::wstring tail(600, static_cast<wchar_t>(L'a' + thread));
-      for (int n = 0; n < lines; ++n) {
-        EXPECT_TRUE(log.print(n % 8 ? L"%d %d\n" : L"%d %d %s\n", thread, n, tail.c_str()));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-}
-
-void ExpectNumbered(const std::vector<std::wstring>& lines, int count) {
-  int next[kThreads] = {};
-  for (const std::wstring& line : lines) {
-    if (line.starts_with(L"<<<")) continue;
-    const int thread = line.empty() ? 9 : line[0] - L'0';
-    ASSERT_TRUE(thread >= 0 && thread < kThreads) << "a line was cut";
-    const int n = next[thread]++;
-    std::wstring whole = std::to_wstring(thread) + L" " + std::to_wstring(n);
-    if (n % 8 == 0) whole += L" " + std::wstring(600, static_cast<wchar_t>(L'a' + thread));
-    ASSERT_EQ(line, whole);
-  }
-  for (const int n : next) EXPECT_EQ(n, count);
-}
-
-TEST_F(DebugLogTest, Threads_LinesStayWhole_AcrossRolls) {
-  Limit(200);
-  DebugLog log(messages, 1, nullptr);
-  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
-  PrintNumbered(log, 2000);
-  log.Close();
-  std::vector<std::wstring> lines;
-  int files = 0;
-  for (int n = 1; n <= 201; ++n) {
-    const std::vector<std::wstring> more = LinesIn(n <= 200 ? Rotated(n) : path);
-    lines.insert(lines.end(), more.begin(), more.end());
-    files += !more.empty();
-  }
-  EXPECT_GT(files, 50);
-  ExpectNumbered(lines, 2000);
-}
-
 // What a print says is so: its line is in the log, or it answered 0 because the log was closed.
 TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
   DebugLog log(messages, 1, nullptr);
-  std::atomic<int> running = kThreads;
+  std::atomic<int> running = 4;
   std::atomic<std::size_t> written = 0;
   std::vector<std::thread> threads;
-  threads.reserve(kThreads);
-  for (int thread = 0; thread < kThreads; ++thread) {
+  while (threads.size() < 4) {
     threads.emplace_back([&] {
       for (int n = 0; n < 2000; ++n) written += static_cast<std::size_t>(log.print(L"line\n"));
       --running;
@@ -339,26 +285,61 @@ TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
   EXPECT_EQ(LinesIn(path).back(), kOff);
 }
 
-// Settings change all the time while several threads print: nothing is lost, cut or mixed.
+/* Prints numbered lines, some of them long. */
+void PrintNumbered(DebugLog& log, std::size_t thread, int lines) {
+  const std::wstring tail(600, L'-');
+  for (int n = 0; n < lines; ++n) {
+    EXPECT_TRUE(
+        log.print(n % 8 ? L"%d %d\n" : L"%d %d %s\n", static_cast<int>(thread), n, tail.c_str()));
+  }
+}
+
+// Settings change all the time while several threads print and the log rolls: nothing is lost, cut
+// or mixed, and each thread's lines stay in their order.
 TEST_F(DebugLogTest, Live_ChangesLoseNoLine) {
+  constexpr int kLines = 8000;
   LogFileFactory factory(messages, 1);
   Set(L"CreateDebugLog", 1);
+  Limit(200, 0, 5);
   const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(L"Path", path.c_str()));
-  std::atomic<bool> stop = false;
-  std::thread changes([&] {
-    for (DWORD n = 0; !stop; ++n) {
-      Limit(1 + n % 3, 0, 64 + n % 5);
-      Set(L"MaxDebugFile Enabled", n % 2);
-      Set(L"CreateDebugLog", 1 + n % 2);
-      if (n % 8 == 0) log->UpdateSettings();
-      ::Sleep(1);
-    }
-  });
-  PrintNumbered(*log, 4000);
-  stop = true;
-  changes.join();
-  ExpectNumbered(LinesIn(path), 4000);
+  std::atomic<int> running = 4;
+  std::vector<std::thread> threads;
+  while (threads.size() < 4) {
+    threads.emplace_back([&, thread = threads.size()] {
+      PrintNumbered(*log, thread, kLines);
+      --running;
+    });
+  }
+  for (DWORD n = 0; running > 0; ++n) {
+    Limit(200, 0, 5 + n % 4);
+    Set(L"MaxDebugFile Enabled", n % 4 != 3);
+    Set(L"CreateDebugLog", 1 + n % 2);
+    if (n % 8 == 0) log->UpdateSettings();
+    ::Sleep(1);
+  }
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(log->GetLostLines(), 0u);
+  int next[4] = {};
+  int files = 0;
+  for (int file = 1; file <= 201; ++file) {
+    const std::vector<std::wstring> lines = LinesIn(file <= 200 ? Rotated(file) : path);
+    files += !lines.empty();
+    for (const std::wstring& line : lines) {
+      if (line == kOn) continue;
+      const auto thread = static_cast<std::size_t>(line.empty() ? 9 : line[0] - L'0');
+      ASSERT_LT(thread, std::size(next)) << "a line was cut";
+      const int n = next[thread]++;
+      ASSERT_EQ(line, std::to_wstring(thread) + L" " + std::to_wstring(n) +
+                          (n % 8 ? L"" : L" " + std::wstring(600, L'-')));
+    }
+  }
+  for (const int n : next) EXPECT_EQ(n, kLines);
+  EXPECT_GT(files, 10);
+}
+
+long DeleteLog(unsigned long, void* log) {
+  delete std::exchange(*static_cast<DebugLog**>(log), nullptr);
+  return S_OK;
 }
 
 // The monitor calls back until the log has unsubscribed, which must not wait for itself.
@@ -369,6 +350,10 @@ TEST_F(DebugLogTest, Live_LogsDieWhileSettingsChange) {
     for (DWORD n = 0; !stop; ++n) Set(L"CreateDebugLog", n % 2);
   });
   for (int n = 0; n < 50; ++n) delete factory.CreateDebugLog(L"Path", path.c_str());
+  DebugLog* last = factory.CreateDebugLog(L"Path", path.c_str());
+  SettingsMonitor::GetInstance()->KoltRegisterDebugLevel(&DeleteLog, &last);
+  Set(L"KNTA NDMP Debug Level", 1);
+  EXPECT_TRUE(Soon([&] { return !std::atomic_ref(last).load(); }));
   stop = true;
   changes.join();
 }

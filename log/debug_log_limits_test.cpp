@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "log/debug_log_fixture.h"
 #include "log/file_faults.h"
 #include "platform/owned.h"
@@ -131,28 +133,23 @@ TEST_F(DebugLogLimits, Rename_NoFreshFile_Recovers) {
 }
 
 TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
-  ::CreateDirectoryW((folder / L"a.b").c_str(), nullptr);
-  for (const wchar_t* name : {L"trace.log", L"a.b\\trace"}) {
-    const std::wstring live = folder / name;
-    const std::wstring next = folder / (name[0] == L'a' ? L"a.b\\trace-2" : L"trace-2.log");
-    MakeFile(live, std::string(20 * kMegabyte - 10, 'o'));
-    MakeFile(next, "older");
-    OpenDebugLog log(messages, 0, live, openAppend);
-    EXPECT_TRUE(log.print(L"12345678\n"));
-    {
-      const OwnedFile held(
-          ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-      EXPECT_TRUE(log.print(L"goes on\n"));
-      EXPECT_EQ(log.GetFileName(), live);
-      EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
-      EXPECT_EQ(reports.back(), L"DebugLog::SimpleRoll - Unable to open file");
-    }
-    const std::wstring large(30000, L'x');
-    while (log.GetFileName() == live) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));
-    EXPECT_EQ(log.GetFileName(), next);
-    EXPECT_EQ(FileBytes(next).size(), 30002u);
-    EXPECT_TRUE(FileBytes(live).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
+  const std::wstring next = folder / L"trace-2.log";
+  MakeFile(path, std::string(20 * kMegabyte - 10, 'o'));
+  MakeFile(next, "older");
+  OpenDebugLog log(messages, 0, path, openAppend);
+  EXPECT_TRUE(log.print(L"12345678\n"));
+  {
+    const OwnedFile held(
+        ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_TRUE(log.print(L"goes on\n"));
+    EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_EQ(reports.back(), L"DebugLog::SimpleRoll - Unable to open file");
   }
+  const std::wstring large(30000, L'x');
+  while (log.GetFileName() == path) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));
+  EXPECT_EQ(log.GetFileName(), next);
+  EXPECT_EQ(FileBytes(next).size(), 30002u);
+  EXPECT_TRUE(FileBytes(path).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
 }
 
 TEST_F(DebugLogLimits, Wrap_KeepsTheNewestWholeLines) {

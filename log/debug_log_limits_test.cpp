@@ -58,6 +58,7 @@ class DebugLogLimits : public DebugLogTest {
 TEST_F(DebugLogLimits, Rename_KeepsCountFiles_AndDropsTheOldest) {
   Limit(3);
   for (const int left : {4, 5, 23, 24}) MakeFile(Rotated(left), "left");
+  const HandleCounter handles;
   OpenDebugLog log(messages, 1, path);
   constexpr int kLines = 175;  // the first size of at least 2 MB / 3
   for (int n = 0; n < kLines; ++n) PrintLine(log, n);
@@ -68,9 +69,12 @@ TEST_F(DebugLogLimits, Rename_KeepsCountFiles_AndDropsTheOldest) {
   EXPECT_EQ(FileBytes(Rotated(24)), "left") << "beyond what the clean-up looks at";
   EXPECT_EQ(Numbers(), Upwards(0, 3 * kLines + 1));
   EXPECT_EQ(LinesIn(Rotated(3)).size(), std::size_t{kLines});
+  MakeFile(Rotated(5), "late");
   for (int n = 3 * kLines + 1; n < 4 * kLines + 1; ++n) PrintLine(log, n);
+  EXPECT_EQ(FileBytes(Rotated(5)), "late") << "the clean-up is done once";
   EXPECT_EQ(Numbers(), Upwards(kLines, 4 * kLines + 1));
-  EXPECT_TRUE(reports.empty());
+  EXPECT_TRUE(log.Close() && reports.empty());
+  EXPECT_EQ(handles.Open(), 0);
 }
 
 // Whichever file another program holds: no line is lost, nothing is deleted twice, the roll is
@@ -87,7 +91,6 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
   Limit(3);
   constexpr int kLines = 175;
   for (const auto& row : rows) {
-    const HandleCounter handles;
     OpenDebugLog log(messages, 1, path);
     int n = 0;
     while (n < 4 * kLines) PrintLine(log, n++);
@@ -99,6 +102,7 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
     for (openings = 0; n < 5 * kLines; ++n) PrintLine(log, n);
     EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(reports, std::vector<std::wstring>{row.report}) << "once";
+    EXPECT_GT(openings, 1);
     EXPECT_LT(openings, 20);
     held.Reset();
     EXPECT_EQ(Numbers(), Upwards(n - (row.keptWhileHeld + 1) * kLines, n)) << row.held;
@@ -107,8 +111,6 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
     EXPECT_EQ(Numbers(), Upwards((4 - row.keptInTheEnd) * kLines, n)) << row.held;
     EXPECT_LT(LinesIn(path).size(), 61u) << "rolled";
     EXPECT_EQ(log.GetLostLines(), 0u);
-    EXPECT_TRUE(log.Close());
-    EXPECT_EQ(handles.Open(), 0);
   }
 }
 
@@ -133,11 +135,12 @@ TEST_F(DebugLogLimits, Rename_NoFreshFile_Recovers) {
 }
 
 TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
+  const std::wstring live = folder / L"later.log";  // the first one gives the name
   const std::wstring next = folder / L"trace-2.log";
-  MakeFile(path, std::string(20 * kMegabyte - 10, 'o'));
+  MakeFile(live, std::string(20 * kMegabyte - 10, 'o'));
   MakeFile(next, "older");
-  OpenDebugLog log(messages, 0, path, openAppend);
-  EXPECT_TRUE(log.print(L"12345678\n"));
+  OpenDebugLog log(messages, 0, path);
+  EXPECT_TRUE(log.Open(openAppend, live.c_str()) && log.print(L"12345678\n"));
   {
     const OwnedFile held(
         ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -146,10 +149,10 @@ TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
     EXPECT_EQ(reports.back(), L"DebugLog::SimpleRoll - Unable to open file");
   }
   const std::wstring large(30000, L'x');
-  while (log.GetFileName() == path) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));
+  while (log.GetFileName() == live) ASSERT_TRUE(log.print(L"%s\n", large.c_str()));
   EXPECT_EQ(log.GetFileName(), next);
   EXPECT_EQ(FileBytes(next).size(), 30002u);
-  EXPECT_TRUE(FileBytes(path).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
+  EXPECT_TRUE(FileBytes(live).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
 }
 
 TEST_F(DebugLogLimits, Wrap_KeepsTheNewestWholeLines) {

@@ -1,12 +1,13 @@
 #include "config/key_watcher.h"
 
-#include "config/hresult.h"
 #include "config/no_throw.h"
 #include "config/setting_change.h"
+#include "platform/hresult.h"
 
 namespace vtclass::config {
 
 using platform::CriticalSection;
+using platform::HResultOfFailure;
 using platform::ScopedLock;
 
 Configuration* ReadingKey::Below(HKEY root, const wcstring& path) {

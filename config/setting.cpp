@@ -1,18 +1,18 @@
 #include <utility>
 
-#include "config/hresult.h"
 #include "config/no_throw.h"
 #include "config/sdk_debug_level.h"
 #include "config/setting_change.h"
 #include "platform/contained.h"
+#include "platform/hresult.h"
 #include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
 
-using vtclass::config::HResultOfFailure;
 using vtclass::config::SdkDebugLevel;
 using vtclass::config::SettingChange;
 using vtclass::config::StatusOf;
 using vtclass::platform::Contained;
+using vtclass::platform::HResultOfFailure;
 
 namespace {
 

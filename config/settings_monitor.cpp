@@ -1,18 +1,18 @@
 #include "vtclass/settings_monitor.h"
 
-#include "config/hresult.h"
 #include "config/no_throw.h"
 #include "config/product_keys.h"
 #include "config/settings_monitor_state.h"
+#include "platform/hresult.h"
 #include "platform/this_module.h"
 
 using vtclass::config::DebugKey;
-using vtclass::config::HResultOfFailure;
 using vtclass::config::KeyWatcher;
 using vtclass::config::LoggingKey;
 using vtclass::config::StatusOf;
 using vtclass::config::WatchedEvent;
 using vtclass::platform::HoldThisModule;
+using vtclass::platform::HResultOfFailure;
 using vtclass::platform::LookUpSpinCount;
 using vtclass::platform::ScopedLock;
 using vtclass::platform::ThisModule;

@@ -20,6 +20,15 @@ namespace vtclass::test {
 inline constexpr wchar_t kOn[] = L"<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>";
 inline constexpr wchar_t kOff[] = L"<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>";
 
+/* A log on a new file. */
+struct OpenDebugLog : DebugLog {
+  OpenDebugLog(StringResourceMgr& messages, int unicode, const std::wstring& path,
+               openMode mode = createAlways)
+      : DebugLog(messages, unicode, nullptr) {
+    EXPECT_EQ(Open(mode, path.c_str()), 1);
+  }
+};
+
 /* Debug logs with a registry, a folder and messages of their own. */
 class DebugLogTest : public ::testing::Test {
  protected:

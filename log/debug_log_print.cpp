@@ -26,11 +26,11 @@ constexpr std::size_t kMostFormat = 32768;
 
 constexpr std::size_t kLineEnd = 2;
 
-// The text as it goes into the file. Requires: room for two characters for each of the text's line
-// feeds, one for each other, and a line end.
-std::size_t MakeLine(WideView text, bool endsLine, wchar_t* out) {
+// The text as it goes into the file; up to `room` anything may be overwritten. Requires: `room` is
+// enough for two characters for each of the text's line feeds, one for each other, and a line end.
+std::size_t MakeLine(WideView text, bool endsLine, wchar_t* out, std::size_t room) {
   std::size_t consumed = 0;
-  std::size_t length = vtclass::strings::EscapeInto(text, false, out, 2 * text.size(), &consumed);
+  std::size_t length = vtclass::strings::EscapeInto(text, false, out, room - kLineEnd, &consumed);
   if (endsLine) {
     out[length++] = L'\r';
     out[length++] = L'\n';
@@ -76,7 +76,7 @@ int DebugLog::State::PrintMessage(unsigned id, va_list arguments) {
 
 int DebugLog::State::PrintShort(WideView text, bool endsLine) {
   wchar_t line[2 * kShortText + kLineEnd];
-  const std::size_t length = MakeLine(text, endsLine, line);
+  const std::size_t length = MakeLine(text, endsLine, line, std::size(line));
   if (unicode) {
     const ScopedLock hold(lock);
     return Write(line, length * sizeof(wchar_t));
@@ -119,7 +119,7 @@ unsigned long DebugLog::State::FillLine(const wchar_t* format, va_list arguments
   if (!MakeRoom(text.size() + lineFeeds + kLineEnd, lineBuffer, lineCapacity)) {
     return ERROR_NOT_ENOUGH_MEMORY;
   }
-  *length = MakeLine(text, endsLine, lineBuffer.get());
+  *length = MakeLine(text, endsLine, lineBuffer.get(), lineCapacity);
   return ERROR_SUCCESS;
 }
 

@@ -59,12 +59,13 @@ struct DebugLog::State {
   /*
    * What the members above leave unsaid: whether the log is to be open, which a print asks before
    * it formats anything; the file's size (asking costs more than a write); how much may still be
-   * written before a failed roll is tried again; what was lost, and whether that was told; the
-   * settings as stored and in force; and the monitor's cookies.
+   * written before a failed roll is tried again; whether a failed simple roll was told; what was
+   * lost, and whether that was told; the settings as stored and in force; the monitor's cookies.
    */
   std::atomic<bool> isOpen{false};
   vtclass::log::Position fileSize VTCLASS_GUARDED_BY(lock) = 0;
   vtclass::log::Position untilRetry VTCLASS_GUARDED_BY(lock) = 0;
+  bool rollReported VTCLASS_GUARDED_BY(lock) = false;
   unsigned long long lostLines VTCLASS_GUARDED_BY(lock) = 0;
   bool lossReported VTCLASS_GUARDED_BY(lock) = false;
   vtclass::log::SizeSettings stored VTCLASS_GUARDED_BY(lock);

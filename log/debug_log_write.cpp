@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "config/hresult.h"
 #include "log/debug_log_state.h"
 #include "log/file_opening.h"
 #include "log/log_file_guard.h"
 #include "log/log_names.h"
+#include "platform/hresult.h"
 
 using namespace vtclass::log;
-using vtclass::config::HResultOfFailure;
+using vtclass::platform::HResultOfFailure;
 
 namespace {
 
@@ -59,7 +59,13 @@ long DebugLog::State::SimpleRoll() {
   // A caller may have opened a further file himself; it is not emptied under his hands.
   if (next == fileName) next = RolledName(baseName, ++number, extension);
   const DWORD failure = OpenTrace(kCreateAlways, next.c_str(), unicode != 0, &file, &fileSize);
-  if (failure != ERROR_SUCCESS) return HResultOfFailure(failure);
+  if (failure != ERROR_SUCCESS) {
+    if (!std::exchange(rollReported, true)) {
+      ::OutputDebugStringW(L"DebugLog::SimpleRoll - Unable to open file");
+    }
+    return HResultOfFailure(failure);
+  }
+  rollReported = false;
   rollCounter = number;
   fileName.swap(next);
   return S_OK;

@@ -2,33 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
+#include <vector>
 
 namespace vtclass::log {
 namespace {
 
 TEST(DirectoryDepth, CountComponents_FollowsTheSeparators) {
-  const std::pair<const wchar_t*, int> cases[] = {{L"", 0},
-                                                  {L"a", 1},
-                                                  {L"\\", 1},
-                                                  {L"/", 1},
-                                                  {L"C:", 1},
-                                                  {L"C:\\", 1},
-                                                  {L"C:\\a", 2},
-                                                  {L"C:\\a\\", 2},
-                                                  {L"C:/a/b", 3},
-                                                  {L"C:\\a/b\\", 3},
-                                                  {L"a\\\\b", 3},
-                                                  {L"\\a", 2},
-                                                  {L"\\\\", 0},
-                                                  {L"\\\\s", 0},
-                                                  {L"\\\\s\\", 0},
-                                                  {L"\\\\s\\h", 1},
-                                                  {L"\\\\s\\h\\", 1},
-                                                  {L"\\\\s/h/a", 2},
-                                                  {L"\\\\s\\h\\a\\", 2},
-                                                  {L"//s/h", 4}};
-  for (const auto& [path, count] : cases) EXPECT_EQ(CountComponents(path), count) << path;
+  const std::vector<const wchar_t*> byCount[] = {
+      {L"", L"\\\\", L"\\\\s", L"\\\\s\\"},
+      {L"a", L"\\", L"/", L"C:", L"C:\\", L"\\\\s\\h", L"\\\\s\\h\\"},
+      {L"C:\\a", L"C:\\a\\", L"\\a", L"\\\\s/h/a", L"\\\\s\\h\\a\\"},
+      {L"C:/a/b", L"C:\\a/b\\", L"a\\\\b"},
+      {L"//s/h"}};
+  for (int count = 0; count < 5; ++count) {
+    for (const wchar_t* path : byCount[count]) EXPECT_EQ(CountComponents(path), count) << path;
+  }
 }
 
 TEST(DirectoryDepth, PlanDirectory_ComparesDepthAndComponents) {

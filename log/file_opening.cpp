@@ -42,9 +42,18 @@ DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, OwnedFile* file
 }
 
 DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, OwnedFile* file, Position* size) {
-  const DWORD status = OpenTrace(kAppend, path, unicode, file, size);
-  if (status != ERROR_FILE_NOT_FOUND) return status;
-  return OpenTrace(kCreateNew, path, unicode, file, size);
+  OwnedFile opened;
+  Position end = 0;
+  DWORD failure = OpenFile(kAppend, path, &opened, &end);
+  if (failure == ERROR_FILE_NOT_FOUND) failure = OpenFile(kCreateNew, path, &opened, &end);
+  // Also where an earlier try made the file and the disk had no room for its mark.
+  if (failure == ERROR_SUCCESS && unicode && end == 0) {
+    failure = AppendByteOrderMark(opened.Get(), &end);
+  }
+  if (failure != ERROR_SUCCESS) return failure;
+  *file = std::move(opened);
+  *size = end;
+  return ERROR_SUCCESS;
 }
 
 }  // namespace vtclass::log

@@ -26,7 +26,7 @@ DWORD AppendByteOrderMark(HANDLE file, Position* size);
 DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, platform::OwnedFile* file,
                 Position* size);
 
-/* Opens the file for appending; makes it where it is missing. */
+/* Opens the file for appending; makes it where it is missing. An empty one gets its mark. */
 DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, platform::OwnedFile* file, Position* size);
 
 }  // namespace vtclass::log

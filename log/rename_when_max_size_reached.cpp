@@ -2,13 +2,13 @@
 
 #include <utility>
 
-#include "config/hresult.h"
 #include "log/file_opening.h"
 #include "log/log_names.h"
+#include "platform/hresult.h"
 
 namespace vtclass::log {
 
-using config::HResultOfFailure;
+using platform::HResultOfFailure;
 
 namespace {
 
@@ -83,6 +83,9 @@ WideText RenameWhenMaxSizeReached::Rotated(const wchar_t* path, std::uint32_t nu
 
 // A cause that lasts would otherwise be told again at every try.
 long RenameWhenMaxSizeReached::Report(DWORD failure, const wchar_t* text) {
+  // Somebody has put a file where this roll had made room. Only a chain from the front frees that
+  // number again.
+  if (failure == ERROR_ALREADY_EXISTS) nextToFree = 1;
   if (!std::exchange(reported, true)) ::OutputDebugStringW(text);
   return HResultOfFailure(failure);
 }

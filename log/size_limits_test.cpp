@@ -22,46 +22,37 @@ TEST(LogNames, SplitAtExtension_LooksAtTheFileNameOnly) {
     EXPECT_EQ(split.base, row.base);
     EXPECT_EQ(split.extension, row.extension);
   }
-  EXPECT_EQ(RolledName(L"C:\\a\\trace", 4294967295u, L".log"), L"C:\\a\\trace-4294967295.log");
-  EXPECT_EQ(RotatedName(L"trace.log", L".bak", 10), L"trace.log.bak10");
+  EXPECT_EQ(RotatedName(L"trace.log", L".bak", 4294967295u), L"trace.log.bak4294967295");
 }
 
 TEST(SizeLimits, LimitsFrom_DefaultsAndRefusals) {
+  using enum LimitMode;
+  constexpr std::uint32_t kNone = 0xFFFFFFFF;
   constexpr std::uint64_t kMB = 1 << 20;
   const struct {
     SizeSettings settings;
-    bool usable = false;
-    LimitMode mode = LimitMode::simpleRoll;
-    std::uint64_t threshold = 0, retention = 0;
-  } rows[] = {
-      {{.enabled = 0, .count = 0}, true, LimitMode::simpleRoll, 20 * kMB, 0},
-      {{.enabled = 1}, true, LimitMode::rename, 4 * kMB, kMB},
-      {{.enabled = 1, .sizeMB = 6, .retentionMB = 0, .count = 3},
-       true,
-       LimitMode::rename,
-       2 * kMB,
-       0},
-      {{.enabled = 1, .sizeMB = 0}, true, LimitMode::rename, 4 * kMB, kMB},
-      {{.enabled = 1, .sizeMB = 0xFFFFFFFF}, true, LimitMode::rename, 4 * kMB, kMB},
-      {{.enabled = 1, .sizeMB = 9, .retentionMB = 9}, true, LimitMode::rename, 4 * kMB, kMB},
-      {{.enabled = 1, .sizeMB = 8192, .retentionMB = 5000, .limitMode = 1},
-       true,
-       LimitMode::wrap,
-       8192 * kMB,
-       5000 * kMB},
-      {{.enabled = 1, .count = 0, .limitMode = 1}, true, LimitMode::wrap, 4 * kMB, kMB},
-      {{.enabled = 1, .count = 200, .limitMode = 7}, true, LimitMode::rename, 4 * kMB / 200, kMB},
-      {{.enabled = 1, .count = 0}, false, LimitMode::simpleRoll, 20 * kMB, 0},
-      {{.enabled = 1, .count = 201}, false, LimitMode::simpleRoll, 20 * kMB, 0},
-      {{.enabled = 1, .extension = L"\\x"}, false, LimitMode::simpleRoll, 20 * kMB, 0},
-      {{.enabled = 1, .extension = L"../x"}, false, LimitMode::simpleRoll, 20 * kMB, 0},
-      {{.enabled = 1, .extension = L":x"}, false, LimitMode::simpleRoll, 20 * kMB, 0}};
+    LimitMode mode;
+    std::uint64_t threshold, keptMB;
+    bool refused = false;
+  } rows[] = {{{}, simpleRoll, 20 * kMB, 0},
+              {{.enabled = 7}, rename, 4 * kMB, 1},
+              {{1, 6, 0, 3, 0, 0, 0, L""}, rename, 2 * kMB, 0},
+              {{1, 0, 1, 1, 0, 0, 0, L""}, rename, 4 * kMB, 1},
+              {{1, kNone, 1, 1, 0, 0, 0, L""}, rename, 4 * kMB, 1},
+              {{1, 9, 9, 1, 0, 0, 0, L""}, rename, 4 * kMB, 1},
+              {{1, 4, 1, 200, 7, 0, 0, L""}, rename, 4 * kMB / 200, 1},
+              {{1, 8192, 5000, 0, 1, 0, 0, L"\\"}, wrap, 8192 * kMB, 5000},
+              {{.enabled = 1, .count = 0}, simpleRoll, 20 * kMB, 0, true},
+              {{.enabled = 1, .count = 201}, simpleRoll, 20 * kMB, 0, true},
+              {{.enabled = 1, .extension = L"\\x"}, simpleRoll, 20 * kMB, 0, true},
+              {{.enabled = 1, .extension = L"../x"}, simpleRoll, 20 * kMB, 0, true},
+              {{.enabled = 1, .extension = L":x"}, simpleRoll, 20 * kMB, 0, true}};
   for (const auto& row : rows) {
     SizeLimits limits;
-    EXPECT_EQ(LimitsFrom(row.settings, &limits), row.usable) << &row - rows;
+    EXPECT_EQ(LimitsFrom(row.settings, &limits), !row.refused) << &row - rows;
     EXPECT_EQ(limits.mode, row.mode) << &row - rows;
     EXPECT_EQ(limits.Threshold(), row.threshold) << &row - rows;
-    EXPECT_EQ(limits.retention, row.retention) << &row - rows;
+    EXPECT_EQ(limits.retention, row.keptMB * kMB) << &row - rows;
   }
 }
 

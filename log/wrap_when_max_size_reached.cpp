@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "config/hresult.h"
 #include "log/rename_when_max_size_reached.h"
 #include "log/wrap_marker.h"
+#include "platform/hresult.h"
 
 namespace vtclass::log {
 
-using config::HResultOfFailure;
+using platform::HResultOfFailure;
 
 namespace {
 

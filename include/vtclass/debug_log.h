@@ -99,9 +99,11 @@ class VTCLASS_API DebugLog {
   DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
 
   /*
-   * Stops following the settings, then closes the log.
+   * Stops following the settings, waiting for a change that is just being taken in, then closes the
+   * log. A subscriber of the monitor may do this from its callback.
    * Requires: no other thread uses the log; SettingsMonitor::DestroyInstance has not been called
-   * while this log, made by CreateDebugLog, was alive; no callback of the monitor runs it.
+   * while this log, made by CreateDebugLog, was alive; the caller holds no lock for which a
+   * callback of the monitor waits.
    */
   ~DebugLog();
 
@@ -173,7 +175,8 @@ class VTCLASS_API DebugLog {
    * the log's own file, which is made if missing and whose path is then stored. A line
    * "<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>" follows. When it is 0 an open log gets the line
    * "<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>" and is closed. Lines of other threads wait
-   * meanwhile. Nonzero on success; 0 with the code stored, the log then closed.
+   * meanwhile. Nonzero on success; 0 with the code stored, the log then closed
+   * (ERROR_NOT_ENOUGH_MEMORY may leave it open, with its former settings).
    */
   int UpdateSettings();
 

@@ -1,9 +1,9 @@
-#ifndef VTCLASS_CONFIG_HRESULT_H
-#define VTCLASS_CONFIG_HRESULT_H
+#ifndef VTCLASS_PLATFORM_HRESULT_H
+#define VTCLASS_PLATFORM_HRESULT_H
 
 #include <vtclass/win32.h>
 
-namespace vtclass::config {
+namespace vtclass::platform {
 
 /* The HRESULT of a Win32 code where something is known to have failed: a code of 0 does not make it
  * a success. */
@@ -11,6 +11,6 @@ constexpr long HResultOfFailure(unsigned long code) noexcept {
   return code == ERROR_SUCCESS ? E_FAIL : static_cast<long>(0x80070000 | (code & 0xFFFF));
 }
 
-}  // namespace vtclass::config
+}  // namespace vtclass::platform
 
 #endif

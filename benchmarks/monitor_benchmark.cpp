@@ -89,12 +89,12 @@ class Raw {
     thread = std::thread([this] { Run(); });
   }
   ~Raw() {
-    stopping = true;
-    ::SetEvent(event);
+    ::SetEvent(stop);
     thread.join();
     ::RegCloseKey(key);
     ::CloseHandle(event);
     ::CloseHandle(armed);
+    ::CloseHandle(stop);
   }
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
@@ -112,7 +112,9 @@ class Raw {
     return opened;
   }
   void Run() {
-    while (::WaitForSingleObject(event, INFINITE) == WAIT_OBJECT_0 && !stopping) {
+    // An event of its own: asking for the next notification resets the other one.
+    const HANDLE events[] = {stop, event};
+    while (::WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0 + 1) {
       HKEY from = reading == Reading::openedOnce ? Open() : key;
       for (int i = 0; i < settings; ++i) {
         if (reading == Reading::openedEach) from = Open();
@@ -131,8 +133,8 @@ class Raw {
   int settings;
   HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
   HANDLE armed = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  HANDLE stop = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
   HKEY key = nullptr;
-  std::atomic<bool> stopping{false};
   std::thread thread;
 };
 

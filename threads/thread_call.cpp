@@ -18,7 +18,8 @@ void RefThreadCall::PostIt() {
 }
 
 void RefThreadCall::ThreadExecute() {
-  Contained([this] { Execute(); });
+  // What the call did not undo must not be the next one's: above all somebody else's token.
+  if (!Contained([this] { Execute(); })) ::RevertToSelf();
   Release();
 }
 

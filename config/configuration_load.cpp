@@ -22,6 +22,10 @@ long CheckType(long status, DWORD type, DWORD wanted) {
   return typeIsKnown && type != wanted ? kWrongType : status;
 }
 
+// Only what is known to be missing or useless may be written over. After any other failure, say of
+// the memory or of the connection, the stored value may well be right.
+bool IsReplaceable(long status) { return status == ERROR_FILE_NOT_FOUND || status == kWrongType; }
+
 }  // namespace
 
 bool Configuration::LoadDWORD(const wchar_t* name, unsigned long& out) {
@@ -41,7 +45,7 @@ bool Configuration::LoadDWORD(const wchar_t* name, unsigned long& out) {
 bool Configuration::Load(const wchar_t* name, unsigned long& out, unsigned long def) {
   if (LoadDWORD(name, out)) return true;
   out = def;
-  return SaveDWORD(name, def);
+  return IsReplaceable(lastError) && SaveDWORD(name, def);
 }
 
 bool Configuration::Load(const wchar_t* name, wcstring& out) {
@@ -60,8 +64,7 @@ bool Configuration::Load(const wchar_t* name, wcstring& out) {
 
 bool Configuration::Load(const wchar_t* name, wcstring& out, const wchar_t* def) {
   if (Load(name, out)) return true;
-  // Without memory to read it, the stored text may well be right: it is not written over.
-  const bool replace = lastError != ERROR_NOT_ENOUGH_MEMORY;
+  const bool replace = IsReplaceable(lastError);
   const long status = StatusOf([&] {
     out = def;
     return ERROR_SUCCESS;

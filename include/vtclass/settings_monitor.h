@@ -143,9 +143,11 @@ struct MonitoredValue {
  * Registering reads the value once and calls nobody: register first, then read your own copy, and
  * no change is missed. A change made while the monitor is stopped arrives after Start.
  *
- * A watched key that is missing is made. One that cannot be opened at the construction is not
- * watched: its settings register and are never called. One that is deleted is made anew and watched
- * on, unless the system refuses.
+ * A watched key that is missing at the construction is made. One that cannot be opened then is not
+ * watched: its settings register and are never called. One that is deleted later is not made again;
+ * it is watched on as soon as somebody else makes it. Where the system refuses to signal changes,
+ * the monitor asks again after pauses that grow from a tenth of a second to a minute, tells it once
+ * to the debugger output, and re-reads the values as soon as it is granted.
  *
  * Callbacks run one at a time on the monitor's thread, with the monitor's lock held. The context is
  * the caller's. A callback

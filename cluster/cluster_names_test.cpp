@@ -137,7 +137,7 @@ TEST(ClusterAware, ReadsOnceAtMostAndOnlyWhatCouldChangeTheAnswer) {
   }
   struct Row {
     std::wstring name;
-    _COMPUTER_NAME_FORMAT format;
+    vtclass::_COMPUTER_NAME_FORMAT format;
     long readings;
     bool isLocal;
     std::wstring out;
@@ -158,7 +158,7 @@ TEST(ClusterAware, ReadsOnceAtMostAndOnlyWhatCouldChangeTheAnswer) {
     unsigned long status = 0;
     EXPECT_EQ(VTConvertServerNamePlus(row.name, out, row.format, true, &isLocal, &status), 0u);
     EXPECT_EQ(isLocal, row.isLocal) << row.name;
-    EXPECT_EQ(_wcsicmp(out.c_str(), row.out.c_str()), 0) << row.name << ": " << out;
+    EXPECT_EQ(_wcsicmp(out.c_str(), row.out.c_str()), 0) << row.name;
     EXPECT_EQ(fake.Readings() - readings, row.readings) << row.name;
     EXPECT_LE(fake.Calls() - calls, 4 + row.readings * 900) << row.name;
   }

@@ -113,6 +113,7 @@ TEST_F(DatabaseLocation, Failure_LeavesNothingInTheOutputs) {
   const FakeCluster fake(test::TwoNodes());
   Store(L"Database Server Name", L"VTBACKUP");
   Store(L"Database Instance Name", std::wstring(100, L'i'));
+  EXPECT_EQ(Ask(), L"VTBACKUP/NODEB/" + std::wstring(100, L'i') + L"/VTDB/");
   bool failed = true;
   for (long n = 1; failed; ++n) {
     std::wstring texts[4] = {L"x", L"x", L"x", L"x"};
@@ -124,7 +125,11 @@ TEST_F(DatabaseLocation, Failure_LeavesNothingInTheOutputs) {
     failed = allocations.Failed();
     EXPECT_FALSE(isLocal);
     EXPECT_TRUE(found || error == ERROR_NOT_ENOUGH_MEMORY) << n << ": " << error;
-    for (const auto& text : texts) EXPECT_EQ(text.empty(), !found) << n;
+    for (const auto& text : texts) {
+      // A node that cannot be told stays empty, and the last error says so.
+      const bool mayLack = &text == &texts[1] && found && error != ERROR_SUCCESS;
+      EXPECT_TRUE(mayLack || text.empty() == !found) << n;
+    }
   }
 }
 

@@ -76,6 +76,7 @@ struct PlayedCluster : Cluster {
   static bool Yes() { return true; }
 
   bool Open() override { return true; }
+  unsigned long GetErrorCode() const override { return 0; }
   int GetClusterType() override { return windowsCluster; }
   std::wstring GetClusterName() override { return L"CLUSTER"; }
   bool GetBeActiveNodeName(std::wstring&) override { return false; }

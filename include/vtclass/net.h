@@ -56,7 +56,9 @@ enum _COMPUTER_NAME_FORMAT : int {
  *
  * 0: the answer is settled. `*isMe` is true for one of this machine's names or addresses; or the
  * name has the shape of a RAC virtual node, and `*isMe` tells whether it is one of this machine's.
- * With `clusterAware` a name that a cluster's virtual server holds is not this machine.
+ * With `clusterAware` a name that a cluster's virtual server holds is not this machine. Where the
+ * cluster is open but cannot be read the answer for a name or address that it might hold is "no",
+ * with the platform's code: it is not known then. A cluster that cannot be opened is none.
  * Contract: a plain "no" is 87 with `*isMe` false, the same as a null `isMe`. Callers take every
  * other result than 0 for "not this machine".
  */
@@ -64,7 +66,9 @@ VTCLASS_API unsigned long IsThisMe(const wcstring& name, bool* isMe, bool cluste
 
 /*
  * The full test, the one to prefer: IsThisMe, and when that does not say yes, whether the name is
- * an alias of this machine (IsThisAnAliasForMe), whose result it then has: 0 for "no" too.
+ * an alias of this machine (IsThisAnAliasForMe), whose result it then has: 0 for "no" too. Where
+ * IsThisMe cannot tell (a result that is neither 0 nor 87) its code is the result, and DNS is not
+ * asked.
  *
  * `timeoutMs` limits the DNS query, in milliseconds; -1 is no limit, and other negative numbers and
  * those above 2,147,483 (36 minutes) count as that one. 0 takes the product's setting,
@@ -116,7 +120,9 @@ VTCLASS_API unsigned long VTGetFQDN(wcstring& out);
  * `clusterAware`: a name or address that a cluster's virtual server holds is converted into the
  * forms of the virtual server's name, and is not local. What cannot be converted without a cluster,
  * such as an address without a reverse entry, fails all the same. In the NetBIOS form a name that
- * this machine holds only for its cluster is not local either.
+ * this machine holds only for its cluster is not local either. The cluster is read once at most,
+ * and not for this machine's own names nor for what is another machine's anyway; the first
+ * conversion of a process that a cluster has started looks up the node's name besides.
  *
  * `*status` tells more than the result; on all failures `out` is empty:
  *   0  converted                                             result 0
@@ -125,6 +131,7 @@ VTCLASS_API unsigned long VTGetFQDN(wcstring& out);
  *   2  `isLocal` is null or the name is empty                result 87
  *   3  the reverse lookup failed                             result: the socket error, never 0
  *   4  memory ran out before anything was done               result 8
+ *   4  the cluster is open, but cannot be read               result: the platform's code, never 0
  * With `status` null the result is 87. `*isLocal` is cleared first wherever it is given.
  * With computerNameNoConversion `out` is always empty, and 0 means that `*isLocal` is the answer.
  */

@@ -42,7 +42,7 @@ namespace vtclass {
  * own (COMPUTER_NAME_FORMAT); all numbers that are not here are refused. The platform's type has
  * the same name outside of this namespace, so write this one with its namespace.
  */
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the interface has this name
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the interface has this name
 enum _COMPUTER_NAME_FORMAT : int {
   computerNameNetBIOS = 0,           /* 15 characters at most */
   computerNameDnsHostname = 1,       /* the first label */

@@ -150,6 +150,14 @@ const void* SettingsMonitor::RegisterSetting(Setting* setting) {
 
 long SettingsMonitor::UnRegisterSetting(const void* cookie) { return RemoveSetting(cookie); }
 
+void SettingsMonitor::UnRegisterContext(const void* context) {
+  if (!State::c_instance) return;
+  State& state = *State::c_instance->state;
+  const ScopedLock hold(state.lock);
+  std::erase_if(state.settings,
+                [&](const auto& entry) { return entry.second->context == context; });
+}
+
 long SettingsMonitor::RemoveAllSettings() {
   const ScopedLock hold(state->lock);
   state->settings.clear();

@@ -44,10 +44,9 @@ void DebugLog::State::SetPath(wcstring&& path) {
 }
 
 int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
-  // A copy, because the path may be the log's own.
   wcstring name;
   unsigned long code = ERROR_SUCCESS;
-  if (!FindsMemory([&] { name = wcstring(path); }, &code)) return Refuse(code);
+  if (!FindsMemory([&] { name = FullName(path); }, &code)) return Refuse(code);
   OwnedFile opened;
   Position size = 0;
   if (const DWORD failure = OpenTrace(mode, name.c_str(), unicode != 0, &opened, &size)) {
@@ -60,6 +59,7 @@ int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
   if (!FindsMemory(set, &code)) return Refuse(code);
   file = std::move(opened);
   fileSize = size;
+  announced = true;
   untilRetry = 0;
   return 1;
 }
@@ -80,6 +80,8 @@ int DebugLog::State::Close() {
 
 int DebugLog::State::CloseFile() {
   if (!file) return 1;
+  CutTornText(file.Get(), fileSize, &torn);
+  torn = false;
   return ::CloseHandle(file.Release()) ? 1 : Refuse(::GetLastError());
 }
 
@@ -87,20 +89,20 @@ DebugLog::DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* path
     : state(new State(messages, unicode, pathValueName)) {}
 
 DebugLog::~DebugLog() {
-  // Before anything of the log goes away: the monitor's callbacks run under the monitor's lock and
-  // take the log's, so this must not hold the log's while it waits for the monitor's.
+  // Before anything of the log goes away; after it no callback runs. The lock is not asked for: a
+  // thread that was ended while it held it would keep the log from ever going away.
   state->Unsubscribe();
-  Close();
+  state->Close();
   delete state;
 }
 
 int DebugLog::Open(openMode mode, const wchar_t* fileName) {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->Open(mode, fileName);
 }
 
 int DebugLog::Close() {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->Close();
 }
 
@@ -147,24 +149,24 @@ int DebugLog::PrintArguments(unsigned int id, ...) {
 unsigned long DebugLog::GetLogLevel() const { return state->logLevel; }
 
 wcstring DebugLog::GetFileName() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->fileName;
 }
 
 unsigned long DebugLog::GetErrorCode() const { return state->lastError; }
 
 unsigned long long DebugLog::GetLostLines() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->lostLines;
 }
 
 DebugLogSettings DebugLog::GetSettings() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->settings;
 }
 
 int DebugLog::UpdateSettings() {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   int result = 0;
   unsigned long code = ERROR_SUCCESS;
   const auto follow = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {

@@ -445,11 +445,13 @@ class VTCLASS_API LogFile {
   int depths[kBuffers] = {};
 
   /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
-   * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether
-   * this object owes the file a "</joblog>", and a text that prints put together and reuse. */
+   * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether a
+   * part of a text that could not be cut off is behind it, whether this object owes the file a
+   * "</joblog>", and a text that prints put together and reuse. */
   int fileDepth = 0;
   const wchar_t* pendingText;
   unsigned long long fileSize = 0;
+  bool torn = false;
   bool headerWritten = false;
   wcstring scratch;
 };
@@ -481,7 +483,8 @@ class VTCLASS_API LogFileFactory {
    * and no line of another thread is lost or cut by that. The log is open when "CreateDebugLog"
    * says so and a file can be opened: the path stored under `pathValueName`, else `fileName`, which
    * is made if missing and stored there. Null or empty `pathValueName`: nothing is looked up or
-   * stored. The caller owns the log and deletes it, before SettingsMonitor::DestroyInstance.
+   * stored. The caller owns the log and deletes it; from SettingsMonitor::DestroyInstance on it
+   * follows nothing any more.
    *
    * Requires: where this is the process's first use of the settings monitor, no other thread makes
    * its first use meanwhile.

@@ -71,6 +71,13 @@ class VTCLASS_API Setting {
   long AttachText(TextCallback callback, void* context);
 
   /*
+   * Its subscriber is told the value at every look at its key, changed or not. For one who reads
+   * the value himself too: what he has read may be gone again before the monitor looks, which then
+   * finds nothing changed. Requires: not registered yet.
+   */
+  void TellAlways();
+
+  /*
    * Reads the value from the registry. Calls nobody, writes no default. The open's status when the
    * key cannot be opened; E_FAIL when the value is missing or of another type. The former value
    * stays then.
@@ -119,6 +126,7 @@ class VTCLASS_API Setting {
   NumberCallback numberCallback = nullptr;
   TextCallback textCallback = nullptr;
   void* context = nullptr;
+  bool tellsAlways = false;
 };
 
 /* What one of the registrations of SettingsMonitor watches. The texts live as long as the library.
@@ -217,6 +225,13 @@ class VTCLASS_API SettingsMonitor {
    * when it is not known (any more).
    */
   long UnRegisterSetting(const void* cookie);
+
+  /*
+   * Ends all registrations with this context, as UnRegisterSetting does one. Makes no monitor where
+   * there is none, so a subscriber may outlive the monitor. Requires: no other thread is inside
+   * DestroyInstance.
+   */
+  static void UnRegisterContext(const void* context);
 
   /* Ends all registrations. 0. */
   long RemoveAllSettings();

@@ -100,8 +100,8 @@ int LogFile::WriteText() {
     if (!WriteBytes(pendingText, pendingLength * sizeof(wchar_t))) return 0;
   } else {
     std::size_t bytes = 0;
-    const DWORD failure =
-        ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize, &bytes);
+    const DWORD failure = ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize,
+                                        &bytes, AnsiText::markup);
     if (failure != ERROR_SUCCESS) return Refuse(failure);
     if (bytes == 0) return 1;
     if (!WriteBytes(narrowBuffer.get(), bytes)) return 0;

@@ -168,7 +168,9 @@ class VTCLASS_API WorkerThread {
    * A thread that has not reached Run yet, or has left it, may hold the loader's lock: it gets up
    * to a second for these steps. One that ends meanwhile is not killed, and that is success too.
    *
-   * Another worker that the thread was posting to loses that one call at most.
+   * Another worker that the thread was waking for a call loses that one call at most, and the next
+   * call that is posted to it brings it along. Only a thread that is killed in the few instructions
+   * that it holds the other worker's queue lock leaves that one blocked.
    *
    * Requires: nothing but the destructor follows. The queue and its counts are as the dead thread
    * left them: its lock may be taken for ever, and a call may be counted and not queued, or queued

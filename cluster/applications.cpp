@@ -98,7 +98,10 @@ clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instan
   const clusAppState nothing = clusAppNoAnswer;
   return AnswerOr(nothing, [&](unsigned long& error) {
     const auto found = XCSCluster::GetInstance(server);
-    if (!found) return nothing;
+    if (!found) {
+      error = ::GetLastError();
+      return nothing;
+    }
     bool own = false;
     const int state = found->IsServerRunningSQL2KInstance(server, instance.c_str(), &own);
     error = found->GetErrorCode();

@@ -223,7 +223,6 @@ TEST_F(Applications, OnlyARunningServiceRuns) {
   EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
   EXPECT_EQ(Exchange(L"EXCHV", false), "-0000");
   EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
-  EXPECT_EQ(Sql(L"SQLTWO"), "no");
   fake.table.Resource(L"SQL1").factsError = fake.table.Resource(L"Store").factsError = 0;
   EXPECT_EQ(Sql(L"SQLV"), "clustered");
   EXPECT_EQ(::GetLastError(), 0u);
@@ -242,6 +241,9 @@ TEST_F(Applications, Instance_StatesPassThrough) {
   fake.table.Resource(L"SQL2").typeError = RPC_S_CALL_FAILED;
   EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
   EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
+  fake.table.isOld = fake.table.isReadOnly = true;
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
 }
 
 }  // namespace

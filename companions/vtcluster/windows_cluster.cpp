@@ -53,7 +53,7 @@ class WindowsCluster : public Cluster {
 
   bool GetVirtualNameFromIp(std::wstring& virtualName, const char* nameOrAddress) override {
     const std::wstring wanted = WithoutBackslashes(FromAnsi(nameOrAddress).c_str());
-    if (wanted.empty() || IsNodeOrUnopened(wanted)) return false;
+    if (IsNodeOrUnopened(wanted) || wanted.empty()) return false;
     // The name alone tells; only an address leads through a group.
     const Wanted needed =
         IsAddress(wanted) ? ForServer(wanted) : Wanted{Resource::networkName, false};

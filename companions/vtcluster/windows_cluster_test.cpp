@@ -231,6 +231,9 @@ TEST(WindowsCluster, Open_AsksForNoMoreThanReading) {
   const auto refused = Cluster::GetInstance();
   EXPECT_FALSE(refused->Open());
   EXPECT_EQ(refused->GetErrorCode(), DWORD{ERROR_ACCESS_DENIED});
+  std::wstring text;
+  EXPECT_FALSE(refused->GetVirtualNameFromIp(text, "\\\\"));
+  EXPECT_EQ(refused->GetErrorCode(), 0u) << "no name is an answer";
   fake.table.isReadOnly = false;
   EXPECT_EQ(Answers(L"SQLV"), L"NODEA SQLV NODEB VTBACKUP 0 2");
 }

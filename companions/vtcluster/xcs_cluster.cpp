@@ -39,7 +39,9 @@ class OpenedXcsCluster : public XCSCluster {
 std::shared_ptr<XCSCluster> XCSCluster::GetInstance(const wchar_t* name) {
   const std::wstring server = vtcluster::WithoutBackslashes(name);
   vtcluster::OwnedCluster cluster;
-  vtcluster::OpenRunningCluster(server.empty() ? nullptr : server.c_str(), cluster);
+  const DWORD error =
+      vtcluster::OpenRunningCluster(server.empty() ? nullptr : server.c_str(), cluster);
+  ::SetLastError(error);
   if (!cluster) return nullptr;
   return std::make_shared<vtcluster::OpenedXcsCluster>(std::move(cluster));
 }

@@ -138,7 +138,7 @@ class Cluster {
 class XCSCluster {
  public:
   /* The running cluster that `name` leads to (see Cluster::GetInstance), already connected; null
-   * when there is none. */
+   * when there is none. The thread's last error is then 0, or why one could not be opened. */
   VTCLUSTER_API static std::shared_ptr<XCSCluster> GetInstance(const wchar_t* name = nullptr);
 
   virtual ~XCSCluster() = default;

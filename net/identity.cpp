@@ -21,10 +21,14 @@ std::atomic<std::uint32_t> rememberedTimeOut{kNotRead};
 std::uint32_t ReadTimeOut() {
   Configuration key;
   unsigned long stored = kStandardTimeOut;
-  // With write access, so that a missing value shows up in the registry for the administrator.
+  // With write access, so that a missing value shows up in the registry for the administrator; an
+  // account that may only read still gets what is stored.
   if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
                Configuration::accessRead | Configuration::accessWrite)) {
     key.Load(L"DnsQueryTimeOut", stored, kStandardTimeOut);
+  } else if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
+                      Configuration::accessRead)) {
+    key.LoadDWORD(L"DnsQueryTimeOut", stored);
   }
   return UsableTimeOut(stored);
 }

@@ -14,7 +14,10 @@ using vtclass::platform::OwnedKernelObject;
 using vtclass::test::ImportHook;
 
 std::wstring debugger;
-void WINAPI KeepDebugText(LPCWSTR text) { debugger += text; }
+void WINAPI KeepDebugText(LPCWSTR text) {
+  debugger += text;
+  ::SetLastError(ERROR_GEN_FAILURE);
+}
 
 struct Kept {
   std::wstring text;
@@ -41,6 +44,7 @@ TEST_F(Trace, Text_GoesToTheSinkAndOtherwiseToTheDebugger) {
   EXPECT_EQ(debugger, L"net: host has 7\n");
   VTTrace(nullptr, 1, nullptr);
   EXPECT_EQ(debugger, L"net: host has 7\n: \n");
+  EXPECT_EQ(::GetLastError(), 4711u);
   debugger.clear();
   VTSetTraceSink(&Kept::Sink, &kept);
   VTTrace(L"net", 2, L"%s\n\n", L"host");

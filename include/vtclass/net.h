@@ -25,8 +25,10 @@
  * thrown, except by IsIpAddrLocal and SplitUncPath.
  *
  * Installation: vtsocket.dll and vtcluster.dll lie in the folder of this library, and nowhere else
- * are they looked for. They load when they are first needed. One that is missing gives the result
- * 126, one of another release 127; IsThisMe says no then, and IsThisMeEx that it cannot tell.
+ * are they looked for. They load when they are first needed, with the rights of the process, also
+ * on a thread that impersonates an account, and are unloaded with this library. One that cannot be
+ * loaded gives the loader's code as the result (126: missing, 193: damaged), one of another release
+ * 127; IsThisMe says no then, and IsThisMeEx that it cannot tell.
  *
  * Remembered: this machine's node name, DNS host name and fully qualified name are fetched at the
  * first conversion and kept as long as the library stays loaded, and so is the DNS query time-out.
@@ -34,6 +36,7 @@
  * Agents rely on one identity for the whole of a job.
  *
  * Threads: any function on any thread, also at once; there is no state besides what is remembered.
+ * A thread that is killed in one of them does not keep the others from it.
  */
 namespace vtclass {
 
@@ -74,7 +77,10 @@ VTCLASS_API unsigned long IsThisMe(const wcstring& name, bool* isMe, bool cluste
  * those above 2,147,483 (36 minutes) count as that one. 0 takes the product's setting,
  * the DWORD "DnsQueryTimeOut" of the key Network\TcpIp below the product's root: 1000 to 60000, or
  * 0xFFFFFFFF for no limit. Anything else counts as 5000; so does a key that is missing or may not
- * be written, and a missing value, which is written back as 5000.
+ * be read, and a missing value, which is written back as 5000 where the key may be written.
+ * Warning: in a cluster the alias test can say yes where IsThisMe says no. The name of a virtual
+ * server whose address lies on this node now is, to DNS, a name of this machine. Whoever must tell
+ * the node from the virtual servers that it holds asks IsThisMe with `clusterAware`.
  * Contract: the alias test gets `name` as it is, up to its first zero: two leading backslashes are
  * skipped there, but a share behind the server is not cut off and makes the name unknown. Callers
  * split a path first (SplitUncPath).

@@ -12,6 +12,10 @@ namespace {
 
 constexpr unsigned long kNotInAnsi = 0xFFFFFFFF;
 
+constexpr const wchar_t* kMayBeVirtual =
+    L"in a cluster this may be a virtual server whose address lies on this node now; without DNS "
+    L"the answer is no";
+
 /* What vtclass says of a name without asking DNS; `error` is why it cannot tell. */
 bool IsLocal(const std::wstring& name, bool clusterAware, unsigned long& error) {
   wcstring unused;
@@ -106,6 +110,7 @@ void AddResolution(IdentityStep& step, const std::wstring& server, const Identit
     return;
   }
   step.found = answer.isMe ? L"an alias" : L"none of them";
+  if (answer.isMe) step.warning = kMayBeVirtual;
   step.found += L": DNS calls it " + Printable(resolution.canonicalName);
   for (const ResolvedAddress& address : resolution.addresses) {
     step.found += L", " + AddressLine(address);

@@ -115,6 +115,18 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
   }
 }
 
+TEST_F(DebugLogLimits, Rename_AnotherFile_BeginsAnew) {
+  Limit(1);
+  OpenDebugLog log(messages, 0, folder / L"first");
+  for (const wchar_t* name : {L"first", L"second", L"first"}) {
+    MakeFile(folder / name + L".bak2", "left");
+    EXPECT_TRUE(log.Close());
+    MakeFile(folder / name, std::string(2 * kMegabyte, 'o'));
+    EXPECT_TRUE(log.Open(openAppend, (folder / name).c_str()) && log.print(L"x"));
+    EXPECT_EQ(FileBytes(folder / name + L".bak2"), "") << name;
+  }
+}
+
 // After a roll the fresh file cannot be opened, or not begun: lines are lost and counted, until
 // that is over.
 TEST_F(DebugLogLimits, Rename_NoFreshFile_Recovers) {

@@ -4,6 +4,7 @@
 #include "log/debug_log_fixture.h"
 #include "log/file_faults.h"
 #include "platform/owned.h"
+#include "tests/support/allocations.h"
 
 namespace vtclass::test {
 namespace {
@@ -181,6 +182,49 @@ TEST_F(DebugLogLive, HungDisk_StallsNobodyElse) {
   EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"late", kOff}));
   EXPECT_EQ(log->print(L"off"), 0);
   EXPECT_EQ(log->GetSettings().count, 9u);
+}
+
+DWORD WINAPI PrintOnce(void* log) {
+  static_cast<DebugLog*>(log)->print(L"never written\n");
+  return 0;
+}
+
+// A thread that is ended while it prints leaves the log's lock taken. The monitor and the
+// destructor do not ask for it.
+TEST_F(DebugLogLive, PrinterIsKilled_TheLogCanBeDestroyed) {
+  Set(L"CreateDebugLog", 1);
+  auto log = Make();
+  ASSERT_TRUE(Watch(L"fence"));
+  const Sign reached, released;
+  hung = {&reached, &released};
+  {
+    const ImportHook<decltype(::WriteFile)> hook("KERNEL32.dll", "WriteFile", &Hang);
+    const platform::OwnedKernelObject printer(
+        ::CreateThread(nullptr, 0, &PrintOnce, log.get(), 0, nullptr));
+    ASSERT_TRUE(reached.Comes());
+    ASSERT_TRUE(::TerminateThread(printer.Get(), 0));
+    ASSERT_EQ(::WaitForSingleObject(printer.Get(), 20000), WAIT_OBJECT_0);
+  }
+  Set(L"CreateDebugLog", 0);
+  Settle();
+  log.reset();
+  EXPECT_EQ(LinesIn(path), std::vector<std::wstring>{kOn});
+}
+
+// Memory runs out where the monitor hands a change over: it is taken in later.
+TEST_F(DebugLogLive, FailingAllocation_KeepsTheChange) {
+  const auto log = Make();
+  ASSERT_TRUE(Watch(L"fence"));
+  for (DWORD n = 1; n < 12; ++n) {
+    {
+      Allocations allocations;
+      allocations.FailAt(static_cast<long>(n));
+      Limit(n, 0, 2 + n % 2);
+      Settle();
+    }
+    EXPECT_EQ(log->GetSettings().count, n);
+    EXPECT_EQ(log->GetSettings().maximumSize, (2 + n % 2) << 20);
+  }
 }
 
 TEST_F(DebugLogLive, OutlivesTheMonitor_AndMakesNone) {

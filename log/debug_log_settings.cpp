@@ -222,8 +222,8 @@ void DebugLog::State::Unsubscribe() {
   if (std::exchange(subscribed, false)) SettingsMonitor::UnRegisterContext(this);
 }
 
-// Runs under the monitor's lock: it waits neither for the log's nor, where that is held, for what
-// its holder waits for. The level counts at once, also while a line hangs on its disk.
+// Runs under the monitor's lock and does not wait for the log's, whose holder may wait for a hung
+// disk. The level counts at once even then.
 template <std::size_t number>
 long DebugLog::State::OnChange(unsigned long value, void* context) {
   State& state = *static_cast<State*>(context);

@@ -121,6 +121,11 @@ TEST_F(DebugLogTest, Open_EachMode) {
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"two"));
   EXPECT_EQ(TextIn(path), L"onetwo");
+  {
+    DebugLog second(messages, 1, nullptr);
+    EXPECT_EQ(second.Open(openAppend, path.c_str()), 0) << "one writer";
+    EXPECT_EQ(second.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+  }
   for (const int bad : {-1, 3}) EXPECT_EQ(open(bad, path), DWORD{ERROR_INVALID_PARAMETER});
   EXPECT_EQ(log.Open(createNew, nullptr) + log.print(L"x"), 0);
   MakeFile(folder / L"empty", "");

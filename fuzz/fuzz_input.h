@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "strings/wide_text.h"
 
@@ -38,6 +39,9 @@ class Input {
     if (count > 0) std::memcpy(text.get(), data, count * sizeof(WideUnit));
     return {text.get(), count};
   }
+
+  /* All that is left as bytes. */
+  std::string_view Bytes() const { return {reinterpret_cast<const char*>(data), size}; }
 
  private:
   const std::uint8_t* data;

@@ -55,6 +55,20 @@ TEST_F(LogFileTest, Wrap_SizesDecide) {
   }
 }
 
+// A file of the maximum size is not above it, and one unit more is.
+TEST_F(LogFileTest, Wrap_BeginsAboveTheMaximum) {
+  LogFile header(messages, 0, -1, -1);
+  ASSERT_EQ(header.Open(createAlways, path.c_str()), 1);
+  const std::size_t size = FileBytes(path).size();
+  header.Close();
+  MakeFile(path, std::string(kMegabyte - size, 'o'));
+  LogFile log(messages, 0, 1, 0);
+  ASSERT_EQ(log.Open(append, path.c_str()), 1);
+  EXPECT_EQ(FileBytes(path).size(), kMegabyte);
+  EXPECT_TRUE(log.print(-1, L"x"));
+  EXPECT_EQ(FileBytes(path), "");
+}
+
 // Each call of a wrap fails once. The text is in the log in any case, and so is the next one.
 TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
   const std::wstring text(kMegabyte, L'n');

@@ -43,13 +43,41 @@ TEST(StringResourceMgr, Library_IsUnloadedWithTheLastCopy) {
     EXPECT_EQ(handles.Open(), 1);
     EXPECT_NE(last.Get(kMessage), L"");
     EXPECT_EQ(last.GetErrorCode(), 0u);
+    StringResourceMgr other(L"vterrors.dll");
+    last = other;
+    EXPECT_EQ(handles.Open(), 1) << "the assignment keeps what it replaced";
+    other = StringResourceMgr();
+    last = other;
+    EXPECT_EQ(handles.Open(), 0);
   }
-  EXPECT_EQ(handles.Open(), 0);
   for (const wchar_t* library : {L"missing.dll", L"", static_cast<const wchar_t*>(nullptr)}) {
     const StringResourceMgr missing(library);
     EXPECT_NE(missing.GetErrorCode(), 0u);
     EXPECT_EQ(missing.Get(1), L"") << "the program's own text";
   }
+}
+
+std::vector<DWORD> loadFlags;
+DWORD version;
+
+HMODULE WINAPI RememberFlags(LPCWSTR, HANDLE, DWORD flags) {
+  loadFlags.push_back(flags);
+  ::SetLastError(ERROR_BAD_EXE_FORMAT);
+  return nullptr;
+}
+
+DWORD WINAPI ThisVersion() { return version; }
+
+TEST(StringResourceMgr, Library_IsLoadedAsAFileOfData) {
+  const ImportHook<decltype(::LoadLibraryExW)> load("KERNEL32.dll", "LoadLibraryExW",
+                                                    &RememberFlags);
+  const ImportHook<decltype(::GetVersion)> ask("KERNEL32.dll", "GetVersion", &ThisVersion);
+  for (const DWORD given : {0u, 0x80000000u}) {  // an NT system, and one of the other family
+    version = given;
+    EXPECT_EQ(StringResourceMgr(L"vterrors.dll").GetErrorCode(), DWORD{ERROR_BAD_EXE_FORMAT});
+  }
+  EXPECT_EQ(loadFlags, (std::vector<DWORD>{3, 2}));
+  loadFlags.clear();
 }
 
 std::atomic<int> reads;
@@ -108,11 +136,11 @@ TEST(ErrorMessageBase, Language_SelectsTheLibrary) {
     unsigned long product;
     const std::wstring& text;
     LCID locale;
-  } cases[] = {{L"DE", 0, german, 1031},
-               {L"de", 1, german, 1031},
-               {L"IT", 0, neutral, 1040},
-               {L"XX", 0, neutral, locale},
-               {L"..\\x", 0, neutral, locale}};
+  } cases[] = {
+      {L"DE", 0, german, 1031},    {L"de", 1, german, 1031},      {L"IT", 0, neutral, 1040},
+      {L"ES", 0, neutral, 1034},   {L"Zh", 0, neutral, 2052},     {L"CH", 0, neutral, 1028},
+      {L"KO", 0, neutral, 1042},   {L"RU", 1, neutral, 1049},     {L"PT", 0, neutral, 1046},
+      {L"XX", 0, neutral, locale}, {L"..\\x", 0, neutral, locale}};
   for (const auto& row : cases) {
     const PrivateRegistry registry;
     CMS_SetProd(row.product);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/owned.h"
-#include "tests/support/random_name.h"
 #include "tests/support/wine.h"
 
 namespace vtclass::test {
@@ -12,34 +11,9 @@ using platform::OwnedRegistryKey;
 
 namespace {
 
-constexpr wchar_t kRoots[] = L"Software\\vtclass_mini tests";
-
-// Without these every computer-name query of the process fails once the root is replaced.
-constexpr const wchar_t* kNeededBySystem[] = {
-    L"System\\CurrentControlSet\\Control\\ComputerName",
-    L"System\\CurrentControlSet\\Services\\Tcpip",
-};
-
 void Require(LSTATUS status, const char* what) {
   if (status == ERROR_SUCCESS) return;
   ADD_FAILURE() << what << ": " << Status(status);
-}
-
-void SweepLeftovers() {
-  OwnedRegistryKey roots;
-  if (::RegOpenKeyExW(HKEY_CURRENT_USER, kRoots, 0, KEY_READ, roots.Receive()) != ERROR_SUCCESS) {
-    return;
-  }
-  wchar_t name[256];
-  for (DWORD index = 0;;) {
-    DWORD length = 256;
-    if (::RegEnumKeyExW(roots.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-        ERROR_SUCCESS) {
-      return;
-    }
-    const bool left = !OwnerIsAlive(name);
-    if (!left || ::RegDeleteTreeW(roots.Get(), name) != ERROR_SUCCESS) ++index;
-  }
 }
 
 OwnedRegistryKey Open(const std::wstring& key, REGSAM access) {
@@ -50,27 +24,13 @@ OwnedRegistryKey Open(const std::wstring& key, REGSAM access) {
 
 }  // namespace
 
-PrivateRegistry::PrivateRegistry() : path(std::wstring(kRoots) + L"\\" + RandomName()) {
-  SweepLeftovers();
-  Require(::RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                            &root, nullptr),
-          "making the private root");
-  for (const wchar_t* needed : kNeededBySystem) {
-    OwnedRegistryKey from = Open(needed, KEY_READ);
-    OwnedRegistryKey to;
-    if (!from) continue;
-    Require(::RegCreateKeyExW(root, needed, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, to.Receive(),
-                              nullptr),
-            "making a system key in the private root");
-    ::RegCopyTreeW(from.Get(), nullptr, to.Get());
-  }
-  Require(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, root), "replacing HKEY_LOCAL_MACHINE");
+PrivateRegistry::PrivateRegistry() {
+  Require(root.Error(), "making the private root");
+  Require(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, root.Key()), "replacing HKEY_LOCAL_MACHINE");
 }
 
 PrivateRegistry::~PrivateRegistry() {
   Require(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr), "restoring HKEY_LOCAL_MACHINE");
-  ::RegCloseKey(root);
-  Require(::RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str()), "deleting the private root");
 }
 
 bool KeyExists(const std::wstring& key, REGSAM view) {

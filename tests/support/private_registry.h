@@ -5,13 +5,13 @@
 
 #include <string>
 
+#include "tests/support/private_root.h"
+
 namespace vtclass::test {
 
 /*
  * Gives this process an empty HKEY_LOCAL_MACHINE of its own for one scope; the real one is never
- * touched. The keys that the system's name functions read are copied in. A fresh random root under
- * the current user serves, and is deleted with all its contents at the end; roots that crashed runs
- * left are swept first. One at a time in a process.
+ * touched. One at a time in a process.
  */
 class PrivateRegistry {
  public:
@@ -21,11 +21,10 @@ class PrivateRegistry {
   PrivateRegistry& operator=(const PrivateRegistry&) = delete;
 
   /* The path of the private root below HKEY_CURRENT_USER, for child processes. */
-  const std::wstring& Path() const { return path; }
+  const std::wstring& Path() const { return root.Path(); }
 
  private:
-  std::wstring path;
-  HKEY root = nullptr;
+  PrivateRoot root;
 };
 
 /* Raw access for expectations, past the library under test. All below HKEY_LOCAL_MACHINE. */

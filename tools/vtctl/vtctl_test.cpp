@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/private_registry.h"
 #include "tests/support/random_name.h"
 #include "tests/support/scratch_folder.h"
 #include "tools/vtctl/command.h"
@@ -26,7 +27,13 @@ using Words = std::vector<std::wstring>;
 class VtctlTest : public testing::Test {
  protected:
   VtctlTest() : subkey(L"Software\\vtclass-test-" + vtclass::test::RandomName()) {}
-  ~VtctlTest() override { ::RegDeleteTreeW(HKEY_CURRENT_USER, subkey.c_str()); }
+  ~VtctlTest() override {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, subkey.c_str());
+    EXPECT_EQ(vtclass::test::KeyExists(kProduct), productWasThere) << "the machine's own registry";
+  }
+
+  static constexpr wchar_t kProduct[] = L"Software\\Norvane";
+  const bool productWasThere = vtclass::test::KeyExists(kProduct);
 
   std::wstring Key() const { return L"HKCU\\" + subkey; }
   Words SessionWords(const std::wstring& root, const std::wstring& out) const {

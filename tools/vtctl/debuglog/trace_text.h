@@ -1,24 +1,13 @@
 #ifndef VTCLASS_TOOLS_VTCTL_DEBUGLOG_TRACE_TEXT_H
 #define VTCLASS_TOOLS_VTCTL_DEBUGLOG_TRACE_TEXT_H
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "tools/vtctl/debuglog/trace_lines.h"
+
 namespace vtctl::debuglog {
-
-enum class Encoding { ansi, utf16 };
-
-/* From the first bytes of a debug log: a byte-order mark, or the zero byte of a first wide letter
- * where a log was begun without one. */
-Encoding EncodingOf(std::string_view firstBytes);
-
-/* The bytes of `bytes` up to and including its last line feed; 0 when there is none. */
-std::size_t LengthOfWholeLines(std::string_view bytes, Encoding encoding);
-
-/* Where the last `count` lines of `bytes` begin; a last line without its end counts. */
-std::size_t StartOfLastLines(std::string_view bytes, Encoding encoding, std::size_t count);
 
 /* Bytes of a log as they are shown: without a byte-order mark, line ends as "\n", characters that
  * would speak to the terminal as U+FFFD, tabs as they are. */

@@ -217,7 +217,8 @@ void HtmlView::AppendHead(std::string& page) const {
   page += "</style>\n</head>\n<body>\n";
 }
 
-void HtmlView::AppendSummary(const Tally& tally, bool isOpen, std::string& page) const {
+void HtmlView::AppendSummary(const Tally& tally, std::optional<bool> isOpen,
+                             std::string& page) const {
   const Severity verdict = tally.Verdict();
   page += "<header>\n<h1>";
   AppendHtml(name, page);
@@ -263,7 +264,7 @@ void HtmlView::AppendGroup(const Item& item, std::string& page) const {
   page += "</summary><div>\n";
 }
 
-std::string HtmlView::Page(const Tally& tally, bool isOpen) {
+std::string HtmlView::Page(const Tally& tally, std::optional<bool> isOpen) {
   CountGroups();
   std::string page;
   AppendHead(page);

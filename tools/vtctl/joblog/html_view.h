@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +28,7 @@ class HtmlView {
   void Handle(const Event& event);
 
   /* The page, in UTF-8. */
-  std::string Page(const Tally& tally, bool isOpen);
+  std::string Page(const Tally& tally, std::optional<bool> isOpen);
 
  private:
   struct Counts {
@@ -42,7 +43,7 @@ class HtmlView {
 
   void CountGroups();
   void AppendHead(std::string& page) const;
-  void AppendSummary(const Tally& tally, bool isOpen, std::string& page) const;
+  void AppendSummary(const Tally& tally, std::optional<bool> isOpen, std::string& page) const;
   void AppendGroup(const Item& item, std::string& page) const;
 
   std::string name;

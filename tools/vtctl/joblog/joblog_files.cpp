@@ -1,6 +1,10 @@
 #include "tools/vtctl/joblog/joblog_files.h"
 
+#include <winternl.h>
+
 #include <algorithm>
+#include <random>
+#include <span>
 
 namespace vtctl::joblog {
 namespace {
@@ -12,6 +16,37 @@ constexpr std::size_t kMaxTransfer = std::size_t{1024} * 1024;
 
 bool Identify(HANDLE file, BY_HANDLE_FILE_INFORMATION& information) {
   return file != INVALID_HANDLE_VALUE && ::GetFileInformationByHandle(file, &information) != FALSE;
+}
+
+/* The system's list of the processes that use a file. A handle that refuses writers would tell of
+ * one as well, but shut out the agent that opens its log just then. */
+std::optional<bool> AskWhetherOpenElsewhere(HANDLE file) {
+  constexpr auto kProcessIdsUsingFile = static_cast<FILE_INFORMATION_CLASS>(47);
+  constexpr auto kMoreThanFit = static_cast<NTSTATUS>(0xC0000004);
+  struct {
+    ULONG count;
+    ULONG_PTR ids[64];
+  } users = {};
+  IO_STATUS_BLOCK status = {};
+  const NTSTATUS answer =
+      ::NtQueryInformationFile(file, &status, &users, sizeof users, kProcessIdsUsingFile);
+  if (answer == kMoreThanFit) return true;
+  if (answer < 0) return std::nullopt;
+  const std::span ids(users.ids, std::min<std::size_t>(users.count, std::size(users.ids)));
+  return std::ranges::any_of(ids, [](ULONG_PTR id) { return id != ::GetCurrentProcessId(); });
+}
+
+/* A new file beside `systemPath` with a name that nobody can have prepared. */
+DWORD MakeBeside(const std::wstring& systemPath, std::wstring& path, OwnedFile& file) {
+  std::random_device random;
+  for (int attempts = 0; attempts < 16; ++attempts) {
+    path = systemPath + L".vtctl-" + std::to_wstring(random()) + std::to_wstring(random());
+    file.Reset(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                             FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file) return ERROR_SUCCESS;
+    if (::GetLastError() != ERROR_FILE_EXISTS) return ::GetLastError();
+  }
+  return ERROR_FILE_EXISTS;
 }
 
 DWORD WriteAll(HANDLE file, std::string_view bytes) {
@@ -29,13 +64,11 @@ DWORD WriteAll(HANDLE file, std::string_view bytes) {
 }  // namespace
 
 DWORD LogInput::Open(const std::wstring& systemPath) {
-  /* A handle that refuses other writers fails exactly when there is one. */
-  const OwnedFile alone(::CreateFileW(systemPath.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  isOpenElsewhere = !alone && ::GetLastError() == ERROR_SHARING_VIOLATION;
   file.Reset(::CreateFileW(systemPath.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-  return file ? ERROR_SUCCESS : ::GetLastError();
+  if (!file) return ::GetLastError();
+  isOpenElsewhere = AskWhetherOpenElsewhere(file.Get());
+  return ERROR_SUCCESS;
 }
 
 std::size_t LogInput::Read(char* to, std::size_t room) {
@@ -56,10 +89,9 @@ bool LogInput::IsSameFile(const std::wstring& systemPath) const {
 }
 
 DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes) {
-  const std::wstring temporary = systemPath + L".vtctl-" + std::to_wstring(::GetCurrentProcessId());
-  OwnedFile file(::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                               FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file) return ::GetLastError();
+  std::wstring temporary;
+  OwnedFile file;
+  if (const DWORD failure = MakeBeside(systemPath, temporary, file)) return failure;
   DWORD status = WriteAll(file.Get(), bytes);
   file.Reset();
   if (status == ERROR_SUCCESS &&

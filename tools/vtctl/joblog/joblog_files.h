@@ -4,6 +4,7 @@
 #include <vtclass/win32.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,22 +15,22 @@ namespace vtctl::joblog {
 /* A job log opened for reading while its job may still be writing it. */
 class LogInput {
  public:
-  /* The system's status. */
+  /* The system's status. Nobody else is refused the file, at no moment. */
   DWORD Open(const std::wstring& systemPath);
 
   /* 0 at the end and after a failure, which Error tells. */
   std::size_t Read(char* to, std::size_t room);
 
   DWORD Error() const { return error; }
-  /* True when another program has the log open for writing. */
-  bool IsOpenElsewhere() const { return isOpenElsewhere; }
+  /* Whether another program had the log open then; nothing when the system cannot tell. */
+  std::optional<bool> IsOpenElsewhere() const { return isOpenElsewhere; }
   /* True when the path leads to this very file. */
   bool IsSameFile(const std::wstring& systemPath) const;
 
  private:
   vtclass::platform::OwnedFile file;
   DWORD error = ERROR_SUCCESS;
-  bool isOpenElsewhere = false;
+  std::optional<bool> isOpenElsewhere;
 };
 
 /* Writes a file that is there whole or not at all: it is written beside its place and then moved.

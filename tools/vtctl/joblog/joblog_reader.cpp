@@ -30,7 +30,8 @@ std::string InBrackets(std::u16string_view name) { return "<" + Utf8(name) + ">"
 
 }  // namespace
 
-JobLogReader::JobLogReader(ReadBytes read) : markup(std::move(read)) {}
+JobLogReader::JobLogReader(ReadBytes read, std::size_t blockBytes)
+    : markup(std::move(read), blockBytes) {}
 
 bool JobLogReader::Next(Event& event) {
   while (readyTaken == readyCount) {

@@ -32,7 +32,7 @@ struct Refusal {
  */
 class JobLogReader {
  public:
-  explicit JobLogReader(ReadBytes read);
+  explicit JobLogReader(ReadBytes read, std::size_t blockBytes = kBlockBytes);
 
   /* The next event; false at the end, or when the input is refused. */
   bool Next(Event& event);

@@ -71,7 +71,7 @@ std::string JsonLine(const Event& event) {
   return Dump(json);
 }
 
-std::string JsonSummary(const Tally& tally, bool isOpen) {
+std::string JsonSummary(const Tally& tally, std::optional<bool> isOpen) {
   Json json;
   json["kind"] = "summary";
   json["documents"] = tally.documents;
@@ -85,7 +85,7 @@ std::string JsonSummary(const Tally& tally, bool isOpen) {
   json["cutOff"] = tally.cutOff;
   json["worst"] = Name(kSeverities, tally.Worst());
   json["closed"] = tally.lastIsClosed;
-  json["stillOpen"] = isOpen;
+  json["stillOpen"] = isOpen ? Json(*isOpen) : Json();
   return Dump(json);
 }
 

@@ -1,6 +1,7 @@
 #ifndef VTCLASS_TOOLS_VTCTL_JOBLOG_JSON_VIEW_H
 #define VTCLASS_TOOLS_VTCTL_JOBLOG_JSON_VIEW_H
 
+#include <optional>
 #include <string>
 
 #include "tools/vtctl/joblog/log_event.h"
@@ -13,7 +14,7 @@ namespace vtctl::joblog {
 std::string JsonLine(const Event& event);
 
 /* The last line, of the kind "summary". */
-std::string JsonSummary(const Tally& tally, bool isOpen);
+std::string JsonSummary(const Tally& tally, std::optional<bool> isOpen);
 
 }  // namespace vtctl::joblog
 

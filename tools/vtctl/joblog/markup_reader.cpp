@@ -17,7 +17,8 @@ bool EndsText(char16_t unit) {
 
 }  // namespace
 
-MarkupReader::MarkupReader(ReadBytes read) : blocks(std::move(read)) {}
+MarkupReader::MarkupReader(ReadBytes read, std::size_t blockBytes)
+    : blocks(std::move(read), blockBytes) {}
 
 /* True when `count` units are there; false near the end of the section. */
 bool MarkupReader::Need(std::size_t count) {

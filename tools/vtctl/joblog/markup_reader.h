@@ -39,7 +39,7 @@ struct Token {
  */
 class MarkupReader {
  public:
-  explicit MarkupReader(ReadBytes read);
+  explicit MarkupReader(ReadBytes read, std::size_t blockBytes = kBlockBytes);
 
   const Token& Next();
 

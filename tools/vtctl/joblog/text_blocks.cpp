@@ -10,7 +10,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::size_t kBufferBytes = 131'072;
 constexpr std::string_view kAnsiHeader = "<?xml version="sv;
 constexpr std::string_view kUtf16Header = "<\0?\0x\0m\0l\0 \0v\0e\0r\0s\0i\0o\0n\0=\0"sv;
 constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
@@ -32,7 +31,7 @@ struct Guess {
 
 Guess GuessEncoding(std::string_view bytes) {
   if (bytes.starts_with(kWrapMark)) return {Encoding::kAnsi, 0};
-  bytes = bytes.substr(0, 4096);
+  bytes = bytes.substr(0, kLeastBlockBytes);
   std::size_t zeros[2] = {0, 0};
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     if (bytes[i] == '\0') ++zeros[i % 2];
@@ -47,7 +46,8 @@ char16_t FromWindows1252(unsigned char byte) {
   return byte >= 0x80 && byte < 0xA0 ? kFrom80To9F[byte - 0x80] : char16_t{byte};
 }
 
-TextBlocks::TextBlocks(ReadBytes readBytes) : read(std::move(readBytes)), bytes(kBufferBytes) {}
+TextBlocks::TextBlocks(ReadBytes readBytes, std::size_t blockBytes)
+    : read(std::move(readBytes)), bytes(blockBytes) {}
 
 void TextBlocks::Fill() {
   if (endOfFile) return;
@@ -142,7 +142,7 @@ void TextBlocks::Decode(std::size_t count, std::u16string& units) {
 
 bool TextBlocks::Append(std::u16string& units) {
   if (sectionOver) return false;
-  if (end - begin < kBufferBytes / 2) Fill();
+  if (end - begin < bytes.size() / 2) Fill();
   const std::size_t header = FindHeader(begin + std::min(skipHeader, end - begin));
   std::size_t count = end - begin;
   if (header != kNotFound) {

@@ -14,6 +14,10 @@ namespace vtctl::joblog {
 /* Reads up to `room` bytes and returns how many; 0 at the end of the file. */
 using ReadBytes = std::function<std::size_t(char* to, std::size_t room)>;
 
+/* How much of a file is held at a time; at least kLeastBlockBytes, by which an encoding is told. */
+inline constexpr std::size_t kBlockBytes = 131'072;
+inline constexpr std::size_t kLeastBlockBytes = 4096;
+
 /*
  * Decodes a job log to UTF-16, block by block. The file falls into sections: one begins at each XML
  * header, and what stands before the first header is a section too. Every section has its encoding
@@ -23,7 +27,7 @@ using ReadBytes = std::function<std::size_t(char* to, std::size_t room)>;
  */
 class TextBlocks {
  public:
-  explicit TextBlocks(ReadBytes readBytes);
+  explicit TextBlocks(ReadBytes readBytes, std::size_t blockBytes = kBlockBytes);
 
   /* Goes to the next section; false at the end of the file. The first call is for the first. */
   bool NextSection();

@@ -47,12 +47,13 @@ std::string DocumentText(const Event& document) {
   return text;
 }
 
-std::string EndingText(const Tally& tally, bool isOpen) {
+std::string EndingText(const Tally& tally, std::optional<bool> isOpen) {
   if (tally.lastIsClosed) return "complete";
   std::string text = "cut off at " + PositionText(tally.lastEnd);
   if (!tally.lastCut.empty()) text += ", " + tally.lastCut;
-  return text + (isOpen ? " - another program has the log open, so the job may still be running"
-                        : " - the job did not end properly");
+  if (!isOpen) return text + " - the job did not end properly or may still be running";
+  return text + (*isOpen ? " - another program has the log open, so the job may still be running"
+                         : " - the job did not end properly");
 }
 
 TextView::TextView(TextSink to, bool withColour) : sink(std::move(to)), colour(withColour) {}
@@ -135,7 +136,7 @@ void TextView::Count(std::string_view what, std::uint64_t count, Style style) {
   Line(1, count > 0 ? style : Style::kPlain, mark, std::to_string(count));
 }
 
-void TextView::Close(const Tally& tally, bool isOpen) {
+void TextView::Close(const Tally& tally, std::optional<bool> isOpen) {
   sink("\n");
   Line(0, Style::kHeading, "", "Summary");
   Count("Job logs", tally.documents, Style::kPlain);

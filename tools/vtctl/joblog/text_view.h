@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,7 +23,7 @@ std::string PositionText(const Position& at);
 std::string DocumentText(const Event& document);
 
 /* How the last document ended, as a sentence; `isOpen` when another program still writes it. */
-std::string EndingText(const Tally& tally, bool isOpen);
+std::string EndingText(const Tally& tally, std::optional<bool> isOpen);
 
 /* Prints a job log for people: indented by sets and folders, warnings and errors marked. */
 class TextView {
@@ -30,7 +31,7 @@ class TextView {
   TextView(TextSink to, bool withColour);
 
   void Handle(const Event& event);
-  void Close(const Tally& tally, bool isOpen);
+  void Close(const Tally& tally, std::optional<bool> isOpen);
 
  private:
   enum class Style { kPlain, kHeading, kFolder, kWarning, kError, kNote };

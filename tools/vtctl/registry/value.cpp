@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/printable.h"
@@ -26,13 +27,6 @@ const wchar_t* const kTypeNames[] = {L"REG_NONE",
                                      L"REG_RESOURCE_REQUIREMENTS_LIST",
                                      L"REG_QWORD"};
 
-int DigitValue(wchar_t digit) {
-  if (digit >= L'0' && digit <= L'9') return digit - L'0';
-  if (digit >= L'a' && digit <= L'f') return digit - L'a' + 10;
-  if (digit >= L'A' && digit <= L'F') return digit - L'A' + 10;
-  return -1;
-}
-
 void AppendHex(std::wstring& text, unsigned long long number, int digits) {
   for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) {
     text += L"0123456789abcdef"[(number >> shift) & 0xF];
@@ -53,14 +47,6 @@ std::optional<unsigned long long> NumberOf(const Value& value) {
     return number;
   }
   return std::nullopt;
-}
-
-std::wstring Units(const Value& value) {
-  std::wstring units(value.data.size() / sizeof(wchar_t), L'\0');
-  if (!units.empty()) {
-    std::memcpy(units.data(), value.data.data(), units.size() * sizeof(wchar_t));
-  }
-  return units;
 }
 
 std::wstring HexDump(const std::vector<unsigned char>& data) {
@@ -91,51 +77,9 @@ std::wstring TypeName(DWORD type) {
   return L"type " + std::to_wstring(type);
 }
 
-std::optional<DWORD> ParseNumber(std::wstring_view text) {
-  unsigned base = 10;
-  if (text.starts_with(L"0x") || text.starts_with(L"0X")) {
-    base = 16;
-    text.remove_prefix(2);
-  }
-  if (text.empty()) return std::nullopt;
-  unsigned long long number = 0;
-  for (const wchar_t digit : text) {
-    const int value = DigitValue(digit);
-    if (value < 0 || static_cast<unsigned>(value) >= base) return std::nullopt;
-    number = number * base + static_cast<unsigned>(value);
-    if (number > MAXDWORD) return std::nullopt;
-  }
-  return static_cast<DWORD>(number);
-}
+std::wstring TextOf(const Value& value) { return TextIn(value.data); }
 
-std::optional<std::vector<unsigned char>> ParseHex(std::wstring_view text) {
-  std::vector<unsigned char> bytes;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (std::wstring_view(L" ,:-").find(text[i]) != std::wstring_view::npos) continue;
-    const int high = DigitValue(text[i]);
-    const int low = i + 1 < text.size() ? DigitValue(text[i + 1]) : -1;
-    if (high < 0 || low < 0) return std::nullopt;
-    bytes.push_back(static_cast<unsigned char>(high * 16 + low));
-    ++i;
-  }
-  return bytes;
-}
-
-std::wstring TextOf(const Value& value) {
-  const std::wstring units = Units(value);
-  return units.substr(0, units.find(L'\0'));
-}
-
-std::vector<std::wstring> ItemsOf(const Value& value) {
-  std::vector<std::wstring> items;
-  const std::wstring units = Units(value);
-  for (size_t start = 0; start < units.size();) {
-    const size_t end = std::min(units.find(L'\0', start), units.size());
-    if (end > start) items.push_back(units.substr(start, end - start));
-    start = end + 1;
-  }
-  return items;
-}
+std::vector<std::wstring> ItemsOf(const Value& value) { return ItemsIn(value.data); }
 
 std::wstring ShownName(const std::wstring& name) {
   return name.empty() ? L"(default)" : Printable(name);

@@ -3,12 +3,13 @@
 
 #include <vtclass/win32.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "tools/vtctl/registry/value_text.h"
 
 namespace vtctl {
 
@@ -22,13 +23,6 @@ struct Value {
 
 /* "REG_SZ", "REG_DWORD", ...; "type 42" for a number that has no name. */
 std::wstring TypeName(DWORD type);
-
-/* Numbers: decimal or 0x..., the whole text, at most 32 bits. */
-std::optional<DWORD> ParseNumber(std::wstring_view text);
-
-/* Bytes: two hexadecimal digits each; blanks, commas, colons and hyphens between them are passed
- * over. Nothing when a digit is missing or anything else stands there. */
-std::optional<std::vector<unsigned char>> ParseHex(std::wstring_view text);
 
 /* The text of a string value up to its first zero; odd last bytes are passed over. */
 std::wstring TextOf(const Value& value);

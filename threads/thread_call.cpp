@@ -1,27 +1,24 @@
 #include <vtclass/win32.h>
 
-#include "platform/contained.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
-using vtclass::platform::Contained;
+ThreadCall::ThreadCall(WorkerThread* thread, Runner run) noexcept
+    : thread(thread), creatorThreadId(::GetCurrentThreadId()), run(run) {}
 
-ThreadCall::ThreadCall(WorkerThread* thread)
-    : thread(thread), creatorThreadId(::GetCurrentThreadId()) {}
+ThreadCall::~ThreadCall() = default;
 
-RefThreadCall::RefThreadCall(WorkerThread* thread) : ThreadCall(thread) {}
+RefThreadCall::RefThreadCall(WorkerThread* thread, Runner run) noexcept : ThreadCall(thread, run) {}
 
-void RefThreadCall::PostIt() {
-  RefPointer<RefThreadCall> posting(this);
-  thread->Call(this);
-  posting.Detach();
-}
+RefThreadCall::~RefThreadCall() = default;
 
 void RefThreadCall::ThreadExecute() {
-  Contained([this] { Execute(); });
+  run(*this, &ThreadCall::Execute);
   Release();
 }
 
 ThreadStopCall::ThreadStopCall(WorkerThread* worker) : RefThreadCall(worker) {}
+
+ThreadStopCall::~ThreadStopCall() = default;
 
 void ThreadStopCall::Execute() { thread->state->running = 0; }

@@ -1,0 +1,89 @@
+#include "platform/border.h"
+
+#include "cluster/answer_or.h"
+#include "vtclass/cluster.h"
+
+/* The exported functions behind those that fill a text of the caller's. Each asks the function of
+ * its name for texts of this side's, and hands them over. */
+namespace vtclass::border {
+
+namespace {
+
+// The answer of `ask(text)` and its text; no, and an empty text, when the owner has no memory.
+template <typename Ask>
+bool Answer(const WideSink& out, Ask ask) noexcept {
+  wcstring text;
+  const bool answer = ask(text);
+  if (out.Assign(text)) return answer;
+  out.Resize(0);
+  return false;
+}
+
+using Names = bool (*)(std::wstring& server, std::wstring& activeNode, std::wstring& instance,
+                       std::wstring& database, bool& isLocal);
+
+void Clear(const DatabaseNames& out) noexcept {
+  for (const WideSink* text : {&out.server, &out.activeNode, &out.instance, &out.database}) {
+    text->Resize(0);
+  }
+  out.isLocal = false;
+}
+
+bool Answer(const DatabaseNames& out, Names ask) noexcept {
+  std::wstring server;
+  std::wstring activeNode;
+  std::wstring instance;
+  std::wstring database;
+  Clear(out);
+  if (!ask(server, activeNode, instance, database, out.isLocal)) return false;
+  if (out.server.Assign(server) && out.activeNode.Assign(activeNode) &&
+      out.instance.Assign(instance) && out.database.Assign(database)) {
+    return true;
+  }
+  Clear(out);
+  return false;
+}
+
+}  // namespace
+
+bool GetVtActiveNodeName(const wchar_t* name, const WideSink& out) noexcept {
+  return Answer(out, [=](wcstring& text) { return vtclass::GetVtActiveNodeName(name, text); });
+}
+
+bool GetVtVirtualServerName(const wchar_t* name, const WideSink& out) noexcept {
+  return Answer(out, [=](wcstring& text) { return vtclass::GetVtVirtualServerName(name, text); });
+}
+
+bool ClusterVirtualNameToNodeName(const wcstring& name, const WideSink& out) noexcept {
+  return Answer(out,
+                [&](wcstring& text) { return vtclass::ClusterVirtualNameToNodeName(name, text); });
+}
+
+clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, const wchar_t* instance) noexcept {
+  return cluster::AnswerOr(clusAppNoAnswer, [=] {
+    return vtclass::ServerIsRunningSQL2KInstance(server, wcstring(instance));
+  });
+}
+
+bool GetOdbcConnectionString(const WideSink& out, const std::wstring& server,
+                             const std::wstring& instance, const std::wstring& database,
+                             const wchar_t* application, bool usePhysicalName) noexcept {
+  return Answer(out, [&](wcstring& text) {
+    return vtclass::GetOdbcConnectionString(text, server, instance, database, application,
+                                            usePhysicalName);
+  });
+}
+
+bool GetDatabaseServerNames(const DatabaseNames& out) noexcept {
+  return Answer(out, &vtclass::GetDatabaseServerNames);
+}
+
+bool GetVTDatabaseServerNames(const DatabaseNames& out) noexcept {
+  return Answer(out, &vtclass::GetVTDatabaseServerNames);
+}
+
+bool GetCATDatabaseServerNames(const DatabaseNames& out) noexcept {
+  return Answer(out, &vtclass::GetCATDatabaseServerNames);
+}
+
+}  // namespace vtclass::border

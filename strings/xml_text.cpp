@@ -1,5 +1,6 @@
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "platform/border.h"
@@ -9,7 +10,6 @@
 namespace {
 
 using vtclass::WideView;
-using vtclass::border::NotNull;
 using vtclass::border::WideSink;
 using vtclass::strings::FilteredPrefix;
 using vtclass::strings::FilterInto;
@@ -51,9 +51,7 @@ void FilterBuffer(wchar_t* buffer, std::size_t capacity) {
 
 // Puts `filtered` behind the first `clean` units.
 void ReplaceRest(const WideSink& text, std::size_t clean, WideView filtered) {
-  wchar_t* const units = NotNull(text.Resize(clean + filtered.size()));
-  if (!filtered.empty())
-    std::memcpy(units + clean, filtered.data(), filtered.size() * sizeof(wchar_t));
+  if (!text.ReplaceBehind(clean, filtered.data(), filtered.size())) throw std::bad_alloc();
 }
 
 void FilterText(const WideSink& text) {

@@ -2,7 +2,6 @@
 #define VTCLASS_BORDER_H
 
 #include <cstddef>
-#include <cstring>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -52,17 +51,24 @@ T* NotNull(T* made) {
 template <typename Unit>
 class TextSink {
  public:
-  TextSink(std::basic_string<Unit>& text) noexcept : text(&text), resize(&Resized) {}
+  TextSink(std::basic_string<Unit>& text) noexcept
+      : text(&text), resize(&Resized), replace(&Replaced) {}
 
   /* Gives the string `length` units, keeps those that it has, and returns them. Null, with the
-   * string as it was, when its owner has no memory. Shorter than before never fails. */
-  Unit* Resize(std::size_t length) const noexcept { return resize(text, length); }
+   * string as it was, when its owner has no memory. No longer than before never fails. */
+  Unit* Resize(std::size_t length) const noexcept {
+    return length == text->size() ? text->data() : resize(text, length);
+  }
 
-  /* Replaces the contents by units that lie elsewhere. False as above. */
+  /* Replaces what stands behind the first `keep` units by units that lie elsewhere. False as
+   * above. */
+  bool ReplaceBehind(std::size_t keep, const Unit* units, std::size_t length) const noexcept {
+    return replace(text, keep, units, length);
+  }
+
+  /* Replaces the whole contents. */
   bool Assign(const Unit* units, std::size_t length) const noexcept {
-    Unit* const to = Resize(length);
-    if (to && length > 0) std::memcpy(to, units, length * sizeof(Unit));
-    return to != nullptr;
+    return replace(text, 0, units, length);
   }
   bool Assign(std::basic_string_view<Unit> units) const noexcept {
     return Assign(units.data(), units.size());
@@ -72,7 +78,9 @@ class TextSink {
   const std::basic_string<Unit>& Text() const noexcept { return *text; }
 
  private:
-  static Unit* Resized(std::basic_string<Unit>* text, std::size_t length) noexcept {
+  using String = std::basic_string<Unit>;
+
+  static Unit* Resized(String* text, std::size_t length) noexcept {
     try {
       text->resize(length);
       return text->data();
@@ -81,8 +89,19 @@ class TextSink {
     }
   }
 
-  std::basic_string<Unit>* text;
-  Unit* (*resize)(std::basic_string<Unit>* text, std::size_t length) noexcept;
+  static bool Replaced(String* text, std::size_t keep, const Unit* units,
+                       std::size_t length) noexcept {
+    try {
+      text->replace(keep, String::npos, units, length);
+      return true;
+    } catch (const std::exception&) {
+      return false;
+    }
+  }
+
+  String* text;
+  Unit* (*resize)(String* text, std::size_t length) noexcept;
+  bool (*replace)(String* text, std::size_t keep, const Unit* units, std::size_t length) noexcept;
 };
 
 using WideSink = TextSink<wchar_t>;

@@ -28,7 +28,7 @@ bench: ## benchmarks beside peers and raw calls, as ratios
 	@scripts/build benchmarks
 	@scripts/bench
 
-lint: ## formatting, clang-tidy and shellcheck (BASE=commit checks changed files only)
+lint: ## formatting, clang-tidy on what has changed since it was last clean, shellcheck
 	@scripts/setup lint
 	@scripts/lint
 

@@ -12,8 +12,8 @@ namespace vtclass {
 namespace {
 
 using cluster::AnswerOr;
+using cluster::AskCluster;
 using cluster::CountsAsRunning;
-using cluster::OpenedCluster;
 using cluster::ServiceManager;
 
 void Set(bool* flag, bool value) noexcept {
@@ -36,9 +36,10 @@ wcstring ClusterName(const wchar_t* server) {
   return error == 0 ? converted : name;
 }
 
-bool SqlServiceRuns(const wchar_t* server) {
+bool SqlServiceRuns(const wchar_t* server, unsigned long& error) {
   wcstring node;
   const bool isVirtual = ClusterVirtualNameToNodeName(server, node);
+  error = ::GetLastError();
   const ServiceManager services(isVirtual ? node.c_str() : WithBackslashes(server).c_str());
   // The name stands in the second service's name as it was given: an instance that bears the
   // server's name is looked for, and none is taken out of it.
@@ -46,15 +47,16 @@ bool SqlServiceRuns(const wchar_t* server) {
          services.IsRunning((std::wstring(L"MSSQLServer$") + server).c_str());
 }
 
-bool IsRunningSql(const wchar_t* server, bool* flag) {
-  if (!SqlServiceRuns(server)) return false;
-  const auto found = OpenedCluster(server);
-  if (!found) return true;
-  bool own = false;
-  const bool running =
-      CountsAsRunning(found->IsServerRunningSQL(ClusterName(server).c_str(), &own), own);
-  Set(flag, running && !own);
-  return running;
+bool IsRunningSql(const wchar_t* server, bool* flag, unsigned long& error) {
+  if (!SqlServiceRuns(server, error)) return false;
+  // A server that belongs to no cluster has nobody to contradict.
+  return AskCluster(server, error, true, [&](Cluster& cluster) {
+    bool own = false;
+    const auto state = cluster.IsServerRunningSQL(ClusterName(server).c_str(), &own);
+    const bool running = CountsAsRunning(state, own);
+    Set(flag, running && !own);
+    return running;
+  });
 }
 
 struct ExchangeService {
@@ -74,31 +76,35 @@ bool ExchangeServicesRun(const wchar_t* server, const ExchangeService (&parts)[4
   return true;
 }
 
-/* A server that belongs to no cluster has nobody to contradict. */
-bool ClusterAgreesOnExchange(const wchar_t* server) {
+bool ClusterAgreesOnExchange(const wchar_t* server, unsigned long& error) {
   const wcstring name = ClusterName(server);
-  const auto found = OpenedCluster(name.c_str());
-  if (!found) return true;
-  bool own = false;
-  const auto state = found->IsServerRunningExchange(name.c_str(), &own);
-  return CountsAsRunning(state, own);
+  return AskCluster(name.c_str(), error, true, [&](Cluster& cluster) {
+    bool own = false;
+    const auto state = cluster.IsServerRunningExchange(name.c_str(), &own);
+    return CountsAsRunning(state, own);
+  });
 }
 
 }  // namespace
 
 bool ServerIsRunningSQL(const wchar_t* server, bool* flag) {
   Set(flag, false);
-  if (!server || !*server) return false;
-  return AnswerOr(false, [&] { return IsRunningSql(server, flag); });
+  return AnswerOr(false, [&](unsigned long& error) {
+    return server && *server && IsRunningSql(server, flag, error);
+  });
 }
 
 clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance) {
   const clusAppState nothing = clusAppNoAnswer;
-  return AnswerOr(nothing, [&] {
+  return AnswerOr(nothing, [&](unsigned long& error) {
     const auto found = XCSCluster::GetInstance(server);
-    if (!found) return nothing;
+    if (!found) {
+      error = ::GetLastError();
+      return nothing;
+    }
     bool own = false;
     const int state = found->IsServerRunningSQL2KInstance(server, instance.c_str(), &own);
+    error = found->GetErrorCode();
     return state == Cluster::runningIfOwn ? nothing : static_cast<clusAppState>(state);
   });
 }
@@ -113,9 +119,9 @@ bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bool* srs, boo
     for (const ExchangeService& part : parts) Set(part.flag, false);
   };
   clear();
-  if (!server || !*server) return false;
-  const bool running = AnswerOr(false, [&] {
-    return ExchangeServicesRun(server, parts, requireRunning) && ClusterAgreesOnExchange(server);
+  const bool running = AnswerOr(false, [&](unsigned long& error) {
+    return server && *server && ExchangeServicesRun(server, parts, requireRunning) &&
+           ClusterAgreesOnExchange(server, error);
   });
   if (!running) clear();
   return running;

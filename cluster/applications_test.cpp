@@ -78,6 +78,7 @@ SC_HANDLE WINAPI LocalManager(LPCWSTR computer, LPCWSTR, DWORD access) {
 }
 
 SC_HANDLE WINAPI CountedService(SC_HANDLE manager, LPCWSTR name, DWORD access) {
+  EXPECT_EQ(access, DWORD{SERVICE_QUERY_STATUS});
   const SC_HANDLE service = ::OpenServiceW(manager, name, access);
   if (service) ++open;
   return service;
@@ -86,6 +87,29 @@ SC_HANDLE WINAPI CountedService(SC_HANDLE manager, LPCWSTR name, DWORD access) {
 BOOL WINAPI CountedClose(SC_HANDLE handle) {
   --open;
   return ::CloseServiceHandle(handle);
+}
+
+/* A service manager that knows every service but one, all in one state; 0 is a state that cannot be
+ * asked for. */
+DWORD playedState;
+const wchar_t* missing;
+
+template <typename... Arguments>
+SC_HANDLE Played(const Arguments&...) {
+  ++open;
+  return reinterpret_cast<SC_HANDLE>(&playedState);
+}
+SC_HANDLE WINAPI PlayedManager(LPCWSTR name, LPCWSTR, DWORD) { return Played(name); }
+SC_HANDLE WINAPI PlayedService(SC_HANDLE, LPCWSTR name, DWORD) {
+  return missing && std::wstring(name) == missing ? nullptr : Played(name);
+}
+BOOL WINAPI PlayedClose(SC_HANDLE) {
+  --open;
+  return TRUE;
+}
+BOOL WINAPI PlayedStatus(SC_HANDLE, SERVICE_STATUS* status) {
+  status->dwCurrentState = playedState;
+  return playedState != 0;
 }
 
 class Applications : public ::testing::Test {
@@ -166,6 +190,44 @@ TEST_F(Applications, Exchange_ServicesAndCluster) {
   EXPECT_EQ(Exchange(node, true), "+1000");
 }
 
+TEST_F(Applications, OnlyARunningServiceRuns) {
+  const ImportHook<decltype(::OpenSCManagerW)> manager("ADVAPI32.dll", "OpenSCManagerW",
+                                                       &PlayedManager);
+  const ImportHook<decltype(::OpenServiceW)> service("ADVAPI32.dll", "OpenServiceW",
+                                                     &PlayedService);
+  const ImportHook<decltype(::CloseServiceHandle)> close("ADVAPI32.dll", "CloseServiceHandle",
+                                                         &PlayedClose);
+  const ImportHook<decltype(::QueryServiceStatus)> status("ADVAPI32.dll", "QueryServiceStatus",
+                                                          &PlayedStatus);
+  for (playedState = 0; playedState <= SERVICE_PAUSED; ++playedState) {
+    const bool runs = playedState == SERVICE_RUNNING;
+    EXPECT_EQ(Sql(node), runs ? "runs" : "no") << playedState;
+    EXPECT_EQ(Exchange(node, true), runs ? "+1111" : "-0000") << playedState;
+  }
+  playedState = SERVICE_RUNNING;
+  const std::pair<const wchar_t*, const char*> rows[] = {{L"MSExchangeIS", "+0111"},
+                                                         {L"MSExchangeDS", "+1011"},
+                                                         {L"MSExchangeSRS", "+1101"},
+                                                         {L"MSExchangeKMS", "+1110"},
+                                                         {L"MSExchangeSA", "-0000"}};
+  for (const auto& [name, answer] : rows) {
+    missing = name;
+    EXPECT_EQ(Exchange(node, false), answer);
+  }
+  missing = nullptr;
+  // In a cluster that opens but does not tell, nothing counts as running, and the caller hears why.
+  FakeCluster fake(table);
+  fake.table.Resource(L"SQL1").factsError = RPC_S_CALL_FAILED;
+  fake.table.Resource(L"Store").factsError = RPC_S_CALL_FAILED;
+  EXPECT_EQ(Sql(L"SQLV"), "no");
+  EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
+  EXPECT_EQ(Exchange(L"EXCHV", false), "-0000");
+  EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
+  fake.table.Resource(L"SQL1").factsError = fake.table.Resource(L"Store").factsError = 0;
+  EXPECT_EQ(Sql(L"SQLV"), "clustered");
+  EXPECT_EQ(::GetLastError(), 0u);
+}
+
 TEST_F(Applications, Instance_StatesPassThrough) {
   EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
   FakeCluster fake(table);
@@ -173,6 +235,15 @@ TEST_F(Applications, Instance_StatesPassThrough) {
   EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLV", wcstring()), clusAppRunning);
   fake.table.Resource(L"SQL2").state = ClusterResourceOnlinePending;
   EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppUnknown);
+  fake.table.Resource(L"SQL2").state = ClusterResourceOffline;
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNotRunning);
+  EXPECT_EQ(::GetLastError(), 0u);
+  fake.table.Resource(L"SQL2").typeError = RPC_S_CALL_FAILED;
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
+  EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
+  fake.table.isOld = fake.table.isReadOnly = true;
+  EXPECT_EQ(ServerIsRunningSQL2KInstance(L"SQLTWO", L"INST2"), clusAppNoAnswer);
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
 }
 
 }  // namespace

@@ -9,14 +9,17 @@ namespace vtclass::border {
 
 namespace {
 
-// The answer of `ask(text)` and its text; no, and an empty text, when the owner has no memory.
+// The answer of `ask(text)`, its text and its last error; no, an empty text and
+// ERROR_NOT_ENOUGH_MEMORY when the owner has no memory.
 template <typename Ask>
 bool Answer(const WideSink& out, Ask ask) noexcept {
   wcstring text;
   const bool answer = ask(text);
-  if (out.Assign(text)) return answer;
-  out.Resize(0);
-  return false;
+  const DWORD error = ::GetLastError();
+  const bool whole = out.Assign(text);
+  if (!whole) out.Resize(0);
+  ::SetLastError(whole ? error : ERROR_NOT_ENOUGH_MEMORY);
+  return whole && answer;
 }
 
 using Names = bool (*)(std::wstring& server, std::wstring& activeNode, std::wstring& instance,
@@ -35,13 +38,13 @@ bool Answer(const DatabaseNames& out, Names ask) noexcept {
   std::wstring instance;
   std::wstring database;
   Clear(out);
-  if (!ask(server, activeNode, instance, database, out.isLocal)) return false;
-  if (out.server.Assign(server) && out.activeNode.Assign(activeNode) &&
-      out.instance.Assign(instance) && out.database.Assign(database)) {
-    return true;
-  }
-  Clear(out);
-  return false;
+  const bool found = ask(server, activeNode, instance, database, out.isLocal);
+  const DWORD error = ::GetLastError();
+  const bool whole = out.server.Assign(server) && out.activeNode.Assign(activeNode) &&
+                     out.instance.Assign(instance) && out.database.Assign(database);
+  if (!whole) Clear(out);
+  ::SetLastError(whole ? error : ERROR_NOT_ENOUGH_MEMORY);
+  return whole && found;
 }
 
 }  // namespace
@@ -60,8 +63,10 @@ bool ClusterVirtualNameToNodeName(const wcstring& name, const WideSink& out) noe
 }
 
 clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, const wchar_t* instance) noexcept {
-  return cluster::AnswerOr(clusAppNoAnswer, [=] {
-    return vtclass::ServerIsRunningSQL2KInstance(server, wcstring(instance));
+  return cluster::AnswerOr(clusAppNoAnswer, [=](unsigned long& error) {
+    const clusAppState state = vtclass::ServerIsRunningSQL2KInstance(server, wcstring(instance));
+    error = ::GetLastError();
+    return state;
   });
 }
 

@@ -85,19 +85,25 @@ bool ReadLocation(const StoredLocation& stored, const Location& location) {
   return true;
 }
 
-bool FindLocation(const StoredLocation& stored, const Location& location) {
+/* `error`: why the active node or whether the server is this machine could not be told. */
+bool FindLocation(const StoredLocation& stored, const Location& location, unsigned long& error) {
   if (!ReadLocation(stored, location) || location.server.empty()) return false;
   wcstring node;
   if (GetVtActiveNodeName(location.server.c_str(), node) && node != location.server) {
     location.activeNode = node;
   }
-  if (!location.isLocal) IsThisMe(location.server, &location.isLocal, true);
+  error = ::GetLastError();
+  if (!location.isLocal) {
+    const unsigned long status = IsThisMe(location.server, &location.isLocal, true);
+    if (status != ERROR_SUCCESS && status != ERROR_INVALID_PARAMETER) error = status;
+  }
   return true;
 }
 
 bool Find(const StoredLocation& stored, const Location& location) noexcept {
   location.Clear();
-  const bool found = AnswerOr(false, [&] { return FindLocation(stored, location); });
+  const bool found =
+      AnswerOr(false, [&](unsigned long& error) { return FindLocation(stored, location, error); });
   if (!found) location.Clear();
   return found;
 }
@@ -113,7 +119,7 @@ std::wstring PhysicalHostName(const std::wstring& otherwise) {
 bool GetOdbcConnectionString(std::wstring& out, const std::wstring& server,
                              const std::wstring& instance, const std::wstring& database,
                              const wchar_t* application, bool usePhysicalName) {
-  return AskForText(out, [&](std::wstring& text) {
+  return AskForText(out, [&](std::wstring& text, unsigned long&) {
     if (server.empty() || database.empty()) return false;
     const std::wstring host = usePhysicalName ? PhysicalHostName(server) : server;
     text = cluster::OdbcText(host, instance, database, application ? application : L"");

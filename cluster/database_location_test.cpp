@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "tests/support/allocations.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
@@ -96,6 +97,48 @@ TEST_F(DatabaseLocation, InACluster_NamesTheActiveNode) {
     Store(L"Database Server Name", server);
     EXPECT_EQ(Ask(), answer);
   }
+}
+
+int NoName(wchar_t*, unsigned long*) { return 0; }
+
+TEST_F(DatabaseLocation, Failure_LeavesNothingInTheOutputs) {
+  test::MakeKey(kQuestions[0].key);
+  {
+    const test::ImportHook<decltype(NoName)> name("vtcluster.dll", "_Z17VTGetComputerNamePwPm",
+                                                  &NoName);
+    const test::ImportHook<decltype(NoName)> wide("vtcluster.dll", "_Z18VTGetComputerNameWPwPm",
+                                                  &NoName);
+    EXPECT_EQ(Ask(), L"none");
+  }
+  const FakeCluster fake(test::TwoNodes());
+  Store(L"Database Server Name", L"VTBACKUP");
+  Store(L"Database Instance Name", std::wstring(100, L'i'));
+  EXPECT_EQ(Ask(), L"VTBACKUP/NODEB/" + std::wstring(100, L'i') + L"/VTDB/");
+  bool failed = true;
+  for (long n = 1; failed; ++n) {
+    std::wstring texts[4] = {L"x", L"x", L"x", L"x"};
+    bool isLocal = true;
+    test::Allocations allocations;
+    allocations.FailAt(n);
+    const bool found = GetDatabaseServerNames(texts[0], texts[1], texts[2], texts[3], isLocal);
+    const DWORD error = ::GetLastError();
+    failed = allocations.Failed();
+    EXPECT_FALSE(isLocal);
+    EXPECT_TRUE(found || error == ERROR_NOT_ENOUGH_MEMORY) << n << ": " << error;
+    for (const auto& text : texts) {
+      // A node that cannot be told stays empty, and the last error says so.
+      const bool mayLack = &text == &texts[1] && found && error != ERROR_SUCCESS;
+      EXPECT_TRUE(mayLack || text.empty() == !found) << n;
+    }
+  }
+}
+
+TEST_F(DatabaseLocation, UnreadableCluster_IsNoLocalServer) {
+  FakeCluster fake(test::TwoNodes());
+  fake.table.Resource(L"Address3").factsError = RPC_S_CALL_FAILED;
+  Store(L"Database Server Name", L"127.0.0.1");
+  EXPECT_EQ(Ask(), L"127.0.0.1//Vantorl/VTDB/");
+  EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
 }
 
 BOOL WINAPI LongHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {

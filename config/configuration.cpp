@@ -104,8 +104,11 @@ bool Configuration::OpenEx(const wchar_t* subkey, unsigned long samDesired, unsi
                           ? ::RegCreateKeyExW(root, subkey, 0, nullptr, options, samDesired,
                                               nullptr, &key, &outcome)
                           : OpenWithoutTrace(root, subkey, options, samDesired, key, outcome);
+  if (status != ERROR_SUCCESS) {
+    key = nullptr;
+    if (allowCreate) outcome = 0;
+  }
   if (disposition) *disposition = outcome;
-  if (status != ERROR_SUCCESS) key = nullptr;
   return Succeeded(status);
 }
 

@@ -24,6 +24,10 @@ long CheckType(long status, DWORD type, DWORD wanted) {
   return typeIsKnown && type != wanted ? kWrongType : status;
 }
 
+// Only what is known to be missing or useless may be written over. After any other failure, say of
+// the memory or of the connection, the stored value may well be right.
+bool IsReplaceable(long status) { return status == ERROR_FILE_NOT_FOUND || status == kWrongType; }
+
 }  // namespace
 
 bool Configuration::LoadDWORD(const wchar_t* name, unsigned long& out) {
@@ -43,7 +47,7 @@ bool Configuration::LoadDWORD(const wchar_t* name, unsigned long& out) {
 bool Configuration::Load(const wchar_t* name, unsigned long& out, unsigned long def) {
   if (LoadDWORD(name, out)) return true;
   out = def;
-  return SaveDWORD(name, def);
+  return IsReplaceable(lastError) && SaveDWORD(name, def);
 }
 
 bool Configuration::LoadText(const wchar_t* name, const WideSink& out) noexcept {
@@ -63,8 +67,7 @@ bool Configuration::LoadText(const wchar_t* name, const WideSink& out) noexcept 
 bool Configuration::LoadText(const wchar_t* name, const WideSink& out,
                              const wchar_t* def) noexcept {
   if (LoadText(name, out)) return true;
-  // Without memory to read it, the stored text may well be right: it is not written over.
-  const bool replace = lastError != ERROR_NOT_ENOUGH_MEMORY;
+  const bool replace = IsReplaceable(lastError);
   const WideView text = def ? def : L"";
   const long status = StatusOf([&] {
     HandOver(out, text);

@@ -6,6 +6,7 @@
 #include <array>
 #include <functional>
 #include <set>
+#include <tuple>
 
 #include "config/multi_string.h"
 #include "tests/support/allocations.h"
@@ -117,35 +118,59 @@ TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
   EXPECT_EQ(handles.Open(), 0);
 }
 
-TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_LeavesWhatWasThereAndNothingElse) {
-  // A private root has no 32-bit view, so the view is looked at where it reaches the system.
-  const ImportHook<decltype(::RegDeleteKeyExW)> hook(
-      "ADVAPI32.dll", "RegDeleteKeyExW", [](HKEY key, LPCWSTR name, REGSAM view, DWORD) {
-        asked = view;
-        return ::RegDeleteKeyExW(key, name, view, 0);
+int created;
+LSTATUS firstLook;
+
+// Two that test for one key at once would each take the other's creation for a key that exists.
+TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_CreatesNothingAndTellsWhatItFound) {
+  const ImportHook<decltype(::RegCreateKeyExW)> create("ADVAPI32.dll", "RegCreateKeyExW",
+                                                       [](auto... all) {
+                                                         ++created;
+                                                         return ::RegCreateKeyExW(all...);
+                                                       });
+  const ImportHook<decltype(::RegOpenKeyExW)> open(
+      "ADVAPI32.dll", "RegOpenKeyExW",
+      [](HKEY root, LPCWSTR key, DWORD options, REGSAM rights, PHKEY opened) {
+        asked = rights;
+        return firstLook ? firstLook : ::RegOpenKeyExW(root, key, options, rights, opened);
       });
-  MakeKey(L"Software\\A");
-  for (const DWORD view : {0ul, DWORD{KEY_WOW64_64KEY}, DWORD{KEY_WOW64_32KEY}}) {
-    for (const std::wstring& key : {std::wstring(kKey), kKey + L"\\C\\\\D\\"s}) {
-      EXPECT_FALSE(settings.OpenEx(key.c_str(), KEY_READ | view, 0, false, &disposition));
-      EXPECT_TRUE(settings.GetErrorCode() == ERROR_FILE_NOT_FOUND && disposition == 1);
-      EXPECT_TRUE(!KeyExists(kKey) && KeyExists(L"Software\\A") && asked == view);
-    }
+  ASSERT_TRUE(settings.OpenEx(L"Software\\V", KEY_READ, REG_OPTION_VOLATILE, true, &disposition));
+  EXPECT_EQ(disposition, 1u);
+  created = 0;
+  const struct {
+    const wchar_t* key;
+    DWORD options, view;
+    LSTATUS refused, status;
+    unsigned long disposition;
+  } rows[] = {{kKey, 0, 0, 0, 2, 1},
+              {L"Software\\A\\B\\\\C\\", 0, KEY_WOW64_64KEY, 0, 2, 1},
+              {kKey, REG_OPTION_VOLATILE, KEY_WOW64_32KEY, 0, 2, 1},
+              {L"Software\\V\\B", 0, 0, 0, 2, 1},
+              {L"Software", 0, 0, 0, 0, 2},
+              {L"Software", REG_OPTION_VOLATILE | REG_OPTION_CREATE_LINK, 0, 0, 0, 2},
+              {kKey, 0, 0, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED, 0},
+              {L"Software", 0, 0, ERROR_NO_SYSTEM_RESOURCES, ERROR_NO_SYSTEM_RESOURCES, 0}};
+  for (const auto& row : rows) {
+    firstLook = row.refused;
+    const bool ok = settings.OpenEx(row.key, KEY_READ | row.view, row.options, false, &disposition);
+    EXPECT_EQ(Result(ok), Status(row.status)) << row.key;
+    EXPECT_EQ(disposition, row.disposition) << row.key;
+    EXPECT_EQ(asked, KEY_READ | row.view);
+    const CRegistryKeysIterator keys(row.key, HKEY_LOCAL_MACHINE, row.options);
+    EXPECT_EQ(keys.isValid(), row.status == 0);
   }
-  EXPECT_TRUE(settings.OpenEx(L"Software\\A", KEY_READ, 0, false, &disposition) &&
-              disposition == 2);
-  EXPECT_TRUE(settings.OpenEx(kKey, KEY_READ, REG_OPTION_VOLATILE, true, &disposition) &&
-              disposition == 1);
-  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, &disposition));
-  EXPECT_TRUE(settings.GetErrorCode() == ERROR_CHILD_MUST_BE_VOLATILE && disposition == 0);
+  firstLook = 0;
+  EXPECT_TRUE(created == 0 && !KeyExists(L"Software\\A"));
 }
 
-TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_NeverTakesAwayAnotherProgramsValues) {
+TEST_F(ConfigurationTest, OpenEx_FailedCreation_HasNoDisposition) {
   const ImportHook<decltype(::RegCreateKeyExW)> hook(
-      "ADVAPI32.dll", "RegCreateKeyExW",
-      [](auto... all) { return Put(REG_SZ, ""), ::RegCreateKeyExW(all...); });
-  EXPECT_FALSE(settings.OpenEx((kKey + L"\\C"s).c_str(), KEY_READ, 0, false, nullptr));
-  EXPECT_TRUE(KeyExists(kKey) && !KeyExists(kKey + L"\\C"s));
+      "ADVAPI32.dll", "RegCreateKeyExW", [](auto... all) -> LSTATUS {
+        *std::get<8>(std::tuple(all...)) = REG_CREATED_NEW_KEY;
+        return ERROR_ACCESS_DENIED;
+      });
+  EXPECT_FALSE(settings.OpenEx(kKey, KEY_READ, 0, true, &disposition));
+  EXPECT_EQ(disposition, 0u);
 }
 
 long freed;
@@ -246,6 +271,32 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
   EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));
   EXPECT_TRUE(number == 9 && text == L"x");
+}
+
+LSTATUS unreadable;
+
+// What cannot be read may well be right. The key may be written, so that only the rule protects it.
+TEST_F(ConfigurationValues, Load_FailsForAnotherReason_GivesTheDefaultAndWritesNothing) {
+  const ImportHook<decltype(::RegQueryValueExW)> hook(
+      "ADVAPI32.dll", "RegQueryValueExW",
+      [](auto... all) -> LSTATUS { return unreadable ? unreadable : ::RegQueryValueExW(all...); });
+  Put(REG_DWORD, "\1\2\3\4");
+  const auto load = [&](LSTATUS status) {
+    unsigned long number = 0;
+    wcstring text;
+    EXPECT_EQ(Result(settings.Load(L"v", number, 7)), Status(status));
+    EXPECT_EQ(Result(settings.Load(L"v", text, L"x")), Status(status));
+    EXPECT_TRUE(number == 7 && text == L"x");
+    EXPECT_EQ(StoredValue(kKey, L"v"), "\1\2\3\4");
+  };
+  for (const LSTATUS status : {ERROR_ACCESS_DENIED, ERROR_NOT_ENOUGH_MEMORY, ERROR_KEY_DELETED,
+                               RPC_S_SERVER_UNAVAILABLE}) {
+    unreadable = status;
+    load(status);
+  }
+  unreadable = 0;
+  ASSERT_TRUE(settings.Open(kKey, nullptr, Configuration::accessWrite));
+  load(ERROR_ACCESS_DENIED);
 }
 
 TEST_F(ConfigurationValues, Load_AnyStoredBytes_ByTypeFirst) {

@@ -10,6 +10,37 @@ using platform::CriticalSection;
 using platform::HResultOfFailure;
 using platform::ScopedLock;
 
+namespace {
+
+bool IsGone(LSTATUS status) {
+  return status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED;
+}
+
+/* Leaves `key` empty for the root itself, which is not ours to close. */
+LSTATUS OpenForSignals(HKEY root, const wcstring& path, platform::OwnedRegistryKey& key) {
+  key.Reset();
+  if (path.empty()) return ERROR_SUCCESS;
+  return ::RegOpenKeyExW(root, path.c_str(), 0, KEY_NOTIFY, key.Receive());
+}
+
+/* From a key's path to that of the key above it; empty is the root. */
+void CutLast(wcstring& path) {
+  const std::size_t separator = path.rfind(L'\\');
+  path.resize(separator == wcstring::npos ? 0 : separator);
+}
+
+void Report(const wcstring& path, LSTATUS status) noexcept {
+  StatusOf([&] {
+    const std::wstring line = L"vtclass_mini: changes of the key " + path +
+                              L" are not signalled now, trying again: status " +
+                              std::to_wstring(status) + L"\n";
+    ::OutputDebugStringW(line.c_str());
+    return ERROR_SUCCESS;
+  });
+}
+
+}  // namespace
+
 Configuration* ReadingKey::Below(HKEY root, const wcstring& path) {
   if (!key || root != openRoot) {
     key.emplace(root);
@@ -38,23 +69,58 @@ long KeyWatcher::Arm() {
   const LSTATUS status = ::RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                                            KEY_NOTIFY, nullptr, key.Receive(), nullptr);
   if (status != ERROR_SUCCESS) return HResultOfFailure(static_cast<unsigned long>(status));
-  return AskForSignal();
+  isFollowed = true;
+  return Settle(AskForSignal());
 }
 
-long KeyWatcher::AskForSignal() {
-  const LSTATUS status = ::RegNotifyChangeKeyValue(
-      key.Get(), TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET, GetHandle(), TRUE);
-  isArmed = status == ERROR_SUCCESS;
-  return isArmed ? S_OK : HResultOfFailure(static_cast<unsigned long>(status));
+// Of a key above only the names count: the missing key has to come below it.
+LSTATUS KeyWatcher::AskForSignal() {
+  const bool isKeyItself = missing.empty();
+  const DWORD values = isKeyItself ? REG_NOTIFY_CHANGE_LAST_SET : 0;
+  return ::RegNotifyChangeKeyValue(key ? key.Get() : root, isKeyItself,
+                                   REG_NOTIFY_CHANGE_NAME | values, GetHandle(), TRUE);
+}
+
+bool KeyWatcher::IsStillMissing() const {
+  platform::OwnedRegistryKey found;
+  return OpenForSignals(root, missing, found) == ERROR_FILE_NOT_FOUND;
+}
+
+// Watches the key or, while it is missing, the nearest one above it that exists. Closing the handle
+// held so far may set the event; the look that follows finds nothing new then.
+LSTATUS KeyWatcher::WatchNearest() {
+  missing.clear();
+  for (wcstring at = path;; CutLast(at)) {
+    LSTATUS status = OpenForSignals(root, at, key);
+    if (status == ERROR_SUCCESS) status = AskForSignal();
+    if (status == ERROR_SUCCESS) break;
+    if (!IsGone(status) || at.empty()) return status;
+    missing = at;
+  }
+  // It may have come before the signal was asked for.
+  if (!missing.empty() && !IsStillMissing()) Signal();
+  return ERROR_SUCCESS;
 }
 
 long KeyWatcher::Rearm() {
   // The look that follows opens the key anew: the one in hand may be a deleted one's.
   readingKey.Close();
-  if (AskForSignal() == S_OK) return S_OK;
-  // Most likely ERROR_KEY_DELETED: a handle of a deleted key stays dead when a key of that name
-  // comes back. Closing it may set the event; the look that follows finds nothing new then.
-  return Arm();
+  LSTATUS status = isArmed ? AskForSignal() : ERROR_KEY_DELETED;
+  const bool hasCome = !missing.empty() && !IsStillMissing();
+  // Most likely the watched key has been deleted: its handle stays dead when a key of that name
+  // comes back.
+  if (status != ERROR_SUCCESS || hasCome) status = StatusOf([this] { return WatchNearest(); });
+  return Settle(status);
+}
+
+long KeyWatcher::Settle(LSTATUS status) {
+  isArmed = status == ERROR_SUCCESS;
+  if (isArmed) {
+    retry.End();
+    return S_OK;
+  }
+  if (retry.Order()) Report(path, status);
+  return HResultOfFailure(static_cast<unsigned long>(status));
 }
 
 long KeyWatcher::Collect(const Settings& current) {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "config/growing_pause.h"
 #include "platform/critical_section.h"
 #include "platform/owned.h"
 #include "vtclass/config.h"
@@ -66,19 +67,27 @@ class ReadingKey {
   bool isOpen = false;
 };
 
-/* One watched key below HKEY_LOCAL_MACHINE. */
+/*
+ * One watched key below HKEY_LOCAL_MACHINE. It is made once, at the arming. When it is deleted, it
+ * is not made again, which would race whoever removes the product: the nearest key above it that
+ * exists is watched until the key is back.
+ */
 class KeyWatcher final : public WatchedEvent {
  public:
   /* Requires: `settings` outlives the watcher. */
   KeyWatcher(const Settings& settings, const wchar_t* path);
 
   /* Opens the key, making it if it is missing, and asks for one signal at the next change of it or
-   * of anything below it. E_INVALIDARG for an empty path. */
+   * of anything below it. E_INVALIDARG for an empty path. A key that cannot be opened is never
+   * watched. */
   long Arm() override;
 
-  /* Asks for the next signal. Where the open key cannot give it any more, because it has been
-   * deleted, the key is opened anew. */
+  /* Asks for the next signal. Where the system refuses it, the failure is told to the debugger
+   * output, once until it succeeds again, and UntilRetry says when to call this anew. */
   long Rearm() override;
+
+  /* Milliseconds until Rearm is to be called without a signal; INFINITE while none is refused. */
+  DWORD UntilRetry() const { return retry.Left(); }
 
   /* Notes which settings are registered now. The caller holds their lock. 0x80070008 when memory
    * runs out. */
@@ -91,17 +100,23 @@ class KeyWatcher final : public WatchedEvent {
   bool IsStopSignal() const override { return false; }
 
   /* Whether changes of values of `subkey` come to light here. Any thread. */
-  bool Watches(const wcstring& subkey) const { return isArmed && subkey == path; }
+  bool Watches(const wcstring& subkey) const { return isFollowed && subkey == path; }
 
  private:
-  long AskForSignal();
+  LSTATUS AskForSignal();
+  LSTATUS WatchNearest();
+  bool IsStillMissing() const;
+  long Settle(LSTATUS status);
 
   std::vector<const void*> snapshot; /* cookies, in their order */
   const Settings& settings;
-  platform::OwnedRegistryKey key;
+  platform::OwnedRegistryKey key; /* the watched one: the key or one above it, null for the root */
   HKEY root = HKEY_LOCAL_MACHINE;
   wcstring path;
-  std::atomic<bool> isArmed{false};
+  wcstring missing;     /* the key below the watched one that has to come first; else empty */
+  bool isArmed = false; /* a signal has been asked for */
+  std::atomic<bool> isFollowed{false};
+  GrowingPause retry;
   ReadingKey readingKey; /* stays open until the next change, whose first look then need not wait */
 };
 

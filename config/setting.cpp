@@ -78,6 +78,8 @@ long Setting::Attach(TextCallback callback, void* callbackContext, TextRunner ru
   return S_OK;
 }
 
+void Setting::TellAlways() { tellsAlways = true; }
+
 long Setting::Read() {
   Configuration key(root);
   if (!key.Open(Configuration::openExisting, subkey.c_str(), nullptr, kReadAndWrite)) {
@@ -107,7 +109,7 @@ long Setting::Refresh(Configuration& key, SettingChange& change) {
 
 long Setting::RefreshNumber(Configuration& key, SettingChange& change) {
   const unsigned long before = numericValue;
-  if (ReadFrom(key) != S_OK || !Differs(before)) return E_FAIL;
+  if (ReadFrom(key) != S_OK || !(tellsAlways || Differs(before))) return E_FAIL;
   change.number = numericValue;
   change.numberCallback = numberCallback;
   change.numberRunner = numberRunner;
@@ -119,7 +121,7 @@ long Setting::RefreshText(Configuration& key, SettingChange& change) {
     wcstring now;
     if (!key.Load(valueName.c_str(), now)) return E_FAIL;
     hasValue = true;
-    if (now == stringValue) return E_FAIL;
+    if (now == stringValue && !tellsAlways) return E_FAIL;
     // The subscriber's copy comes first: a change that cannot be told for want of memory must still
     // be a change at the next look.
     change.text = now;

@@ -1,5 +1,7 @@
 #include "vtclass/settings_monitor.h"
 
+#include <algorithm>
+
 #include "config/no_throw.h"
 #include "config/product_keys.h"
 #include "config/settings_monitor_state.h"
@@ -99,21 +101,35 @@ unsigned long SettingsMonitor::Thread(void* monitor) {
 long SettingsMonitor::Monitor() {
   state->threadId = ::GetCurrentThreadId();
   for (;;) {
-    Waitable* const signalled = state->waitGroup.Wait(INFINITE);
-    if (!signalled) {
+    WatchedEvent* const watched = state->Next();
+    if (!watched) {
       ::Sleep(kPause);
       continue;
     }
-    auto& watched = static_cast<WatchedEvent&>(*signalled);
-    if (watched.IsStopSignal()) break;
-    state->Look(watched);
-    watched.Rearm();
+    if (watched->IsStopSignal()) break;
+    state->Look(*watched);
+    watched->Rearm();
     // A change that came between the reading and the new notification is remembered by some systems
     // and forgotten by others. This look finds it; where nothing differs nobody is called.
-    state->Look(watched);
+    state->Look(*watched);
   }
   state->threadId = 0;
   return S_OK;
+}
+
+KeyWatcher* SettingsMonitor::State::Due() {
+  for (KeyWatcher* const watcher : {&loggingWatcher, &debugWatcher}) {
+    if (watcher->UntilRetry() == 0) return watcher;
+  }
+  return nullptr;
+}
+
+WatchedEvent* SettingsMonitor::State::Next() {
+  // What is due goes first: many signals of the other key must not put it off for ever.
+  if (KeyWatcher* const due = Due()) return due;
+  const DWORD limit = std::min(loggingWatcher.UntilRetry(), debugWatcher.UntilRetry());
+  Waitable* const signalled = waitGroup.Wait(limit);
+  return signalled ? static_cast<WatchedEvent*>(signalled) : Due();
 }
 
 void SettingsMonitor::State::Look(WatchedEvent& watched) {
@@ -143,6 +159,14 @@ const void* SettingsMonitor::RegisterSetting(Setting* setting) {
 }
 
 long SettingsMonitor::UnRegisterSetting(const void* cookie) { return RemoveSetting(cookie); }
+
+void SettingsMonitor::UnRegisterContext(const void* context) {
+  if (!State::c_instance) return;
+  State& state = *State::c_instance->state;
+  const ScopedLock hold(state.lock);
+  std::erase_if(state.settings,
+                [&](const auto& entry) { return entry.second->context == context; });
+}
 
 long SettingsMonitor::RemoveAllSettings() {
   const ScopedLock hold(state->lock);

@@ -17,6 +17,10 @@ struct SettingsMonitor::State {
   State();
 
   bool IsMonitorThread() const { return threadId == ::GetCurrentThreadId(); }
+  /* Waits for what the thread has to see to next: a signal, or a key whose signal was refused and
+   * is to be asked for again. Null when the system refuses the wait. */
+  vtclass::config::WatchedEvent* Next();
+  vtclass::config::KeyWatcher* Due();
   /* Re-reads the settings of a watched key and tells their subscribers. */
   void Look(vtclass::config::WatchedEvent& watched);
 

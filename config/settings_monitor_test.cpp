@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <vector>
 
 #include "config/product_keys.h"
 #include "tests/support/allocations.h"
@@ -70,17 +72,29 @@ void PutLevel(unsigned long level) { Put(LoggingKey(), kLevel, level); }
 
 /* Where the library asks the system for a signal, and what the test does in that moment. */
 std::function<void()> beforeArming;
-HANDLE firstArmed;
+std::atomic<HANDLE> loggingEvent, debugEvent;
+std::atomic<int> refusals; /* how many requests are refused from now on */
+HANDLE armedAbove;         /* a semaphore: requests for the coming of a missing key */
 using ArmHook = ImportHook<decltype(::RegNotifyChangeKeyValue)>;
 LSTATUS WINAPI Arm(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asynchronous) {
-  if (!firstArmed) firstArmed = event;
+  if (!loggingEvent) {
+    loggingEvent = event;
+  } else if (event != loggingEvent) {
+    debugEvent = event;
+  }
   if (beforeArming) std::exchange(beforeArming, nullptr)();
+  if (refusals > 0) return --refusals, ERROR_NO_SYSTEM_RESOURCES;
+  if (armedAbove && !subtree) ::ReleaseSemaphore(armedAbove, 1, nullptr);
   return ::RegNotifyChangeKeyValue(key, subtree, filter, event, asynchronous);
 }
 
 class SettingsMonitorTest : public testing::Test {
  protected:
-  SettingsMonitorTest() { MakeKey(LoggingKey()), MakeKey(DebugKey()); }
+  SettingsMonitorTest() {
+    MakeKey(LoggingKey()), MakeKey(DebugKey());
+    loggingEvent = debugEvent = armedAbove = nullptr;
+    refusals = 0;
+  }
   ~SettingsMonitorTest() override { CMS_SetProd(0); }
 
   void Begin() {
@@ -252,37 +266,99 @@ TEST_F(SettingsMonitorTest, ChangeWhileStopped_ArrivesAfterStart) {
   }
 }
 
+// The monitor is made after the changes, and so looks at nothing of its own accord.
 TEST_F(SettingsMonitorTest, SettingOfTheCaller_ChangedSinceItWasRead_IsTold) {
-  Begin();
   auto* const setting = new Setting(HKEY_LOCAL_MACHINE, LoggingKey(), kLevel, Setting::dwordKind);
   PutLevel(1);
   EXPECT_EQ(setting->Read(), S_OK);
   setting->AttachNumber(&Subscriber::OnNumber, &first);
   PutLevel(2);
-  Settle();
+  monitor = std::make_unique<TestMonitor>();
   EXPECT_EQ(monitor->RegisterSetting(setting), setting);
   EXPECT_EQ(first.Next(), L"2");
 }
 
 // Another change comes before the next signal is asked for; a signal comes without a change, as
-// when the thread that asked for it ends; the key is deleted, which not every system signals.
-TEST_F(SettingsMonitorTest, NothingIsLost_BetweenReadingAndArming_NorWithTheKey) {
+// when the thread that asked for it ends.
+TEST_F(SettingsMonitorTest, NothingIsLost_BetweenReadingAndArming) {
   const ArmHook hook("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
-  firstArmed = nullptr;
   Begin();
   ASSERT_TRUE(Level(first));
   beforeArming = [] { PutLevel(2); };
   PutLevel(1);
   EXPECT_EQ(first.Next(), L"1");
   EXPECT_EQ(first.Next(), L"2");
-  ::SetEvent(firstArmed);
+  ::SetEvent(loggingEvent);
   Settle();
-  ASSERT_EQ(::RegDeleteTreeW(HKEY_LOCAL_MACHINE, LoggingKey()), ERROR_SUCCESS);
-  ::SetEvent(firstArmed);
-  for (int i = 0; i < 500 && !KeyExists(LoggingKey()); ++i) ::Sleep(10);
-  PutLevel(3);
-  EXPECT_EQ(first.Next(), L"3");
-  Settle();
+}
+
+// Not every system signals that the watched key itself is deleted. That nothing is made again is
+// known once the coming of the missing key is waited for.
+TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMakesIt) {
+  const ArmHook hook("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
+  const vtclass::platform::OwnedKernelObject above(::CreateSemaphoreW(nullptr, 0, 9999, nullptr));
+  armedAbove = above.Get();
+  Begin();
+  ASSERT_TRUE(Level(first));
+  ASSERT_TRUE(monitor->VtmRegisterMaxDebugFileCount(&Subscriber::OnNumber, &other));
+  unsigned long value = 0;
+  for (const wchar_t* made :
+       {LoggingKey(), L"Software\\Norvane\\Vantorel For Windows", L"Software"}) {
+    // From the key up to the root, a key at a time.
+    for (std::wstring key = LoggingKey();; key.resize(key.rfind(L'\\'))) {
+      ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str());
+      ::SetEvent(loggingEvent), ::SetEvent(debugEvent);
+      ASSERT_EQ(::WaitForSingleObject(above.Get(), 20000), WAIT_OBJECT_0) << value;
+      EXPECT_FALSE(KeyExists(key));
+      if (key == L"Software") break;
+    }
+    MakeKey(made);
+    PutLevel(++value);
+    EXPECT_EQ(first.Next(), std::to_wstring(value));
+    Put(DebugKey(), L"MaxDebugFile Count", value);
+    EXPECT_EQ(other.Next(), std::to_wstring(value));
+    Settle();
+  }
+}
+
+ULONGLONG playedClock;
+unsigned long playedLevel;
+std::vector<DWORD> pauses;
+std::vector<std::wstring> lines;
+
+// The clock stands still but for the pauses, which are over at once. In each the level goes up.
+DWORD WINAPI PassPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+  if (limit == INFINITE) return ::WaitForMultipleObjects(count, handles, all, limit);
+  const DWORD result = ::WaitForMultipleObjects(count, handles, all, 0);
+  if (result == WAIT_TIMEOUT)
+    pauses.push_back(limit), playedClock += limit, PutLevel(++playedLevel);
+  return result;
+}
+
+TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndToldOnce) {
+  const ArmHook arm("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
+  const ImportHook<decltype(::GetTickCount64)> clock("KERNEL32.dll", "GetTickCount64",
+                                                     [] { return playedClock; });
+  const ImportHook<decltype(::WaitForMultipleObjects)> wait("KERNEL32.dll",
+                                                            "WaitForMultipleObjects", &PassPause);
+  const ImportHook<decltype(::OutputDebugStringW)> output(
+      "KERNEL32.dll", "OutputDebugStringW", [](LPCWSTR line) { lines.emplace_back(line); });
+  pauses.clear(), lines.clear(), playedLevel = 0;
+  Begin();
+  ASSERT_TRUE(Level(first));
+  // The key in hand, then the key opened anew; after the first pause the latter alone.
+  for (const auto& [refused, lastLevel] : {std::pair(2 + 11, 13ul), {2, 15ul}}) {
+    beforeArming = [count = refused] { refusals = count; };
+    unsigned long level = playedLevel;
+    PutLevel(++playedLevel);
+    while (level < lastLevel) EXPECT_EQ(first.Next(), std::to_wstring(++level));
+    Settle();
+  }
+  EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
+                                        60000, 60000, 100}));
+  ASSERT_EQ(lines.size(), 2u) << "once a trouble";
+  EXPECT_NE(lines[0].find(LoggingKey()), std::wstring::npos);
+  EXPECT_EQ(lines[0].find(L'\n'), lines[0].size() - 1);
 }
 
 TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDestroyed) {

@@ -6,15 +6,13 @@
 namespace vtclass::config {
 
 /*
- * Opens an existing key with everything that RegCreateKeyExW offers, and with its status codes, but
- * leaves nothing behind where there was nothing.
+ * Opens an existing key with the options of RegCreateKeyExW. Nothing is created on the way, not
+ * even for a moment: of two that test for one key, each would take the other's creation for a key
+ * that exists, and none would remove it.
  *
  * Existing key: 0, `key` open, `disposition` REG_OPENED_EXISTING_KEY. Missing key:
- * ERROR_FILE_NOT_FOUND, `disposition` REG_CREATED_NEW_KEY; the key that the system made and the
- * parents made on the way are removed again in the registry view of `access`. Otherwise the
- * system's status or ERROR_NOT_ENOUGH_MEMORY, and `disposition` 0. On failure `key` is null.
- *
- * A key that somebody else has filled meanwhile is never removed, nor are its parents.
+ * ERROR_FILE_NOT_FOUND, `disposition` REG_CREATED_NEW_KEY, which is what creating it would have
+ * told. Otherwise the system's status and `disposition` 0. On failure `key` is null.
  */
 long OpenWithoutTrace(HKEY parent, const wchar_t* subkey, DWORD options, REGSAM access, HKEY& key,
                       DWORD& disposition) noexcept;

@@ -9,6 +9,7 @@
 #include "log/output_length.h"
 #include "log/plain_format.h"
 #include "log/wrap_marker.h"
+#include "strings/xml_escape.h"
 #include "strings/xml_reference.h"
 
 using namespace vtclass;
@@ -47,9 +48,15 @@ static void CheckDirectories(WideView path, int depth) {
 
 // What the capacity promises: each character but the last leaves room for the longest escape.
 static void CheckCapacity(WideView text, bool escape) {
-  const std::size_t last = text.empty() ? 0 : text.size() - 1;
-  const std::size_t before = strings::reference::Escape(text.substr(0, last), escape).size();
-  Check(OutputCapacityFor(text, escape) == before + kOutputReserve + 1);
+  std::size_t before = 0;
+  for (std::size_t at = 0; at + 1 < text.size(); ++at) {
+    before += strings::reference::EscapedUnit(text, at, escape).size();
+  }
+  const std::size_t capacity = OutputCapacityFor(text, escape);
+  Check(capacity == before + kOutputReserve + 1);
+  std::size_t consumed = 0;
+  strings::EscapeInto(text, escape, fuzz::Units(capacity).get(), capacity, &consumed);
+  Check(consumed == text.size());
 }
 
 static void CheckMarker(WideView text) {

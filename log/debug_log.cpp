@@ -50,10 +50,9 @@ void DebugLog::State::SetPath(wcstring&& path) {
 }
 
 int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
-  // A copy, because the path may be the log's own.
   wcstring name;
   unsigned long code = ERROR_SUCCESS;
-  if (!FindsMemory([&] { name = wcstring(path); }, &code)) return Refuse(code);
+  if (!FindsMemory([&] { name = FullName(path); }, &code)) return Refuse(code);
   OwnedFile opened;
   Position size = 0;
   if (const DWORD failure = OpenTrace(mode, name.c_str(), unicode != 0, &opened, &size)) {
@@ -66,6 +65,7 @@ int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
   if (!FindsMemory(set, &code)) return Refuse(code);
   file = std::move(opened);
   fileSize = size;
+  announced = true;
   untilRetry = 0;
   return 1;
 }
@@ -86,6 +86,8 @@ int DebugLog::State::Close() {
 
 int DebugLog::State::CloseFile() {
   if (!file) return 1;
+  CutTornText(file.Get(), fileSize, &torn);
+  torn = false;
   return ::CloseHandle(file.Release()) ? 1 : Refuse(::GetLastError());
 }
 
@@ -95,20 +97,20 @@ DebugLog::DebugLog(const std::nothrow_t&, StringResourceMgr& messages, int unico
 
 DebugLog::~DebugLog() {
   if (!state) return;
-  // Before anything of the log goes away: the monitor's callbacks run under the monitor's lock and
-  // take the log's, so this must not hold the log's while it waits for the monitor's.
+  // Before anything of the log goes away; after it no callback runs. The lock is not asked for: a
+  // thread that was ended while it held it would keep the log from ever going away.
   state->Unsubscribe();
-  Close();
+  state->Close();
   delete state;
 }
 
 int DebugLog::Open(openMode mode, const wchar_t* fileName) {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->Open(mode, fileName);
 }
 
 int DebugLog::Close() {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->Close();
 }
 
@@ -155,7 +157,7 @@ int DebugLog::PrintArguments(unsigned int id, ...) {
 unsigned long DebugLog::GetLogLevel() const { return state->logLevel; }
 
 wcstring DebugLog::GetFileName() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->fileName;
 }
 
@@ -166,12 +168,12 @@ void DebugLog::CopyFileName(const WideSink& out, Failure& failure) const noexcep
 unsigned long DebugLog::GetErrorCode() const { return state->lastError; }
 
 unsigned long long DebugLog::GetLostLines() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->lostLines;
 }
 
 DebugLogSettings DebugLog::GetSettings() const {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   return state->settings;
 }
 
@@ -193,7 +195,7 @@ void DebugLog::CopySettings(DebugLogSettings& out, const WideSink& extension,
 }
 
 int DebugLog::UpdateSettings() {
-  const ScopedLock hold(state->lock);
+  const State::Hold hold(*state);
   int result = 0;
   unsigned long code = ERROR_SUCCESS;
   const auto follow = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {

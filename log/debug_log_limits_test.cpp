@@ -31,9 +31,10 @@ class DebugLogLimits : public DebugLogTest {
  protected:
   DebugLogLimits() { reports.clear(); }
 
-  /* A line of 4,000 bytes in UTF-16. */
-  static void PrintLine(DebugLog& log, int n) {
-    EXPECT_TRUE(log.print(L"%06d%s\n", n, std::wstring(1992, L'-').c_str())) << n;
+  /* A line of 4,000 bytes in UTF-16, unless told otherwise. */
+  static void PrintLine(DebugLog& log, int n, int characters = 2000) {
+    const std::wstring tail(static_cast<std::size_t>(characters) - 8, L'-');
+    EXPECT_TRUE(log.print(L"%06d%s\n", n, tail.c_str())) << n;
   }
   /* The numbers of the lines in the rotated files, oldest first, and in the live file. */
   std::vector<int> Numbers() const {
@@ -114,6 +115,18 @@ TEST_F(DebugLogLimits, Rename_HeldFile_TheLogGoesOn) {
   }
 }
 
+TEST_F(DebugLogLimits, Rename_AnotherFile_BeginsAnew) {
+  Limit(1);
+  OpenDebugLog log(messages, 0, folder / L"first");
+  for (const wchar_t* name : {L"first", L"second", L"first"}) {
+    MakeFile(folder / name + L".bak2", "left");
+    EXPECT_TRUE(log.Close());
+    MakeFile(folder / name, std::string(2 * kMegabyte, 'o'));
+    EXPECT_TRUE(log.Open(openAppend, (folder / name).c_str()) && log.print(L"x"));
+    EXPECT_EQ(FileBytes(folder / name + L".bak2"), "") << name;
+  }
+}
+
 // After a roll the fresh file cannot be opened, or not begun: lines are lost and counted, until
 // that is over.
 TEST_F(DebugLogLimits, Rename_NoFreshFile_Recovers) {
@@ -155,28 +168,72 @@ TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
   EXPECT_TRUE(FileBytes(live).substr(20 * kMegabyte - 10).starts_with("12345678\r\ngoes on\r\n"));
 }
 
+// With the shorter lines the part that is kept begins within a line, with the others at one's
+// start.
 TEST_F(DebugLogLimits, Wrap_KeepsTheNewestWholeLines) {
   Limit(0, 1);
   for (const int unicode : {1, 0}) {
-    OpenDebugLog log(messages, unicode, path);
-    const int bytes = unicode ? 4000 : 2000;
-    const int lines = static_cast<int>(2 * kMegabyte) / bytes + 1;
-    for (int n = 0; n < lines; ++n) PrintLine(log, n);
-    EXPECT_EQ(FileBytes(path).size(), static_cast<std::size_t>(lines * bytes + 2 * unicode));
-    PrintLine(log, lines);
-    std::vector<std::wstring> left = LinesIn(path);
-    EXPECT_EQ(left.front(), L"<<< This file has wrapped >>>");
-    left.erase(left.begin());
-    const int kept = static_cast<int>(kMegabyte) / bytes;
-    ASSERT_EQ(left.size(), static_cast<std::size_t>(kept + 1));
-    for (int n = 0; n <= kept; ++n)
-      EXPECT_EQ(std::stoi(left[static_cast<std::size_t>(n)]), lines - kept + n);
-    EXPECT_EQ(FileBytes(path).starts_with("\xFF\xFE"), unicode != 0);
+    for (const int characters : {2000, 2048}) {
+      OpenDebugLog log(messages, unicode, path);
+      const int bytes = unicode ? 2 * characters : characters;
+      const int threshold = static_cast<int>(2 * kMegabyte) - 2 * unicode;
+      const int lines = (threshold + bytes - 1) / bytes;
+      for (int n = 0; n < lines; ++n) PrintLine(log, n, characters);
+      EXPECT_EQ(FileBytes(path).size(), static_cast<std::size_t>(lines * bytes + 2 * unicode));
+      PrintLine(log, lines, characters);
+      std::vector<std::wstring> left = LinesIn(path);
+      EXPECT_EQ(left.front(), L"<<< This file has wrapped >>>");
+      left.erase(left.begin());
+      const int kept = static_cast<int>(kMegabyte) / bytes;
+      ASSERT_EQ(left.size(), static_cast<std::size_t>(kept + 1));
+      for (int n = 0; n <= kept; ++n)
+        EXPECT_EQ(std::stoi(left[static_cast<std::size_t>(n)]), lines - kept + n);
+      EXPECT_EQ(FileBytes(path).starts_with("\xFF\xFE"), unicode != 0);
+    }
   }
 }
 
 // Each call of a wrap fails once, as if the program ended there: the newest lines are all in the
 // file, and the log goes on.
+// The file that the caller has opened himself has the next number: it is not emptied.
+TEST_F(DebugLogLimits, SimpleRoll_PassesTheFileAtHand) {
+  const std::wstring mine = folder / L"TRACE-2.LOG";
+  const std::string full(20 * kMegabyte, 'o');
+  MakeFile(mine, full);
+  OpenDebugLog log(messages, 0, path);
+  EXPECT_TRUE(log.Open(openAppend, mine.c_str()) && log.print(L"next\n"));
+  EXPECT_EQ(log.GetFileName(), folder / L"trace-3.log");
+  EXPECT_EQ(FileBytes(mine), full);
+  EXPECT_EQ(FileBytes(folder / L"trace-3.log"), "next\r\n");
+}
+
+// A name without a folder is where the process was when the log was opened.
+TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
+  const ScratchFolder other;
+  wchar_t before[MAX_PATH] = L"";
+  ASSERT_NE(::GetCurrentDirectoryW(MAX_PATH, before), 0u);
+  Limit(1);
+  Set(L"CreateDebugLog", 1);
+  MakeFile(other / L"trace.log", "another's");
+  for (const bool live : {false, true}) {
+    ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
+    MakeFile(path, std::string(2 * kMegabyte, 'o'));
+    std::unique_ptr<DebugLog> log;
+    if (live) {
+      log.reset(LogFileFactory(messages, 0).CreateDebugLog(nullptr, L"trace.log"));
+    } else {
+      log = std::make_unique<OpenDebugLog>(messages, 0, L".\\trace.log", openAppend);
+    }
+    ASSERT_TRUE(::SetCurrentDirectoryW(other.Path().c_str()));
+    EXPECT_TRUE(log->print(L"rolled\n") && log->print(L"on\n") && log->UpdateSettings());
+    ASSERT_TRUE(::SetCurrentDirectoryW(before));
+    EXPECT_EQ(log->GetFileName(), path);
+    EXPECT_TRUE(FileBytes(Rotated(1)).starts_with("ooo"));
+    EXPECT_EQ(FileBytes(other / L"trace.log"), "another's");
+    EXPECT_EQ(FileBytes(other / L"trace.log.bak1"), "");
+  }
+}
+
 TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {
   Limit(0, 1);
   Set(L"MaxDebugFile Retention Size In MB", 1);

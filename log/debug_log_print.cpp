@@ -13,7 +13,6 @@
 
 using namespace vtclass::log;
 using vtclass::WideView;
-using vtclass::platform::ScopedLock;
 
 namespace {
 
@@ -78,13 +77,13 @@ int DebugLog::State::PrintShort(WideView text, bool endsLine) {
   wchar_t line[2 * kShortText + kLineEnd];
   const std::size_t length = MakeLine(text, endsLine, line, std::size(line));
   if (unicode) {
-    const ScopedLock hold(lock);
+    const Hold hold(*this);
     return Write(line, length * sizeof(wchar_t));
   }
   char ansi[std::size(line)];
   std::size_t bytes = 0;
   DWORD failure = ConvertToAnsi({line, length}, ansi, std::size(ansi), &bytes);
-  const ScopedLock hold(lock);
+  const Hold hold(*this);
   if (failure == ERROR_SUCCESS) return Write(ansi, bytes);
   if (failure == ERROR_INSUFFICIENT_BUFFER) {
     failure = ConvertToAnsi({line, length}, ansiBuffer, ansiCapacity, &bytes);
@@ -94,7 +93,7 @@ int DebugLog::State::PrintShort(WideView text, bool endsLine) {
 
 int DebugLog::State::PrintLong(const wchar_t* format, va_list arguments, bool endsLine) {
   // Held here, outside the guarded work: a fault in that runs no destructors.
-  const ScopedLock hold(lock);
+  const Hold hold(*this);
   std::size_t length = 0;
   DWORD failure = ERROR_SUCCESS;
   unsigned long code = ERROR_SUCCESS;

@@ -1,9 +1,12 @@
 #include <io.h>
 
+#include <iterator>
+#include <memory>
 #include <new>
 #include <utility>
 
 #include "config/product_keys.h"
+#include "log/ansi_text.h"
 #include "log/debug_log_state.h"
 #include "log/file_opening.h"
 #include "log/log_file_guard.h"
@@ -13,13 +16,18 @@
 using namespace vtclass::log;
 using vtclass::WideText;
 using vtclass::config::LoggingKey;
-using vtclass::platform::ScopedLock;
 
 namespace {
 
 constexpr unsigned kReadAndWrite = Configuration::accessRead | Configuration::accessWrite;
-constexpr vtclass::WideView kLoggingOn = L"<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>\n";
-constexpr vtclass::WideView kLoggingOff = L"<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>\n";
+constexpr vtclass::WideView kLoggingOn = L"<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>\r\n";
+constexpr vtclass::WideView kLoggingOff = L"<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>\r\n";
+
+constexpr wchar_t kLevelName[] = L"Engine NDMP Debug Level";
+
+// The followed values that are no limits.
+constexpr std::size_t kSwitch = 0;
+constexpr std::size_t kLevel = 1;
 
 // A process that may not write the key still follows what others have stored there.
 void OpenLoggingKey(Configuration& key) {
@@ -112,10 +120,12 @@ int DebugLog::State::Follow() {
   return createDebugLog != 0 ? SwitchOn() : SwitchOff();
 }
 
+// Without its file the log is on all the same: each line tries to open it, or is lost and counted.
 int DebugLog::State::SwitchOn() {
   const int opened = Reopen();
-  isOpen = opened != 0;
-  if (opened) PrintShort(kLoggingOn, false);
+  announced = false;
+  isOpen = opened || !fileName.empty();
+  if (opened) AnnounceOn();
   return opened;
 }
 
@@ -124,75 +134,144 @@ int DebugLog::State::Reopen() {
   Configuration key;
   OpenLoggingKey(key);
   wcstring known;
-  const wchar_t* const valueName = pathValueName.c_str();
-  if (!pathValueName.empty() && key.Load(valueName, known) && !known.empty() &&
-      OpenAt(kAppend, known.c_str())) {
-    return 1;
-  }
+  const bool isKnown =
+      !pathValueName.empty() && key.Load(pathValueName.c_str(), known) && !known.empty();
+  if (isKnown && OpenAt(kAppend, known.c_str())) return 1;
+  if (isKnown && fileName.empty()) SetPath(FullName(known.c_str()));
   const bool exists = _waccess(fileName.c_str(), 0) == 0;
   if (!OpenAt(exists ? kAppend : kCreateNew, fileName.c_str())) return 0;
-  if (!pathValueName.empty()) key.Save(valueName, fileName);
+  RememberPath();
   return 1;
 }
 
+void DebugLog::State::RememberPath() {
+  if (pathValueName.empty()) return;
+  Configuration key;
+  OpenLoggingKey(key);
+  key.Save(pathValueName.c_str(), fileName);
+}
+
+void DebugLog::State::AnnounceOn() {
+  announced = true;
+  WriteBanner(kLoggingOn);
+}
+
+// The log's buffers may hold the line that is about to be written.
+void DebugLog::State::WriteBanner(vtclass::WideView banner) {
+  if (unicode) {
+    Write(banner.data(), banner.size() * sizeof(wchar_t));
+    return;
+  }
+  char ansi[64];
+  std::size_t bytes = 0;
+  const unsigned long failure = ConvertToAnsi(banner, ansi, sizeof(ansi), &bytes);
+  if (failure == ERROR_SUCCESS) {
+    Write(ansi, bytes);
+  } else {
+    Lose(failure);
+  }
+}
+
 int DebugLog::State::SwitchOff() {
-  if (isOpen) PrintShort(kLoggingOff, false);
+  if (file) WriteBanner(kLoggingOff);
   return Close();
 }
 
-// The file stays open.
-template <std::uint32_t SizeSettings::* setting>
-long DebugLog::State::OnLimit(unsigned long value, void* context) {
-  State& state = *static_cast<State*>(context);
-  const ScopedLock hold(state.lock);
-  state.stored.*setting = value;
-  state.ApplySettings();
-  return S_OK;
-}
+/* A value that the monitor watches for the log, and the limit that it sets. */
+struct DebugLog::State::Followed {
+  const wchar_t* name;
+  Setting::NumberCallback callback;
+  std::uint32_t SizeSettings::* limit = nullptr;
+};
 
-// The values that are read here are those of the registration or newer ones: no change is missed.
+const DebugLog::State::Followed DebugLog::State::kFollowed[] = {
+    {L"CreateDebugLog", &OnChange<kSwitch>},
+    {kLevelName, &OnChange<kLevel>},
+    {L"MaxDebugFile Enabled", &OnChange<2>, &SizeSettings::enabled},
+    {L"MaxDebugFile Size In MB", &OnChange<3>, &SizeSettings::sizeMB},
+    {L"MaxDebugFile Retention Size In MB", &OnChange<4>, &SizeSettings::retentionMB},
+    {L"MaxDebugFile Count", &OnChange<5>, &SizeSettings::count},
+    {L"MaxDebugFile LimitMode", &OnChange<6>, &SizeSettings::limitMode},
+    {L"MaxDebugFile Append", &OnChange<7>, &SizeSettings::append}};
+
+// Who registers first and reads then misses no change: one that comes after the registration is
+// told, and is taken in after what was read under the lock. The values are told at every look: one
+// that was read here and is changed back before the monitor looks would be no change to it.
 void DebugLog::State::Subscribe() {
   SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
   subscribed = true;
-  subscriptions = {monitor->RegisterCreateDebugLog(OnCreateDebugLog, this),
-                   monitor->EngineRegisterDebugLevel(OnLevel, this),
-                   monitor->RegisterMaxDebugFileEnabled(OnLimit<&SizeSettings::enabled>, this),
-                   monitor->RegisterMaxDebugFileSize(OnLimit<&SizeSettings::sizeMB>, this),
-                   monitor->RegisterMaxRetention(OnLimit<&SizeSettings::retentionMB>, this),
-                   monitor->RegisterMaxDebugFileCount(OnLimit<&SizeSettings::count>, this),
-                   monitor->RegisterMaxDebugFileLimitMode(OnLimit<&SizeSettings::limitMode>, this),
-                   monitor->RegisterMaxDebugFileAppend(OnLimit<&SizeSettings::append>, this)};
-  const ScopedLock hold(lock);
+  for (const Followed& followed : kFollowed) {
+    auto setting = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, LoggingKey(), followed.name,
+                                             Setting::dwordKind);
+    setting->AttachNumber(followed.callback, this);
+    setting->TellAlways();
+    if (!monitor->RegisterSetting(setting.get())) throw std::bad_alloc();
+    // NOLINTNEXTLINE(bugprone-unused-return-value): the monitor owns it now
+    setting.release();
+  }
+  const Hold hold(*this);
   Configuration key;
   OpenLoggingKey(key);
   unsigned long level = 0;
-  if (key.LoadDWORD(L"Engine NDMP Debug Level", level)) logLevel = level;
+  if (key.LoadDWORD(kLevelName, level)) logLevel = level;
   LoadSettings(false);
   if (createDebugLog != 0 && !isOpen) SwitchOn();
 }
 
 void DebugLog::State::Unsubscribe() {
-  if (!std::exchange(subscribed, false)) return;
-  SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
-  for (const void* const cookie : subscriptions) monitor->UnRegisterSetting(cookie);
+  if (std::exchange(subscribed, false)) SettingsMonitor::UnRegisterContext(this);
 }
 
-// The callbacks take the monitor's values and read nothing themselves. Who reads a value that the
-// monitor has not seen, and that is changed back before it looks, is never told: the monitor sees
-// no difference. Another value that also means "on" leaves the running log alone.
-long DebugLog::State::OnCreateDebugLog(unsigned long value, void* context) {
+// Runs under the monitor's lock and does not wait for the log's, whose holder may wait for a hung
+// disk. The level counts at once even then.
+template <std::size_t number>
+long DebugLog::State::OnChange(unsigned long value, void* context) {
   State& state = *static_cast<State*>(context);
-  const ScopedLock hold(state.lock);
-  state.createDebugLog = state.settings.createDebugLog = value;
-  if (value == 0) {
-    state.SwitchOff();
-  } else if (!state.isOpen) {
-    state.SwitchOn();
-  }
+  state.told[number] = value;
+  state.news.fetch_or(1U << number);
+  if (number == kLevel) state.logLevel = value;
+  if (state.lock.TryLock()) state.Leave();
   return S_OK;
 }
 
-long DebugLog::State::OnLevel(unsigned long value, void* context) {
-  static_cast<State*>(context)->logLevel = value;
-  return S_OK;
+// A callback that finds the lock taken counts on its holder to look once more after letting it go:
+// leaving the lock is a full barrier, and so is the callback's fetch_or.
+void DebugLog::State::Leave() {
+  bool done = TakeIn();
+  lock.Unlock();
+  while (done && news != 0 && lock.TryLock()) {
+    done = TakeIn();
+    lock.Unlock();
+  }
+}
+
+// False when memory runs out: what was told is kept for the next one who leaves the lock.
+bool DebugLog::State::TakeIn() {
+  if (news == 0) return true;
+  const unsigned fresh = news.exchange(0);
+  unsigned long code = ERROR_SUCCESS;
+  // The analysis does not see through the call that the lock is held here.
+  const auto adopt = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) { Adopt(fresh); };
+  if (FindsMemory(adopt, &code)) return true;
+  news.fetch_or(fresh);
+  return Refuse(code);
+}
+
+// The switch counts where it differs from what the log knows. Another value that also means "on"
+// leaves the running log alone.
+void DebugLog::State::Adopt(unsigned fresh) {
+  for (std::size_t number = 0; number < std::size(kFollowed); ++number) {
+    const auto limit = kFollowed[number].limit;
+    if (limit && (fresh & 1U << number)) stored.*limit = told[number];
+  }
+  ApplySettings();
+  if (fresh & 1U << kLevel) logLevel = told[kLevel].load();
+  const unsigned long wanted = told[kSwitch];
+  if (!(fresh & 1U << kSwitch) || wanted == createDebugLog) return;
+  if (wanted == 0) {
+    SwitchOff();
+  } else if (!isOpen) {
+    SwitchOn();
+  }
+  createDebugLog = settings.createDebugLog = wanted;
 }

@@ -12,6 +12,22 @@
 
 /* What a debug log consists of. Members without a lock on them never change or are atomic. */
 struct DebugLog::State {
+  /* Holds the lock for one scope and takes in, on leaving, what the monitor has told meanwhile: its
+   * callbacks run under the monitor's lock and do not wait for this one. Not to be nested. */
+  class VTCLASS_THREAD_ANNOTATION(scoped_lockable) Hold {
+   public:
+    explicit Hold(State& state) VTCLASS_THREAD_ANNOTATION(acquire_capability(state.lock))
+        : state(state) {
+      state.lock.Lock();
+    }
+    ~Hold() VTCLASS_THREAD_ANNOTATION(release_capability()) { state.Leave(); }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+   private:
+    State& state;
+  };
+
   State(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
 
   /* Printing. Nothing is thrown. */
@@ -28,8 +44,8 @@ struct DebugLog::State {
   int SwitchOff() VTCLASS_REQUIRES(lock);
   void SetPath(wcstring&& path) VTCLASS_REQUIRES(lock);
 
-  /* In between the settings are followed as they change. Neither may hold the lock: the monitor
-   * calls back under its own, and the callbacks take this one. */
+  /* In between the settings are followed as they change. Neither may hold the lock, for both wait
+   * for the monitor's: lines would wait for what other subscribers do in their callbacks. */
   void Subscribe();
   void Unsubscribe();
 
@@ -58,12 +74,16 @@ struct DebugLog::State {
 
   /*
    * What the members above leave unsaid: whether the log is to be open, which a print asks before
-   * it formats anything; the file's size (asking costs more than a write); how much may still be
-   * written before a failed roll is tried again; whether a failed simple roll was told; what was
-   * lost, and whether that was told; the settings as stored and in force; the monitor's cookies.
+   * it formats anything; the file's size (asking costs more than a write), and whether a part of a
+   * line that could not be cut off is behind it; whether the banner of a switching on is written;
+   * how much may still be written before a failed roll is tried again; whether a failed simple roll
+   * was told; what was lost, and whether that was told; the settings as stored and in force; the
+   * numbers that the monitor has told, a bit for each that is not taken in yet.
    */
   std::atomic<bool> isOpen{false};
   vtclass::log::Position fileSize VTCLASS_GUARDED_BY(lock) = 0;
+  bool torn VTCLASS_GUARDED_BY(lock) = false;
+  bool announced VTCLASS_GUARDED_BY(lock) = true;
   vtclass::log::Position untilRetry VTCLASS_GUARDED_BY(lock) = 0;
   bool rollReported VTCLASS_GUARDED_BY(lock) = false;
   unsigned long long lostLines VTCLASS_GUARDED_BY(lock) = 0;
@@ -71,19 +91,28 @@ struct DebugLog::State {
   vtclass::log::SizeSettings stored VTCLASS_GUARDED_BY(lock);
   vtclass::log::SizeLimits limits VTCLASS_GUARDED_BY(lock);
   DebugLogSettings settings VTCLASS_GUARDED_BY(lock);
-  std::array<const void*, 8> subscriptions{};
+  std::array<std::atomic<unsigned long>, 8> told{};
+  std::atomic<unsigned> news{0};
   bool subscribed = false;
 
  private:
-  static long OnCreateDebugLog(unsigned long value, void* context);
-  static long OnLevel(unsigned long value, void* context);
-  template <std::uint32_t vtclass::log::SizeSettings::* setting>
-  static long OnLimit(unsigned long value, void* context);
+  struct Followed;
+  static const Followed kFollowed[8];
+
+  template <std::size_t number>
+  static long OnChange(unsigned long value, void* context);
+  void Leave() VTCLASS_THREAD_ANNOTATION(release_capability(lock))
+      VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis);
+  bool TakeIn() VTCLASS_REQUIRES(lock);
+  void Adopt(unsigned fresh) VTCLASS_REQUIRES(lock);
   void ApplySettings() VTCLASS_REQUIRES(lock);
 
   int OpenAt(int mode, const wchar_t* path) VTCLASS_REQUIRES(lock);
   int CloseFile() VTCLASS_REQUIRES(lock);
   int Reopen() VTCLASS_REQUIRES(lock);
+  void RememberPath() VTCLASS_REQUIRES(lock);
+  void AnnounceOn() VTCLASS_REQUIRES(lock);
+  void WriteBanner(vtclass::WideView banner) VTCLASS_REQUIRES(lock);
 
   int PrintShort(vtclass::WideView text, bool endsLine);
   int PrintLong(const wchar_t* format, va_list arguments, bool endsLine);
@@ -93,6 +122,7 @@ struct DebugLog::State {
       VTCLASS_REQUIRES(lock);
 
   int Write(const void* bytes, std::size_t size) VTCLASS_REQUIRES(lock);
+  unsigned long OpenAgain() VTCLASS_REQUIRES(lock);
   void ApplyLimit(std::size_t incoming) VTCLASS_REQUIRES(lock);
   long SimpleRoll() VTCLASS_REQUIRES(lock);
   int Lose(unsigned long code) VTCLASS_REQUIRES(lock);

@@ -121,6 +121,11 @@ TEST_F(DebugLogTest, Open_EachMode) {
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"two"));
   EXPECT_EQ(TextIn(path), L"onetwo");
+  {
+    DebugLog second(messages, 1, nullptr);
+    EXPECT_EQ(second.Open(openAppend, path.c_str()), 0) << "one writer";
+    EXPECT_EQ(second.GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+  }
   for (const int bad : {-1, 3}) EXPECT_EQ(open(bad, path), DWORD{ERROR_INVALID_PARAMETER});
   EXPECT_EQ(log.Open(createNew, nullptr) + log.print(L"x"), 0);
   MakeFile(folder / L"empty", "");
@@ -137,16 +142,38 @@ TEST_F(DebugLogTest, Open_EachMode) {
 
 TEST_F(DebugLogTest, FullDisk_LosesWholeLinesOnly_AndCountsThem) {
   for (const int unicode : {1, 0}) {
-    OpenDebugLog log(messages, unicode, path);
-    EXPECT_TRUE(log.print(L"before\n"));
+    // Also where the part that the disk took cannot be cut off, once, or until the log is closed.
+    for (const int failingCuts : {0, 1, 2, 3}) {
+      OpenDebugLog log(messages, unicode, path);
+      EXPECT_TRUE(log.print(L"before\n"));
+      {
+        const FileFaults faults({.room = 31, .failingCuts = failingCuts});
+        for (int n = 0; n < 3; ++n) EXPECT_EQ(log.print(L"%100d\n", n), 0);
+        EXPECT_EQ(log.GetErrorCode(), DWORD{failingCuts < 3 ? ERROR_DISK_FULL : ERROR_IO_DEVICE});
+      }
+      if (failingCuts == 3) EXPECT_TRUE(log.Open(openAppend, path.c_str()));
+      EXPECT_TRUE(log.print(L"after\n"));
+      EXPECT_EQ(TextIn(path), L"before\r\nafter\r\n") << failingCuts;
+      EXPECT_EQ(log.GetLostLines(), 3u);
+    }
+  }
+}
+
+// A roll comes between: what is left of a line is cut off before.
+TEST_F(DebugLogTest, PartOfALine_NeitherWrapsNorRolls) {
+  for (const DWORD mode : {0u, 1u}) {
+    Limit(1, mode);
+    MakeFile(path, "\xFF\xFE" + std::string(2 << 20, '\n'));
+    OpenDebugLog log(messages, 1, path, openAppend);
     {
-      const FileFaults faults({.room = 30});
-      for (int n = 0; n < 3; ++n) EXPECT_EQ(log.print(L"%100d\n", n), 0);
-      EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_DISK_FULL});
+      const FileFaults faults({.room = mode ? 61u : 3u, .failingCuts = 2});
+      EXPECT_EQ(log.print(L"%100d\n", 1), 0);
     }
     EXPECT_TRUE(log.print(L"after\n"));
-    EXPECT_EQ(TextIn(path), L"before\r\nafter\r\n");
-    EXPECT_EQ(log.GetLostLines(), 3u);
+    EXPECT_TRUE(TextIn(path).ends_with(mode ? L"\x0A0A"
+                                              L"after\r\n"
+                                            : L"after\r\n"));
+    EXPECT_EQ(FileBytes(path).size() % 2 + FileBytes(Rotated(1)).size() % 2, 0u);
   }
 }
 

@@ -21,16 +21,24 @@ int DebugLog::State::Write(const void* bytes, std::size_t size) {
   // Closed by another thread while this one was formatting.
   if (!isOpen) return 0;
   if (size == 0) return 1;
-  if (file) ApplyLimit(size);
-  // A roll could not open the file again. Without it each line is lost, so each line tries.
-  if (!file) {
-    const DWORD failure = OpenOrMakeTrace(fileName.c_str(), unicode != 0, &file, &fileSize);
-    if (failure != ERROR_SUCCESS) return Lose(failure);
-  }
-  const DWORD failure = AppendWhole(file.Get(), bytes, size, &fileSize);
+  // Before a roll: what is left of a line goes nowhere.
+  DWORD failure = file ? CutTornText(file.Get(), fileSize, &torn) : ERROR_SUCCESS;
+  if (failure == ERROR_SUCCESS && file) ApplyLimit(size);
+  if (failure == ERROR_SUCCESS && !file) failure = OpenAgain();
+  if (failure == ERROR_SUCCESS) failure = AppendWhole(file.Get(), bytes, size, &fileSize, &torn);
   if (failure != ERROR_SUCCESS) return Lose(failure);
   lossReported = false;
   return 1;
+}
+
+// A roll could not open the file again, or it could not be opened when the log was switched on.
+// Without it each line is lost, so each line tries.
+unsigned long DebugLog::State::OpenAgain() {
+  const DWORD failure = OpenOrMakeTrace(fileName.c_str(), unicode != 0, &file, &fileSize);
+  if (failure != ERROR_SUCCESS || announced) return failure;
+  RememberPath();
+  AnnounceOn();
+  return ERROR_SUCCESS;
 }
 
 // Counts down what is to be written, not what is: on a full disk a roll may be what makes room.
@@ -57,7 +65,9 @@ long DebugLog::State::SimpleRoll() {
   unsigned long number = rollCounter + 1;
   wcstring next(RolledName(baseName, number, extension));
   // A caller may have opened a further file himself; it is not emptied under his hands.
-  if (next == fileName) next = RolledName(baseName, ++number, extension);
+  if (::CompareStringOrdinal(next.c_str(), -1, fileName.c_str(), -1, TRUE) == CSTR_EQUAL) {
+    next = RolledName(baseName, ++number, extension);
+  }
   const DWORD failure = OpenTrace(kCreateAlways, next.c_str(), unicode != 0, &file, &fileSize);
   if (failure != ERROR_SUCCESS) {
     if (!std::exchange(rollReported, true)) {

@@ -23,17 +23,29 @@ DWORD Seek(HANDLE file, Position position) {
 
 }  // namespace
 
-DWORD AppendWhole(HANDLE file, const void* bytes, std::size_t size, Position* fileSize) {
+DWORD AppendWhole(HANDLE file, const void* bytes, std::size_t size, Position* fileSize,
+                  bool* torn) {
   if (size == 0) return ERROR_SUCCESS;
   const std::optional<DWORD> wanted = platform::CheckedCast<DWORD>(size);
   if (!wanted) return ERROR_INVALID_PARAMETER;
+  if (const DWORD failure = CutTornText(file, *fileSize, torn)) return failure;
   DWORD written = 0;
   const BOOL success = ::WriteFile(file, bytes, *wanted, &written, nullptr);
-  const Position before = std::exchange(*fileSize, *fileSize + written);
-  if (success && written == *wanted) return ERROR_SUCCESS;
+  if (success && written == *wanted) {
+    *fileSize += written;
+    return ERROR_SUCCESS;
+  }
   // A full disk may take the first part of a text and report success.
   const DWORD failure = success ? ERROR_DISK_FULL : ::GetLastError();
-  if (written != 0 && CutAt(file, before) == ERROR_SUCCESS) *fileSize = before;
+  *torn = written != 0;
+  CutTornText(file, *fileSize, torn);
+  return failure;
+}
+
+DWORD CutTornText(HANDLE file, Position fileSize, bool* torn) {
+  if (!*torn) return ERROR_SUCCESS;
+  const DWORD failure = CutAt(file, fileSize);
+  *torn = failure != ERROR_SUCCESS;
   return failure;
 }
 

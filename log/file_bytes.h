@@ -15,11 +15,15 @@ using Position = unsigned long long;
 
 /*
  * Writes `size` bytes at the end of a file, whole or not at all: what a full disk took of them is
- * cut off again, for half a text would leave half a character that shifts all that follows.
- * `*fileSize` is the file's size before and after.
- * Requires: the file's position is its end.
+ * cut off again, for half a text would leave half a character that shifts all that follows. Where
+ * that fails too, `*torn` says so, and the next call cuts before it writes, or fails.
+ * `*fileSize` is the size of the whole texts before and after.
+ * Requires: unless torn, the file's position is its end.
  */
-DWORD AppendWhole(HANDLE file, const void* bytes, std::size_t size, Position* fileSize);
+DWORD AppendWhole(HANDLE file, const void* bytes, std::size_t size, Position* fileSize, bool* torn);
+
+/* Cuts off the part of a text behind `fileSize` that an AppendWhole has left, if it has. */
+DWORD CutTornText(HANDLE file, Position fileSize, bool* torn);
 
 /* Makes `position` the end of the file and goes there. */
 DWORD CutAt(HANDLE file, Position position);

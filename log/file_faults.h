@@ -15,6 +15,7 @@ struct FaultPlan {
   int failAt = 0;             /* the call that fails */
   bool isShort = false;       /* if it reads or writes, it moves a byte less and succeeds */
   std::uint64_t room = ~0ull; /* the bytes that the disk still takes */
+  int failingCuts = 0;        /* how many, from the first one on, fail */
   int calls = 0;
 };
 inline FaultPlan faultPlan;
@@ -44,7 +45,12 @@ inline BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD done,
   return ::WriteFile(file, data, size, done, overlapped);
 }
 inline BOOL WINAPI Flush(HANDLE file) { return !Fails() && ::FlushFileBuffers(file); }
-inline BOOL WINAPI Cut(HANDLE file) { return !Fails() && ::SetEndOfFile(file); }
+inline BOOL WINAPI Cut(HANDLE file) {
+  if (Fails()) return FALSE;
+  if (faultPlan.failingCuts-- <= 0) return ::SetEndOfFile(file);
+  ::SetLastError(ERROR_IO_DEVICE);
+  return FALSE;
+}
 
 struct FileFaults {
   explicit FileFaults(FaultPlan next) { faultPlan = next; }

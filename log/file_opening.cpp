@@ -1,11 +1,36 @@
 #include "log/file_opening.h"
 
 #include <iterator>
+#include <string>
 #include <utility>
 
 namespace vtclass::log {
 
 using platform::OwnedFile;
+
+namespace {
+
+// "C:\", "C:/", or two separators: a server's name or a device's.
+bool IsFull(const wcstring& path) {
+  const auto isSeparator = [&](std::size_t at) { return path[at] == L'\\' || path[at] == L'/'; };
+  if (path.size() < 3) return false;
+  return (path[1] == L':' && isSeparator(2)) || (isSeparator(0) && isSeparator(1));
+}
+
+}  // namespace
+
+wcstring FullName(const wchar_t* path) {
+  wcstring name(path);
+  if (IsFull(name)) return name;
+  std::wstring full(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD length =
+        ::GetFullPathNameW(name.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    if (length == 0) return name;
+    if (length < full.size()) return wcstring(full.c_str());
+    full.resize(length + std::size_t{1});
+  }
+}
 
 DWORD OpenFile(int openMode, const wchar_t* path, OwnedFile* file, Position* size) {
   static constexpr DWORD kDispositions[] = {CREATE_ALWAYS, OPEN_EXISTING, CREATE_NEW};
@@ -24,9 +49,9 @@ DWORD OpenFile(int openMode, const wchar_t* path, OwnedFile* file, Position* siz
   return ERROR_SUCCESS;
 }
 
-DWORD AppendByteOrderMark(HANDLE file, Position* size) {
+DWORD AppendByteOrderMark(HANDLE file, Position* size, bool* torn) {
   static constexpr unsigned char kByteOrderMark[] = {0xFF, 0xFE};
-  return AppendWhole(file, kByteOrderMark, sizeof(kByteOrderMark), size);
+  return AppendWhole(file, kByteOrderMark, sizeof(kByteOrderMark), size, torn);
 }
 
 DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, OwnedFile* file, Position* size) {
@@ -34,7 +59,8 @@ DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, OwnedFile* file
   Position end = 0;
   if (const DWORD failure = OpenFile(openMode, path, &opened, &end)) return failure;
   if (unicode && openMode != kAppend) {
-    if (const DWORD failure = AppendByteOrderMark(opened.Get(), &end)) return failure;
+    bool torn = false;
+    if (const DWORD failure = AppendByteOrderMark(opened.Get(), &end, &torn)) return failure;
   }
   *file = std::move(opened);
   *size = end;
@@ -46,9 +72,10 @@ DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, OwnedFile* file, Positi
   Position end = 0;
   DWORD failure = OpenFile(kAppend, path, &opened, &end);
   if (failure == ERROR_FILE_NOT_FOUND) failure = OpenFile(kCreateNew, path, &opened, &end);
-  // Also where an earlier try made the file and the disk had no room for its mark.
-  if (failure == ERROR_SUCCESS && unicode && end == 0) {
-    failure = AppendByteOrderMark(opened.Get(), &end);
+  // Also where an earlier try made the file and the disk had no room for its mark, or for half.
+  if (failure == ERROR_SUCCESS && unicode && end < sizeof(wchar_t)) {
+    bool torn = std::exchange(end, 0) != 0;
+    failure = AppendByteOrderMark(opened.Get(), &end, &torn);
   }
   if (failure != ERROR_SUCCESS) return failure;
   *file = std::move(opened);

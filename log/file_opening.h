@@ -5,6 +5,7 @@
 
 #include "log/file_bytes.h"
 #include "platform/owned.h"
+#include "vtclass/strings.h"
 
 namespace vtclass::log {
 
@@ -19,14 +20,21 @@ inline constexpr int kCreateNew = 2;
  */
 DWORD OpenFile(int openMode, const wchar_t* path, platform::OwnedFile* file, Position* size);
 
-/* The first bytes of a new UTF-16 file. */
-DWORD AppendByteOrderMark(HANDLE file, Position* size);
+/*
+ * The path from the root of its drive, whatever the current folder is later. One that the system
+ * does not understand comes back as it is. Throws std::bad_alloc.
+ */
+wcstring FullName(const wchar_t* path);
+
+/* The first bytes of a new UTF-16 file; the rest as AppendWhole. */
+DWORD AppendByteOrderMark(HANDLE file, Position* size, bool* torn);
 
 /* The same as OpenFile for a debug log, with the byte-order mark of a new UTF-16 file. */
 DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, platform::OwnedFile* file,
                 Position* size);
 
-/* Opens the file for appending; makes it where it is missing. An empty one gets its mark. */
+/* Opens the file for appending; makes it where it is missing. An empty one, or one with half a
+ * mark, gets its mark. */
 DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, platform::OwnedFile* file, Position* size);
 
 }  // namespace vtclass::log

@@ -53,20 +53,21 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
     return Refuse(failure);
   }
   file = opened.Release();
+  torn = false;
   // The handle of an empty file is kept: callers go on printing into it, without a header.
   if (openMode == kAppend && fileSize == 0) return Refuse(ERROR_HANDLE_EOF);
   path.swap(name);
   const Position before = fileSize;
   if (WriteHeader(openMode != kAppend)) return 1;
   // What could not get its header is no log: it is closed, and the file is as it was.
-  if (before < fileSize && CutAt(file, before) == ERROR_SUCCESS) fileSize = before;
+  if ((before < fileSize || torn) && CutAt(file, before) == ERROR_SUCCESS) fileSize = before;
   const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
   return 0;
 }
 
 bool LogFile::WriteHeader(bool newFile) {
   if (newFile && unicode) {
-    if (const DWORD failure = AppendByteOrderMark(file, &fileSize)) return Refuse(failure);
+    if (const DWORD failure = AppendByteOrderMark(file, &fileSize, &torn)) return Refuse(failure);
   }
   headerWritten = PrintRaw(kToFile, L"%s",
                            unicode ? L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
@@ -101,8 +102,8 @@ int LogFile::WriteText() {
     if (!WriteBytes(pendingText, pendingLength * sizeof(wchar_t))) return 0;
   } else {
     std::size_t bytes = 0;
-    const DWORD failure =
-        ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize, &bytes);
+    const DWORD failure = ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize,
+                                        &bytes, AnsiText::markup);
     if (failure != ERROR_SUCCESS) return Refuse(failure);
     if (bytes == 0) return 1;
     if (!WriteBytes(narrowBuffer.get(), bytes)) return 0;
@@ -113,6 +114,6 @@ int LogFile::WriteText() {
 
 bool LogFile::WriteBytes(const void* bytes, std::size_t size) {
   if (file == INVALID_HANDLE_VALUE) return Refuse(ERROR_INVALID_HANDLE);
-  const DWORD failure = AppendWhole(file, bytes, size, &fileSize);
+  const DWORD failure = AppendWhole(file, bytes, size, &fileSize, &torn);
   return failure == ERROR_SUCCESS || Refuse(failure);
 }

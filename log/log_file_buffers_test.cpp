@@ -52,7 +52,7 @@ TEST_F(LogFileTest, Buffers_CollectUntilFlushed) {
   EXPECT_NE(log.FlushBufferToFile(0), 0);
   EXPECT_EQ(log.FlushBufferToFileAndDeAllocate(0), -1);
   log.print(0, L"gone,");
-  const std::wstring section = L"&lt;\x01" + std::wstring(3000, L'y') + L"&gt;";
+  const std::wstring section = L"&lt;" + std::wstring(3000, L'y') + L"&gt;";
   EXPECT_EQ(Body(), L"mode off,-1,7,33,-5," + section + section + L"gone,");
 }
 

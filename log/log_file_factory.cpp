@@ -2,6 +2,7 @@
 #include <new>
 
 #include "log/debug_log_state.h"
+#include "log/file_opening.h"
 #include "platform/border.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/log.h"
@@ -30,7 +31,7 @@ DebugLog* LogFileFactory::CreateDebugLog(const wchar_t* pathValueName, const wch
   auto log = std::make_unique<DebugLog>(messages, debugLogMode, pathValueName);
   {
     const vtclass::platform::ScopedLock hold(log->state->lock);
-    log->state->fileName = wcstring(fileName);
+    log->state->fileName = vtclass::log::FullName(fileName);
   }
   log->state->Subscribe();
   return log.release();

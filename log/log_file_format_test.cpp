@@ -116,12 +116,56 @@ int WINAPI RefuseConversion(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL)
   return 0;
 }
 
+UINT WINAPI Utf8Page() { return CP_UTF8; }
+
+// UTF-8 as the system's page: no flags are taken.
+int WINAPI ConvertToUtf8(UINT, DWORD flags, LPCWCH text, int length, LPSTR out, int room, LPCCH,
+                         LPBOOL) {
+  if (flags == 0) {
+    return ::WideCharToMultiByte(CP_UTF8, 0, text, length, out, room, nullptr, nullptr);
+  }
+  ::SetLastError(ERROR_INVALID_FLAGS);
+  return 0;
+}
+
+std::string ToPage(UINT page, const std::wstring& text) {
+  std::string bytes(text.size() * 3, '\0');
+  bytes.resize(static_cast<std::size_t>(
+      ::WideCharToMultiByte(page, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
+                            static_cast<int>(bytes.size()), nullptr, nullptr)));
+  return bytes;
+}
+
+// The system likes to put "<" for U+FF1C, behind the escaping.
+TEST_F(LogFileTest, AnsiText_BecomesNoMarkup) {
+  const std::wstring likenesses = L"\xFF1C\x2329\x3008\xFF1E\xFF06\xFF02\x2033\xFF07\x2032";
+  const std::wstring text = L"[" + likenesses + L"\x81\x8D\x8F\x90\x9D\x20AC" + L"]";
+  const std::wstring longText(1000, L'\xFF1C');
+  const auto bodyOf = [&] {
+    LogFile log(messages, 0, -1, -1);
+    EXPECT_EQ(log.Open(createAlways, path.c_str()), 1);
+    const std::size_t header = FileBytes(path).size();
+    EXPECT_TRUE(log.print(-1, L"%s", text.c_str()) && log.print(-1, longText.c_str()));
+    return FileBytes(path).substr(header);
+  };
+  const std::string body = bodyOf();
+  EXPECT_EQ(body.find_first_of("<>&\"'"), std::string::npos) << body;
+  if (::GetACP() == 1252) {
+    EXPECT_EQ(body, "[" + std::string(likenesses.size() + 5, '?') + "\x80]" +
+                        std::string(longText.size(), '?'));
+  }
+  const ImportHook<decltype(::GetACP)> page("KERNEL32.dll", "GetACP", &Utf8Page);
+  const ImportHook<decltype(::WideCharToMultiByte)> hook("KERNEL32.dll", "WideCharToMultiByte",
+                                                         &ConvertToUtf8);
+  EXPECT_EQ(bodyOf(), ToPage(CP_UTF8, text + longText));
+}
+
 TEST_F(LogFileTest, RefusedConversion_EndsOnePrint) {
   LogFile log(messages, 0, -1, -1);
   ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
   const ImportHook<decltype(::WideCharToMultiByte)> hook("KERNEL32.dll", "WideCharToMultiByte",
                                                          &RefuseConversion);
-  EXPECT_EQ(log.print(-1, L"\xD800"), 0);
+  EXPECT_EQ(log.print(-1, L"\xFC"), 0);
   EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
 }
 

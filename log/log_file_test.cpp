@@ -60,6 +60,11 @@ TEST_F(LogFileTest, EachPrint_WritesItsParts) {
       {log.printerrorUMIDisableConvertXML(-1, 5, tag, kMarkup), L"<w t=\"%s\"> - <b>&</w>"},
       {log.print(-1, L"<%c", L'>'), L"&lt;&gt;"},  // escaping is on again
       {log.print(-1, L"a%cb", 0), L"a"},
+      // What no XML document can hold goes from a text; a raw text is the caller's own.
+      {log.print(-1, L"\x01\x08\t\x0B\x1F \xDE00\xD83D\xDE00\xD83D\xD83D\xDFFF%c\x9F\xFFFD\xFFFE",
+                 0xFFFF),
+       L"\t \xD83D\xDE00\xD83D\xDFFF\x9F\xFFFD"},
+      {log.printTMP(-1, L"\x01\xD83D\xFFFF"), L"\x01\xD83D\xFFFF"},
       {log.printTMP(-1, L"<&<Utility Partition>, <Utility Partition>"),
        L"<&Utility Partition, <Utility Partition>"},
       {log.printTMP(-1, L"<Utility Partition"), L"<Utility Partition"},

@@ -21,6 +21,8 @@ using vtclass::platform::ThisModule;
 namespace {
 
 constexpr DWORD kStartLimit = 1000;  // for a thread's first steps
+// Between two evaluations while the wake-up event stays signalled: 20 a second at most.
+constexpr DWORD kPause = 50;
 
 SGMonClient* instance;
 
@@ -46,12 +48,13 @@ struct SGMonClient::State {
   State(eClient client, void (*callback)(bool), Runner run)
       : client(client), callback(callback), run(run) {}
 
-  void StartThread(SGMonClient& owner);
+  unsigned long StartThread(SGMonClient& owner);
   void StopThread() const;
   bool IsOwnThread() const { return threadId == ::GetCurrentThreadId(); }
   static DWORD WINAPI Enter(void* owner);
   DWORD Run(HANDLE shutdown);
   void Follow(HANDLE wakeUp, HANDLE shutdown) const;
+  void Evaluate() const;
 
   const eClient client;
   void (*const callback)(bool);
@@ -63,7 +66,8 @@ struct SGMonClient::State {
 
   OwnedKernelObject threadShutdownEvent{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   std::atomic<DWORD> threadId{0};
-  bool diesWithThread = false; /* of the thread alone */
+  std::atomic<unsigned long> status{ERROR_SUCCESS}; /* why it does not follow */
+  bool diesWithThread = false;                      /* of the thread alone */
 };
 
 SGMonClient* SGMonClient::InstanceOrNull(eClient client, void (*callback)(bool),
@@ -80,7 +84,10 @@ SGMonClient::SGMonClient(eClient client, void (*callback)(bool), Runner run) noe
   if (!state) return;
   state->shutdownEvent = state->threadShutdownEvent.Get();
   // Without these the thread could not be ended safely.
-  if (state->threadShutdownEvent && state->startedEvent) state->StartThread(*this);
+  const bool hasEvents = state->threadShutdownEvent && state->startedEvent;
+  const unsigned long status = hasEvents ? state->StartThread(*this) : ERROR_NO_SYSTEM_RESOURCES;
+  // The thread, if there is one, keeps its own.
+  if (status != ERROR_SUCCESS) state->status = status;
 }
 
 SGMonClient::~SGMonClient() {
@@ -107,14 +114,19 @@ void SGMonClient::WaitInitComplete(unsigned long timeoutMs) {
   ::WaitForMultipleObjects(ends[2] ? 3 : 2, ends, FALSE, timeoutMs);
 }
 
+unsigned long SGMonClient::GetErrorCode() const { return state->status; }
+
 void* SGMonClient::GetShutdownHandle() { return state->shutdownEvent; }
 
 void SGMonClient::SetShutdownHandle(void* handle) { state->shutdownEvent = handle; }
 
-void SGMonClient::State::StartThread(SGMonClient& owner) {
-  if (!HoldThisModule()) return;
+unsigned long SGMonClient::State::StartThread(SGMonClient& owner) {
+  if (!HoldThisModule()) return ::GetLastError();
   thread.Reset(::CreateThread(nullptr, 0, &Enter, &owner, 0, nullptr));
-  if (!thread) ::FreeLibrary(ThisModule());
+  if (thread) return ERROR_SUCCESS;
+  const unsigned long failure = ::GetLastError();
+  ::FreeLibrary(ThisModule());
+  return failure;
 }
 
 void SGMonClient::State::StopThread() const {
@@ -150,18 +162,29 @@ DWORD SGMonClient::State::Run(HANDLE shutdown) {
   WorkerThread::SetThreadName(::GetCurrentThreadId(), "SGMon");
   ::SetEvent(startedEvent.Get());
   OwnedKernelObject wakeUp;
-  const unsigned long status = OpenWakeUpEvent(wakeUp);
+  status = OpenWakeUpEvent(wakeUp);
   if (status != ERROR_SUCCESS) return status;
   if (!IsSignalled(shutdown)) Follow(wakeUp.Get(), shutdown);
   return ERROR_SUCCESS;
 }
 
+void SGMonClient::State::Evaluate() const {
+  const bool isOn = IsOnFor(client);
+  run(callback, isOn);
+  ::SetEvent(initCompleteEvent.Get());
+}
+
 void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) const {
   // The shutdown stands first: it counts even while somebody leaves the wake-up event signalled.
   const HANDLE events[] = {shutdown, wakeUp};
-  do {
-    const bool isOn = IsOnFor(client);
-    run(callback, isOn);
-    ::SetEvent(initCompleteEvent.Get());
-  } while (::WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0 + 1);
+  for (;;) {
+    Evaluate();
+    if (IsSignalled(wakeUp)) {
+      // It has not been reset yet, or is left as it is. After the pause the switches are read again
+      // in any case: somebody else may have signalled meanwhile, which nothing shows.
+      if (::WaitForSingleObject(shutdown, kPause) != WAIT_TIMEOUT) return;
+    } else if (::WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0 + 1) {
+      return;
+    }
+  }
 }

@@ -4,6 +4,7 @@
 #include <sddl.h>
 
 #include <atomic>
+#include <utility>
 
 #include "config/product_keys.h"
 #include "tests/support/child_process.h"
@@ -46,7 +47,7 @@ class SGMonClientTest : public testing::Test {
   }
 
   PrivateRegistry registry;
-  const OwnedKernelObject wakeUp{::CreateEventW(nullptr, TRUE, FALSE, L"Global\\SGMonWakeUp")};
+  OwnedKernelObject wakeUp{::CreateEventW(nullptr, TRUE, FALSE, L"Global\\SGMonWakeUp")};
 };
 
 TEST_F(SGMonClientTest, Switches_DecideForEachComponent_AndAreWrittenAsZeroWhenMissing) {
@@ -115,6 +116,81 @@ TEST_F(SGMonClientTest, Callback_MayThrow_AndMayDropTheLastReference) {
   EXPECT_EQ(told, 77);
 }
 
+std::atomic<DWORD> paused; /* milliseconds */
+std::atomic<bool> isTooFast;
+void (*inPause)();
+
+// A pause is over at once and counts in full. The client's other waits have no such limit.
+DWORD WINAPI PassPause(HANDLE object, DWORD limit) {
+  if (limit == 0 || limit >= 1000) return ::WaitForSingleObject(object, limit);
+  paused += limit;
+  if (inPause) std::exchange(inPause, nullptr)();
+  return ::WaitForSingleObject(object, 0);
+}
+
+// Each look but the first comes after a twentieth of a second, also the one after a change that was
+// signalled in the pause and is signalled no longer.
+TEST_F(SGMonClientTest, EventLeftSignalled_CostsTwentyLooksASecond) {
+  const ImportHook<decltype(::WaitForSingleObject)> hook("KERNEL32.dll", "WaitForSingleObject",
+                                                         &PassPause);
+  paused = 0, isTooFast = false;
+  inCallback = [] {
+    const int looks = std::abs(told);
+    if (paused < 50u * static_cast<DWORD>(looks - 1)) isTooFast = true;
+    if (looks < 100) return;
+    inCallback = nullptr;
+    inPause = [] {
+      Switch(1, SGMonClient::eAgent);
+      const OwnedKernelObject event(
+          ::OpenEventW(EVENT_MODIFY_STATE, FALSE, L"Global\\SGMonWakeUp"));
+      ::SetEvent(event.Get()), ::ResetEvent(event.Get());
+    };
+  };
+  ::SetEvent(wakeUp.Get());
+  const Client client = Make();
+  for (int i = 0; i < 20000 && told < 101; ++i) ::Sleep(1);
+  EXPECT_EQ(told, 101) << "on";
+  EXPECT_FALSE(isTooFast);
+}
+
+DWORD refusedRights;
+
+TEST_F(SGMonClientTest, EventOfOthers_NeedsTheRightToWaitOnly) {
+  const ImportHook<decltype(::CreateEventW)> create(
+      "KERNEL32.dll", "CreateEventW", [](auto attributes, BOOL manual, BOOL state, LPCWSTR name) {
+        if (!name) return ::CreateEventW(attributes, manual, state, name);
+        return ::SetLastError(ERROR_ACCESS_DENIED), HANDLE{};
+      });
+  const ImportHook<decltype(::OpenEventW)> open(
+      "KERNEL32.dll", "OpenEventW", [](DWORD rights, BOOL inherit, LPCWSTR name) {
+        if ((rights & refusedRights) == 0) return ::OpenEventW(rights, inherit, name);
+        return ::SetLastError(ERROR_ACCESS_DENIED), HANDLE{};
+      });
+  refusedRights = ~DWORD{SYNCHRONIZE};
+  Client client = Make();
+  client->WaitInitComplete(kLimit);
+  for (int i = 0; i < 2000 && told > -2; ++i) {
+    ::SetEvent(wakeUp.Get()), ::Sleep(10), ::ResetEvent(wakeUp.Get());
+  }
+  EXPECT_LE(told, -2) << "woken";
+  EXPECT_EQ(client->GetErrorCode(), 0u);
+  refusedRights = SYNCHRONIZE;
+  client = Make();
+  told = 0;
+  client->WaitInitComplete(kLimit);
+  EXPECT_EQ(client->GetErrorCode(), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(told, 0);
+}
+
+TEST_F(SGMonClientTest, ForeignObjectOfTheEventsName_IsToldByAStatus) {
+  wakeUp.Reset();
+  const OwnedKernelObject foreign(::CreateMutexW(nullptr, FALSE, L"Global\\SGMonWakeUp"));
+  const Client client = Make();
+  client->WaitInitComplete(kLimit);
+  EXPECT_EQ(client->GetErrorCode(), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(told, 0);
+}
+
 int refusedEvent; /* 1 is the next one */
 std::wstring wakeUpName, accessList;
 
@@ -128,9 +204,16 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
               nullptr);
           wakeUpName = name, accessList = text, ::LocalFree(text);
         }
-        return --refusedEvent == 0 ? nullptr : ::CreateEventW(attributes, manual, state, name);
+        if (--refusedEvent != 0) return ::CreateEventW(attributes, manual, state, name);
+        return ::SetLastError(ERROR_NOT_ENOUGH_MEMORY), HANDLE{};
       });
-  for (const int next : {1, 2, 3, 4}) refusedEvent = next, Told();
+  // Its own three, of which only the one for its first word can be missing, and the wake-up event.
+  for (const auto& [next, status] : {std::pair(1, 1450ul), {2, 0ul}, {3, 1450ul}, {4, 8ul}}) {
+    refusedEvent = next;
+    const Client client = Make();
+    client->WaitInitComplete(kLimit);
+    EXPECT_EQ(client->GetErrorCode(), status) << next;
+  }
   EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
   EXPECT_NE(accessList.find(L"(A;;0x1f0fff;;;WD)"), std::wstring::npos) << "open to everyone";
   const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
@@ -144,6 +227,10 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
   told = 0;
   Make()->WaitInitComplete(0);
   EXPECT_EQ(told, 0);
+  const ImportHook<decltype(::CreateThread)> noThread(
+      "KERNEL32.dll", "CreateThread",
+      [](auto...) -> HANDLE { return ::SetLastError(ERROR_NOT_ENOUGH_MEMORY), nullptr; });
+  EXPECT_EQ(Make()->GetErrorCode(), ERROR_NOT_ENOUGH_MEMORY);
 }
 
 }  // namespace

@@ -54,6 +54,10 @@ unsigned long OpenWakeUpEvent(platform::OwnedKernelObject& event) noexcept {
   const wchar_t* const name =
       platform::IsSystemAtLeast(5, 0) ? L"Global\\SGMonWakeUp" : L"SGMonWakeUp";
   event.Reset(::CreateEventW(&attributes, TRUE, FALSE, name));
+  // The call above asks for every right to an event that exists. To be woken takes one.
+  if (!event && ::GetLastError() == ERROR_ACCESS_DENIED) {
+    event.Reset(::OpenEventW(SYNCHRONIZE, FALSE, name));
+  }
   return event ? ERROR_SUCCESS : ::GetLastError();
 }
 

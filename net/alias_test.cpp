@@ -15,12 +15,14 @@
 #include "tests/support/allocations.h"
 #include "tests/support/answered_look_ups.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/library_copy.h"
 #include "tests/support/private_registry.h"
 
 namespace {
 
 using namespace vtclass;
 using test::ImportHook;
+using test::LibraryCopy;
 using VTSocket::VTIPAddress;
 
 // What the resolver is to answer, and what it was asked.
@@ -68,18 +70,24 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 }
 [[maybe_unused]] auto* const lookUps = test::AnswerLookUps(&LookUp);
 
+// What the library remembers, it learns in each test anew.
+const std::vector<std::wstring> kCompanions = {L"vtsocket.dll", L"vtcluster.dll"};
+
 // A cluster with the virtual server SQLV.corp.invalid at 192.0.2.80, 192.0.2.81 and localhost.
 struct PlayedCluster : Cluster {
   static std::shared_ptr<Cluster> Instance(const wchar_t*) {
     return std::make_shared<PlayedCluster>();
   }
   static bool Yes() { return true; }
+  static inline bool fails = false;
 
   bool Open() override { return true; }
+  unsigned long GetErrorCode() const override { return 0; }
   int GetClusterType() override { return windowsCluster; }
   std::wstring GetClusterName() override { return L"CLUSTER"; }
   bool GetBeActiveNodeName(std::wstring&) override { return false; }
   bool NetworkNameToNodeName(const std::wstring&, std::wstring& node) override {
+    if (fails) throw std::bad_alloc();
     node = L"NODE1";
     return true;
   }
@@ -93,11 +101,20 @@ struct PlayedCluster : Cluster {
   appState IsServerRunningExchange(const wchar_t*, bool*) override { return noAnswer; }
 };
 
-TEST(ClusterNames, VirtualServersAreNotThisNode) {
-  const ImportHook<decltype(PlayedCluster::Instance)> instance(
-      "vtcluster.dll", "_ZN7Cluster11GetInstanceEPKw", &PlayedCluster::Instance);
-  const ImportHook<decltype(PlayedCluster::Yes)> isCluster(
-      "vtcluster.dll", "_ZN7Cluster9IsClusterEv", &PlayedCluster::Yes);
+class ClusterNames : public ::testing::Test {
+ protected:
+  ClusterNames() { PlayedCluster::fails = false; }
+
+  LibraryCopy copy{L"vtclass_mini.dll", kCompanions};
+  ImportHook<decltype(::GetProcAddress)> names{"KERNEL32.dll", "GetProcAddress", &LookUp,
+                                               copy.Module()};
+  ImportHook<decltype(PlayedCluster::Instance)> instance{
+      "vtcluster.dll", "_ZN7Cluster11GetInstanceEPKw", &PlayedCluster::Instance, copy.Module()};
+  ImportHook<decltype(PlayedCluster::Yes)> isCluster{"vtcluster.dll", "_ZN7Cluster9IsClusterEv",
+                                                     &PlayedCluster::Yes, copy.Module()};
+};
+
+TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
   wcstring own;
   wcstring full;
   ASSERT_NE(GetComputerNameInString(own), 0);
@@ -116,12 +133,48 @@ TEST(ClusterNames, VirtualServersAreNotThisNode) {
                                 {L"nameless", 3, 1, 1, false, L""},
                                 {L"nameless", 9, 0, 0, false, L""},
                                 {own, 0, 0, 0, isFull, isFull ? L"NODE1" : own}};
-  for (const ConversionRow& row : rows) row.Expect();
-  wchar_t buffer[] = L"old text";
-  unsigned long size = 4;
-  EXPECT_EQ(GetComputerNodeName(buffer, &size), 0);
-  EXPECT_EQ(wcstring(buffer), L"NOD");
-  EXPECT_EQ(size, 5u);
+  for (const ConversionRow& row : rows) row.Expect(copy(&VTConvertServerNamePlus));
+}
+
+TEST_F(ClusterNames, NodeNameIntoABuffer) {
+  int (*const nodeName)(wchar_t*, unsigned long*) = &GetComputerNodeName;
+  const struct {
+    unsigned long room;
+    int result;
+    const wchar_t* text;
+  } rows[] = {{4, 0, L"NOD"}, {5, 0, L"NODE"}, {6, 1, L"NODE1"}, {9, 1, L"NODE1"}, {1, 0, L""}};
+  for (const auto& row : rows) {
+    wchar_t buffer[] = L"old text";
+    unsigned long size = row.room;
+    EXPECT_EQ(copy(nodeName)(buffer, &size), row.result) << row.room;
+    EXPECT_EQ(wcstring(buffer), row.text);
+    EXPECT_EQ(size, 5u);
+  }
+  wchar_t untouched = L'x';
+  unsigned long none = 0;
+  EXPECT_EQ(copy(nodeName)(&untouched, &none), 0);
+  EXPECT_EQ(untouched, L'x');
+  EXPECT_EQ(none, 5u);
+}
+
+// What fails half-way leaves nothing half-filled.
+TEST_F(ClusterNames, FailuresClearTheNames) {
+  int (*const nodeName)(wcstring&) = &GetComputerNodeName;
+  wcstring out = L"old";
+  EXPECT_NE(copy(nodeName)(out), 0);
+  EXPECT_EQ(out, L"NODE1");
+  PlayedCluster::fails = true;
+  EXPECT_EQ(copy(nodeName)(out), 0);
+  EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+  EXPECT_EQ(out, L"");
+  const ImportHook<int(wchar_t*, unsigned long*)> nameless(
+      "vtcluster.dll", "_Z17VTGetComputerNamePwPm", [](wchar_t*, unsigned long*) { return 0; },
+      copy.Module());
+  for (int (*const fetch)(wcstring&) : {nodeName, &GetComputerNameInString}) {
+    out = L"old";
+    EXPECT_EQ(copy(fetch)(out), 0);
+    EXPECT_EQ(out, L"");
+  }
 }
 
 class Alias : public ::testing::Test {
@@ -191,23 +244,57 @@ TEST_F(Alias, NamesThatAreNotLookedUp) {
   EXPECT_EQ(resolver.asked, 0);
 }
 
-TEST_F(Alias, TimeOut_GoesIntoTheMicroseconds_AndIsReadOnce) {
-  const test::PrivateRegistry registry;
-  const std::wstring key = L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Network\\TcpIp";
-  test::MakeKey(key);
-  const auto limitOf = [&](int timeOut) {
+// A copy of the library, which has read no limit yet.
+class TimeOut : public Alias {
+ protected:
+  // The microseconds that the resolver gets; -1: no limit.
+  long LimitOf(int timeOut) {
     bool isMe = false;
-    IsThisMeEx(L"alias", &isMe, false, timeOut);
+    copy (&IsThisMeEx)(L"alias", &isMe, false, timeOut);
+    EXPECT_LE(resolver.limit.tv_sec, 0);
     return resolver.limit.tv_usec;
-  };
-  EXPECT_EQ(limitOf(-1), -1) << "no limit";
-  EXPECT_EQ(limitOf(1234), 1234000);
-  EXPECT_EQ(limitOf(0), 5000000);
-  EXPECT_EQ(resolver.limit.tv_sec, 0);
+  }
+
+  test::PrivateRegistry registry;
+  const std::wstring key = L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Network\\TcpIp";
+  LibraryCopy copy{L"vtclass_mini.dll", kCompanions};
+  ImportHook<decltype(::GetProcAddress)> names{"KERNEL32.dll", "GetProcAddress", &LookUp,
+                                               copy.Module()};
+  ImportHook<decltype(Answer)> answer{
+      "vtsocket.dll", "_ZN8VTSocket22GetAddrInfoWithTimeOutEPKcS1_PK8addrinfoPPS2_PK7timeval",
+      &Answer, copy.Module()};
+};
+
+TEST_F(TimeOut, GoesIntoTheMicroseconds_AndIsReadOnce) {
+  test::MakeKey(key);
+  EXPECT_EQ(LimitOf(-1), -1) << "no limit";
+  EXPECT_EQ(LimitOf(1234), 1234000);
+  EXPECT_EQ(test::StoredValue(key, L"DnsQueryTimeOut"), "") << "not asked for yet";
+  EXPECT_EQ(LimitOf(0), 5000000);
   EXPECT_EQ(test::StoredValue(key, L"DnsQueryTimeOut"), std::string("\x88\x13\0\0", 4))
       << "the missing value is written back as 5000";
   test::StoreValue(key, L"DnsQueryTimeOut", REG_DWORD, "\xE8\3\0\0", 4);
-  EXPECT_EQ(limitOf(0), 5000000) << "read once in a process";
+  EXPECT_EQ(LimitOf(0), 5000000) << "read once in a process";
+}
+
+TEST_F(TimeOut, MissingKey_IsNotMade) {
+  EXPECT_EQ(LimitOf(0), 5000000);
+  EXPECT_FALSE(test::KeyExists(key));
+}
+
+TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
+  const std::string seconds("\xD0\7\0\0", 4);
+  test::MakeKey(key);
+  test::StoreValue(key, L"DnsQueryTimeOut", REG_DWORD, seconds.data(), 4);
+  const ImportHook<decltype(::RegOpenKeyExW)> readOnly(
+      "ADVAPI32.dll", "RegOpenKeyExW",
+      [](HKEY parent, LPCWSTR name, DWORD options, REGSAM rights, PHKEY opened) -> LSTATUS {
+        if ((rights & KEY_WRITE) != (KEY_READ & KEY_WRITE)) return ERROR_ACCESS_DENIED;
+        return ::RegOpenKeyExW(parent, name, options, rights, opened);
+      },
+      copy.Module());
+  EXPECT_EQ(LimitOf(0), 2000000);
+  EXPECT_EQ(test::StoredValue(key, L"DnsQueryTimeOut"), seconds);
 }
 
 TEST_F(Alias, FailuresOfTheSystem_AreTheResult) {

@@ -13,14 +13,14 @@ struct ConversionRow {
   bool isLocal;
   wcstring out;
 
-  void Expect() const {
+  void Expect(decltype(&vtclass::VTConvertServerNamePlus) convert =
+                  &vtclass::VTConvertServerNamePlus) const {
     wcstring text = in;  // input and output at once
     bool local = !isLocal;
     unsigned long said = 99;
-    EXPECT_EQ(
-        vtclass::VTConvertServerNamePlus(
-            text, text, static_cast<vtclass::_COMPUTER_NAME_FORMAT>(format), true, &local, &said),
-        result);
+    EXPECT_EQ(convert(text, text, static_cast<vtclass::_COMPUTER_NAME_FORMAT>(format), true, &local,
+                      &said),
+              result);
     EXPECT_EQ(said, status);
     EXPECT_EQ(local, isLocal);
     EXPECT_EQ(text, out) << "format " << format;

@@ -21,10 +21,14 @@ std::atomic<std::uint32_t> rememberedTimeOut{kNotRead};
 std::uint32_t ReadTimeOut() {
   Configuration key;
   unsigned long stored = kStandardTimeOut;
-  // With write access, so that a missing value shows up in the registry for the administrator.
+  // With write access, so that a missing value shows up in the registry for the administrator; an
+  // account that may only read still gets what is stored.
   if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
                Configuration::accessRead | Configuration::accessWrite)) {
     key.Load(L"DnsQueryTimeOut", stored, kStandardTimeOut);
+  } else if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
+                      Configuration::accessRead)) {
+    key.LoadDWORD(L"DnsQueryTimeOut", stored);
   }
   return UsableTimeOut(stored);
 }
@@ -88,17 +92,23 @@ unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
     const unsigned long result = VTConvertServerNamePlus(server, unused, computerNameNoConversion,
                                                          clusterAware, &isLocal, &status);
     if (result == ERROR_NOT_ENOUGH_MEMORY) return result;
+    // What is left undone tells neither yes nor no.
+    constexpr unsigned long kNothingDone = 4;
+    const bool isTold = result == ERROR_SUCCESS || status != kNothingDone;
     if (result == ERROR_SUCCESS && isLocal) {
       *isMe = true;
       return ERROR_SUCCESS;
     }
-    return net::IsVirtualNode(server, *isMe) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+    if (net::IsVirtualNode(server, *isMe)) return ERROR_SUCCESS;
+    return isTold ? ERROR_INVALID_PARAMETER : result;
   });
 }
 
 unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs) {
   const unsigned long result = IsThisMe(name, isMe, clusterAware);
   if (result == ERROR_SUCCESS && *isMe) return result;
+  // An alias of this machine's addresses may be a virtual server that the node holds now.
+  if (result != ERROR_SUCCESS && result != ERROR_INVALID_PARAMETER) return result;
   unsigned long timeOut = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : net::TimeOut();
   return IsThisAnAliasForMe(name.c_str(), isMe, timeOut == net::kNoTimeLimit ? nullptr : &timeOut);
 }

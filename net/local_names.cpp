@@ -3,7 +3,9 @@
 #include <vtcluster/vtcluster.h>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "net/contained.h"
@@ -42,13 +44,17 @@ bool NodeOrComputerName(wcstring& name) {
 }
 
 // What throws here is not remembered: the next question fetches the names again.
-LocalNames FetchNames() {
-  LocalNames names;
-  NodeOrComputerName(names.node);
-  names.dnsHost = SystemName(ComputerNameDnsHostname);
-  names.fullName = SystemName(ComputerNameDnsFullyQualified);
+std::unique_ptr<const LocalNames> FetchNames() {
+  auto names = std::make_unique<LocalNames>();
+  NodeOrComputerName(names->node);
+  names->dnsHost = SystemName(ComputerNameDnsHostname);
+  names->fullName = SystemName(ComputerNameDnsFullyQualified);
   return names;
 }
+
+constinit std::atomic<const LocalNames*> remembered{nullptr};
+
+[[gnu::destructor]] void Forget() { delete remembered.exchange(nullptr); }
 
 // What `ask` answers; false with the thread's last error where it throws.
 template <typename Ask>
@@ -84,9 +90,14 @@ wcstring SystemName(COMPUTER_NAME_FORMAT format) {
   return {buffer, size};
 }
 
+// Without a lock, and without a static object that the compiler guards: a thread that is killed
+// while it fetches must not keep the others from it. Of several that come first, the first to end
+// counts.
 const LocalNames& RememberedNames() {
-  static const LocalNames names = FetchNames();
-  return names;
+  const LocalNames* names = remembered.load(std::memory_order_acquire);
+  if (names) return *names;
+  std::unique_ptr<const LocalNames> fetched = FetchNames();
+  return remembered.compare_exchange_strong(names, fetched.get()) ? *fetched.release() : *names;
 }
 
 bool IsSameName(WideView a, WideView b) noexcept {

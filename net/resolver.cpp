@@ -1,5 +1,6 @@
 #include "net/resolver.h"
 
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -59,9 +60,17 @@ ResolverFunctions LoadResolver() noexcept {
   return functions;
 }
 
-const ResolverFunctions& Resolver() noexcept {
-  static const ResolverFunctions functions = LoadResolver();
-  return functions;
+// Two threads that come first find the same functions. No static object that the compiler guards: a
+// thread that is killed in its construction would block the others for good.
+ResolverFunctions Resolver() noexcept {
+  static constinit std::atomic<decltype(ResolverFunctions::nameInfo)> nameInfo{nullptr};
+  static constinit std::atomic<decltype(ResolverFunctions::freeList)> freeList{nullptr};
+  const ResolverFunctions known = {nameInfo.load(std::memory_order_acquire), freeList.load()};
+  if (known.nameInfo) return known;
+  const ResolverFunctions found = LoadResolver();
+  freeList.store(found.freeList);
+  nameInfo.store(found.nameInfo, std::memory_order_release);
+  return found;
 }
 
 unsigned long HostNameOf(const VTSocket::VTIPAddress& address, wcstring& host) {

@@ -25,7 +25,7 @@ struct ResolverFunctions {
 ResolverFunctions LoadResolver() noexcept;
 
 /* The functions that LoadResolver found at the first call. */
-const ResolverFunctions& Resolver() noexcept;
+ResolverFunctions Resolver() noexcept;
 
 /* The name of the host with `address`, by reverse lookup. On failure `host` is as before and the
  * result is the socket error, never 0.

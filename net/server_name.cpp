@@ -123,12 +123,30 @@ Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT forma
                  : ConvertName(server, format, clusterAware, netBios, isLocal);
 }
 
-// The virtual server of a cluster that holds the name or address `server`.
-bool FindVirtualServer(const std::wstring& server, std::wstring& virtualServer) {
+struct Holder {
+  bool isVirtual = false;
+  std::wstring name; /* of the virtual server */
+  unsigned long error = ERROR_SUCCESS;
+};
+
+// Whether a virtual server of the cluster holds the name or address `server`. A cluster that opens
+// but cannot be read is no cluster without that name: taken for one, it would make a virtual server
+// this machine.
+Holder FindHolder(const std::wstring& server) {
+  Holder holder;
   std::string ansi;
-  if (ToAnsi(server, ansi) != ERROR_SUCCESS) return false;
+  if (ToAnsi(server, ansi) != ERROR_SUCCESS) return holder;
   const auto cluster = Cluster::GetInstance();
-  return cluster && cluster->Open() && cluster->GetVirtualNameFromIp(virtualServer, ansi.c_str());
+  if (!cluster || !cluster->Open()) return holder;
+  holder.isVirtual = cluster->GetVirtualNameFromIp(holder.name, ansi.c_str());
+  if (!holder.isVirtual) holder.error = cluster->GetErrorCode();
+  return holder;
+}
+
+// Whether a server that is another machine anyway is a virtual one changes its name at most.
+bool IsClusterAsked(const Conversion& conversion, _COMPUTER_NAME_FORMAT format) {
+  return conversion.result == ERROR_SUCCESS &&
+         (conversion.isLocal || format != computerNameNoConversion);
 }
 
 // What belongs to a virtual server is not this node, whatever the names said.
@@ -143,12 +161,10 @@ Conversion ConvertVirtualServer(const std::wstring& server, const std::wstring& 
 // A server without a name in that form is none for the cluster either: what fails stays failed.
 Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware) {
   Conversion conversion = ConvertServer(server, format, clusterAware);
-  std::wstring virtualServer;
-  if (clusterAware && conversion.result == ERROR_SUCCESS &&
-      FindVirtualServer(server, virtualServer)) {
-    return ConvertVirtualServer(server, virtualServer, format);
-  }
-  return conversion;
+  if (!clusterAware || !IsClusterAsked(conversion, format)) return conversion;
+  const Holder holder = FindHolder(server);
+  if (holder.isVirtual) return ConvertVirtualServer(server, holder.name, format);
+  return holder.error == ERROR_SUCCESS ? conversion : Failed(kNothingDone, holder.error);
 }
 
 }  // namespace

@@ -14,14 +14,16 @@ void ReportException(const char* text) noexcept;
  * function keeps stay right.
  */
 template <typename Work>
-void Contained(Work work) noexcept {
+bool Contained(Work work) noexcept {
   try {
     work();
+    return true;
   } catch (const std::exception& exception) {
     ReportException(exception.what());
   } catch (...) {
     ReportException(nullptr);
   }
+  return false;
 }
 
 }  // namespace vtclass::platform

@@ -28,6 +28,10 @@ class VTCLASS_THREAD_ANNOTATION(capability("mutex")) CriticalSection {
   void Lock() noexcept VTCLASS_THREAD_ANNOTATION(acquire_capability()) {
     ::EnterCriticalSection(&section);
   }
+  /* False when another thread holds it. */
+  bool TryLock() noexcept VTCLASS_THREAD_ANNOTATION(try_acquire_capability(true)) {
+    return ::TryEnterCriticalSection(&section) != FALSE;
+  }
   void Unlock() noexcept VTCLASS_THREAD_ANNOTATION(release_capability()) {
     ::LeaveCriticalSection(&section);
   }

@@ -1,6 +1,7 @@
 #include "platform/this_module.h"
 
-extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT(bugprone-reserved-identifier): the linker's name
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the linker's name
+extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace vtclass::platform {
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <functional>
 #include <stdexcept>
 
 #include "tests/support/allocations.h"
@@ -115,6 +116,65 @@ TEST(cstring, Constructors_LeaveAValidPage) {
   EXPECT_EQ(wcstring(kept), wcstring(L"\u00E9\0", 2));
   EXPECT_EQ(wcstring(cstring(kept, cstring::windows1251)), wcstring(kept, cstring::windows1251));
   EXPECT_EQ(cstring(wcstring(L"\u0439"), cstring::windows1251), "\xE9");
+}
+
+// The page goes with the whole of another cstring, and stays under everything else that takes text.
+TEST(cstring, CodePage_AfterEachOperationThatTakesText) {
+  constexpr auto kOwn = cstring::utf8, kOther = cstring::windows1252;
+  const cstring other("\xE9", kOther);
+  const wcstring wide(L"\u00E9");
+  const struct {
+    std::function<void(cstring&)> operation;
+    cstring::codePage page;
+    const char* bytes;
+  } rows[] = {{[](cstring& text) { text = "abc"; }, kOwn, "abc"},
+              {[](cstring& text) { text = static_cast<const char*>(nullptr); }, kOwn, ""},
+              {[](cstring& text) { text.assign("abc"); }, kOwn, "abc"},
+              {[](cstring& text) { text.assign("abc", 2); }, kOwn, "ab"},
+              {[](cstring& text) { text.assign(std::string("abc")); }, kOwn, "abc"},
+              {[](cstring& text) { text.assign(2, 'a'); }, kOwn, "aa"},
+              {[&](cstring& text) { text = wide; }, kOwn, "\xC3\xA9"},
+              {[](cstring& text) { text = std::wstring(L"\u00E9"); }, kOwn, "\xC3\xA9"},
+              {[](cstring& text) { text.assign(L"\u00E9", 1); }, kOwn, "\xC3\xA9"},
+              {[&](cstring& text) { text = other; }, kOther, "\xE9"},
+              {[&](cstring& text) { text = cstring(other); }, kOther, "\xE9"},
+              {[&](cstring& text) { text.assign(other); }, kOther, "\xE9"},
+              {[&](cstring& text) { text.assign(other, 0, 1); }, kOwn, "\xE9"},
+              {[&](cstring& text) { (text += other) += 'x'; }, kOwn, "before\xE9x"},
+              {[&](cstring& text) { text.append("x").insert(0, other); }, kOwn,
+               "\xE9"
+               "beforex"},
+              {[&](cstring& text) { text.replace(1, 5, other).push_back('x'); }, kOwn, "b\xE9x"},
+              {[](cstring& text) { text.resize(2), text.clear(); }, kOwn, ""},
+              {[&](cstring& text) {
+                 cstring copy(other);
+                 text.swap(copy);
+               },
+               kOther, "\xE9"},
+              {[&](cstring& text) {
+                 cstring copy(other);
+                 copy.swap(text);
+               },
+               kOther, "\xE9"},
+              {[&](cstring& text) {
+                 cstring copy(other);
+                 std::swap(text, copy);
+               },
+               kOther, "\xE9"},
+              {[](cstring& text) {
+                 std::string plain("abc");
+                 text.swap(plain);
+               },
+               kOwn, "abc"}};
+  for (const auto& row : rows) {
+    cstring text("before", kOwn);
+    row.operation(text);
+    EXPECT_EQ(text, row.bytes) << &row - rows;
+    EXPECT_EQ(text.GetCodePage(), row.page) << &row - rows;
+  }
+  cstring one("a", kOwn), two("b", kOther);
+  one.swap(two);
+  EXPECT_TRUE(two == "a" && two.GetCodePage() == kOwn) << "the other side";
 }
 
 TEST(Conversion, TextInTheStringsOwnMemory_IsReadBeforeItIsReplaced) {

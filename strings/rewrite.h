@@ -16,41 +16,53 @@ struct Rewritten {
   std::size_t written = 0;
 };
 
-/* What one unit becomes, for every unit. */
+/* Whether the unit at `at`, which has no row, stays. Its neighbours tell of a surrogate. */
 template <typename Rule>
-UnitRow RowOf(WideUnit unit) {
-  if (unit < kRowCount) return kRows<Rule>[unit];
-  return {{unit}, Rule::KeepsHigh(unit)};
+bool KeepsUnit(WideView text, std::size_t at) {
+  const WideUnit unit = text[at];
+  if constexpr (Rule::kKeepsPairs) {
+    if ((unit & 0xFC00) == 0xD800) return at + 1 < text.size() && IsPair(unit, text[at + 1]);
+    if ((unit & 0xFC00) == 0xDC00) return at > 0 && IsPair(text[at - 1], unit);
+  }
+  return Rule::KeepsHigh(unit);
 }
 
-/* Rewrites `count` units without a look at the room and returns the units written.
- * Requires: room for the longest replacement of each, and for one row more. */
+/* Rewrites the units from `begin` to `end` without a look at the room and returns the units
+ * written. Requires: room for the longest replacement of each, and for one row more. */
 template <typename Rule>
-std::size_t PutUnits(const WideUnit* units, std::size_t count, WideUnit* out) {
+std::size_t PutUnits(WideView text, std::size_t begin, std::size_t end, WideUnit* out) {
   const UnitRows& rows = kRows<Rule>;
   WideUnit* at = out;
-  for (std::size_t i = 0; i < count; ++i) {
-    const WideUnit unit = units[i];
+  for (std::size_t i = begin; i < end; ++i) {
+    const WideUnit unit = text[i];
     if (unit < kRowCount) {
       std::memcpy(at, &rows[unit], sizeof(UnitRow));
       at += rows[unit].length;
     } else {
       *at = unit;
-      at += Rule::KeepsHigh(unit);
+      at += KeepsUnit<Rule>(text, i);
     }
   }
   return static_cast<std::size_t>(at - out);
 }
 
-/* The same near the end of the room. Answers false when the next unit does not fit. */
+/* The same near the end of the room. Answers false when the next unit does not fit; of a pair that
+ * stays, the first fits only together with the second. */
 template <typename Rule>
-bool PutFittingUnits(WideView units, std::size_t end, WideUnit* out, std::size_t room,
+bool PutFittingUnits(WideView text, std::size_t end, WideUnit* out, std::size_t room,
                      Rewritten& at) {
   for (; at.read < end; ++at.read) {
-    const UnitRow row = RowOf<Rule>(units[at.read]);
-    if (!Rule::Fits(at.written, row.length, room)) return false;
-    std::copy_n(row.text, row.length, out + at.written);
-    at.written += row.length;
+    const WideUnit unit = text[at.read];
+    if (unit < kRowCount) {
+      const UnitRow& row = kRows<Rule>[unit];
+      if (!Rule::Fits(at.written, row.length, room)) return false;
+      std::copy_n(row.text, row.length, out + at.written);
+      at.written += row.length;
+    } else if (KeepsUnit<Rule>(text, at.read)) {
+      const bool beginsPair = Rule::kKeepsPairs && (unit & 0xFC00) == 0xD800;
+      if (!Rule::Fits(at.written, beginsPair ? 2 : 1, room)) return false;
+      out[at.written++] = unit;
+    }
   }
   return true;
 }
@@ -68,7 +80,7 @@ bool RewriteDense(WideView text, WideUnit* out, std::size_t room, Rewritten& at)
     const std::size_t end = std::min(at.read + kStep, text.size());
     ahead = at.written - at.read;
     if (room - at.written >= kStep * kLongestRow + kRowUnits) {
-      at.written += PutUnits<Rule>(text.data() + at.read, end - at.read, out + at.written);
+      at.written += PutUnits<Rule>(text, at.read, end, out + at.written);
       at.read = end;
     } else if (!PutFittingUnits<Rule>(text, end, out, room, at)) {
       return false;
@@ -95,7 +107,7 @@ inline void CopyRun(const WideUnit* from, std::size_t readable, WideUnit* to, st
 /*
  * Writes `text`, rewritten by `Rule`, to `out`, which has room for `room` units and does not
  * overlap the text; units of it beyond those written may be overwritten too. Stops before the first
- * unit whose replacement does not fit.
+ * unit whose replacement does not fit, and never inside a pair of surrogates that stays.
  */
 template <typename Rule>
 Rewritten Rewrite(WideView text, WideUnit* out, std::size_t room, ScanFunction scan) {

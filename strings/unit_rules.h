@@ -26,6 +26,10 @@ inline constexpr std::size_t kLongestRow = 6;
 inline constexpr std::size_t kRowCount = 0x100;
 using UnitRows = std::array<UnitRow, kRowCount>;
 
+constexpr bool IsPair(WideUnit high, WideUnit low) {
+  return (high & 0xFC00) == 0xD800 && (low & 0xFC00) == 0xDC00;
+}
+
 constexpr UnitRow MakeRow(WideView text) {
   UnitRow row{};
   for (std::size_t i = 0; i < text.size(); ++i) row.text[i] = text[i];
@@ -52,6 +56,7 @@ constexpr WideView XmlEntity(std::uint32_t unit) {
 
 /* The filter of makeXmlStrBufferValid: drops what an XML document should not hold, and escapes. */
 struct XmlFilterRule {
+  static constexpr bool kKeepsPairs = false;
   static constexpr bool KeepsLow(std::uint32_t unit) {
     if (unit < 0x20) return unit == 0x09 || unit == 0x0A || unit == 0x0D;
     // The C1 controls go, but for the line end NEL.
@@ -72,32 +77,41 @@ struct XmlFilterRule {
   }
 };
 
-/* The job log's escaping: nothing is dropped, a line feed gets its carriage return. */
-struct XmlEscapeRule {
+/* The job log's raw text: nothing is dropped, a line feed gets its carriage return. */
+struct LineFeedRule {
+  static constexpr bool kKeepsPairs = false;
   static constexpr bool KeepsLow(std::uint32_t) { return true; }
   static constexpr bool KeepsHigh(std::uint32_t) { return true; }
   static constexpr WideView Entity(std::uint32_t unit) {
-    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : XmlEntity(unit);
+    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : WideView();
   }
   static constexpr bool Fits(std::size_t written, std::size_t length, std::size_t room) {
     return written + length <= room;
   }
 };
 
-/* The same for text that is markup already. */
-struct LineFeedRule : XmlEscapeRule {
+/* The job log's escaping: the same, and what no XML document can hold is dropped. */
+struct XmlEscapeRule : LineFeedRule {
+  /* A surrogate stays where it has its partner, although a unit alone cannot tell. */
+  static constexpr bool kKeepsPairs = true;
+  static constexpr bool KeepsLow(std::uint32_t unit) {
+    return unit >= 0x20 || unit == 0x09 || unit == 0x0A || unit == 0x0D;
+  }
+  static constexpr bool KeepsHigh(std::uint32_t unit) {
+    return unit <= 0xFFFD && (unit < 0xD800 || unit > 0xDFFF);
+  }
   static constexpr WideView Entity(std::uint32_t unit) {
-    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : WideView();
+    return unit == '\n' ? WideView(VTCLASS_WIDE("\r\n")) : XmlEntity(unit);
   }
 };
 
 /* No rewriting: its scan finds the end of a text. */
-struct ZeroRule : XmlEscapeRule {
+struct ZeroRule : LineFeedRule {
   static constexpr bool KeepsLow(std::uint32_t unit) { return unit != 0; }
   static constexpr WideView Entity(std::uint32_t) { return {}; }
 };
 
-/* True when a rewriting by `Rule` leaves the unit as it is. */
+/* True when a rewriting by `Rule` leaves the unit as it is, wherever it stands. */
 template <typename Rule>
 constexpr bool IsUnchanged(std::uint32_t unit) {
   if (unit >= kRowCount) return Rule::KeepsHigh(unit);

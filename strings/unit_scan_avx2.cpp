@@ -66,10 +66,13 @@ VTCLASS_TARGET("avx2") inline __m256i IsBetween(__m256i units, int low, int high
                             _mm256_setzero_si256());
 }
 
-VTCLASS_TARGET("avx2") inline __m256i IsDroppedHigh(__m256i units) {
-  return _mm256_or_si256(
-      _mm256_or_si256(IsBetween(units, 0xD800, 0xDFFF), IsBetween(units, 0xFD00, 0xFDEF)),
-      IsBetween(units, 0xFFFE, 0xFFFF));
+template <typename Rule>
+VTCLASS_TARGET("avx2")
+inline __m256i IsChangedHigh(__m256i units) {
+  const __m256i changed =
+      _mm256_or_si256(IsBetween(units, 0xD800, 0xDFFF), IsBetween(units, 0xFFFE, 0xFFFF));
+  if constexpr (Rule::KeepsHigh(0xFD00)) return changed;
+  return _mm256_or_si256(changed, IsBetween(units, 0xFD00, 0xFDEF));
 }
 
 // One bit for each of 32 units that the rule changes. Packing works in halves of the register, so
@@ -85,10 +88,11 @@ inline unsigned Match(__m256i a, __m256i b, __m256i lower, __m256i upper) {
                                           _mm256_shuffle_epi8(upper, row));
   __m256i changed = common;
   if constexpr (!Rule::KeepsHigh(0xFFFF)) {
-    // Nothing below the surrogates is dropped.
+    // Nothing below the surrogates is changed.
     const __m256i high = _mm256_subs_epu16(_mm256_max_epu16(a, b), Unit(0xD7FF));
     if (!_mm256_testz_si256(high, high)) {
-      changed = _mm256_or_si256(changed, _mm256_packs_epi16(IsDroppedHigh(a), IsDroppedHigh(b)));
+      changed = _mm256_or_si256(changed,
+                                _mm256_packs_epi16(IsChangedHigh<Rule>(a), IsChangedHigh<Rule>(b)));
     }
   }
   if (_mm256_testz_si256(changed, changed)) return 0;

@@ -40,6 +40,10 @@ __m128i IsControl(__m128i bytes) {
   return Or(_mm_cmpeq_epi8(row, _mm_setzero_si128()), IsByte(bytes, 0x7F));
 }
 
+__m128i IsBelowBlank(__m128i bytes) {
+  return _mm_cmpeq_epi8(_mm_subs_epu8(bytes, Byte(0x1F)), _mm_setzero_si128());
+}
+
 __m128i IsKeptControl(__m128i bytes) {
   return Or(Or(IsByte(bytes, 0x09), IsByte(bytes, 0x0A)),
             Or(IsByte(bytes, 0x0D), IsByte(bytes, 0x85)));
@@ -50,9 +54,12 @@ __m128i IsBetween(__m128i units, int low, int high) {
   return _mm_cmpeq_epi16(beyond, _mm_setzero_si128());
 }
 
+__m128i IsSurrogateOrNoCharacter(__m128i units) {
+  return Or(IsBetween(units, 0xD800, 0xDFFF), IsBetween(units, 0xFFFE, 0xFFFF));
+}
+
 __m128i IsDroppedHigh(__m128i units) {
-  return Or(Or(IsBetween(units, 0xD800, 0xDFFF), IsBetween(units, 0xFD00, 0xFDEF)),
-            IsBetween(units, 0xFFFE, 0xFFFF));
+  return Or(IsSurrogateOrNoCharacter(units), IsBetween(units, 0xFD00, 0xFDEF));
 }
 
 // Each matcher answers with one bit for each of the 16 units that its rule changes.
@@ -72,9 +79,14 @@ struct XmlFilterMatcher {
 struct XmlEscapeMatcher {
   using Rule = XmlEscapeRule;
   static unsigned Match(__m128i a, __m128i b) {
-    // Units above 0xFF become 0 or 0xFF, neither of which this rule changes.
-    const __m128i bytes = Pack(a, b);
-    return Bits(Or(IsMarkup(bytes), IsByte(bytes, '\n')));
+    const __m128i rough = Pack(a, b);
+    // Plain text ends here. Tabs and units from 0x8000 on look like controls so far.
+    if (Bits(Or(IsBelowBlank(rough), IsMarkup(rough))) == 0) return 0;
+    const __m128i bytes = Pack(Clamp(a), Clamp(b));
+    const __m128i kept = Or(IsByte(bytes, '\t'), IsByte(bytes, '\r'));
+    const __m128i low = Or(_mm_andnot_si128(kept, IsBelowBlank(bytes)), IsMarkup(bytes));
+    const __m128i high = _mm_packs_epi16(IsSurrogateOrNoCharacter(a), IsSurrogateOrNoCharacter(b));
+    return Bits(Or(low, high));
   }
 };
 

@@ -30,6 +30,8 @@ TEST(XmlFilter, EveryUnit_IsFoundWhereverItStands) {
       text[at] = static_cast<WideUnit>(value);
       const WideText expected = reference::Filter(text);
       ASSERT_EQ(FilteredPrefix(text, *scan), expected == text ? length : at) << value;
+      const bool isPlain = reference::Escape(text, true) == text;
+      ASSERT_EQ(scan->xmlEscape(text.data(), length), isPlain ? length : at) << value;
       ASSERT_EQ(TextLength(text.data(), length, *scan), value == 0 ? at : length);
       WideText out(length + 7, 0);
       ASSERT_EQ(out.substr(0, FilterInto(text, out.data(), out.size(), *scan)), expected) << value;

@@ -51,18 +51,29 @@ inline WideText Filter(WideView text) {
   return out;
 }
 
+inline bool IsXmlCharacter(WideView text, std::size_t at) {
+  const WideUnit unit = text[at];
+  if (unit >= 0xD800 && unit <= 0xDBFF) {
+    return at + 1 < text.size() && text[at + 1] >= 0xDC00 && text[at + 1] <= 0xDFFF;
+  }
+  if (unit >= 0xDC00 && unit <= 0xDFFF) {
+    return at > 0 && text[at - 1] >= 0xD800 && text[at - 1] <= 0xDBFF;
+  }
+  if (unit < 0x20) return unit == 0x09 || unit == 0x0A || unit == 0x0D;
+  return unit != 0xFFFE && unit != 0xFFFF;
+}
+
+/* What the unit at `at` becomes. */
+inline WideText EscapedUnit(WideView text, std::size_t at, bool escape) {
+  if (text[at] == '\n') return VTCLASS_WIDE("\r\n");
+  if (escape && !IsXmlCharacter(text, at)) return {};
+  const WideView entity = escape ? Entity(text[at]) : WideView();
+  return WideText(entity.empty() ? text.substr(at, 1) : entity);
+}
+
 inline WideText Escape(WideView text, bool escape) {
   WideText out;
-  for (const WideUnit unit : text) {
-    const WideView entity = escape ? Entity(unit) : WideView();
-    if (unit == '\n') {
-      out += VTCLASS_WIDE("\r\n");
-    } else if (entity.empty()) {
-      out += unit;
-    } else {
-      out += entity;
-    }
-  }
+  for (std::size_t at = 0; at < text.size(); ++at) out += EscapedUnit(text, at, escape);
   return out;
 }
 

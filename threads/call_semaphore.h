@@ -21,33 +21,35 @@ class CallSemaphore {
   HANDLE Handle() const noexcept { return kernel.Get(); }
 
   void Post() noexcept {
-    if (count.Post()) ::ReleaseSemaphore(kernel.Get(), 1, nullptr);
+    if (!count.Post()) return;
+    ::ReleaseSemaphore(kernel.Get(), 1, nullptr);
+    count.Released();
   }
 
   /* True when one count was consumed. With an environment the wait keeps its apartment alive. */
   bool Wait(DWORD timeout, ComClientEnv* environment) {
-    const bool usable = static_cast<bool>(kernel);
     // Who posts next may only be waiting for this processor: that saves both of them the kernel.
     if (timeout > 0 && !count.HasCall()) ::SwitchToThread();
-    if (usable && count.TakeOrAnnounce()) {
-      // A wait that finds a call dispatches what is pending too: a worker that never sleeps would
-      // otherwise starve its apartment.
-      if (environment) environment->Dawdle();
-      return true;
+    const ULONGLONG start = timeout == INFINITE ? 0 : ::GetTickCount64();
+    DWORD left = timeout;
+    while (!kernel || !count.TakeOrAnnounce()) {
+      const DWORD result = environment ? environment->WaitForSingleObject(kernel.Get(), left)
+                                       : ::WaitForSingleObject(kernel.Get(), left);
+      if (!kernel) return false;
+      if (result != WAIT_OBJECT_0) return count.TakeOrGiveUp();
+      if (count.TakeWoken()) return true;
+      if (timeout != INFINITE) left = Left(timeout, ::GetTickCount64() - start);
     }
-    const DWORD result = environment ? environment->WaitForSingleObject(kernel.Get(), timeout)
-                                     : ::WaitForSingleObject(kernel.Get(), timeout);
-    if (result == WAIT_OBJECT_0) return true;
-    if (!usable) return false;
-    while (!count.TakeBack()) {
-      const DWORD token = ::WaitForSingleObject(kernel.Get(), kTokenLimit);
-      if (token != WAIT_TIMEOUT) return token == WAIT_OBJECT_0;
-    }
-    return false;
+    // A wait that finds a call dispatches what is pending too: a worker that never sleeps would
+    // otherwise starve its apartment.
+    if (environment) environment->Dawdle();
+    return true;
   }
 
  private:
-  static constexpr DWORD kTokenLimit = 1; /* a token on its way comes sooner; it may be snatched */
+  static DWORD Left(DWORD timeout, ULONGLONG elapsed) {
+    return elapsed < timeout ? timeout - static_cast<DWORD>(elapsed) : 0;
+  }
 
   platform::OwnedKernelObject kernel;
   CallCount count;

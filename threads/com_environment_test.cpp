@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/support/answered_look_ups.h"
+#include "tests/support/import_hook.h"
 #include "threads/threads_test_support.h"
 
 namespace vtclass::test {
@@ -26,7 +27,7 @@ bool noCoInitializeEx = false;
 int uninitialized = 0;
 std::vector<DWORD> security;
 HRESULT securityResult = S_OK;
-std::string pumped;              // D: a dispatch ran dry, W: a wait for messages
+std::string pumped;              // D: a dispatch ran dry, W: a wait for messages and its time
 std::vector<DWORD> waitResults;  // of the next waits; real ones without
 
 void WINAPI CountUninitialize() { ++uninitialized, ::CoUninitialize(); }
@@ -46,13 +47,18 @@ BOOL WINAPI CountPeek(LPMSG message, HWND window, UINT first, UINT last, UINT re
 }
 
 DWORD WINAPI ScriptedWait(DWORD count, const HANDLE* handles, BOOL all, DWORD timeout, DWORD mask) {
-  pumped += 'W';
+  pumped += 'W' + (timeout == INFINITE ? "" : std::to_string(timeout));
   EXPECT_EQ(mask, 0xFFu);
   if (waitResults.empty()) return ::MsgWaitForMultipleObjects(count, handles, all, timeout, mask);
   const DWORD result = waitResults.front();
   waitResults.erase(waitResults.begin());
   return result;
 }
+
+// Each look at the clock, which wraps around at the second, is 10 milliseconds after the one
+// before.
+DWORD ticks = 0;
+DWORD WINAPI CountTicks() { return ticks += 10; }
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
   const std::string wanted = name;
@@ -71,7 +77,7 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 TEST(RunTimeBinding, SpinCountFunction_IsLookedUpOnceInAProcess) {
   const WorkerThread first, second("second");
   const ThreadPool pool;
-  EXPECT_EQ(spinCountLookUps, 1);
+  EXPECT_EQ(spinCountLookUps, 1);  // in a second pass too
 }
 
 TEST(ComEnvironment, Factory_PicksByModel_OnEveryKindOfThread) {
@@ -143,16 +149,21 @@ TEST(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) 
     std::vector<DWORD> waits;
     unsigned long result;
     const char* pumped;
-  } const cases[] = {{open.Handle(), 0, {}, WAIT_OBJECT_0, "DW"},
-                     {closed.Handle(), 0, {}, WAIT_TIMEOUT, "DW"},
-                     {nullptr, INFINITE, {}, WAIT_FAILED, "DW"},
-                     {closed.Handle(), 0, {1}, WAIT_TIMEOUT, "DWD"},
-                     {open.Handle(), 0, {1}, WAIT_OBJECT_0, "DWD"},  // signalled at the last moment
-                     {closed.Handle(), INFINITE, {1, 1, WAIT_OBJECT_0}, WAIT_OBJECT_0, "DWDDWDDW"}};
+  } const cases[] = {
+      {open.Handle(), 0, {}, WAIT_OBJECT_0, "DW0"},
+      {closed.Handle(), 0, {}, WAIT_TIMEOUT, "DW0"},
+      {nullptr, INFINITE, {}, WAIT_FAILED, "DW"},
+      {closed.Handle(), 0, {1}, WAIT_TIMEOUT, "DW0D"},
+      {open.Handle(), 0, {1}, WAIT_OBJECT_0, "DW0D"},  // signalled at the last moment
+      {closed.Handle(), 25, {1, 1, 1, 1}, WAIT_TIMEOUT, "DW25DDW15DDW5D"},
+      {closed.Handle(), 20, {1, 1, 1}, WAIT_TIMEOUT, "DW20DDW10D"},
+      {closed.Handle(), INFINITE, {1, 1, WAIT_OBJECT_0}, WAIT_OBJECT_0, "DWDDWDDW"}};
+  const ImportHook<decltype(::GetTickCount)> clock("KERNEL32.dll", "GetTickCount", &CountTicks);
   SingleThreadedCom environment;
   for (const auto& row : cases) {
     pumped.clear();
     waitResults = row.waits;
+    ticks = 0xFFFFFFF0;
     EXPECT_EQ(environment.WaitForSingleObject(row.handle, row.timeout), row.result) << row.pumped;
     EXPECT_EQ(pumped, row.pumped);
   }

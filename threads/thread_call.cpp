@@ -13,7 +13,8 @@ RefThreadCall::RefThreadCall(WorkerThread* thread, Runner run) noexcept : Thread
 RefThreadCall::~RefThreadCall() = default;
 
 void RefThreadCall::ThreadExecute() {
-  run(*this, &ThreadCall::Execute);
+  // What the call did not undo must not be the next one's: above all somebody else's token.
+  if (!run(*this, &ThreadCall::Execute)) ::RevertToSelf();
   Release();
 }
 

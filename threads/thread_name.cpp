@@ -22,22 +22,15 @@ constinit BoundFunction<HRESULT WINAPI(HANDLE, PCWSTR)> setThreadDescription(L"k
                                                                              "SetThreadDescription",
                                                                              E_NOTIMPL);
 
-// The record that debuggers know.
-struct NameRecord {
-  DWORD type = 0x1000;
-  const char* name = nullptr;
-  DWORD threadId = 0;
-  DWORD flags = 0;
-};
-
-// The argument count is the record's size in 32-bit units, and is kept so. The platform reads as
-// many pointer-sized arguments, twice the record: what lies behind it has to be ours, and zero.
-struct NameArguments {
-  NameRecord record;
-  DWORD zeros[sizeof(NameRecord) / sizeof(DWORD)] = {};
-};
-constexpr DWORD kArgumentCount = sizeof(NameRecord) / sizeof(DWORD);
-static_assert(sizeof(NameArguments) >= kArgumentCount * sizeof(ULONG_PTR));
+/*
+ * The record that debuggers know: a type of 32 bits, the name's pointer, the thread id and the
+ * flags of 32 bits each. The argument count is its size in 32-bit units, and is kept so; the
+ * platform reads as many pointer-sized arguments, twice the record. All of them are written here,
+ * the gap behind the type too.
+ */
+constexpr DWORD kArgumentCount = 6;
+using NameArguments = ULONG_PTR[kArgumentCount];
+constexpr ULONG_PTR kNameType = 0x1000;
 
 void RaiseName(void* arguments) {
   ::RaiseException(kThreadNameException, 0, kArgumentCount, static_cast<ULONG_PTR*>(arguments));
@@ -60,8 +53,8 @@ void Describe(DWORD threadId, const char* name) {
 }  // namespace
 
 void WorkerThread::SetThreadName(unsigned long threadId, const char* name) {
-  NameArguments arguments{.record = {.name = name, .threadId = threadId}};
+  NameArguments arguments = {kNameType, reinterpret_cast<ULONG_PTR>(name), threadId};
   unsigned long ignored = 0;
-  GuardedCall(&RaiseName, &arguments, &ignored);
+  GuardedCall(&RaiseName, arguments, &ignored);
   Describe(threadId, name);
 }

@@ -18,6 +18,7 @@ using vtclass::platform::Contained;
 using vtclass::platform::CriticalSection;
 using vtclass::platform::KeepFailure;
 using vtclass::platform::MadeOrNull;
+using vtclass::platform::ReportException;
 using vtclass::platform::ScopedLock;
 using vtclass::threads::Ring;
 
@@ -49,18 +50,20 @@ struct ThreadPool::State {
   bool IsPending(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
   void AddPending(RefPointer<ThreadPoolCall> call) VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> TakePending(std::size_t i) VTCLASS_REQUIRES(lock);
-  void Dispatch(RefPointer<ThreadPoolCall> call) VTCLASS_REQUIRES(lock);
+  void Dispatch(RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
   void ReserveWorkers(std::size_t more) VTCLASS_REQUIRES(lock);
   WorkerThread* StartWorker() VTCLASS_REQUIRES(lock);
-  void Hand(RefPointer<ThreadPoolCall> call, WorkerThread* worker) VTCLASS_REQUIRES(lock);
+  void Hand(RefPointer<ThreadPoolCall>& call, WorkerThread* worker) VTCLASS_REQUIRES(lock);
+  void HandBack(WorkerThread* worker) VTCLASS_REQUIRES(lock);
+  bool HandNext(RefPointer<ThreadPoolCall>& next, WorkerThread* worker) VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> TakeNext() VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> StopExecuting(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
   void Retire(WorkerThread* worker) VTCLASS_REQUIRES(lock);
-  bool RunsOnIdleWorker() VTCLASS_REQUIRES(lock);
+  WorkerThread* TakeIdle(bool leavingOnly) VTCLASS_REQUIRES(lock);
   void FinishCall(ThreadPoolCall* call);
   void DropPending();
   void DropExecuting();
-  void DestroyIdle();
+  void DestroyIdle(bool leavingOnly);
   void WaitForCallsInHand(DWORD timeout);
   std::vector<WorkerThread*> TakeOverBusy(bool closing);
   void StopBusy(DWORD timeout, bool closing);
@@ -96,8 +99,8 @@ RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
   return call;
 }
 
-/* Hands a call that is not executing to a worker, or queues it. */
-void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall> call) {
+/* Hands a call that is not executing to a worker, or queues it. On failure `call` keeps it. */
+void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall>& call) {
   const bool reuse = keepIdleThreads && !idle.empty();
   if (!reuse && !std::cmp_less(busy.size(), maxThreads)) {
     AddPending(std::move(call));
@@ -109,7 +112,12 @@ void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall> call) {
   WorkerThread* const worker = reuse ? idle.back() : StartWorker();
   if (reuse) idle.pop_back();
   if (reuse) busy.push_back(worker);
-  Hand(std::move(call), worker);
+  try {
+    Hand(call, worker);
+  } catch (...) {
+    if (call) HandBack(worker);
+    throw;
+  }
 }
 
 /* Room for every worker in both lists, so that one changes over without memory. */
@@ -136,11 +144,27 @@ WorkerThread* ThreadPool::State::StartWorker() {
   return worker;
 }
 
-void ThreadPool::State::Hand(RefPointer<ThreadPoolCall> call, WorkerThread* worker) {
+/* The derived class's own code may throw here. `call` then still holds the call, unless that code
+ * had queued it before: then the worker runs it. */
+void ThreadPool::State::Hand(RefPointer<ThreadPoolCall>& call, WorkerThread* worker) {
   ThreadPoolCall* const handed = call.get();
-  handed->SetThread(worker);
-  executing.PushBack(std::move(call));
-  handed->PostItToThread();
+  const long outstanding = worker->NumberOfOutstandingCalls();
+  try {
+    handed->SetThread(worker);
+    executing.PushBack(std::move(call));
+    handed->PostItToThread();
+  } catch (...) {
+    if (worker->NumberOfOutstandingCalls() > outstanding) throw;
+    if (!call) call = StopExecuting(handed);
+    handed->thread = nullptr;
+    throw;
+  }
+}
+
+/* A worker that sleeps, since it did not get its call. */
+void ThreadPool::State::HandBack(WorkerThread* worker) {
+  Retire(worker);
+  if (!keepIdleThreads) worker->state->QueueStop();
 }
 
 /* The oldest pending call that is not executing. */
@@ -164,10 +188,16 @@ void ThreadPool::State::Retire(WorkerThread* worker) {
   if (!keepIdleThreads) worker->state->running = 0;
 }
 
-bool ThreadPool::State::RunsOnIdleWorker() {
-  const DWORD current = ::GetCurrentThreadId();
-  return std::ranges::any_of(
-      idle, [current](const WorkerThread* worker) { return worker->state->threadId == current; });
+/* The idle worker that has waited longest; with `leavingOnly` of those that run no code of callers
+ * any more. */
+WorkerThread* ThreadPool::State::TakeIdle(bool leavingOnly) {
+  const auto found = std::ranges::find_if(idle, [leavingOnly](const WorkerThread* worker) {
+    return !leavingOnly || worker->state->IsLeaving();
+  });
+  if (found == idle.end()) return nullptr;
+  WorkerThread* const worker = *found;
+  idle.erase(found);
+  return worker;
 }
 
 /*
@@ -204,21 +234,45 @@ std::vector<WorkerThread*> ThreadPool::State::TakeOverBusy(bool closing) {
   return taken;
 }
 
-/* On the worker that ran `call`: the next call for it, or the worker is idle. */
-void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
-  RefPointer<ThreadPoolCall> finished;
-  RefPointer<ThreadPoolCall> next;
-  const ScopedLock hold(lock);
-  finished = StopExecuting(call);
-  executing.Reserve(1);
-  next = TakeNext();
-  WorkerThread* const worker = call->thread;
-  if (next != call) call->SetThread(nullptr);
-  if (!next) {
-    Retire(worker);
-    return;
+/* Hands `next` to the worker that runs this. False when its own code refused: `next` then still
+ * holds it, for its end outside the lock. */
+bool ThreadPool::State::HandNext(RefPointer<ThreadPoolCall>& next, WorkerThread* worker) {
+  try {
+    Hand(next, worker);
+  } catch (const std::exception& exception) {
+    ReportException(exception.what());
+  } catch (...) {
+    ReportException(nullptr);
   }
-  Hand(std::move(next), worker);
+  return !next;
+}
+
+/*
+ * On the worker that ran `call`: the next call for it, or the worker is idle. Whatever code of
+ * derived classes throws, the worker is not lost: a call that cannot be handed on is dropped, and
+ * the one behind it gets its turn.
+ */
+void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
+  WorkerThread* const worker = call->thread;
+  ThreadPoolCall* finishing = call;
+  for (bool settled = false; !settled;) {
+    RefPointer<ThreadPoolCall> finished;
+    RefPointer<ThreadPoolCall> next;
+    const ScopedLock hold(lock);
+    if (finishing) finished = StopExecuting(finishing);
+    try {
+      executing.Reserve(1);
+      next = TakeNext();
+    } catch (const std::length_error& error) {
+      ReportException(error.what());  // what waits then waits for the end of another call
+    }
+    if (finishing && next != finishing) {
+      if (!Contained([finishing] { finishing->SetThread(nullptr); })) finishing->thread = nullptr;
+    }
+    finishing = nullptr;
+    if (!next) Retire(worker);
+    settled = !next || HandNext(next, worker);
+  }
 }
 
 /* Outside the lock, like the next: destructors may post. No more than there are at the beginning,
@@ -244,17 +298,16 @@ void ThreadPool::State::DropExecuting() {
   }
 }
 
-void ThreadPool::State::DestroyIdle() {
+void ThreadPool::State::DestroyIdle(bool leavingOnly) {
   std::size_t left = 0;
   do {
     WorkerThread* worker = nullptr;
     {
       const ScopedLock hold(lock);
       if (left == 0) left = idle.size();
-      if (idle.empty()) return;
-      worker = idle.front();
-      idle.erase(idle.begin());
+      worker = TakeIdle(leavingOnly);
     }
+    if (!worker) return;
     delete worker;
   } while (--left > 0);
 }
@@ -274,10 +327,10 @@ ThreadPool::ThreadPool(const std::nothrow_t&, int maxThreads, int keepIdleThread
 ThreadPool::~ThreadPool() {
   if (!state) return;
   state->DropPending();
-  state->DestroyIdle();
+  state->DestroyIdle(false);
   state->StopBusy(kStopLimit, true);
   // The workers that ended their call meanwhile, and what was posted. Nothing starts any more.
-  state->DestroyIdle();
+  state->DestroyIdle(false);
   state->DropPending();
   state->DropExecuting();
   delete state;
@@ -293,12 +346,12 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
       if (!state->IsPending(call.get())) state->AddPending(std::move(call));
       return;
     }
-    state->Dispatch(std::move(call));
-    // A worker that is itself about to end posts in the destructor of its last call. It must wait
-    // for no other: that one may be doing the same, and waiting for this one.
-    reap = !state->keepIdleThreads && !state->idle.empty() && !state->RunsOnIdleWorker();
+    state->Dispatch(call);
+    reap = !state->keepIdleThreads && !state->idle.empty();
   }
-  if (reap) state->DestroyIdle();
+  // Not those that still run a call's destructor: it may post to this pool itself, or need a lock
+  // that the caller of this function holds.
+  if (reap) state->DestroyIdle(true);
 }
 
 void ThreadPool::Enqueue(RefPointer<ThreadPoolCall>& call, Failure& failure) {
@@ -353,7 +406,7 @@ ThreadPoolCall::ThreadPoolCall(ThreadPool* pool, Runner run) noexcept
 ThreadPoolCall::~ThreadPoolCall() = default;
 
 void ThreadPoolCall::ThreadExecute() {
-  run(*this, &ThreadCall::Execute);
+  if (!run(*this, &ThreadCall::Execute)) ::RevertToSelf();
   if (pool) Contained([this] { pool->state->FinishCall(this); });
   Release();
 }

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <process.h>
 
+#include <atomic>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tests/support/allocations.h"
@@ -37,25 +40,206 @@ class Pool : public ::testing::Test {
   const ImportHook<decltype(::_beginthreadex)> starts{"msvcrt.dll", "_beginthreadex", &CountStarts};
 };
 
+// Workers that have left the callers' code wait here for whoever reaps them.
+const Gate* reaped = nullptr;
+std::atomic<int> leaving = 0;
+__attribute__((noreturn)) VOID WINAPI LeaveWhenReaped(HMODULE module, DWORD code) {
+  ++leaving;
+  reaped->Passed();
+  ::FreeLibraryAndExitThread(module, code);
+}
+DWORD WINAPI ReapByWaiting(HANDLE object, DWORD timeout) {
+  if (timeout == INFINITE) reaped->Open();
+  return ::WaitForSingleObject(object, timeout);
+}
+
 TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
-  ThreadPool pool(2, 0, kNoCom);
-  Gate leave;
+  const Gate gate;
+  reaped = &gate;
+  leaving = 0;
   HANDLE threads[2] = {};
-  for (HANDLE& thread : threads) {
-    Post(pool, [&] {
-      thread = ::OpenThread(SYNCHRONIZE, FALSE, ::GetCurrentThreadId());
-      leave.Passed();
-    });
+  {
+    ThreadPool pool(2, 0, kNoCom);
+    const Gate leave;
+    const ImportHook<decltype(::FreeLibraryAndExitThread)> exits(
+        "KERNEL32.dll", "FreeLibraryAndExitThread", &LeaveWhenReaped);
+    for (HANDLE& thread : threads) {
+      Post(pool, [&] {
+        thread = ::OpenThread(SYNCHRONIZE, FALSE, ::GetCurrentThreadId());
+        leave.Passed();
+      });
+    }
+    leave.Open();
+    EXPECT_TRUE(Await([] { return leaving == 2; }));
+    {
+      const ImportHook<decltype(::WaitForSingleObject)> waits("KERNEL32.dll", "WaitForSingleObject",
+                                                              &ReapByWaiting);
+      const Gate stay;
+      Post(pool, [&] { stay.Passed(); });
+      for (const HANDLE thread : threads)
+        EXPECT_EQ(::WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
+      stay.Open();
+      EXPECT_TRUE(Await(&AllAreDead));
+    }
+    gate.Open();
   }
-  leave.Open();
-  EXPECT_TRUE(Await(&AllAreDead));
-  Post(pool, [] {});
-  for (const HANDLE thread : threads) {
-    EXPECT_EQ(::WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
-    ::CloseHandle(thread);
-  }
-  EXPECT_TRUE(Await(&AllAreDead));
+  for (const HANDLE thread : threads) ::CloseHandle(thread);
   EXPECT_EQ(started, 3);
+}
+
+// A worker is inside a call's destructor, which waits for what its poster does later: one pool, and
+// two whose destructors post to each other.
+TEST_F(Pool, PostingWaitsForNoDestructor) {
+  for (const int keep : {0, 1}) {
+    ThreadPool first(1, keep, kNoCom), second(1, keep, kNoCom);
+    const Gate inFirst, inSecond, posted;
+    Post(first, [] {}, [&] { inFirst.Open(), posted.Passed(); });
+    EXPECT_TRUE(inFirst.Passed());
+    if (!keep) Post(first, [] {});  // with it, the worker is idle and would not get to the call
+    posted.Open();
+    EXPECT_TRUE(Await(&AllAreDead));
+    const Gate inThird;
+    Post(first, [] {}, [&] { inThird.Open(), inSecond.Passed(), Post(second, [] {}); });
+    Post(second, [] {}, [&] { inSecond.Open(), inThird.Passed(), Post(first, [] {}); });
+    EXPECT_TRUE(Await(&AllAreDead));
+  }
+}
+
+// Workers that were started and not yet destroyed, by the handles of their threads.
+std::atomic<int> unreaped = 0, mostUnreaped = 0;
+BOOL WINAPI CountThreadHandles(HANDLE handle) {
+  if (::GetThreadId(handle) != 0) --unreaped;
+  return ::CloseHandle(handle);
+}
+uintptr_t CountUnreaped(void* security, unsigned stack, unsigned(__stdcall* run)(void*), void* self,
+                        unsigned flags, unsigned* id) {
+  const int now = ++unreaped;
+  if (now > mostUnreaped) mostUnreaped = now;
+  return ::_beginthreadex(security, stack, run, self, flags, id);
+}
+
+TEST_F(Pool, ChainPostedByDestructors_PilesUpNoThreads) {
+  const ImportHook<decltype(::_beginthreadex)> starts("msvcrt.dll", "_beginthreadex",
+                                                      &CountUnreaped);
+  const ImportHook<decltype(::CloseHandle)> closes("KERNEL32.dll", "CloseHandle",
+                                                   &CountThreadHandles);
+  unreaped = mostUnreaped = 0;
+  {
+    ThreadPool pool(1, 0, kNoCom);
+    int left = 1000;
+    const std::function<void()> next = [&] {
+      if (--left > 0) Post(pool, [] {}, next);
+    };
+    next();
+    EXPECT_TRUE(Await(&AllAreDead));
+    EXPECT_EQ(left, 0);
+  }
+  EXPECT_EQ(unreaped, 0);
+  EXPECT_LT(mostUnreaped, 100);
+}
+
+/* Throws where it is told to. */
+enum class Where { nowhere, setThread, unsetThread, beforePosting, behindPosting };
+struct ThrowingCall : PoolCall {
+  ThrowingCall(ThreadPool* pool, Where where, Work work)
+      : PoolCall(pool, std::move(work)), where(where) {}
+  void SetThread(WorkerThread* worker) override {
+    if (where == (worker ? Where::setThread : Where::unsetThread)) throw 1;
+    PoolCall::SetThread(worker);
+  }
+  void PostItToThread() override {
+    if (where == Where::beforePosting) throw 2;
+    PoolCall::PostItToThread();
+    if (where == Where::behindPosting) throw 3;
+  }
+  const Where where;
+};
+
+TEST_F(Pool, OverridesThatThrow_LoseNoWorker) {
+  struct {
+    Where where;
+    bool thrown;  // out of the posting that starts the call
+    int runs;
+  } const cases[] = {{Where::setThread, true, 0},
+                     {Where::beforePosting, true, 0},
+                     {Where::behindPosting, true, 1},
+                     {Where::unsetThread, false, 1}};
+  for (const auto& row : cases) {
+    for (const int keep : {0, 1}) {
+      for (const bool waiting : {false, true}) {
+        SCOPED_TRACE(::testing::Message() << static_cast<int>(row.where) << keep << waiting);
+        ThreadPool pool(1, keep, kNoCom);
+        const Gate leave;
+        std::atomic<int> runs = 0, others = 0;
+        if (waiting) Post(pool, [&] { leave.Passed(); });
+        const Call call = new ThrowingCall(&pool, row.where, [&] { ++runs; });
+        bool thrown = false;
+        try {
+          call->PostIt();
+        } catch (int) {
+          thrown = true;
+        }
+        EXPECT_EQ(thrown, row.thrown && !waiting);
+        Post(pool, [&] { ++others; });
+        leave.Open();
+        EXPECT_TRUE(Await([&] { return PoolCall::alive == 1 && others == 1; }));
+        EXPECT_TRUE(Await([&] { return call->AddRef(), call->Release() == 1; }));
+        EXPECT_EQ(runs, row.runs);
+        EXPECT_FALSE(pool.IsThreadCallExecuting(call) || pool.IsThreadCallQueued(call));
+      }
+    }
+  }
+}
+
+// What a destructor of a call does is nobody's business but its own: another thread uses the pool
+// meanwhile.
+TEST_F(Pool, CallsAreDestroyedOutsideTheLock) {
+  static ThreadPool* used;
+  const auto use = [] {
+    const platform::OwnedKernelObject user(::CreateThread(
+        nullptr, 0, [](void*) -> DWORD { return used->IsThreadCallQueued(nullptr), 0; }, nullptr, 0,
+        nullptr));
+    EXPECT_EQ(::WaitForSingleObject(user.Get(), kLimit), WAIT_OBJECT_0) << "the lock is taken";
+  };
+  void (*const cases[])(ThreadPool&) = {[](ThreadPool& pool) { pool.DeleteOutstandingCalls(); },
+                                        [](ThreadPool& pool) { pool.StopAllThreads(0); },
+                                        [](ThreadPool& pool) { pool.GetNextCall(); }};
+  for (const auto& drop : cases) {
+    ThreadPool pool(0, 0, kNoCom);
+    used = &pool;
+    Post(pool, [] {}, use);
+    drop(pool);
+    EXPECT_EQ(PoolCall::alive, 0);
+  }
+  ThreadPool pool(1, 0, kNoCom);
+  used = &pool;
+  Post(pool, [] {}, use);
+  EXPECT_TRUE(Await(&AllAreDead));
+  RefPointer<ThreadPoolCall> entered = new PoolCall(&pool, [] {}, use);
+  ThreadPoolCall* const call = entered.get();
+  pool.ThreadCallStartExecuting(std::exchange(entered, nullptr));
+  call->AddRef();
+  pool.ThreadCallStopExecuting(RefPointer<ThreadPoolCall>(call));
+  call->Release();
+}
+
+// The call that never ran, as no thread started, dies with the pool, and posts.
+TEST_F(Pool, PostingToAPoolThatEnds_IsDropped) {
+  refuseAt = 1;
+  bool posted = false;
+  {
+    ThreadPool pool(1, 0, kNoCom);
+    auto* const call = new PoolCall(
+        &pool, [] { ADD_FAILURE(); },
+        [&] {
+          posted = true, Post(pool, [] { ADD_FAILURE() << "ran in a pool that has ended"; });
+        });
+    call->PostIt();
+    call->Release();  // the posting's own, which no worker will drop
+    EXPECT_TRUE(pool.IsThreadCallExecuting(call));
+  }
+  EXPECT_TRUE(posted);
+  EXPECT_EQ(started, 1);
 }
 
 // A chain of calls: each one's destructor posts the next, now and then to another pool. With `keep`

@@ -21,6 +21,7 @@ class Gate {
  public:
   HANDLE Handle() const { return event.Get(); }
   void Open() const { ::SetEvent(Handle()); }
+  bool IsOpen() const { return ::WaitForSingleObject(Handle(), 0) == WAIT_OBJECT_0; }
   bool Passed() const { return ::WaitForSingleObject(Handle(), kLimit) == WAIT_OBJECT_0; }
 
  private:

@@ -20,6 +20,14 @@ struct WorkerThread::State {
   /* The thread's routine, and what it does before it leaves this module. */
   static unsigned __stdcall Enter(void* worker);
   static unsigned long Live(WorkerThread& worker);
+  bool EndsInTheLoader() const;
+
+  /* Makes the thread leave its loop behind what is queued. Cannot fail. */
+  void QueueStop();
+
+  /* Whether the thread, if any, is past all code of callers: its end is near and waits for nobody.
+   */
+  bool IsLeaving() const { return !thread || stage == Stage::leaving; }
 
   /* Queues a call while leaving room for at least `spare` more; with none spare it cannot fail,
    * since every other posting left one. */
@@ -29,6 +37,9 @@ struct WorkerThread::State {
   std::atomic<int> running{1};
   vtclass::platform::OwnedKernelObject thread;
   unsigned threadId = 0;
+  /* Before Run and behind it the thread is in the loader's hands, where it must not be killed. */
+  enum class Stage { starting, inRun, leaving };
+  std::atomic<Stage> stage{Stage::starting};
   ComClientEnv* environment = nullptr; /* the thread's own, while it runs */
   std::atomic<long> outstanding{0};
   vtclass::platform::CriticalSection queueLock;

@@ -23,6 +23,8 @@ using vtclass::platform::ThisModule;
 namespace {
 
 constexpr DWORD kKilled = 0x80004004;  // E_ABORT
+constexpr DWORD kLoaderLimit = 1000;   // for a thread's first and last steps
+constexpr DWORD kEndLimit = 1000;
 
 std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
   constexpr unsigned long kMultithreadedOrSingle = 255;
@@ -49,6 +51,22 @@ void WorkerThread::State::Queue(ThreadCall* call, std::size_t spare) {
   semaphore.Post();
 }
 
+void WorkerThread::State::QueueStop() {
+  stopCall->AddRef();
+  Queue(stopCall.get(), 0);
+}
+
+/* Waits while the thread is in its first or last steps, where it may hold the loader's lock: killed
+ * with it, it would block every later start of a thread. Not for ever, since who kills may hold
+ * that lock himself. True when the thread has ended meanwhile. */
+bool WorkerThread::State::EndsInTheLoader() const {
+  const ULONGLONG start = ::GetTickCount64();
+  while (stage != Stage::inRun && ::GetTickCount64() - start < kLoaderLimit) {
+    if (::WaitForSingleObject(thread.Get(), 1) == WAIT_OBJECT_0) return true;
+  }
+  return false;
+}
+
 WorkerThread::WorkerThread(const std::nothrow_t&, ComThreadingModel model,
                            const char* name) noexcept
     : state(MadeOrNull([&] { return new State(this, model, name); })) {
@@ -72,8 +90,11 @@ unsigned long WorkerThread::State::Live(WorkerThread& worker) {
   SetThreadName(::GetCurrentThreadId(), state.name.c_str());
   // Without memory for an environment the calls run outside COM; COM then refuses what they ask.
   Contained([&state] { state.environment = EnterCom(state.model).release(); });
+  state.stage = Stage::inRun;
   const unsigned long code = worker.Run();
+  // Leaving an apartment may run what the caller left in it.
   delete std::exchange(state.environment, nullptr);
+  state.stage = Stage::leaving;
   return code;
 }
 
@@ -82,7 +103,7 @@ unsigned long WorkerThread::Run() {
     if (!WaitForCall(INFINITE)) continue;
     ThreadCall* const call = RetrieveCall();
     if (!call) continue;
-    call->run(*call, &ThreadCall::ThreadExecute);
+    if (!call->run(*call, &ThreadCall::ThreadExecute)) ::RevertToSelf();
     --state->outstanding;
   } while (state->running);  // asked after a wait only: a stop never cuts a call short
   return 0;
@@ -90,6 +111,7 @@ unsigned long WorkerThread::Run() {
 
 int WorkerThread::StartThread(unsigned long stackSize) {
   if (!HoldThisModule()) return 0;
+  state->stage = State::Stage::starting;
   unsigned id = 0;
   const auto handle = ::_beginthreadex(nullptr, stackSize, &State::Enter, this, 0, &id);
   if (handle == 0) {
@@ -105,10 +127,7 @@ void WorkerThread::StopThread() {
   if (!state->thread) return;
   if (WaitForThread(0) != WAIT_OBJECT_0) {
     // With the flag cleared already, the thread leaves by itself after the call in hand.
-    if (state->running) {
-      state->stopCall->AddRef();
-      state->Queue(state->stopCall.get(), 0);
-    }
+    if (state->running) state->QueueStop();
     WaitForThread(INFINITE);
   }
   state->thread.Reset();
@@ -118,10 +137,10 @@ void WorkerThread::StopThread() {
 
 int WorkerThread::KillThread() {
   if (!state->thread) return 1;
-  const int ended = ::TerminateThread(state->thread.Get(), kKilled);
+  const bool gone = state->EndsInTheLoader();
+  const int ended = gone ? 1 : ::TerminateThread(state->thread.Get(), kKilled);
   // The thread may run some instructions more before the system ends it, and the caller is going to
   // free what it works on. One that is stuck inside the system never comes back from there.
-  constexpr DWORD kEndLimit = 1000;
   if (ended) ::WaitForSingleObject(state->thread.Get(), kEndLimit);
   state->thread.Reset();
   return ended;

@@ -4,9 +4,11 @@
 #include <process.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/allocations.h"
@@ -49,6 +51,28 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
   }
 }
 
+LONG moduleReferences = 0;
+BOOL WINAPI CountHolds(DWORD flags, LPCWSTR name, HMODULE* module) {
+  const BOOL held = ::GetModuleHandleExW(flags, name, module);
+  if (held) ::InterlockedIncrement(&moduleReferences);
+  return held;
+}
+BOOL WINAPI CountFrees(HMODULE module) {
+  ::InterlockedDecrement(&moduleReferences);
+  return ::FreeLibrary(module);
+}
+
+void StartInVain(WorkerThread& worker) {
+  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &RefuseThread);
+  const ImportHook<decltype(::GetModuleHandleExW)> holds("KERNEL32.dll", "GetModuleHandleExW",
+                                                         &CountHolds);
+  const ImportHook<decltype(::FreeLibrary)> frees("KERNEL32.dll", "FreeLibrary", &CountFrees);
+  moduleReferences = 0;
+  EXPECT_EQ(worker.StartThread(0), 0);
+  EXPECT_EQ(moduleReferences, 0) << "the library would stay loaded for ever";
+  EXPECT_EQ(worker.WaitForThread(0), WAIT_FAILED);
+}
+
 void KillInItsSleepAndRestart(WorkerThread& worker) {
   WorkerCall call(&worker, [] {});
   call.AddRef();
@@ -89,12 +113,7 @@ TEST(WorkerThread, StopAndDestruction_FromAnyState_End) {
       [](WorkerThread& w) { w.StartThread(0), w.StopThread(), w.StopThread(); },
       &KillInItsSleepAndRestart,
       &PostBehindTheStop,
-      [](WorkerThread& w) {
-        const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex",
-                                                          &RefuseThread);
-        EXPECT_EQ(w.StartThread(0), 0);
-        EXPECT_EQ(w.WaitForThread(0), WAIT_FAILED);
-      }};
+      &StartInVain};
   for (const auto& act : cases) {
     for (const auto model : {WorkerThread::ComNone, WorkerThread::ComSingleThreaded}) {
       WorkerThread worker(model, "state");
@@ -104,12 +123,19 @@ TEST(WorkerThread, StopAndDestruction_FromAnyState_End) {
   }
 }
 
+// Leaves the stack below its caller full of what a record must not take over.
+__attribute__((noinline)) void DirtyStack() {
+  volatile char dirt[16384];
+  for (volatile char& each : dirt) each = '\xCC';
+}
+
 std::string named;
 LONG CALLBACK KeepName(EXCEPTION_POINTERS* pointers) {
   const auto& [code, flags, inner, address, count, values] = *pointers->ExceptionRecord;
   if (code != 0x406D1388) return EXCEPTION_CONTINUE_SEARCH;
   named = std::to_string(flags & 1) + ' ' + std::to_string(count) + ' ' +
           std::to_string(values[0]) + ' ' + std::to_string(values[2]) + ' ' +
+          std::to_string(values[3] | values[4] | values[5]) + ' ' +
           reinterpret_cast<const char*>(values[1]);
   return EXCEPTION_CONTINUE_SEARCH;
 }
@@ -129,11 +155,14 @@ TEST(WorkerThread, Names_OfAnyLength_ShowInDebuggersAndDescriptions) {
     });
     worker.StartThread(0);
     worker.StopThread();
-    // The flags of the name, the upper half of the third value, are 0.
-    EXPECT_EQ(named, "0 6 4096 " + std::to_string(id) + ' ' + name);
+    // The flags of the name, the upper half of the third value, are 0; so is what lies behind.
+    EXPECT_EQ(named, "0 6 4096 " + std::to_string(id) + " 0 " + name);
     if (getDescription) EXPECT_EQ(description, std::wstring(length, L'n'));
     ::LocalFree(description);
   }
+  DirtyStack();
+  WorkerThread::SetThreadName(0xFFFFFFFE, "bare");
+  EXPECT_EQ(named, "0 6 4096 4294967294 0 bare") << "something of the stack is in the record";
   ::RemoveVectoredExceptionHandler(handler);
 }
 
@@ -191,6 +220,146 @@ TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsA
   WorkerThread without(WorkerThread::ComNone, "none");
   without.Call(&call);
   EXPECT_EQ(without.WaitForCall(INFINITE), 0);
+}
+
+const Gate* released = nullptr;
+BOOL WINAPI StopBefore(HANDLE, LONG, LPLONG) {
+  released->Open();
+  ::Sleep(INFINITE);
+  return FALSE;
+}
+BOOL WINAPI StopBehind(HANDLE semaphore, LONG count, LPLONG before) {
+  ::ReleaseSemaphore(semaphore, count, before);
+  return StopBefore(semaphore, count, before);
+}
+
+// A worker that was posting is killed in the kernel's door, before or behind its wake-up.
+TEST(WorkerThread, PosterKilledWhileItWakesAnother_CostsItsOneCallAtMost) {
+  for (auto* const stop : {&StopBefore, &StopBehind}) {
+    const Gate atTheDoor;
+    released = &atTheDoor;
+    WorkerThread target(WorkerThread::ComNone, "target");
+    target.StartThread(0);
+    WorkerThread poster(WorkerThread::ComNone, "poster");
+    std::atomic<int> ran = 0;
+    {
+      const ImportHook<decltype(::ReleaseSemaphore)> hook("KERNEL32.dll", "ReleaseSemaphore", stop);
+      // Until the target sleeps, nothing has to be released.
+      Post(poster, [&] {
+        while (true) Post(target, [&] { ++ran; }), ::Sleep(1);
+      });
+      poster.StartThread(0);
+      ASSERT_TRUE(atTheDoor.Passed());
+      EXPECT_NE(poster.KillThread(), 0);
+    }
+    const Gate gate;
+    Post(target, [&] { gate.Open(); });
+    EXPECT_TRUE(gate.Passed()) << "the target is deaf";
+    for (int i = 0; i < 100; ++i) {
+      const Gate again;
+      Post(target, [&] { again.Open(); });
+      ASSERT_TRUE(again.Passed());
+    }
+    target.StopThread();
+  }
+  // The killed posters' own calls keep their reference.
+  EXPECT_EQ(WorkerCall::alive.exchange(0), 2);
+}
+
+// Plays the loader in a thread's first and last steps, with its lock taken.
+struct Loader {
+  platform::OwnedKernelObject lock{::CreateMutexW(nullptr, FALSE, nullptr)};
+  Gate taken, mayGoOn;
+  bool atStart = false, stuck = false;
+  unsigned(__stdcall* run)(void*) = nullptr;
+
+  void Pass() const {
+    ::WaitForSingleObject(lock.Get(), kLimit);
+    taken.Open();
+    mayGoOn.Passed();
+    ::ReleaseMutex(lock.Get());
+  }
+}* loader;
+unsigned __stdcall EnterByLoader(void* self) {
+  if (loader->atStart) loader->Pass();
+  return loader->run(self);
+}
+uintptr_t BeginByLoader(void* security, unsigned stack, unsigned(__stdcall* run)(void*), void* self,
+                        unsigned flags, unsigned* id) {
+  loader->run = run;
+  return ::_beginthreadex(security, stack, &EnterByLoader, self, flags, id);
+}
+__attribute__((noreturn)) VOID WINAPI LeaveByLoader(HMODULE module, DWORD code) {
+  if (!loader->atStart) loader->Pass();
+  ::FreeLibraryAndExitThread(module, code);
+}
+DWORD WINAPI WaitAndLetGoOn(HANDLE object, DWORD timeout) {
+  if (!loader->stuck && loader->taken.IsOpen()) loader->mayGoOn.Open();
+  return ::WaitForSingleObject(object, timeout);
+}
+
+TEST(WorkerThread, KillInTheFirstOrLastSteps_WaitsUntilTheLoaderIsFree_ButNotForEver) {
+  struct {
+    bool atStart, stuck;
+    DWORD lock;
+  } const cases[] = {{true, false, WAIT_OBJECT_0},
+                     {false, false, WAIT_OBJECT_0},
+                     {true, true, static_cast<DWORD>(WAIT_ABANDONED)}};
+  for (const auto& row : cases) {
+    Loader played;
+    loader = &played;
+    played.atStart = row.atStart;
+    played.stuck = row.stuck;
+    const ImportHook<decltype(::_beginthreadex)> begin("msvcrt.dll", "_beginthreadex",
+                                                       &BeginByLoader);
+    const ImportHook<decltype(::FreeLibraryAndExitThread)> leave(
+        "KERNEL32.dll", "FreeLibraryAndExitThread", &LeaveByLoader);
+    WorkerThread worker(WorkerThread::ComNone, "early");
+    (new ThreadStopCall(&worker))->PostIt();
+    worker.StartThread(0);
+    ASSERT_TRUE(played.taken.Passed());
+    const ImportHook<decltype(::WaitForSingleObject)> wait("KERNEL32.dll", "WaitForSingleObject",
+                                                           &WaitAndLetGoOn);
+    EXPECT_NE(worker.KillThread(), 0);
+    EXPECT_EQ(::WaitForSingleObject(played.lock.Get(), kLimit), row.lock);
+    ::ReleaseMutex(played.lock.Get());
+  }
+}
+
+/* A call whose life is its test's. */
+struct PlainCall : ThreadCall {
+  explicit PlainCall(Work work) : work(std::move(work)) {}
+  void PostIt() override {}
+  void ThreadExecute() override { Execute(); }
+  void Execute() override { work(); }
+  const Work work;
+};
+
+TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
+  const auto throwUnderToken = [] {
+    EXPECT_TRUE(::ImpersonateSelf(SecurityImpersonation));
+    throw 1;
+  };
+  int looked = 0;
+  const auto look = [&looked] {
+    HANDLE token = nullptr;
+    EXPECT_FALSE(::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, &token));
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NO_TOKEN));
+    ++looked;
+  };
+  WorkerThread worker(WorkerThread::ComNone, "token");
+  PlainCall plain(throwUnderToken);
+  worker.Call(&plain);
+  Post(worker, look);
+  Post(worker, throwUnderToken);
+  Post(worker, look);
+  worker.StartThread(0);
+  worker.StopThread();
+  ThreadPool pool(1, 1, WorkerThread::ComNone);
+  Post(pool, throwUnderToken, look);
+  Post(pool, look);
+  EXPECT_TRUE(Await([] { return PoolCall::alive == 0; }));
+  EXPECT_EQ(looked, 4);
 }
 
 }  // namespace

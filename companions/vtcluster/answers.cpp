@@ -12,13 +12,21 @@ constexpr wchar_t kProductServices[] = L"Vantorel";
 /* How SQL Server itself names the instance that has no name. */
 constexpr wchar_t kDefaultInstance[] = L"MSSQLSERVER";
 
+/* What virtual servers are found by, and the applications under them. */
+constexpr unsigned kServers = Resource::networkName | Resource::address;
+constexpr unsigned kApplications =
+    Resource::sqlServer | Resource::availabilityGroup | Resource::exchangeStore;
+
 template <typename Condition>
 const Resource* FindFirst(const Resources& resources, Condition condition) {
-  const auto found = std::ranges::find_if(resources, condition);
-  return found == resources.end() ? nullptr : &*found;
+  const auto found = std::ranges::find_if(resources.all, condition);
+  return found == resources.all.end() ? nullptr : &*found;
 }
 
+/* Which of a group's names is the first, or that nothing leads to another one, is only known when
+ * all names are. */
 const Resource* FirstNameOfGroup(const Resources& resources, const std::wstring& group) {
+  if (!resources.AreWhole(Resource::networkName)) return nullptr;
   return FindFirst(resources, [&](const Resource& resource) {
     return resource.kind == Resource::networkName && SameText(resource.group, group);
   });
@@ -64,26 +72,32 @@ Cluster::appState StateOfResource(const Resource& resource) {
 }
 
 /* The best state among the applications of a virtual server for which `condition` holds; `none`
- * when it has no such application. */
+ * when it has no such application. What is running stays so, whatever else there is. */
 template <typename Condition>
 Cluster::appState StateUnder(const Resources& resources, const Resource& networkName,
                              Cluster::appState none, Condition condition) {
   Cluster::appState best = none;
-  for (const Resource& resource : resources) {
-    if (!condition(resource) || NetworkNameFor(resources, resource) != &networkName) continue;
+  bool isCertain = resources.AreWhole(kApplications);
+  for (const Resource& resource : resources.all) {
+    if (!condition(resource)) continue;
+    const Resource* name = NetworkNameFor(resources, resource);
+    if (!name && !resources.AreWhole(Resource::networkName)) isCertain = false;
+    if (name != &networkName) continue;
     const Cluster::appState state = StateOfResource(resource);
     if (best == none || state < best) best = state;
   }
-  return best;
+  return isCertain || best == Cluster::running ? best : Cluster::noAnswer;
 }
 
 /* A service that was found on a node is the node's own unless the cluster runs it there. */
 template <typename Condition>
 Cluster::appState StateOnNode(const Resources& resources, const std::wstring& node, bool& own,
                               Condition condition) {
-  own = !FindFirst(resources, [&](const Resource& resource) {
+  const bool isClusters = FindFirst(resources, [&](const Resource& resource) {
     return condition(resource) && SameText(resource.node, HostPart(node));
   });
+  if (!isClusters && !resources.AreWhole(kServers | kApplications)) return Cluster::noAnswer;
+  own = !isClusters;
   return Cluster::runningIfOwn;
 }
 
@@ -94,6 +108,11 @@ const Resource* FindNetworkName(const Resources& resources, const std::wstring& 
     return resource.kind == Resource::networkName &&
            (NamesHost(name, resource.netName) || NamesHost(name, resource.dnsName));
   });
+}
+
+Wanted ForServer(const std::wstring& nameOrAddress) {
+  return {IsAddress(nameOrAddress) ? Resource::networkName | Resource::address
+                                   : unsigned{Resource::networkName}};
 }
 
 const Resource* FindVirtualServer(const Resources& resources, const std::wstring& nameOrAddress) {
@@ -115,18 +134,21 @@ std::wstring VirtualName(const Resource& networkName) {
 
 const Resource* FindProductService(const Resources& resources, const std::wstring& server) {
   const Resource* virtualServer = FindVirtualServer(resources, server);
+  const int bestRank = virtualServer ? 3 : server.empty() ? 1 : 2;
   const auto rank = [&](const Resource& resource) {
     if (virtualServer && SameText(resource.group, virtualServer->group)) return 3;
     return SameText(resource.node, HostPart(server)) ? 2 : 1;
   };
   const Resource* best = nullptr;
-  for (const Resource& resource : resources) {
+  for (const Resource& resource : resources.all) {
     if (resource.kind != Resource::service || !BeginsWith(resource.property, kProductServices)) {
       continue;
     }
     if (!best || rank(resource) > rank(*best)) best = &resource;
   }
-  return best;
+  const bool isCertain =
+      resources.AreWhole(Resource::service) && (virtualServer || resources.AreWhole(kServers));
+  return isCertain || (best && rank(*best) == bestRank) ? best : nullptr;
 }
 
 Cluster::appState StateOfSql(const Resources& resources, const std::wstring& server, bool& own) {
@@ -165,6 +187,7 @@ Cluster::appState StateOfSqlInstance(const Resources& resources, const std::wstr
     return isInstance(resource) && SameText(resource.node, HostPart(server));
   });
   if (here) return StateOfResource(*here);
+  if (!resources.AreWhole(kServers | kApplications)) return Cluster::noAnswer;
   return FindFirst(resources, isInstance) ? Cluster::notRunning : Cluster::noAnswer;
 }
 

@@ -7,11 +7,15 @@
 #include "vtcluster/vtcluster.h"
 
 /* The questions of the library, answered from what was read of a cluster. Pointers lead into the
- * resources that were given; null is "none". */
+ * resources that were given. Null is "none", and `noAnswer` "not known", also where resources that
+ * could not be read might have made another answer of it: an answer is never half of the truth. */
 namespace vtcluster {
 
 /* The network name that `name` denotes: its short name, or its DNS name with or without domain. */
 const Resource* FindNetworkName(const Resources& resources, const std::wstring& name);
+
+/* What the name or the address of a server calls for, so that FindVirtualServer finds it. */
+Wanted ForServer(const std::wstring& nameOrAddress);
 
 /* The same by an address, too; of a group with several names the one that depends on it. */
 const Resource* FindVirtualServer(const Resources& resources, const std::wstring& nameOrAddress);

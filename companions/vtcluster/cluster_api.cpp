@@ -19,6 +19,12 @@ constinit BoundFunction<decltype(::GetNodeClusterState)> getNodeClusterState(kCl
                                                                              "GetNodeClusterState",
                                                                              kMissing);
 constinit BoundFunction<decltype(::OpenCluster)> openCluster(kClusApi, "OpenCluster", nullptr);
+// Present from system version 6.1 on; not every SDK declares these two.
+constinit BoundFunction<HCLUSTER WINAPI(LPCWSTR, DWORD, LPDWORD)> openClusterEx(kClusApi,
+                                                                                "OpenClusterEx",
+                                                                                nullptr);
+constinit BoundFunction<HRESOURCE WINAPI(HCLUSTER, LPCWSTR, DWORD, LPDWORD)> openClusterResourceEx(
+    kClusApi, "OpenClusterResourceEx", nullptr);
 constinit BoundFunction<decltype(::CloseCluster)> closeCluster(kClusApi, "CloseCluster", FALSE);
 constinit BoundFunction<decltype(::GetClusterInformation)> getClusterInformation(
     kClusApi, "GetClusterInformation", kMissing);
@@ -66,6 +72,18 @@ DWORD FailureCode() noexcept {
   return error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error;
 }
 
+/* What `openFor` opens for reading, or `open` with whatever access it takes where this system or
+ * the cluster's is older than the other. */
+template <typename OpenFor, typename Open, typename... Arguments>
+auto OpenForReading(OpenFor& openFor, Open& open, Arguments... arguments) noexcept {
+  if (openFor.Get()) {
+    DWORD granted = 0;
+    const auto handle = openFor(arguments..., GENERIC_READ, &granted);
+    if (handle || ::GetLastError() != RPC_S_PROCNUM_OUT_OF_RANGE) return handle;
+  }
+  return open(arguments...);
+}
+
 /* Appends what `next(index, buffer, size)` names until it answers that there is no more. */
 template <typename Next>
 DWORD CollectNames(std::vector<std::wstring>& names, Next next) {
@@ -87,19 +105,30 @@ DWORD Ask(HRESOURCE resource, DWORD code, std::vector<std::byte>& answer) {
   });
 }
 
-/* ERROR_FILE_NOT_FOUND when the list that the control code answers does not hold the property. */
-DWORD FindText(HRESOURCE resource, DWORD code, const wchar_t* property, std::wstring& text) {
-  std::vector<std::byte> list;
-  DWORD status = Ask(resource, code, list);
-  // The type of the resource need not know the control code.
-  if (status == ERROR_INVALID_FUNCTION || list.empty()) return ERROR_FILE_NOT_FOUND;
-  if (status != ERROR_SUCCESS) return status;
+DWORD FindText(std::vector<std::byte>& list, const PrivateText& wanted) {
   const auto size = CheckedCast<DWORD>(list.size());
   if (!size) return ERROR_INVALID_DATA;
   LPWSTR found = nullptr;
-  status = resUtilFindSzProperty(list.data(), *size, property, &found);
+  const DWORD status = resUtilFindSzProperty(list.data(), *size, wanted.property, &found);
   const vtclass::platform::OwnedLocalMemory memory(found);
-  if (status == ERROR_SUCCESS && found) text = found;
+  if (status == ERROR_SUCCESS && found) *wanted.text = found;
+  return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
+}
+
+bool AreFound(std::initializer_list<PrivateText> texts) {
+  return std::ranges::none_of(texts, [](const PrivateText& each) { return each.text->empty(); });
+}
+
+/* Fills those that are still empty from the list of properties that the control code answers. */
+DWORD AddTexts(HRESOURCE resource, DWORD code, std::initializer_list<PrivateText> texts) {
+  std::vector<std::byte> list;
+  DWORD status = Ask(resource, code, list);
+  // The type of the resource need not know the control code.
+  if (status == ERROR_INVALID_FUNCTION) return ERROR_SUCCESS;
+  if (status == ERROR_SUCCESS && list.empty()) return ERROR_SUCCESS;
+  for (const PrivateText& each : texts) {
+    if (status == ERROR_SUCCESS && each.text->empty()) status = FindText(list, each);
+  }
   return status;
 }
 
@@ -123,20 +152,20 @@ bool ClusterRunsOn(const wchar_t* node) noexcept {
   return getNodeClusterState(node, &state) == ERROR_SUCCESS && state == ClusterStateRunning;
 }
 
-OwnedCluster OpenRunningCluster(const wchar_t* name) noexcept {
-  return OwnedCluster(ClusterRunsOn(name) ? openCluster(name) : nullptr);
+DWORD OpenRunningCluster(const wchar_t* name, OwnedCluster& cluster) noexcept {
+  if (!ClusterRunsOn(name)) return ERROR_SUCCESS;
+  cluster.Reset(OpenForReading(openClusterEx, openCluster, name));
+  return cluster ? ERROR_SUCCESS : FailureCode();
 }
 
-std::wstring NameOfCluster(HCLUSTER cluster) {
-  std::wstring name;
-  ReadText(name, [&](wchar_t* buffer, DWORD* size) {
+DWORD NameOfCluster(HCLUSTER cluster, std::wstring& name) {
+  return ReadText(name, [&](wchar_t* buffer, DWORD* size) {
     return getClusterInformation(cluster, buffer, size, nullptr);
   });
-  return name;
 }
 
 DWORD OpenResource(HCLUSTER cluster, const std::wstring& name, OwnedResource& resource) noexcept {
-  resource.Reset(openClusterResource(cluster, name.c_str()));
+  resource.Reset(OpenForReading(openClusterResourceEx, openClusterResource, cluster, name.c_str()));
   return resource ? ERROR_SUCCESS : FailureCode();
 }
 
@@ -165,7 +194,7 @@ DWORD TypeOf(HRESOURCE resource, std::wstring& type) {
   if (status != ERROR_SUCCESS) return status;
   const auto* text = reinterpret_cast<const wchar_t*>(answer.data());
   type.assign(text, wcsnlen(text, answer.size() / sizeof(wchar_t)));
-  return ERROR_SUCCESS;
+  return type.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
 }
 
 DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& node,
@@ -178,11 +207,11 @@ DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& n
   });
 }
 
-DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& text) {
+DWORD ReadPrivateTexts(HRESOURCE resource, std::initializer_list<PrivateText> texts) {
   // Which of the two lists holds a property ("Name" of a Network Name) differs between systems.
-  const DWORD status = FindText(resource, CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES, property, text);
-  if (status != ERROR_FILE_NOT_FOUND) return status;
-  return FindText(resource, CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES, property, text);
+  const DWORD status = AddTexts(resource, CLUSCTL_RESOURCE_GET_PRIVATE_PROPERTIES, texts);
+  if (status != ERROR_SUCCESS || AreFound(texts)) return status;
+  return AddTexts(resource, CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES, texts);
 }
 
 DWORD NetworkNameOf(HRESOURCE resource, std::wstring& name) {

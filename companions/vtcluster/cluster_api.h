@@ -2,6 +2,7 @@
 #define VTCLUSTER_CLUSTER_API_H
 
 #include <algorithm>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,7 @@ using OwnedResource = vtclass::platform::Owned<ResourceTraits>;
 template <typename Unit, typename Read>
 DWORD ReadGrowing(std::vector<Unit>& buffer, Read read) {
   DWORD status = ERROR_MORE_DATA;
-  size_t room = 256;
+  size_t room = 1024;
   for (int attempt = 0; attempt < 6 && status == ERROR_MORE_DATA; ++attempt) {
     buffer.assign(room, Unit());
     const auto given = vtclass::platform::CheckedCast<DWORD>(room);
@@ -69,16 +70,18 @@ DWORD ReadText(std::wstring& text, Read read) {
 /* The state of the cluster service on a node (null: this machine) is "running". */
 bool ClusterRunsOn(const wchar_t* node) noexcept;
 
-/*
- * The running cluster of this machine (null), or the one that a node or a name of it leads to.
- * Empty when there is none. The state is asked first: it tells a node without a cluster apart
- * where opening would have to time out, and some systems open a cluster that is none.
- */
-OwnedCluster OpenRunningCluster(const wchar_t* name) noexcept;
-
-std::wstring NameOfCluster(HCLUSTER cluster);
-
 /* What follows answers ERROR_SUCCESS, or why it failed. */
+
+/*
+ * The running cluster of this machine (null), or the one that a node or a name of it leads to, for
+ * reading where the system can open it so: an account that may not change the cluster can ask it,
+ * too. `cluster` stays empty, with success, when there is none. The state is asked first: it tells
+ * a node without a cluster apart where opening would have to time out, and some systems open a
+ * cluster that is none.
+ */
+DWORD OpenRunningCluster(const wchar_t* name, OwnedCluster& cluster) noexcept;
+
+DWORD NameOfCluster(HCLUSTER cluster, std::wstring& name);
 
 DWORD OpenResource(HCLUSTER cluster, const std::wstring& name, OwnedResource& resource) noexcept;
 
@@ -93,9 +96,16 @@ DWORD TypeOf(HRESOURCE resource, std::wstring& type);
 DWORD StateOf(HRESOURCE resource, CLUSTER_RESOURCE_STATE& state, std::wstring& node,
               std::wstring& group);
 
-/* A text among the resource's private properties, writable or read-only. ERROR_FILE_NOT_FOUND when
- * it has no such property. */
-DWORD PrivateText(HRESOURCE resource, const wchar_t* property, std::wstring& text);
+/* A text among the resource's private properties, and what it holds; a property that the resource
+ * does not have leaves its text empty. */
+struct PrivateText {
+  const wchar_t* property;
+  std::wstring* text;
+};
+
+/* Fills the texts from the writable and the read-only properties, each of which is asked for once
+ * at most. */
+DWORD ReadPrivateTexts(HRESOURCE resource, std::initializer_list<PrivateText> texts);
 
 /* The name of the Network Name resource that a resource depends on. ERROR_DEPENDENCY_NOT_FOUND when
  * it depends on none. */

@@ -8,7 +8,7 @@
 #if defined(__MINGW32__)
 #pragma push_macro("_WIN32_WINNT")
 #undef _WIN32_WINNT
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own
+// NOLINTNEXTLINE(clang-diagnostic-reserved-macro-identifier): the system's own
 #define _WIN32_WINNT 0x0502
 #endif
 // clang-format off

@@ -4,6 +4,7 @@
 
 #include <ws2tcpip.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "companions/vtcluster/cluster_api.h"
@@ -12,13 +13,13 @@
 namespace vtcluster {
 namespace {
 
-std::wstring DomainOfThisMachine() {
-  std::wstring domain;
-  ReadText(domain, [](wchar_t* buffer, DWORD* size) {
-    return ::GetComputerNameExW(ComputerNameDnsDomain, buffer, size) ? ERROR_SUCCESS
-                                                                     : ::GetLastError();
+/* Empty where the system has no such name. */
+std::wstring NameOfThisMachine(COMPUTER_NAME_FORMAT format) {
+  std::wstring name;
+  ReadText(name, [format](wchar_t* buffer, DWORD* size) {
+    return ::GetComputerNameExW(format, buffer, size) ? ERROR_SUCCESS : ::GetLastError();
   });
-  return domain;
+  return name;
 }
 
 /* An address in the bytes of its family, 0 for a text that is none. */
@@ -64,8 +65,20 @@ bool NamesHost(std::wstring_view name, std::wstring_view host) {
   if (SameText(name, host)) return true;
   const std::wstring_view first = HostPart(name);
   return first.size() + 1 < name.size() && SameText(first, host) &&
-         SameText(name.substr(first.size() + 1), DomainOfThisMachine());
+         SameText(name.substr(first.size() + 1), NameOfThisMachine(ComputerNameDnsDomain));
 }
+
+bool NamesThisNode(std::wstring_view name) {
+  constexpr COMPUTER_NAME_FORMAT kOwn[] = {ComputerNamePhysicalNetBIOS,
+                                           ComputerNamePhysicalDnsHostname,
+                                           ComputerNamePhysicalDnsFullyQualified};
+  if (name.empty()) return false;
+  return std::ranges::any_of(kOwn, [name](COMPUTER_NAME_FORMAT format) {
+    return SameText(name, NameOfThisMachine(format));
+  });
+}
+
+bool IsAddress(const std::wstring& text) noexcept { return Address(text).family != 0; }
 
 bool SameAddress(const std::wstring& a, const std::wstring& b) noexcept {
   const Address first(a);

@@ -24,6 +24,13 @@ std::wstring_view HostPart(std::wstring_view name) noexcept;
  */
 bool NamesHost(std::wstring_view name, std::wstring_view host);
 
+/* A name of this machine itself, whatever name of a cluster a program sees as the computer's. No
+ * network name of a cluster is one, as the names of machines are unique. */
+bool NamesThisNode(std::wstring_view name);
+
+/* An IPv4 or IPv6 address, with or without a scope id. */
+bool IsAddress(const std::wstring& text) noexcept;
+
 /* Both texts are the same IPv4 or IPv6 address, whatever its spelling; a scope id does not count.
  */
 bool SameAddress(const std::wstring& a, const std::wstring& b) noexcept;

@@ -13,6 +13,8 @@ struct Type {
   const wchar_t* property; /* the private property that matters; null: none */
 };
 
+constexpr unsigned kAnyKind = ~0U;
+
 /* The names of resource types are the same in every language of the system. */
 constexpr Type kTypes[] = {
     {L"Network Name", Resource::networkName, nullptr},
@@ -33,59 +35,85 @@ const Type* FindType(const std::wstring& name) {
   return nullptr;
 }
 
-/* A property that a resource does not have stays empty. */
-DWORD ReadProperty(HRESOURCE handle, const wchar_t* property, std::wstring& text) {
-  const DWORD status = PrivateText(handle, property, text);
-  return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
+/* One without any name would be found by none, and count as no virtual server. */
+DWORD ReadNames(HRESOURCE handle, Resource& resource) {
+  const DWORD status =
+      ReadPrivateTexts(handle, {{L"Name", &resource.netName}, {L"DnsName", &resource.dnsName}});
+  const bool isNamed = !resource.netName.empty() || !resource.dnsName.empty();
+  return status == ERROR_SUCCESS && !isNamed ? ERROR_INVALID_DATA : status;
 }
 
-DWORD ReadNetworkName(HRESOURCE handle, Resource& resource) {
-  DWORD status = ReadProperty(handle, L"Name", resource.netName);
-  if (status == ERROR_SUCCESS) status = ReadProperty(handle, L"DnsName", resource.dnsName);
-  return status == ERROR_SUCCESS ? DependencyNames(handle, resource.dependsOn) : status;
+/* An application without a network name of its own is found by its group. */
+DWORD ReadApplicationsName(HRESOURCE handle, Resource& resource) {
+  const DWORD status = NetworkNameOf(handle, resource.netName);
+  return status == ERROR_DEPENDENCY_NOT_FOUND ? ERROR_SUCCESS : status;
 }
 
-DWORD ReadDetails(HRESOURCE handle, const Type& type, Resource& resource) {
-  DWORD status = StateOf(handle, resource.state, resource.node, resource.group);
-  if (status != ERROR_SUCCESS) return status;
-  if (type.kind == Resource::networkName) return ReadNetworkName(handle, resource);
-  if (type.kind != Resource::address) status = NetworkNameOf(handle, resource.netName);
-  // An application without a network name of its own is found by its group.
-  if (status != ERROR_SUCCESS && status != ERROR_DEPENDENCY_NOT_FOUND) return status;
-  return type.property ? ReadProperty(handle, type.property, resource.property) : ERROR_SUCCESS;
+DWORD ReadDetails(HRESOURCE handle, const Type& type, const Wanted& wanted, Resource& resource) {
+  DWORD status = ERROR_SUCCESS;
+  if (type.kind == Resource::networkName) {
+    status = ReadNames(handle, resource);
+    if (status == ERROR_SUCCESS && (wanted.kinds & Resource::address)) {
+      status = DependencyNames(handle, resource.dependsOn);
+    }
+  } else if (type.kind != Resource::address) {
+    status = ReadApplicationsName(handle, resource);
+  }
+  if (status == ERROR_SUCCESS && type.property) {
+    status = ReadPrivateTexts(handle, {{type.property, &resource.property}});
+  }
+  if (status != ERROR_SUCCESS || !wanted.placement) return status;
+  return StateOf(handle, resource.state, resource.node, resource.group);
 }
 
-DWORD AddResource(HCLUSTER cluster, const std::wstring& name, Resources& resources) {
+/* `kinds` becomes what the resource may be, as far as it is known. */
+DWORD AddResource(HCLUSTER cluster, const std::wstring& name, const Wanted& wanted,
+                  std::vector<Resource>& all, unsigned& kinds) {
+  kinds = kAnyKind;
   OwnedResource handle;
   DWORD status = OpenResource(cluster, name, handle);
   if (status != ERROR_SUCCESS) return status;
   std::wstring typeName;
   status = TypeOf(handle.Get(), typeName);
   const Type* type = FindType(typeName);
-  if (status != ERROR_SUCCESS || !type) return status;
+  if (status != ERROR_SUCCESS || !type || !(type->kind & wanted.kinds)) return status;
+  kinds = type->kind;
   Resource resource;
   resource.kind = type->kind;
   resource.name = name;
-  status = ReadDetails(handle.Get(), *type, resource);
-  if (status == ERROR_SUCCESS) resources.push_back(std::move(resource));
+  status = ReadDetails(handle.Get(), *type, wanted, resource);
+  if (status == ERROR_SUCCESS) all.push_back(std::move(resource));
   return status;
 }
 
-/* The resource has been deleted since its name was read. */
-bool IsGone(DWORD status) {
-  return status == ERROR_RESOURCE_NOT_FOUND || status == ERROR_RESOURCE_NOT_AVAILABLE;
+/* The resource has been deleted since its name was read. A cluster that answers of an open resource
+ * that it is not available has perhaps only lost sight of it. */
+bool IsGone(HCLUSTER cluster, const std::wstring& name, DWORD status) {
+  if (status == ERROR_RESOURCE_NOT_AVAILABLE) {
+    OwnedResource handle;
+    status = OpenResource(cluster, name, handle);
+  }
+  return status == ERROR_RESOURCE_NOT_FOUND;
 }
 
 }  // namespace
 
-bool ReadResources(HCLUSTER cluster, Resources& resources) {
+Resources ReadResources(HCLUSTER cluster, const Wanted& wanted) {
+  Resources resources;
   std::vector<std::wstring> names;
-  if (ResourceNames(cluster, names) != ERROR_SUCCESS) return false;
-  for (const std::wstring& name : names) {
-    const DWORD status = AddResource(cluster, name, resources);
-    if (status != ERROR_SUCCESS && !IsGone(status)) return false;
+  resources.status = ResourceNames(cluster, names);
+  if (resources.status != ERROR_SUCCESS) {
+    resources.unread = kAnyKind;
+    return resources;
   }
-  return true;
+  for (const std::wstring& name : names) {
+    unsigned kinds = 0;
+    const DWORD status = AddResource(cluster, name, wanted, resources.all, kinds);
+    if (status == ERROR_SUCCESS || IsGone(cluster, name, status)) continue;
+    resources.unread |= kinds;
+    if (resources.status == ERROR_SUCCESS) resources.status = status;
+  }
+  return resources;
 }
 
 }  // namespace vtcluster

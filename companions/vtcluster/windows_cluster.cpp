@@ -23,75 +23,99 @@ class WindowsCluster : public Cluster {
   explicit WindowsCluster(std::wstring name) : name(std::move(name)) {}
 
   bool Open() override {
-    if (!handle) handle = OpenRunningCluster(name.empty() ? nullptr : name.c_str());
+    error =
+        handle ? ERROR_SUCCESS : OpenRunningCluster(name.empty() ? nullptr : name.c_str(), handle);
     return static_cast<bool>(handle);
   }
+
+  unsigned long GetErrorCode() const override { return error; }
 
   int GetClusterType() override { return handle ? windowsCluster : noCluster; }
 
   std::wstring GetClusterName() override {
-    return handle ? NameOfCluster(handle.Get()) : std::wstring();
+    std::wstring text;
+    error = handle ? NameOfCluster(handle.Get(), text) : ERROR_SUCCESS;
+    return text;
   }
 
   bool GetBeActiveNodeName(std::wstring& node) override {
-    const Resources resources = Read();
+    const Resources resources = Read(ForProduct(name));
     const Resource* service = FindProductService(resources, name);
-    return service && Give(service->node, node);
+    return Give(resources, service ? service->node : std::wstring(), node);
   }
 
   bool NetworkNameToNodeName(const std::wstring& networkName, std::wstring& node) override {
-    const Resources resources = Read();
+    if (IsNodeOrUnopened(networkName)) return false;
+    const Resources resources = Read({Resource::networkName});
     const Resource* found = FindNetworkName(resources, networkName);
-    return found && Give(found->node, node);
+    return Give(resources, found ? found->node : std::wstring(), node);
   }
 
   bool GetVirtualNameFromIp(std::wstring& virtualName, const char* nameOrAddress) override {
     const std::wstring wanted = WithoutBackslashes(FromAnsi(nameOrAddress).c_str());
-    if (wanted.empty()) return false;
-    const Resources resources = Read();
+    if (IsNodeOrUnopened(wanted) || wanted.empty()) return false;
+    // The name alone tells; only an address leads through a group.
+    const Wanted needed =
+        IsAddress(wanted) ? ForServer(wanted) : Wanted{Resource::networkName, false};
+    const Resources resources = Read(needed);
     const Resource* found = FindVirtualServer(resources, wanted);
-    return found && Give(VirtualName(*found), virtualName);
+    return Give(resources, found ? VirtualName(*found) : std::wstring(), virtualName);
   }
 
   bool GetVtVirtualServerName(const std::wstring& server, std::wstring& virtualName) override {
-    const Resources resources = Read();
-    const Resource* service = FindProductService(resources, WithoutBackslashes(server.c_str()));
+    const std::wstring wanted = WithoutBackslashes(server.c_str());
+    const Resources resources = Read(ForProduct(wanted));
+    const Resource* service = FindProductService(resources, wanted);
     const Resource* found = service ? NetworkNameFor(resources, *service) : nullptr;
-    return found && Give(VirtualName(*found), virtualName);
+    return Give(resources, found ? VirtualName(*found) : std::wstring(), virtualName);
   }
 
   appState IsServerRunningSQL(const wchar_t* server, bool* own) override {
-    return Ask(&StateOfSql, server, own);
+    return Ask(&StateOfSql, Resource::sqlServer | Resource::availabilityGroup, server, own);
   }
 
   appState IsServerRunningExchange(const wchar_t* server, bool* own) override {
-    return Ask(&StateOfExchange, server, own);
+    return Ask(&StateOfExchange, Resource::exchangeStore, server, own);
   }
 
  private:
   using Question = appState (*)(const Resources&, const std::wstring&, bool&);
 
-  static bool Give(const std::wstring& answer, std::wstring& out) {
-    if (answer.empty()) return false;
-    out = answer;
-    return true;
+  static Wanted ForProduct(const std::wstring& server) {
+    Wanted wanted = ForServer(server);
+    wanted.kinds |= Resource::service;
+    return wanted;
   }
 
-  /* What the cluster holds now; nothing when it is not open or could not be read as a whole: half
-   * the truth would turn a virtual server into a physical one. */
-  Resources Read() const {
-    Resources resources;
-    if (!handle || !ReadResources(handle.Get(), resources)) resources.clear();
-    return resources;
+  /* Nothing needs to be read: the answer is "no". */
+  bool IsNodeOrUnopened(const std::wstring& server) {
+    error = ERROR_SUCCESS;
+    return !handle || NamesThisNode(server);
   }
 
-  appState Ask(Question question, const wchar_t* server, bool* own) const {
+  /* What the cluster holds now; nothing when it is not open. */
+  Resources Read(const Wanted& wanted) const {
+    return handle ? ReadResources(handle.Get(), wanted) : Resources();
+  }
+
+  /* A "no" that rests on a part of the cluster is none. */
+  bool Give(const Resources& resources, const std::wstring& answer, std::wstring& out) {
+    error = answer.empty() ? resources.status : ERROR_SUCCESS;
+    if (!answer.empty()) out = answer;
+    return !answer.empty();
+  }
+
+  appState Ask(Question question, unsigned kinds, const wchar_t* server, bool* own) {
     bool belongsToServer = false;
     appState state = noAnswer;
-    const std::wstring wanted = WithoutBackslashes(server);
-    Resources resources;
-    if (!wanted.empty() && handle && ReadResources(handle.Get(), resources)) {
-      state = question(resources, wanted, belongsToServer);
+    error = ERROR_SUCCESS;
+    const std::wstring text = WithoutBackslashes(server);
+    if (!text.empty() && handle) {
+      Wanted wanted = ForServer(text);
+      wanted.kinds |= kinds;
+      const Resources resources = Read(wanted);
+      state = question(resources, text, belongsToServer);
+      if (state == noAnswer) error = resources.status;
     }
     if (own) *own = belongsToServer;
     return state;
@@ -99,6 +123,7 @@ class WindowsCluster : public Cluster {
 
   std::wstring name;
   OwnedCluster handle;
+  DWORD error = ERROR_SUCCESS; /* of the last question */
 };
 
 }  // namespace
@@ -113,12 +138,15 @@ bool Cluster::IsCluster() { return vtcluster::ClusterRunsOn(nullptr); }
 bool Cluster::IsVtClustered() {
   const auto cluster = GetInstance();
   std::wstring node;
-  return cluster->Open() && cluster->GetBeActiveNodeName(node);
+  const bool answer = cluster->Open() && cluster->GetBeActiveNodeName(node);
+  ::SetLastError(cluster->GetErrorCode());
+  return answer;
 }
 
 std::wstring Cluster::GetVtVirtualServerName() {
   const auto cluster = GetInstance();
   std::wstring name;
   if (cluster->Open()) cluster->GetVtVirtualServerName(std::wstring(), name);
+  ::SetLastError(cluster->GetErrorCode());
   return name;
 }

@@ -12,6 +12,7 @@
 namespace {
 
 using vtclass::test::FakeCluster;
+using vtclass::test::FakeResource;
 using vtclass::test::ImportHook;
 using vtclass::test::TwoNodes;
 
@@ -20,18 +21,20 @@ using vtclass::test::TwoNodes;
 
 /*
  * What the cluster of a server answers about it: its node and its virtual name, the active node and
- * the virtual name of the product, the states of SQL Server and Exchange. "-" is no, and "own"
- * stands behind a state where the flag says so.
+ * the virtual name of the product, the states of SQL Server and Exchange. "-" is no, "own" stands
+ * behind a state where the flag says so, and "?" behind what is not to be told.
  */
 std::wstring Answers(const std::wstring& server) {
   const auto cluster = Cluster::GetInstance(server.c_str());
-  cluster->Open();
+  if (!cluster->Open()) return L"closed";
   std::wstring all;
+  const auto certainty = [&] { return cluster->GetErrorCode() == 0 ? L"" : L"?"; };
   const auto add = [&](auto ask) {
     std::wstring text = L"as before";
     const bool answer = ask(text);
     if (!answer) EXPECT_EQ(text, L"as before");
-    all += (answer ? text : L"-") + L" ";
+    if (answer) EXPECT_EQ(cluster->GetErrorCode(), 0u);
+    all += (answer ? text : L"-") + certainty() + L" ";
   };
   const std::string narrow(server.begin(), server.end());
   add([&](std::wstring& text) { return cluster->NetworkNameToNodeName(server, text); });
@@ -39,16 +42,25 @@ std::wstring Answers(const std::wstring& server) {
   add([&](std::wstring& text) { return cluster->GetBeActiveNodeName(text); });
   add([&](std::wstring& text) { return cluster->GetVtVirtualServerName(server, text); });
   bool own = true;
-  all += std::to_wstring(cluster->IsServerRunningSQL(server.c_str(), &own));
+  all += std::to_wstring(cluster->IsServerRunningSQL(server.c_str(), &own)) + certainty();
   all += std::exchange(own, true) ? L"own " : L" ";
-  all += std::to_wstring(cluster->IsServerRunningExchange(server.c_str(), &own));
+  all += std::to_wstring(cluster->IsServerRunningExchange(server.c_str(), &own)) + certainty();
   return own ? all + L"own" : all;
 }
 
 BOOL WINAPI CorpExample(COMPUTER_NAME_FORMAT format, LPWSTR text, DWORD* size) {
-  EXPECT_EQ(format, ComputerNameDnsDomain);
-  *size = static_cast<DWORD>(std::wstring(L"corp.example").copy(text, *size));
+  const bool isDomain = format == ComputerNameDnsDomain;
+  EXPECT_TRUE(isDomain || format >= ComputerNamePhysicalNetBIOS);
+  const std::wstring name = isDomain ? L"corp.example" : L"NODEA";
+  *size = static_cast<DWORD>(name.copy(text, *size));
   return TRUE;
+}
+
+/* Answers() of a node that knows itself and its domain. */
+std::wstring AnswersInCorp(const std::wstring& server) {
+  const ImportHook<decltype(::GetComputerNameExW)> names(
+      "KERNEL32.dll", "GetComputerNameExW", &CorpExample, ::GetModuleHandleW(L"vtcluster.dll"));
+  return Answers(server);
 }
 
 TEST(WindowsCluster, NoCluster_EveryAnswerIsNo) {
@@ -57,7 +69,17 @@ TEST(WindowsCluster, NoCluster_EveryAnswerIsNo) {
   EXPECT_FALSE(Cluster::GetInstance(L"SQLV")->Open());
   EXPECT_EQ(Cluster::GetInstance()->GetClusterType(), 0);
   EXPECT_EQ(Cluster::GetInstance()->GetClusterName(), L"");
-  EXPECT_EQ(Answers(L"SQLV"), L"- - - - 4 4");
+  const auto cluster = Cluster::GetInstance(L"SQLV");
+  std::wstring text = L"as before";
+  EXPECT_FALSE(cluster->GetBeActiveNodeName(text) || cluster->NetworkNameToNodeName(text, text) ||
+               cluster->GetVirtualNameFromIp(text, "SQLV") ||
+               cluster->GetVtVirtualServerName(L"SQLV", text));
+  bool own = true;
+  EXPECT_EQ(cluster->IsServerRunningSQL(L"SQLV", &own), Cluster::noAnswer);
+  EXPECT_EQ(cluster->IsServerRunningExchange(L"SQLV", nullptr), Cluster::noAnswer);
+  EXPECT_FALSE(own);
+  EXPECT_EQ(text, L"as before");
+  EXPECT_EQ(cluster->GetErrorCode(), 0u) << "no cluster is an answer";
 }
 
 TEST(WindowsCluster, Open_FindsTheClusterByItsMembers) {
@@ -76,7 +98,7 @@ TEST(WindowsCluster, Open_FindsTheClusterByItsMembers) {
   EXPECT_FALSE(Cluster::GetInstance(L"STRANGER")->Open());
   EXPECT_EQ(XCSCluster::GetInstance(L"STRANGER"), nullptr);
   fake.table.neverFits = true;
-  EXPECT_EQ(Answers(L"SQLV"), L"- - - - 4 4") << "an end to buffers that never suffice";
+  EXPECT_EQ(Answers(L"SQLV"), L"-? -? -? -? 4? 4?") << "an end to buffers that never suffice";
 }
 
 TEST(WindowsCluster, AnswersAboutServers) {
@@ -87,8 +109,6 @@ TEST(WindowsCluster, AnswersAboutServers) {
   // A second group with the product: the name decides, a node's or a virtual server's.
   fake.table.resources.push_back(
       {L"E2", L"Generic Service", L"SQL", {{L"ServiceName", L"VANTOREL2"}}, {}, {L"SQLV"}});
-  const ImportHook<decltype(::GetComputerNameExW)> domain(
-      "KERNEL32.dll", "GetComputerNameExW", &CorpExample, ::GetModuleHandleW(L"vtcluster.dll"));
   const wchar_t* const rows[][2] = {
       {L"SQLV", L"NODEA SQLV NODEA SQLV 0 2"},
       {L"10.1.1.30", L"- SQLV NODEA SQLV 0 2"},
@@ -108,7 +128,7 @@ TEST(WindowsCluster, AnswersAboutServers) {
       {L"", L"- - NODEB VTBACKUP 4 4"}};
   for (const auto& [server, answers] : rows) {
     fake.table.reachedBy.emplace_back(server);
-    EXPECT_EQ(Answers(server), answers) << server;
+    EXPECT_EQ(AnswersInCorp(server), answers) << server;
   }
   EXPECT_TRUE(Cluster::IsCluster() && Cluster::IsVtClustered());
   EXPECT_EQ(Cluster::GetVtVirtualServerName(), L"VTBACKUP");
@@ -133,23 +153,140 @@ TEST(XCSCluster, StatesOfInstances) {
     const auto cluster = XCSCluster::GetInstance();
     EXPECT_EQ(cluster->IsServerRunningSQL2KInstance(server, instance, &own), state) << instance;
     EXPECT_FALSE(own);
+    EXPECT_EQ(cluster->GetErrorCode(), 0u);
+  }
+  fake.table.Resource(L"SQL2").factsError = RPC_S_CALL_FAILED;
+  const auto cluster = XCSCluster::GetInstance();
+  EXPECT_EQ(cluster->IsServerRunningSQL2KInstance(L"NODEA", L"INST2", nullptr), Cluster::noAnswer);
+  EXPECT_EQ(cluster->GetErrorCode(), DWORD{RPC_S_CALL_FAILED});
+}
+
+TEST(WindowsCluster, SeveralApplications_TheBestStateCounts) {
+  FakeCluster fake(TwoNodes());
+  fake.table.Resource(L"SQL1").state = ClusterResourceFailed;
+  for (const auto& [name, state] :
+       {std::pair{L"SQL3", ClusterResourceOffline}, std::pair{L"SQL4", ClusterResourcePending}}) {
+    fake.table.resources.push_back({name, L"SQL Server", L"SQL", {}, {}, {L"SQLV"}, state});
+  }
+  const auto sql = [] {
+    const auto cluster = Cluster::GetInstance();
+    return cluster->Open() ? cluster->IsServerRunningSQL(L"SQLV", nullptr) : Cluster::noAnswer;
+  };
+  EXPECT_EQ(sql(), Cluster::unknown);
+  fake.table.Resource(L"SQL3").state = ClusterResourceOnline;
+  EXPECT_EQ(sql(), Cluster::running);
+}
+
+/* A resource that cannot be read, by what fails of it, and the answers about servers then. */
+struct UnreadableRow {
+  const wchar_t* resource;
+  DWORD FakeResource::* error;
+  DWORD code;
+  const wchar_t* server;
+  const wchar_t* answers;
+};
+
+TEST(WindowsCluster, UnreadableResources_SpoilWhatTheyMatterTo) {
+  constexpr auto kOpen = &FakeResource::openError;
+  constexpr auto kType = &FakeResource::typeError;
+  constexpr auto kFacts = &FakeResource::factsError;
+  constexpr DWORD kFailed = RPC_S_CALL_FAILED;
+  const UnreadableRow rows[] = {
+      // Another kind's facts are nobody's business; what is found is so.
+      {L"Disk", kFacts, kFailed, L"SQLV", L"NODEA SQLV NODEB VTBACKUP 0 2"},
+      {L"Disk", kFacts, kFailed, L"STRANGER", L"- - NODEB VTBACKUP 3own 3own"},
+      {L"FILES", kFacts, kFailed, L"SQLV", L"NODEA SQLV NODEB -? 0 2"},
+      {L"Disk", kOpen, kFailed, L"SQLV", L"NODEA SQLV -? -? 0 4?"},
+      {L"Disk", kType, kFailed, L"VTBACKUP", L"NODEB VTBACKUP NODEB -? 4? 4?"},
+      // What may be anything may be the name that is asked for.
+      {L"Disk", kType, kFailed, L"STRANGER", L"-? -? -? -? 4? 4?"},
+      {L"SQLV", kFacts, kFailed, L"SQLV", L"-? -? -? -? 4? 4?"},
+      {L"SQLV", kFacts, kFailed, L"10.1.1.30", L"-? -? -? -? 4? 4?"},
+      {L"Address3", kFacts, kFailed, L"10.1.1.30", L"- -? -? -? 4? 4?"},
+      {L"Address3", kFacts, kFailed, L"SQLV", L"NODEA SQLV NODEB VTBACKUP 0 2"},
+      {L"Engine", kFacts, kFailed, L"VTBACKUP", L"NODEB VTBACKUP -? -? 2 2"},
+      {L"SQL1", kFacts, kFailed, L"SQLV", L"NODEA SQLV NODEB VTBACKUP 4? 2"},
+      {L"SQL1", kFacts, kFailed, L"nodea", L"- - NODEB VTBACKUP 4? 3own"},
+      {L"SQL2", kFacts, kFailed, L"nodea", L"- - NODEB VTBACKUP 3 3own"},
+      {L"Store", kFacts, kFailed, L"EXCHV", L"NODEB EXCHV NODEB VTBACKUP 2 4?"},
+      // Deleted since it was listed; or only out of sight.
+      {L"SQLV", kOpen, ERROR_RESOURCE_NOT_FOUND, L"SQLV", L"- - NODEB VTBACKUP 3own 3own"},
+      {L"SQLV", kFacts, ERROR_RESOURCE_NOT_AVAILABLE, L"SQLV", L"-? -? -? -? 4? 4?"}};
+  for (const UnreadableRow& row : rows) {
+    FakeCluster fake(TwoNodes());
+    fake.table.resources.insert(fake.table.resources.begin(),
+                                {L"Disk", L"Physical Disk", L"SQL", {}, {}, {}});
+    fake.table.reachedBy.emplace_back(row.server);
+    fake.table.Resource(row.resource).*row.error = row.code;
+    EXPECT_EQ(AnswersInCorp(row.server), row.answers) << row.resource << " for " << row.server;
   }
 }
 
-// Half of a cluster would turn a virtual server into a physical one: an answer is right or "no".
+TEST(WindowsCluster, Open_AsksForNoMoreThanReading) {
+  FakeCluster fake(TwoNodes());
+  fake.table.isReadOnly = true;
+  EXPECT_EQ(Answers(L"SQLV"), L"NODEA SQLV NODEB VTBACKUP 0 2");
+  fake.table.isOld = true;
+  EXPECT_EQ(Answers(L"SQLV"), L"closed");
+  const auto refused = Cluster::GetInstance();
+  EXPECT_FALSE(refused->Open());
+  EXPECT_EQ(refused->GetErrorCode(), DWORD{ERROR_ACCESS_DENIED});
+  std::wstring text;
+  EXPECT_FALSE(refused->GetVirtualNameFromIp(text, "\\\\"));
+  EXPECT_EQ(refused->GetErrorCode(), 0u) << "no name is an answer";
+  fake.table.isReadOnly = false;
+  EXPECT_EQ(Answers(L"SQLV"), L"NODEA SQLV NODEB VTBACKUP 0 2");
+}
+
+/* A large cluster is listed once a question, with three calls at most for what does not matter. */
+TEST(WindowsCluster, ManyResources_AreReadOnce) {
+  FakeCluster fake(TwoNodes());
+  const long disks = 200;
+  for (long i = 0; i < disks; ++i) {
+    fake.table.resources.push_back(
+        {L"Disk" + std::to_wstring(i), L"Physical Disk", L"SQL", {}, {}, {}});
+  }
+  const auto cluster = Cluster::GetInstance();
+  ASSERT_TRUE(cluster->Open());
+  std::wstring text;
+  const std::pair<const char*, long> rows[] = {{"SQLV", 1}, {"10.1.1.30", 1}, {"STRANGER", 1}};
+  for (const auto& [name, readings] : rows) {
+    const long before = fake.Calls();
+    const long lists = fake.Readings();
+    cluster->GetVirtualNameFromIp(text, name);
+    EXPECT_EQ(fake.Readings() - lists, readings) << name;
+    EXPECT_LE(fake.Calls() - before, 3 * disks + 16 * 12) << name;
+  }
+  wchar_t own[256];
+  for (const auto format : {ComputerNamePhysicalNetBIOS, ComputerNamePhysicalDnsHostname,
+                            ComputerNamePhysicalDnsFullyQualified}) {
+    DWORD size = _countof(own);
+    ASSERT_TRUE(::GetComputerNameExW(format, own, &size)) << ::GetLastError();
+    const std::wstring name(own, size);
+    const long before = fake.Calls();
+    EXPECT_FALSE(
+        cluster->GetVirtualNameFromIp(text, std::string(name.begin(), name.end()).c_str()));
+    EXPECT_FALSE(cluster->NetworkNameToNodeName(name, text));
+    EXPECT_EQ(fake.Calls(), before) << "no network name is the machine's own";
+  }
+}
+
+// Half of a cluster would turn a virtual server into a physical one: an answer is right or none.
 TEST(WindowsCluster, EachCallFailing_NoWrongAnswerAndNoLeak) {
   FakeCluster fake(TwoNodes());
   long n = 0;
   do {
     fake.FailAt(++n);
-    std::wistringstream answers(Answers(L"SQLV"));
+    const std::wstring all = AnswersInCorp(L"SQLV");
+    if (all == L"closed") continue;
+    std::wistringstream answers(all);
     std::wistringstream right(L"NODEA SQLV NODEB VTBACKUP 0 2");
-    std::wistringstream no(L"- - - - 4 4");
-    for (std::wstring answer, yes, none; answers >> answer && right >> yes && no >> none;) {
+    std::wistringstream untold(L"-? -? -? -? 4? 4?");
+    for (std::wstring answer, yes, none; answers >> answer && right >> yes && untold >> none;) {
       EXPECT_TRUE(answer == yes || answer == none) << answer << " at call " << n;
     }
   } while (fake.Failed());
-  EXPECT_GT(n, 400);
+  EXPECT_GT(n, 300);
 }
 
 TEST(ResourceGlue, PathsOnSharedVolumes) {

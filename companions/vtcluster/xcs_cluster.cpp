@@ -15,14 +15,22 @@ class OpenedXcsCluster : public XCSCluster {
   Cluster::appState IsServerRunningSQL2KInstance(const wchar_t* server, const wchar_t* instance,
                                                  bool* own) override {
     if (own) *own = false;
-    Resources resources;
-    const std::wstring wanted = WithoutBackslashes(server);
-    if (wanted.empty() || !ReadResources(handle.Get(), resources)) return Cluster::noAnswer;
-    return StateOfSqlInstance(resources, wanted, instance ? instance : L"");
+    error = ERROR_SUCCESS;
+    const std::wstring text = WithoutBackslashes(server);
+    if (text.empty()) return Cluster::noAnswer;
+    Wanted wanted = ForServer(text);
+    wanted.kinds |= Resource::sqlServer;
+    const Resources resources = ReadResources(handle.Get(), wanted);
+    const auto state = StateOfSqlInstance(resources, text, instance ? instance : L"");
+    if (state == Cluster::noAnswer) error = resources.status;
+    return state;
   }
+
+  unsigned long GetErrorCode() const override { return error; }
 
  private:
   OwnedCluster handle;
+  DWORD error = ERROR_SUCCESS; /* of the last question */
 };
 
 }  // namespace
@@ -30,8 +38,10 @@ class OpenedXcsCluster : public XCSCluster {
 
 std::shared_ptr<XCSCluster> XCSCluster::GetInstance(const wchar_t* name) {
   const std::wstring server = vtcluster::WithoutBackslashes(name);
-  vtcluster::OwnedCluster cluster =
-      vtcluster::OpenRunningCluster(server.empty() ? nullptr : server.c_str());
+  vtcluster::OwnedCluster cluster;
+  const DWORD error =
+      vtcluster::OpenRunningCluster(server.empty() ? nullptr : server.c_str(), cluster);
+  ::SetLastError(error);
   if (!cluster) return nullptr;
   return std::make_shared<vtcluster::OpenedXcsCluster>(std::move(cluster));
 }

@@ -153,7 +153,7 @@ TEST(VTIPAddress, RandomTexts_AgreeWithTheSystem) {
   // Some systems take "::1.2.3.04", where "1.2.3.04" would be refused.
   const std::wregex leadingZeroInTail(L":(?=[^:]*\\.)([^:]*\\.)?0[0-9][^:]*$");
   int addresses = 0;
-  for (int round = 0; round < 200'000 && !HasFailure(); ++round) {
+  for (int round = 0; round < 60'000 && !HasFailure(); ++round) {
     const std::wstring text = Nearly();
     const std::wstring ours = Printed(text);
     if (!ours.empty()) ++addresses;
@@ -162,7 +162,7 @@ TEST(VTIPAddress, RandomTexts_AgreeWithTheSystem) {
     if (ours.find(L":0.0.") != std::wstring::npos) continue;
     EXPECT_EQ(Narrow(ours), Narrow(PrintedBySystem(text))) << Narrow(text);
   }
-  EXPECT_GT(addresses, 100'000);
+  EXPECT_GT(addresses, 30'000);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <iphlpapi.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 
 #include "companions/vtsocket/socket_address.h"
@@ -21,17 +22,25 @@ constinit platform::BoundFunction<decltype(::GetAdaptersAddresses)> getAdaptersA
 /* The list lives in a buffer of its own size, which only the system knows. */
 using AdapterList = std::unique_ptr<std::byte[]>;
 
+/* The size that was enough last: each call that finds too little room reads all adapters for
+ * nothing. */
+constinit std::atomic<ULONG> lastSize{16 * 1024};
+
 AdapterList ReadAdapters() {
   constexpr ULONG kFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
                            GAA_FLAG_SKIP_DNS_SERVER | GAA_FLAG_SKIP_FRIENDLY_NAME;
   ULONG error = ERROR_BUFFER_OVERFLOW;
-  ULONG size = 16 * 1024;
+  ULONG size = lastSize.load(std::memory_order_relaxed);
   // Adapters may appear between two calls, but not for ever.
   for (int attempt = 0; attempt < 8 && error == ERROR_BUFFER_OVERFLOW; ++attempt) {
-    auto list = std::make_unique<std::byte[]>(size);
+    const ULONG room = size;
+    auto list = std::make_unique<std::byte[]>(room);
     error = getAdaptersAddresses(AF_UNSPEC, kFlags, nullptr,
                                  reinterpret_cast<IP_ADAPTER_ADDRESSES*>(list.get()), &size);
-    if (error == NO_ERROR) return list;
+    if (error == NO_ERROR) {
+      lastSize.store(room, std::memory_order_relaxed);
+      return list;
+    }
   }
   if (error == ERROR_NO_DATA) return nullptr;
   Trace("The addresses of the adapters cannot be read: %lu", error);

@@ -1,16 +1,30 @@
 #include "companions/vtsocket/look_up_pool.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstring>
 #include <utility>
 
 #include "companions/vtsocket/winsock.h"
-#include "platform/owned.h"
 
 namespace vtclass::vtsocket {
 namespace {
 
 /* How long a thread waits for the next look-up before it ends. */
 constexpr DWORD kIdleMilliseconds = 2000;
+/* A thread that has not begun by then does not come: its starter was killed. */
+constexpr ULONGLONG kLongestStart = 10'000;
+
+/* What idle threads wait for: one count for each that shall look into the queue. It lives until the
+ * DLL is unloaded, because a caller wakes a thread after it has let go of the lock. */
+constinit std::atomic<HANDLE> work{nullptr};
+
+HANDLE WorkSemaphore() {
+  HANDLE known = work.load(std::memory_order_acquire);
+  if (known) return known;
+  platform::OwnedKernelObject made(::CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr));
+  return work.compare_exchange_strong(known, made.Get()) ? made.Release() : known;
+}
 
 /* A reference to this DLL, which the thread that gets it gives back as its last act. */
 HMODULE ReferToThisModule() {
@@ -20,9 +34,34 @@ HMODULE ReferToThisModule() {
   return module;
 }
 
+HMODULE ThisModule() {
+  HMODULE module = nullptr;
+  ::GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<LPCWSTR>(&ReferToThisModule), &module);
+  return module;
+}
+
+void WaitForAnswer(const LookUp& lookUp) {
+  for (ULONGLONG now; (now = ::GetTickCount64()) < lookUp.deadline;) {
+    const auto part = static_cast<DWORD>(std::min<ULONGLONG>(lookUp.deadline - now, INFINITE - 1));
+    if (::WaitForSingleObject(lookUp.answered.Get(), part) != WAIT_TIMEOUT) return;
+  }
+}
+
 }  // namespace
 
 constinit LookUpPool lookUpPool;
+
+namespace {
+
+/* At the unloading of the DLL, when nothing runs in it. */
+[[gnu::destructor]] void CloseObjects() {
+  const platform::OwnedKernelObject semaphore(work.exchange(nullptr));
+  lookUpPool.Close();
+}
+
+}  // namespace
 
 LookUp::LookUp(const char* node, const char* service, const addrinfo* hints)
     : node(node ? node : ""),
@@ -30,7 +69,8 @@ LookUp::LookUp(const char* node, const char* service, const addrinfo* hints)
       hasNode(node != nullptr),
       hasService(service != nullptr),
       hasHints(hints != nullptr),
-      hints(hints ? *hints : addrinfo{}) {}
+      hints(hints ? *hints : addrinfo{}),
+      answered(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
 LookUp::~LookUp() { FreeAddrInfo(list); }
 
@@ -39,112 +79,188 @@ void LookUp::Run() {
                       hasHints ? &hints : nullptr, &list);
 }
 
+bool LookUp::Equals(const LookUp& other) const {
+  return hasNode == other.hasNode && hasService == other.hasService && hasHints == other.hasHints &&
+         hints.ai_flags == other.hints.ai_flags && hints.ai_family == other.hints.ai_family &&
+         hints.ai_socktype == other.hints.ai_socktype &&
+         hints.ai_protocol == other.hints.ai_protocol && service == other.service &&
+         _stricmp(node.c_str(), other.node.c_str()) == 0;
+}
+
+bool LookUp::HoldsThread(ULONGLONG now) const {
+  return state == State::running || (state == State::starting && now - startedAt < kLongestStart);
+}
+
 int LookUpPool::Ask(std::unique_ptr<LookUp> lookUp, ULONGLONG limit, addrinfo** result) {
-  if (!Append(lookUp.get())) return WSA_NOT_ENOUGH_MEMORY;
-  platform::ScopedSlimLock scope(lock);
-  WaitForAnswer(*lookUp, limit);
-  switch (lookUp->state) {
-    case LookUp::State::answered:
+  if (!lookUp->answered) return WSA_NOT_ENOUGH_MEMORY;
+  const ULONGLONG now = ::GetTickCount64();
+  lookUp->deadline = limit < ULLONG_MAX - now ? now + limit : ULLONG_MAX;
+  ServeQueue(lookUp.get());
+  WaitForAnswer(*lookUp);
+  {
+    platform::ScopedKillSafeLock scope(lock);
+    if (lookUp->state == LookUp::State::answered) {
       *result = std::exchange(lookUp->list, nullptr);
       return lookUp->error;
-    case LookUp::State::queued:
+    }
+    if (lookUp->state == LookUp::State::queued) {
       Remove(lookUp.get());
-      break;
-    default:
-      lookUp.release()->state = LookUp::State::abandoned;  // to the thread that runs it
+    } else {
+      lookUp.release()->isAbandoned = true;  // to the thread that runs it
+    }
   }
+  ServeQueue();  // somebody who still waits gets the place
   return WSAETIMEDOUT;
 }
 
-bool LookUpPool::Append(LookUp* lookUp) {
-  bool needsThread = false;
-  {
-    platform::ScopedSlimLock scope(lock);
-    (last ? last->next : first) = lookUp;
-    last = lookUp;
-    ++queued;
-    needsThread = queued > idle && threads < kMostLookUpThreads;
-    if (needsThread) ++threads;
+void LookUpPool::Append(LookUp* lookUp) {
+  LookUp** link = &first;
+  while (*link) link = &(*link)->next;
+  *link = lookUp;
+}
+
+void LookUpPool::Remove(const LookUp* lookUp) {
+  LookUp** link = &first;
+  while (*link != lookUp) link = &(*link)->next;
+  *link = lookUp->next;
+}
+
+bool LookUpPool::HasEarlierTwin(const LookUp& lookUp, ULONGLONG now) const {
+  for (const LookUp* at = first; at != &lookUp; at = at->next) {
+    if ((at->HoldsThread(now) || !at->IsOverdue(now)) && at->Equals(lookUp)) return true;
   }
-  if (!needsThread) {
-    ::WakeConditionVariable(&work);
-    return true;
-  }
-  if (StartThread()) return true;
-  platform::ScopedSlimLock scope(lock);
-  --threads;
-  // Another thread takes it in its turn, or has taken it.
-  if (threads > 0 || lookUp->state != LookUp::State::queued) return true;
-  Remove(lookUp);
   return false;
 }
 
-bool LookUpPool::StartThread() {
+LookUpPool::Load LookUpPool::Count() const {
+  const ULONGLONG now = ::GetTickCount64();
+  Load load;
+  load.threads = idle;
+  for (LookUp* at = first; at; at = at->next) {
+    const bool isAwaited = !at->IsOverdue(now);
+    if (at->state == LookUp::State::queued) {
+      if (!isAwaited || load.behind || HasEarlierTwin(*at, now)) continue;
+      if (load.waiting++ == 0) load.first = at;
+      if (load.waiting == idle + 1) load.behind = at;
+      continue;
+    }
+    if (isAwaited) ++load.awaited;
+    if (at->HoldsThread(now)) ++load.threads;
+  }
+  return load;
+}
+
+void LookUpPool::ServeQueue(LookUp* arrived) {
+  for (;;) {
+    bool wake = false;
+    LookUp* next = nullptr;
+    {
+      platform::ScopedKillSafeLock scope(lock);
+      if (LookUp* const lookUp = std::exchange(arrived, nullptr)) Append(lookUp);
+      next = NextToStart(wake);
+    }
+    if (wake) ::ReleaseSemaphore(WorkSemaphore(), 1, nullptr);
+    if (!next) return;
+    if (!StartThread(next)) Refuse(next);
+  }
+}
+
+LookUp* LookUpPool::NextToStart(bool& wake) {
+  const Load load = Count();
+  if (load.awaited >= kMostAwaitedLookUps) return nullptr;
+  wake = load.first && idle > 0;
+  if (!load.behind || load.threads >= kMostLookUpThreads) return nullptr;
+  load.behind->startedAt = ::GetTickCount64();
+  load.behind->state = LookUp::State::starting;
+  return load.behind;
+}
+
+bool LookUpPool::StartThread(LookUp* lookUp) {
   const HMODULE module = ReferToThisModule();
   const platform::OwnedKernelObject thread(
-      ::CreateThread(nullptr, 0, &LookUpPool::ThreadMain, module, 0, nullptr));
+      ::CreateThread(nullptr, 0, &LookUpPool::ThreadMain, lookUp, 0, nullptr));
   if (thread) return true;
   Trace("No thread starts for a look-up: %lu", ::GetLastError());
   ::FreeLibrary(module);
   return false;
 }
 
-void LookUpPool::Remove(const LookUp* lookUp) {
-  LookUp* before = nullptr;
-  LookUp* at = first;
-  for (; at != lookUp; at = at->next) before = at;
-  (before ? before->next : first) = at->next;
-  if (last == lookUp) last = before;
-  --queued;
+void LookUpPool::Refuse(LookUp* lookUp) {
+  std::unique_ptr<LookUp> abandoned;
+  platform::ScopedKillSafeLock scope(lock);
+  lookUp->error = WSA_NOT_ENOUGH_MEMORY;
+  abandoned = Settle(lookUp);
 }
 
-void LookUpPool::WaitForAnswer(LookUp& lookUp, ULONGLONG limit) {
-  const ULONGLONG start = ::GetTickCount64();
-  while (lookUp.state != LookUp::State::answered) {
-    const ULONGLONG waited = ::GetTickCount64() - start;
-    if (waited >= limit) return;
-    lock.Wait(lookUp.changed,
-              static_cast<DWORD>(std::min<ULONGLONG>(limit - waited, INFINITE - 1)));
+std::unique_ptr<LookUp> LookUpPool::Settle(LookUp* lookUp) {
+  Remove(lookUp);
+  if (lookUp->isAbandoned) return std::unique_ptr<LookUp>(lookUp);
+  Answer(*lookUp);
+  return nullptr;
+}
+
+void LookUpPool::Answer(LookUp& lookUp) {
+  lookUp.state = LookUp::State::answered;
+  // Under the lock: as soon as that is free, the caller may take the answer and free the look-up.
+  ::SetEvent(lookUp.answered.Get());
+}
+
+DWORD WINAPI LookUpPool::ThreadMain(void* lookUp) {
+  lookUpPool.Work(static_cast<LookUp*>(lookUp));
+  ::FreeLibraryAndExitThread(ThisModule(), 0);
+}
+
+void LookUpPool::Work(LookUp* lookUp) {
+  {
+    platform::ScopedKillSafeLock scope(lock);
+    lookUp->state = LookUp::State::running;
+  }
+  while (lookUp) {
+    lookUp->Run();
+    lookUp = Next(lookUp);
+  }
+}
+
+LookUp* LookUpPool::Next(LookUp* done) {
+  {
+    std::unique_ptr<LookUp> abandoned;
+    platform::ScopedKillSafeLock scope(lock);
+    if (done->error != 0) FailTwins(*done);
+    abandoned = Settle(done);
+    if (LookUp* const next = Take()) return next;
+    ++idle;
+  }
+  return WaitForWork();
+}
+
+void LookUpPool::FailTwins(const LookUp& lookUp) {
+  for (LookUp** link = &first; LookUp* const at = *link;) {
+    if (at->state == LookUp::State::queued && at->Equals(lookUp)) {
+      *link = at->next;
+      at->error = lookUp.error;
+      Answer(*at);
+    } else {
+      link = &at->next;
+    }
+  }
+}
+
+LookUp* LookUpPool::WaitForWork() {
+  for (;;) {
+    const DWORD result = ::WaitForSingleObject(WorkSemaphore(), kIdleMilliseconds);
+    platform::ScopedKillSafeLock scope(lock);
+    LookUp* const next = Take();
+    if (!next && result == WAIT_OBJECT_0) continue;
+    --idle;
+    return next;
   }
 }
 
 LookUp* LookUpPool::Take() {
-  if (!first) {
-    ++idle;
-    lock.Wait(work, kIdleMilliseconds);
-    --idle;
-  }
-  LookUp* const lookUp = first;
-  if (!lookUp) return nullptr;
-  first = lookUp->next;
-  if (!first) last = nullptr;
-  --queued;
-  lookUp->state = LookUp::State::running;
-  return lookUp;
-}
-
-DWORD WINAPI LookUpPool::ThreadMain(void* module) {
-  lookUpPool.Work();
-  ::FreeLibraryAndExitThread(static_cast<HMODULE>(module), 0);
-}
-
-void LookUpPool::Work() {
-  lock.Lock();
-  while (LookUp* const lookUp = Take()) {
-    lock.Unlock();
-    lookUp->Run();
-    lock.Lock();
-    if (lookUp->state == LookUp::State::abandoned) {
-      lock.Unlock();
-      delete lookUp;
-      lock.Lock();
-    } else {
-      lookUp->state = LookUp::State::answered;
-      ::WakeConditionVariable(&lookUp->changed);
-    }
-  }
-  --threads;
-  lock.Unlock();
+  const Load load = Count();
+  if (!load.first || load.awaited >= kMostAwaitedLookUps) return nullptr;
+  load.first->state = LookUp::State::running;
+  return load.first;
 }
 
 }  // namespace vtclass::vtsocket

@@ -1,6 +1,8 @@
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 
+#include "platform/kill_safe_lock.h"
 #include "vtstdutl/vtstdutl.h"
 
 namespace {
@@ -8,14 +10,11 @@ namespace {
 constexpr size_t kLongestText = 1024;   // with its zero
 constexpr size_t kLongestSource = 128;  // of a debugger line
 
-struct Sink {
-  VTTraceSink call;
-  void* context;
-};
-
-// Readers are the threads in a sink; installing one waits for them.
-SRWLOCK lock = SRWLOCK_INIT;
-Sink installed = {};
+// Held while a thread is in the sink: installing another one waits for it. A thread may be killed
+// there, or while it installs one: the call is cleared before the context changes.
+constinit vtclass::platform::KillSafeLock lock;
+constinit std::atomic<VTTraceSink> sinkCall{nullptr};
+constinit std::atomic<void*> sinkContext{nullptr};
 
 void ToDebugger(const wchar_t* source, const wchar_t* text) {
   wchar_t line[kLongestSource + kLongestText + 4];
@@ -27,11 +26,11 @@ void ToDebugger(const wchar_t* source, const wchar_t* text) {
 
 /* False when no sink is installed. */
 bool ToSink(const wchar_t* source, unsigned long level, const wchar_t* text) {
-  ::AcquireSRWLockShared(&lock);
-  const Sink sink = installed;
-  if (sink.call) sink.call(source, level, text, sink.context);
-  ::ReleaseSRWLockShared(&lock);
-  return sink.call != nullptr;
+  if (!sinkCall) return false;
+  const vtclass::platform::ScopedKillSafeLock hold(lock);
+  const VTTraceSink call = sinkCall;
+  if (call) call(source, level, text, sinkContext);
+  return call != nullptr;
 }
 
 void Format(wchar_t (&text)[kLongestText], const wchar_t* format, va_list arguments) {
@@ -58,7 +57,13 @@ void VTTrace(const wchar_t* source, unsigned long level, const wchar_t* format, 
 }
 
 void VTSetTraceSink(VTTraceSink sink, void* context) {
-  ::AcquireSRWLockExclusive(&lock);
-  installed = {sink, context};
-  ::ReleaseSRWLockExclusive(&lock);
+  const vtclass::platform::ScopedKillSafeLock hold(lock);
+  sinkCall = nullptr;
+  sinkContext = context;
+  sinkCall = sink;
+}
+
+BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, void* processEnds) {
+  if (reason == DLL_PROCESS_DETACH && !processEnds) lock.Close();
+  return TRUE;
 }

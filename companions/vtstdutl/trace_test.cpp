@@ -2,25 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 
+#include "platform/owned.h"
 #include "tests/support/import_hook.h"
 #include "vtstdutl/vtstdutl.h"
 
 namespace {
 
+using vtclass::platform::OwnedKernelObject;
 using vtclass::test::ImportHook;
 
 std::wstring debugger;
-void WINAPI KeepDebugText(LPCWSTR text) { debugger += text; }
+void WINAPI KeepDebugText(LPCWSTR text) {
+  debugger += text;
+  ::SetLastError(ERROR_GEN_FAILURE);
+}
 
 struct Kept {
   std::wstring text;
   static void Sink(const wchar_t* source, unsigned long level, const wchar_t* text, void* context) {
     static_cast<Kept*>(context)->text +=
         std::wstring(source) + L"/" + std::to_wstring(level) + L"/" + text + L";";
+    ::SetLastError(1);
   }
 };
 
@@ -40,6 +44,7 @@ TEST_F(Trace, Text_GoesToTheSinkAndOtherwiseToTheDebugger) {
   EXPECT_EQ(debugger, L"net: host has 7\n");
   VTTrace(nullptr, 1, nullptr);
   EXPECT_EQ(debugger, L"net: host has 7\n: \n");
+  EXPECT_EQ(::GetLastError(), 4711u);
   debugger.clear();
   VTSetTraceSink(&Kept::Sink, &kept);
   VTTrace(L"net", 2, L"%s\n\n", L"host");
@@ -59,25 +64,51 @@ TEST_F(Trace, LongText_IsCut) {
   EXPECT_EQ(debugger, text.substr(0, 128) + L": " + text.substr(0, 1023) + L"\n");
 }
 
+constexpr DWORD kLimit = 20000;
+
+// The threads of the last case.
+HANDLE inside, asked;
+DWORD found = WAIT_FAILED;
+DWORD WINAPI LookAtTheLock(HANDLE mutex, DWORD timeout) {
+  // What the installer finds while a thread is in the sink.
+  found = ::WaitForSingleObject(mutex, 0);
+  if (found != WAIT_TIMEOUT) ::ReleaseMutex(mutex);
+  ::SetEvent(asked);
+  return ::WaitForSingleObject(mutex, timeout);
+}
+void AwaitInstaller(const wchar_t*, unsigned long, const wchar_t*, void*) {
+  ::SetEvent(inside);
+  ::WaitForSingleObject(asked, kLimit);
+}
+void NeverReturn(const wchar_t*, unsigned long, const wchar_t*, void*) {
+  ::SetEvent(inside);
+  ::Sleep(INFINITE);
+}
+DWORD WINAPI TraceOnce(void*) { return VTTrace(L"t", 1, L"x"), 0; }
+DWORD WINAPI TakeSinkAway(void*) { return VTSetTraceSink(nullptr, nullptr), 0; }
+
 // A host frees its log right after it has taken the sink away.
-TEST_F(Trace, SettingASink_WaitsForThreadsInTheFormerOne) {
-  std::atomic<bool> stop = false;
-  std::thread tracer([&] {
-    while (!stop) VTTrace(L"t", 1, L"x");
-  });
-  for (int round = 0; round < 200; ++round) {
-    const auto sink = [](const wchar_t*, unsigned long, const wchar_t*, void* context) {
-      EXPECT_EQ(*static_cast<std::atomic<int>*>(context), 1) << "the context is gone";
-      ::SwitchToThread();
-    };
-    std::atomic<int> alive = 1;
-    VTSetTraceSink(sink, &alive);
-    ::SwitchToThread();
-    VTSetTraceSink(nullptr, nullptr);
-    alive = 0;
+TEST_F(Trace, SettingASink_WaitsForTheThreadInTheFormerOne_ButForNoKilledOne) {
+  for (const bool killed : {false, true}) {
+    const OwnedKernelObject isInside(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    const OwnedKernelObject hasAsked(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    inside = isInside.Get();
+    asked = hasAsked.Get();
+    VTSetTraceSink(killed ? &NeverReturn : &AwaitInstaller, nullptr);
+    const OwnedKernelObject tracer(::CreateThread(nullptr, 0, &TraceOnce, nullptr, 0, nullptr));
+    ASSERT_EQ(::WaitForSingleObject(inside, kLimit), WAIT_OBJECT_0);
+    if (killed) {
+      ::TerminateThread(tracer.Get(), 0);
+      ASSERT_EQ(::WaitForSingleObject(tracer.Get(), kLimit), WAIT_OBJECT_0);
+    }
+    const ImportHook<decltype(::WaitForSingleObject)> look{
+        "KERNEL32.dll", "WaitForSingleObject", &LookAtTheLock, ::GetModuleHandleW(L"vtstdutl.dll")};
+    const OwnedKernelObject installer(
+        ::CreateThread(nullptr, 0, &TakeSinkAway, nullptr, 0, nullptr));
+    ASSERT_EQ(::WaitForSingleObject(installer.Get(), kLimit), WAIT_OBJECT_0);
+    ASSERT_EQ(::WaitForSingleObject(tracer.Get(), kLimit), WAIT_OBJECT_0);
+    EXPECT_EQ(found, killed ? static_cast<DWORD>(WAIT_ABANDONED) : WAIT_TIMEOUT);
   }
-  stop = true;
-  tracer.join();
 }
 
 }  // namespace

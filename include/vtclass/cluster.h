@@ -22,6 +22,12 @@
  * Failure: nothing is thrown. A cluster that cannot be opened counts as no cluster, a service
  * manager that cannot be reached as one without the service. When memory runs out an answer is
  * "no", and its texts are empty.
+ * A cluster that is open but cannot be read, as a whole or in a part that could have changed the
+ * answer, makes an answer "no", too: no server becomes a virtual one or this machine by it. So that
+ * nobody takes such a "no" for an answer, every function but GetOdbcConnectionString leaves 0 in
+ * the thread's last error when it has been answered, and otherwise why not: the platform's code for
+ * the cluster (also for one whose service runs, but which could not be opened), 8 when memory ran
+ * out, and the code of IsThisMe (vtclass/net.h).
  *
  * Threads: any function on any thread; there is no state. Time: questions about a server by name
  * go over the network and can take the system's time-outs for a server that does not answer.
@@ -33,7 +39,7 @@ enum clusAppState : int {
   clusAppRunning = 0,
   clusAppUnknown = 1, /* on its way up or down */
   clusAppNotRunning = 2,
-  clusAppNoAnswer = 4 /* no cluster, or one that does not know the instance */
+  clusAppNoAnswer = 4 /* no cluster, or one that does not know the instance or cannot be read */
 };
 
 /*
@@ -90,7 +96,7 @@ VTCLASS_API bool ServerIsRunningXCSCluster();
 VTCLASS_API bool ServerIsRunningSQL(const wchar_t* server, bool* flag);
 
 /* The state of one instance (empty: the default one) in the cluster that `server` leads to, a
- * virtual server or a node of it. No service is looked at. */
+ * virtual server or a node of it: of several resources for it the best. No service is looked at. */
 VTCLASS_CLIENT clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance);
 
 /*
@@ -124,7 +130,8 @@ VTCLASS_CLIENT bool GetOdbcConnectionString(std::wstring& out, const std::wstrin
 /*
  * Where the product keeps its database: `server`, and in a cluster the node on which the product is
  * active there (`activeNode`, empty when that is `server` itself or not known), the instance of SQL
- * Server and the database. `isLocal`: the server is this machine. All outputs are cleared first.
+ * Server and the database. `isLocal`: the server is this machine; false also when that cannot be
+ * told. All outputs are cleared first.
  *
  * They are values of HKEY_LOCAL_MACHINE\Software\Norvane\Vantorel For Windows\Pordex: "Database
  * Server Name" (missing or empty: this machine's node name), "Database Instance Name" ("Vantorl")

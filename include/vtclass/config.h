@@ -70,13 +70,12 @@ class Configuration {
    * Closes the open key and opens or creates `subkey` with the system's own rights
    * (`samDesired`, KEY_READ ...; registry views among them) and options (REG_OPTION_...).
    * `disposition`, where not null, receives REG_CREATED_NEW_KEY or REG_OPENED_EXISTING_KEY, and 0
-   * when the system opened nothing.
-   * Without `allowCreate` a missing key gives status 2 and REG_CREATED_NEW_KEY. It is created and
-   * removed again, with the parents made on the way, so the caller needs the right to create it,
-   * and a caller without that right gets the system's status (5) instead. A key that another
-   * program has filled in that moment stays.
-   * Contract: always opens on this computer, also while a remote connection is open. Callers keep
-   * the connection for other keys; going through it would look on the wrong computer.
+   * after a failure.
+   * Without `allowCreate` nothing is ever created: a missing key gives status 2 and, the one
+   * failure that has a disposition, REG_CREATED_NEW_KEY. Testing for a key needs the wanted rights
+   * to the key only. Options that say how a key is made are ignored then. Contract: always opens on
+   * this computer, also while a remote connection is open. Callers keep the connection for other
+   * keys; going through it would look on the wrong computer.
    */
   VTCLASS_API bool OpenEx(const wchar_t* subkey, unsigned long samDesired, unsigned long options,
                           bool allowCreate, unsigned long* disposition);
@@ -92,8 +91,12 @@ class Configuration {
   /* A REG_DWORD of four bytes; anything else stored gives -1. */
   VTCLASS_API bool LoadDWORD(const wchar_t* name, unsigned long& out);
 
-  /* The same; when that fails for whatever reason, `out` becomes `def`, `def` is written, and the
-   * result is that of the writing: on a read-only key false, with `out` set. */
+  /*
+   * The same; when that fails, `out` becomes `def`. Where the value is missing (2) or is none of
+   * the type (-1), `def` is written and the result is that of the writing: on a read-only key
+   * false. After every other failure (no right to read, a connection that broke) the stored value
+   * may well be right: nothing is written, and the result is false with the status of the reading.
+   */
   VTCLASS_API bool Load(const wchar_t* name, unsigned long& out, unsigned long def);
 
   /*
@@ -105,9 +108,8 @@ class Configuration {
    */
   bool Load(const wchar_t* name, wcstring& out);
 
-  /* The same; when that fails, `out` becomes `def` (null: empty), it is written as REG_SZ, and the
-   * result is that of the writing. Only when memory ran out (8) nothing is written: the stored text
-   * may be right. */
+  /* The same; when that fails, `out` becomes `def` (null: empty), which is written as REG_SZ or not
+   * by the rule for numbers above. */
   bool Load(const wchar_t* name, wcstring& out, const wchar_t* def);
 
   /*
@@ -239,7 +241,7 @@ class Configuration {
  *   for (const wchar_t* name = keys.First(); name; name = keys.Next()) ...
  *
  * Failure: a key that is missing or cannot be opened gives an invalid iterator, which walks
- * nothing. Iterating a missing key leaves neither it nor a parent of it behind. The iterator's
+ * nothing. Iterating a missing key creates nothing, not even for a moment. The iterator's
  * order is the system's; keys that come or go during the walk may be met twice or not at all.
  *
  * Owns the key and the name buffer. Threads: one object belongs to one thread at a time.

@@ -64,10 +64,11 @@ struct DebugLogSettings {
  * Failure: an operation returns 0 and keeps a code, which GetErrorCode reports until the next
  * failure. Nothing is thrown, except std::bad_alloc by the constructor, GetFileName and
  * GetSettings. A line goes into the file whole or not at all: what a full disk took of it is cut
- * off again. When the files cannot be moved (another program holds one) the log goes on in the file
- * that it has, above its limit, and tries again after each further eighth of it. When after that
- * not even that file can be opened, every line tries to open it. Each first failure is told to the
- * debugger output.
+ * off again, at the latest before the next line. When the files cannot be moved (another program
+ * holds one) the log goes on in the file that it has, above its limit, and tries again after each
+ * further eighth of it. When after that not even that file can be opened, or not when the log is
+ * switched on, every line tries to open it, or makes it, and is lost and counted when it cannot.
+ * Each first failure is told to the debugger output.
  *
  * Formats are those of Microsoft's C run time for wide text, as in LogFile. Each line feed becomes
  * carriage return and line feed. A text of more than 32,767 characters is replaced by its format as
@@ -78,7 +79,9 @@ struct DebugLogSettings {
  *
  * Threads: any number may use one log at the same time; each text is written in one piece. A thread
  * that is writing, rolling or reading settings makes the others wait; GetLogLevel, GetErrorCode and
- * printing into a closed log never wait.
+ * printing into a closed log never wait. Nor does the settings monitor wait for a thread that is
+ * writing: that thread takes in what has changed meanwhile, before its call returns. Where nobody
+ * is at the log, the monitor's thread opens or closes the file itself.
  *
  * Contract: a char* that follows the format or the number at once is taken for a va_list, and the
  * print fails with an exception code. Cast it to const char*.
@@ -100,11 +103,11 @@ class DebugLog : public vtclass::border::LibraryMemory {
   DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
 
   /*
-   * Stops following the settings, waiting for a change that is just being taken in, then closes the
-   * log. A subscriber of the monitor may do this from its callback.
-   * Requires: no other thread uses the log; SettingsMonitor::DestroyInstance has not been called
-   * while this log, made by CreateDebugLog, was alive; the caller holds no lock for which a
-   * callback of the monitor waits.
+   * Stops following the settings, waiting for a callback of the monitor in hand, then closes the
+   * log. A subscriber of the monitor may do this from its callback. The monitor may be gone
+   * already; none is made. Requires: no other thread uses the log, or is inside
+   * SettingsMonitor::DestroyInstance; the caller holds no lock for which a callback of the monitor
+   * waits.
    */
   VTCLASS_API ~DebugLog();
 
@@ -113,9 +116,10 @@ class DebugLog : public vtclass::border::LibraryMemory {
 
   /*
    * Opens `fileName`; a new UTF-16 file begins with its byte-order mark. An open log is closed
-   * first, whatever follows. Others may read the file while it is open, not write it. Returns
-   * nonzero; 0 with the code stored (ERROR_INVALID_PARAMETER for another mode), the log then
-   * closed.
+   * first, whatever follows. Others may read the file while it is open, not write it. A name
+   * without drive or folder is completed now: the log stays where it is when the current folder
+   * changes. Returns nonzero; 0 with the code stored (ERROR_INVALID_PARAMETER for another mode),
+   * the log then closed.
    *
    * Contract: appending to an empty file writes no mark. Callers make such files beforehand and
    * write the mark themselves.
@@ -157,8 +161,8 @@ class DebugLog : public vtclass::border::LibraryMemory {
    */
   VTCLASS_API unsigned long GetLogLevel() const;
 
-  /* The path of the file that the log last opened: after a simple roll that of the further file.
-   * Empty before, or the path given to CreateDebugLog. */
+  /* The full path of the file that the log last opened: after a simple roll that of the further
+   * file. Empty before, or the path given to CreateDebugLog, or stored, that is to be opened. */
   VTCLASS_CLIENT wcstring GetFileName() const;
 
   /* The code of the last failure on whatever thread, 0 when there was none. A success does not
@@ -176,8 +180,9 @@ class DebugLog : public vtclass::border::LibraryMemory {
    * the log's own file, which is made if missing and whose path is then stored. A line
    * "<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>" follows. When it is 0 an open log gets the line
    * "<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>" and is closed. Lines of other threads wait
-   * meanwhile. Nonzero on success; 0 with the code stored, the log then closed
-   * (ERROR_NOT_ENOUGH_MEMORY may leave it open, with its former settings).
+   * meanwhile. Nonzero on success; 0 with the code stored: a log that is on then tries at each line
+   * to open its file, one without any name is closed (ERROR_NOT_ENOUGH_MEMORY may leave it open,
+   * with its former settings).
    */
   VTCLASS_API int UpdateSettings();
 

@@ -176,19 +176,26 @@ class CWcharBuffer {
  * that number while buffered mode is on and the buffer exists, otherwise to the file too. Any other
  * index counts as -1.
  *
- * A print formats its text, replaces each line feed by carriage return and line feed, escapes
- * & < > ' " unless it is said to be raw, and hands the result to WriteText or appends it to the
- * buffer. It returns nonzero on success. 0 means that the text was not written (of an entry, that a
- * part was not written); nothing is thrown. GetErrorCode then holds:
- *   a Windows error               a system call failed
- *   ERROR_INVALID_HANDLE          the log is not open
- *   ERROR_INVALID_PARAMETER       a null tag, text or format; a text that no one write can take
- *   ERROR_NOT_ENOUGH_MEMORY       there was no memory to format, escape or buffer the text
- *   ERROR_INVALID_DATA            the C run time refuses the format or its arguments
- *   ERROR_DISK_FULL               the file took only a part of the text
- *   an exception code (0xC0000005 ...)  a system exception, such as a bad %s pointer, ended the
- *                                 print; the log is intact and the next print works
- * A text goes into the file whole or not at all: what a full disk took of it is cut off again.
+ * A print formats its text, replaces each line feed by carriage return and line feed and, unless it
+ * is said to be raw, escapes & < > ' " and drops what no XML document can hold: the characters
+ * below U+0020 but for tab, line feed and carriage return, a surrogate whose partner does not stand
+ * beside it in the same text, U+FFFE and U+FFFF. It hands the result to WriteText or appends it to
+ * the buffer. It returns nonzero on success. 0 means that the text was not written (of an entry,
+ * that a part was not written); nothing is thrown. GetErrorCode then holds: a Windows error a
+ * system call failed ERROR_INVALID_HANDLE          the log is not open ERROR_INVALID_PARAMETER a
+ * null tag, text or format; a text that no one write can take ERROR_NOT_ENOUGH_MEMORY       there
+ * was no memory to format, escape or buffer the text ERROR_INVALID_DATA            the C run time
+ * refuses the format or its arguments ERROR_DISK_FULL               the file took only a part of
+ * the text an exception code (0xC0000005 ...)  a system exception, such as a bad %s pointer, ended
+ * the print; the log is intact and the next print works A text goes into the file whole or not at
+ * all: what a full disk took of it is cut off again.
+ *
+ * A log that was opened once on a new file, whose prints all succeeded, and which was closed
+ * without having been wrapped is a well-formed XML document whatever the texts and arguments were,
+ * as long as the raw prints, which are the caller's own markup, put well-formed and balanced
+ * elements together. An ANSI log is one where the system's code page is the windows-1252 that it
+ * declares. A character that the page does not hold is there "?", never one that looks like it:
+ * U+FF1C would become a bracket.
  *
  * Formats are those of Microsoft's C run time for wide text: %s is wide text, %S narrow text, a
  * null %s is "(null)". A formatted text ends at its first zero character. The first
@@ -465,11 +472,13 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
   int depths[kBuffers] = {};
 
   /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
-   * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether
-   * this object owes the file a "</joblog>", and a text that prints put together and reuse. */
+   * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether a
+   * part of a text that could not be cut off is behind it, whether this object owes the file a
+   * "</joblog>", and a text that prints put together and reuse. */
   int fileDepth = 0;
   const wchar_t* pendingText;
   unsigned long long fileSize = 0;
+  bool torn = false;
   bool headerWritten = false;
   wcstring scratch;
 };
@@ -501,7 +510,8 @@ class LogFileFactory {
    * and no line of another thread is lost or cut by that. The log is open when "CreateDebugLog"
    * says so and a file can be opened: the path stored under `pathValueName`, else `fileName`, which
    * is made if missing and stored there. Null or empty `pathValueName`: nothing is looked up or
-   * stored. The caller owns the log and deletes it, before SettingsMonitor::DestroyInstance.
+   * stored. The caller owns the log and deletes it; from SettingsMonitor::DestroyInstance on it
+   * follows nothing any more.
    *
    * Requires: where this is the process's first use of the settings monitor, no other thread makes
    * its first use meanwhile.

@@ -22,16 +22,18 @@
  * stored counts all the same; what cannot be read counts as 0.
  *
  * The wake-up event is "Global\SGMonWakeUp" ("SGMonWakeUp" before system version 5.0),
- * manual-reset. The first client makes it, open to everyone. Contract: the client never resets it.
- * Whoever signals it resets it at once; as long as it stays signalled, every client of the machine
- * re-reads its switches and calls back without pause.
+ * manual-reset. The first client makes it, open to everyone; of one that exists a client needs the
+ * right to wait (SYNCHRONIZE) only. Contract: the client never resets it. Whoever has changed the
+ * switches sets the event, waits a tenth of a second, resets it, and does all three once more: a
+ * client that is inside its callback at the first signal hears the second. As long as the event
+ * stays signalled, every client of the machine re-reads its switches and calls back, at most 20
+ * times a second; shorter signals are followed one by one.
  *
  * The callback runs on the client's own thread, one call at a time. A C++ exception that leaves it
  * goes to the debugger output, and the client goes on; structured exceptions are not caught.
  *
- * Failures: nothing is reported. Without its events or its thread, or when the wake-up event can
- * neither be made nor opened, the client never calls back (in the last case the thread's exit code
- * is the system's), and WaitInitComplete returns at once.
+ * Failures: without its events or its thread, or when the wake-up event can neither be made nor
+ * opened, the client never calls back; WaitInitComplete returns at once and GetErrorCode tells why.
  *
  * Threads: any, except SetShutdownHandle: before others use the object. Never destroy a client
  * inside DllMain. The client's thread keeps the library loaded: a host that unloads it destroys its
@@ -87,6 +89,14 @@ class VTCLASS_API_TYPE SGMonClient : public RefCounted, public vtclass::border::
    * Inside the callback it returns at once.
    */
   VTCLASS_API void WaitInitComplete(unsigned long timeoutMs);
+
+  /*
+   * Why the client does not follow the switches, once WaitInitComplete has returned; 0 while it
+   * does. A Win32 status, the system's: 6 when an object of another kind has the wake-up event's
+   * name, 5 when the event does not let this process wait, 1450 without the client's own events.
+   * Any thread.
+   */
+  VTCLASS_API unsigned long GetErrorCode() const;
 
   /* The manual-reset event that ends the client's thread; signalling it is allowed. Null when the
    * system gave none. It is the client's. */

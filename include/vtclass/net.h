@@ -26,8 +26,10 @@
  * thrown, except by IsIpAddrLocal and SplitUncPath.
  *
  * Installation: vtsocket.dll and vtcluster.dll lie in the folder of this library, and nowhere else
- * are they looked for. They load when they are first needed. One that is missing gives the result
- * 126, one of another release 127; IsThisMe says no then, and IsThisMeEx that it cannot tell.
+ * are they looked for. They load when they are first needed, with the rights of the process, also
+ * on a thread that impersonates an account, and are unloaded with this library. One that cannot be
+ * loaded gives the loader's code as the result (126: missing, 193: damaged), one of another release
+ * 127; IsThisMe says no then, and IsThisMeEx that it cannot tell.
  *
  * Remembered: this machine's node name, DNS host name and fully qualified name are fetched at the
  * first conversion and kept as long as the library stays loaded, and so is the DNS query time-out.
@@ -35,6 +37,7 @@
  * Agents rely on one identity for the whole of a job.
  *
  * Threads: any function on any thread, also at once; there is no state besides what is remembered.
+ * A thread that is killed in one of them does not keep the others from it.
  */
 namespace vtclass {
 
@@ -43,7 +46,7 @@ namespace vtclass {
  * own (COMPUTER_NAME_FORMAT); all numbers that are not here are refused. The platform's type has
  * the same name outside of this namespace, so write this one with its namespace.
  */
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the interface has this name
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the interface has this name
 enum _COMPUTER_NAME_FORMAT : int {
   computerNameNetBIOS = 0,           /* 15 characters at most */
   computerNameDnsHostname = 1,       /* the first label */
@@ -57,7 +60,9 @@ enum _COMPUTER_NAME_FORMAT : int {
  *
  * 0: the answer is settled. `*isMe` is true for one of this machine's names or addresses; or the
  * name has the shape of a RAC virtual node, and `*isMe` tells whether it is one of this machine's.
- * With `clusterAware` a name that a cluster's virtual server holds is not this machine.
+ * With `clusterAware` a name that a cluster's virtual server holds is not this machine. Where the
+ * cluster is open but cannot be read the answer for a name or address that it might hold is "no",
+ * with the platform's code: it is not known then. A cluster that cannot be opened is none.
  * Contract: a plain "no" is 87 with `*isMe` false, the same as a null `isMe`. Callers take every
  * other result than 0 for "not this machine".
  */
@@ -65,13 +70,18 @@ VTCLASS_API unsigned long IsThisMe(const wcstring& name, bool* isMe, bool cluste
 
 /*
  * The full test, the one to prefer: IsThisMe, and when that does not say yes, whether the name is
- * an alias of this machine (IsThisAnAliasForMe), whose result it then has: 0 for "no" too.
+ * an alias of this machine (IsThisAnAliasForMe), whose result it then has: 0 for "no" too. Where
+ * IsThisMe cannot tell (a result that is neither 0 nor 87) its code is the result, and DNS is not
+ * asked.
  *
  * `timeoutMs` limits the DNS query, in milliseconds; -1 is no limit, and other negative numbers and
  * those above 2,147,483 (36 minutes) count as that one. 0 takes the product's setting,
  * the DWORD "DnsQueryTimeOut" of the key Network\TcpIp below the product's root: 1000 to 60000, or
  * 0xFFFFFFFF for no limit. Anything else counts as 5000; so does a key that is missing or may not
- * be written, and a missing value, which is written back as 5000.
+ * be read, and a missing value, which is written back as 5000 where the key may be written.
+ * Warning: in a cluster the alias test can say yes where IsThisMe says no. The name of a virtual
+ * server whose address lies on this node now is, to DNS, a name of this machine. Whoever must tell
+ * the node from the virtual servers that it holds asks IsThisMe with `clusterAware`.
  * Contract: the alias test gets `name` as it is, up to its first zero: two leading backslashes are
  * skipped there, but a share behind the server is not cut off and makes the name unknown. Callers
  * split a path first (SplitUncPath).
@@ -117,7 +127,9 @@ VTCLASS_CLIENT unsigned long VTGetFQDN(wcstring& out);
  * `clusterAware`: a name or address that a cluster's virtual server holds is converted into the
  * forms of the virtual server's name, and is not local. What cannot be converted without a cluster,
  * such as an address without a reverse entry, fails all the same. In the NetBIOS form a name that
- * this machine holds only for its cluster is not local either.
+ * this machine holds only for its cluster is not local either. The cluster is read once at most,
+ * and not for this machine's own names nor for what is another machine's anyway; the first
+ * conversion of a process that a cluster has started looks up the node's name besides.
  *
  * `*status` tells more than the result; on all failures `out` is empty:
  *   0  converted                                             result 0
@@ -126,6 +138,7 @@ VTCLASS_CLIENT unsigned long VTGetFQDN(wcstring& out);
  *   2  `isLocal` is null or the name is empty                result 87
  *   3  the reverse lookup failed                             result: the socket error, never 0
  *   4  memory ran out before anything was done               result 8
+ *   4  the cluster is open, but cannot be read               result: the platform's code, never 0
  * With `status` null the result is 87. `*isLocal` is cleared first wherever it is given.
  * With computerNameNoConversion `out` is always empty, and 0 means that `*isLocal` is the answer.
  */

@@ -72,6 +72,13 @@ class Setting : public vtclass::border::LibraryMemory {
   long AttachText(TextCallback callback, void* context);
 
   /*
+   * Its subscriber is told the value at every look at its key, changed or not. For one who reads
+   * the value himself too: what he has read may be gone again before the monitor looks, which then
+   * finds nothing changed. Requires: not registered yet.
+   */
+  VTCLASS_API void TellAlways();
+
+  /*
    * Reads the value from the registry. Calls nobody, writes no default. The open's status when the
    * key cannot be opened; E_FAIL when the value is missing or of another type. The former value
    * stays then.
@@ -137,6 +144,7 @@ class Setting : public vtclass::border::LibraryMemory {
   NumberCallback numberCallback = nullptr;
   TextCallback textCallback = nullptr;
   void* context = nullptr;
+  bool tellsAlways = false;
 
   NumberRunner numberRunner = nullptr;
   TextRunner textRunner = nullptr;
@@ -165,9 +173,11 @@ struct MonitoredValue {
  * Registering reads the value once and calls nobody: register first, then read your own copy, and
  * no change is missed. A change made while the monitor is stopped arrives after Start.
  *
- * A watched key that is missing is made. One that cannot be opened at the construction is not
- * watched: its settings register and are never called. One that is deleted is made anew and watched
- * on, unless the system refuses.
+ * A watched key that is missing at the construction is made. One that cannot be opened then is not
+ * watched: its settings register and are never called. One that is deleted later is not made again;
+ * it is watched on as soon as somebody else makes it. Where the system refuses to signal changes,
+ * the monitor asks again after pauses that grow from a tenth of a second to a minute, tells it once
+ * to the debugger output, and re-reads the values as soon as it is granted.
  *
  * Callbacks run one at a time on the monitor's thread, with the monitor's lock held. The context is
  * the caller's. A callback
@@ -237,6 +247,13 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
    * when it is not known (any more).
    */
   VTCLASS_API long UnRegisterSetting(const void* cookie);
+
+  /*
+   * Ends all registrations with this context, as UnRegisterSetting does one. Makes no monitor where
+   * there is none, so a subscriber may outlive the monitor. Requires: no other thread is inside
+   * DestroyInstance.
+   */
+  VTCLASS_API static void UnRegisterContext(const void* context);
 
   /* Ends all registrations. 0. */
   VTCLASS_API long RemoveAllSettings();

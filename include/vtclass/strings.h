@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "vtclass/border.h"
@@ -28,7 +29,17 @@
 
 class wcstring;
 
-/* 8-bit text in the code page that the object carries. */
+/*
+ * 8-bit text in the code page that the object carries.
+ *
+ * The code page after an operation. What takes the whole of another cstring, bytes and meaning,
+ * takes its code page too: copying, moving, assignment and `assign` from a cstring; swapping two of
+ * them exchanges the pages with the bytes. Everything else leaves the page as it is. Narrow text
+ * that is assigned, appended, inserted, read from a stream or put in place of a part goes in byte
+ * by byte and is said to be in this string's page, also where it is a part or the whole of another
+ * cstring; swapping with a plain std::string exchanges the bytes. Wide text is converted into the
+ * page.
+ */
 class cstring : public std::string {
  public:
   /* Windows code-page numbers, handed to the platform unchanged. Any other number may be cast. */
@@ -72,6 +83,20 @@ class cstring : public std::string {
   cstring& operator=(const cstring&) = default;
   cstring& operator=(cstring&&) noexcept = default;
 
+  /* `text` up to its terminating zero, taken as it is: the bytes are said to be in the page that
+   * the string has. Null counts as empty. */
+  cstring& operator=(const char* text) {
+    std::string::assign(text ? text : "");
+    return *this;
+  }
+
+  /* `text`, a wcstring or its standard base, converted into the page that the string has. */
+  template <typename Text>
+    requires std::is_base_of_v<std::wstring, Text>
+  cstring& operator=(const Text& text) {
+    return assign(text.data(), text.size());
+  }
+
   /* The bytes of `other`, read in `cp` from now on; nothing is converted. */
   cstring(const cstring& other, codePage cp) : std::string(other), page(cp) {}
 
@@ -81,6 +106,20 @@ class cstring : public std::string {
   ~cstring() = default;
 
   using std::string::assign;
+  using std::string::swap;
+
+  /* As operator=: the bytes of `other` and its code page. */
+  template <typename Text>
+    requires std::is_same_v<Text, cstring>
+  cstring& assign(const Text& other) {
+    return *this = other;
+  }
+
+  /* Exchanges bytes and code pages. */
+  void swap(cstring& other) noexcept {
+    std::string::swap(other);
+    std::swap(page, other.page);
+  }
 
   /*
    * Replaces the contents with `length` units of `text`, converted into this string's code page by

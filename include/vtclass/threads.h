@@ -28,7 +28,8 @@
  * Exceptions: the standard library's std::bad_alloc and std::length_error leave the constructors
  * and the operations that queue something; nothing is queued then. Everything else is reported by
  * results. A C++ exception that leaves a call's Execute ends that run of the call only: the library
- * stops it there, writes its text to the debugger output, and goes on as if Execute had returned.
+ * stops it there, writes its text to the debugger output, ends the thread's impersonation, so that
+ * the next call does not run under a stranger's token, and goes on as if Execute had returned.
  * Structured exceptions are not caught.
  *
  * What a host stops before it unloads the library: every WorkerThread and ThreadPool is destroyed
@@ -184,6 +185,17 @@ class VTCLASS_API_TYPE WorkerThread : public vtclass::border::LibraryMemory {
    * thread. For emergencies: the call in hand keeps its reference, locks that the thread held stay
    * locked (the heap's or the loader's among them: the process may hang on them later), its memory
    * stays taken, its COM environment is never left, and the library stays loaded.
+   *
+   * A thread that has not reached Run yet, or has left it, may hold the loader's lock: it gets up
+   * to a second for these steps. One that ends meanwhile is not killed, and that is success too.
+   *
+   * Another worker that the thread was waking for a call loses that one call at most, and the next
+   * call that is posted to it brings it along. Only a thread that is killed in the few instructions
+   * that it holds the other worker's queue lock leaves that one blocked.
+   *
+   * Requires: nothing but the destructor follows. The queue and its counts are as the dead thread
+   * left them: its lock may be taken for ever, and a call may be counted and not queued, or queued
+   * and not counted.
    */
   VTCLASS_API int KillThread();
 
@@ -262,10 +274,16 @@ class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
   /* Runs Execute, hands the worker its next call, and drops the reference that brought it here. */
   VTCLASS_API void ThreadExecute() override;
 
-  /* Called by the pool: the worker that runs the call, null after the run. */
+  /*
+   * Called by the pool, under its lock. SetThread tells the worker that runs the call, null after
+   * the run; PostItToThread adds a reference and queues the call to that worker.
+   *
+   * Overrides call the ones here. What they throw costs no worker: it leaves the EnqueueCall that
+   * was to start the call, which is not queued then; thrown where a worker takes a waiting call, it
+   * is reported to the debugger output, and that call is dropped. A call that PostItToThread had
+   * queued before it threw runs all the same.
+   */
   VTCLASS_API virtual void SetThread(WorkerThread* worker);
-
-  /* Called by the pool: adds a reference and queues the call to its worker. */
   VTCLASS_API virtual void PostItToThread();
 
  private:
@@ -280,7 +298,7 @@ class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
  * Runs calls on at most `maxThreads` workers ("PoolThread"). A worker is started when a call is
  * posted, no idle worker exists and the bound allows; otherwise the call waits. A worker that ends
  * a call takes the next waiting one itself. With `keepIdleThreads` a worker without work waits for
- * more; without, it ends and is reaped by the next posting.
+ * more; without, it ends by itself, and a later posting reaps it.
  *
  * Threads: any, except StopAllThreads and the destructor: the owner's, and never on a pool worker.
  * Execute runs without any lock of the pool, and so do destructors of calls.
@@ -310,9 +328,11 @@ class VTCLASS_API_TYPE ThreadPool : public vtclass::border::LibraryMemory {
 
   /*
    * Runs or queues `call`. Requires: `call` is not null.
-   * Contract: without `keepIdleThreads` it also destroys, before it returns, the workers that have
-   * ended by then; threads do not pile up. (Posted by a worker that is itself about to end, it
-   * leaves them to the next posting.)
+   * Contract: without `keepIdleThreads` it also destroys, before it returns, the retired workers
+   * that have left the callers' code. What is left of such a worker is the library's own and short,
+   * so this waits for nobody. A worker that is still inside a call's destructor, or leaves its
+   * apartment, is left to a later posting or the pool's destructor. So a call's destructor may
+   * post, to this pool or another one, and posting under a lock that a destructor takes is safe.
    */
   VTCLASS_CLIENT void EnqueueCall(RefPointer<ThreadPoolCall> call);
 
@@ -342,8 +362,9 @@ class VTCLASS_API_TYPE ThreadPool : public vtclass::border::LibraryMemory {
    *
    * Contract: the wait is for the workers' call semaphores, not for their threads, and so lasts the
    * whole time-out as long as a call is in hand; a call that ends in time saves its worker, not the
-   * wait. Hosts budget their shutdown by it. With more than 64 busy workers the platform refuses
-   * the wait, and they are killed at once.
+   * wait. Hosts budget their shutdown by it. With INFINITE it does not return while a call is in
+   * hand, nor after that call has ended: do not use it so. With more than 64 busy workers the
+   * platform refuses the wait, and they are killed at once.
    */
   VTCLASS_API void StopAllThreads(unsigned long timeout);
 

@@ -23,6 +23,8 @@ struct Handle {
 const FakeCluster* current = nullptr;
 std::list<Handle> handles;
 long callsUntilFailure = 0;
+long calls = 0;
+long readings = 0;
 
 template <typename Result>
 Result Give(Handle handle) {
@@ -68,10 +70,23 @@ DWORD WINAPI FakeGetNodeClusterState(LPCWSTR node, DWORD* state) {
   return ERROR_SUCCESS;
 }
 
+template <typename Result>
+Result Refuse(DWORD error) {
+  ::SetLastError(error);
+  return nullptr;
+}
+
 HCLUSTER WINAPI FakeOpenCluster(LPCWSTR) {
   // As some systems do where there is no cluster.
   if (!current) return reinterpret_cast<HCLUSTER>(static_cast<INT_PTR>(0xdeadbeef));
+  if (current->table.isReadOnly) return Refuse<HCLUSTER>(ERROR_ACCESS_DENIED);
   return Give<HCLUSTER>({});
+}
+
+HCLUSTER WINAPI FakeOpenClusterEx(LPCWSTR name, DWORD access, LPDWORD) {
+  EXPECT_EQ(access, DWORD{GENERIC_READ});
+  if (!current) return FakeOpenCluster(name);
+  return current->table.isOld ? Refuse<HCLUSTER>(RPC_S_PROCNUM_OUT_OF_RANGE) : Give<HCLUSTER>({});
 }
 
 DWORD WINAPI FakeGetClusterInformation(HCLUSTER, LPWSTR name, DWORD* size, LPCLUSTERVERSIONINFO) {
@@ -80,6 +95,7 @@ DWORD WINAPI FakeGetClusterInformation(HCLUSTER, LPWSTR name, DWORD* size, LPCLU
 
 HCLUSENUM WINAPI FakeClusterOpenEnum(HCLUSTER cluster, DWORD) {
   Find(cluster);
+  ++readings;
   Handle walk;
   for (const FakeResource& resource : current->table.resources) walk.names.push_back(resource.name);
   return Give<HCLUSENUM>(std::move(walk));
@@ -91,19 +107,35 @@ DWORD WINAPI FakeStep(Walk walk, DWORD index, DWORD*, LPWSTR name, DWORD* size) 
   return index < names.size() ? CopyText(names[index], name, size) : ERROR_NO_MORE_ITEMS;
 }
 
-HRESOURCE WINAPI FakeOpenClusterResource(HCLUSTER cluster, LPCWSTR name) {
+HRESOURCE GiveResource(HCLUSTER cluster, LPCWSTR name) {
   Find(cluster);
-  return Give<HRESOURCE>({FindResource(name), {}});
+  const FakeResource* resource = FindResource(name);
+  if (resource->openError) return Refuse<HRESOURCE>(resource->openError);
+  return Give<HRESOURCE>({resource, {}});
+}
+
+HRESOURCE WINAPI FakeOpenClusterResource(HCLUSTER cluster, LPCWSTR name) {
+  if (current->table.isReadOnly) return Refuse<HRESOURCE>(ERROR_ACCESS_DENIED);
+  return GiveResource(cluster, name);
+}
+
+HRESOURCE WINAPI FakeOpenClusterResourceEx(HCLUSTER cluster, LPCWSTR name, DWORD access, LPDWORD) {
+  EXPECT_EQ(access, DWORD{GENERIC_READ});
+  if (current->table.isOld) return Refuse<HRESOURCE>(RPC_S_PROCNUM_OUT_OF_RANGE);
+  return GiveResource(cluster, name);
 }
 
 HRESENUM WINAPI FakeClusterResourceOpenEnum(HRESOURCE resource, DWORD) {
-  return Give<HRESENUM>({nullptr, Find(resource).resource->dependsOn});
+  const FakeResource& of = *Find(resource).resource;
+  if (of.factsError) return Refuse<HRESENUM>(of.factsError);
+  return Give<HRESENUM>({nullptr, of.dependsOn});
 }
 
 CLUSTER_RESOURCE_STATE WINAPI FakeGetClusterResourceState(HRESOURCE resource, LPWSTR node,
                                                           DWORD* nodeSize, LPWSTR group,
                                                           DWORD* groupSize) {
   const FakeResource& of = *Find(resource).resource;
+  if (of.factsError && !Succeeds(of.factsError)) return ClusterResourceStateUnknown;
   const bool fits =
       (!node || Succeeds(CopyText(current->table.groups.at(of.group), node, nodeSize))) &&
       (!group || Succeeds(CopyText(of.group, group, groupSize)));
@@ -111,7 +143,9 @@ CLUSTER_RESOURCE_STATE WINAPI FakeGetClusterResourceState(HRESOURCE resource, LP
 }
 
 BOOL WINAPI FakeGetClusterResourceNetworkName(HRESOURCE resource, LPWSTR name, DWORD* size) {
-  const auto& dependencies = Find(resource).resource->dependsOn;
+  const FakeResource& of = *Find(resource).resource;
+  if (of.factsError) return Succeeds(of.factsError);
+  const auto& dependencies = of.dependsOn;
   if (dependencies.empty()) return Succeeds(ERROR_DEPENDENCY_NOT_FOUND);
   const auto& properties = FindResource(dependencies[0])->readOnlyProperties;
   return Succeeds(CopyText(properties.at(L"Name"), name, size));
@@ -123,10 +157,11 @@ DWORD WINAPI FakeClusterResourceControl(HRESOURCE resource, HNODE, DWORD code, L
                                         LPVOID out, DWORD room, DWORD* size) {
   const FakeResource& of = *Find(resource).resource;
   const bool isType = code == CLUSCTL_RESOURCE_GET_RESOURCE_TYPE;
+  if (const DWORD error = isType ? of.typeError : of.factsError) return error;
   const auto* const list =
       code == CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES ? &of.readOnlyProperties : &of.properties;
   if (!isType && list->empty()) return ERROR_INVALID_FUNCTION; /* some types know no such code */
-  *size = isType ? static_cast<DWORD>((of.type.size() + 1) * sizeof(wchar_t)) : 600;
+  *size = isType ? static_cast<DWORD>((of.type.size() + 1) * sizeof(wchar_t)) : 1500;
   if (room < *size || current->table.neverFits) return ERROR_MORE_DATA;
   if (isType) {
     std::memcpy(out, of.type.c_str(), *size);
@@ -163,6 +198,7 @@ struct Entry;
 template <typename Result, typename... Arguments, Result(WINAPI* fake)(Arguments...)>
 struct Entry<Result WINAPI(Arguments...), fake> {
   static Result WINAPI Call(Arguments... arguments) {
+    ++calls;
     if (--callsUntilFailure != 0) return fake(arguments...);
     ::SetLastError(RPC_S_SERVER_UNAVAILABLE);
     if constexpr (std::is_same_v<Result, DWORD>) return RPC_S_SERVER_UNAVAILABLE;
@@ -172,6 +208,8 @@ struct Entry<Result WINAPI(Arguments...), fake> {
 };
 
 #define FAKE(name, fake) {#name, std::bit_cast<FARPROC>(&Entry<decltype(::name), &(fake)>::Call)}
+/* The same for one that not every SDK declares. */
+#define FAKE_NEW(name, fake) {#name, std::bit_cast<FARPROC>(&Entry<decltype(fake), &(fake)>::Call)}
 #define FAKE_CLOSE(name, fake) \
   {#name, std::bit_cast<FARPROC>(static_cast<decltype(&::name)>(&(fake)))}
 
@@ -179,12 +217,14 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
   static const std::map<std::string_view, FARPROC> fakes = {
       FAKE(GetNodeClusterState, FakeGetNodeClusterState),
       FAKE(OpenCluster, FakeOpenCluster),
+      FAKE_NEW(OpenClusterEx, FakeOpenClusterEx),
       FAKE_CLOSE(CloseCluster, FakeClose<BOOL>),
       FAKE(GetClusterInformation, FakeGetClusterInformation),
       FAKE(ClusterOpenEnum, FakeClusterOpenEnum),
       FAKE(ClusterEnum, FakeStep),
       FAKE_CLOSE(ClusterCloseEnum, FakeClose<DWORD>),
       FAKE(OpenClusterResource, FakeOpenClusterResource),
+      FAKE_NEW(OpenClusterResourceEx, FakeOpenClusterResourceEx),
       FAKE_CLOSE(CloseClusterResource, FakeClose<BOOL>),
       FAKE(ClusterResourceOpenEnum, FakeClusterResourceOpenEnum),
       FAKE(ClusterResourceEnum, FakeStep),
@@ -247,6 +287,8 @@ FakeCluster::~FakeCluster() {
   EXPECT_EQ(handles.size(), 0u) << "handles are still open";
   handles.clear();
   callsUntilFailure = 0;
+  calls = 0;
+  readings = 0;
   current = nullptr;
 }
 
@@ -255,6 +297,10 @@ FakeCluster::~FakeCluster() {
   EXPECT_NE(::LoadLibraryW(L"vtcluster.dll"), nullptr);
   return vtclass::test::AnswerLookUps(&LookUp, L"vtcluster.dll");
 }
+
+long FakeCluster::Calls() const { return calls; }
+
+long FakeCluster::Readings() const { return readings; }
 
 void FakeCluster::FailAt(long n) { callsUntilFailure = n; }
 

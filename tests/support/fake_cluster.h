@@ -19,6 +19,11 @@ struct FakeResource {
   std::map<std::wstring, std::wstring> readOnlyProperties; /* private ones, too */
   std::vector<std::wstring> dependsOn;
   CLUSTER_RESOURCE_STATE state = ClusterResourceOnline;
+
+  /* Why it cannot be opened, its type cannot be had, or nothing else of it; 0: it can. */
+  DWORD openError = ERROR_SUCCESS;
+  DWORD typeError = ERROR_SUCCESS;
+  DWORD factsError = ERROR_SUCCESS;
 };
 
 /* A cluster as a test states it. */
@@ -30,7 +35,9 @@ struct FakeClusterTable {
   std::map<std::wstring, std::wstring> groups; /* the node that owns each group */
   std::vector<FakeResource> resources;
   std::wstring sharedVolume = L"C:\\ClusterStorage\\Volume1";
-  bool neverFits = false; /* no buffer is ever large enough */
+  bool neverFits = false;  /* no buffer is ever large enough */
+  bool isOld = false;      /* its nodes know no opening for reading */
+  bool isReadOnly = false; /* the account may open it for reading only */
 
   FakeResource& Resource(const std::wstring& resource);
 };
@@ -55,6 +62,10 @@ class FakeCluster {
   static ::testing::Environment* AnswerLookUps();
 
   FakeClusterTable table;
+
+  /* How often the cluster API was called so far, but for closing; how often to list resources. */
+  long Calls() const;
+  long Readings() const;
 
   /* Lets the n-th call of the cluster API from now on fail (1 is the next); closing never fails. */
   void FailAt(long n);

@@ -1,3 +1,5 @@
+#include <vtclass/win32.h>
+
 #include <vtcluster/vtcluster.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/printable.h"
+#include "tools/vtctl/system_text.h"
 #include "vtclass/cluster.h"
 
 namespace vtctl {
@@ -21,7 +24,8 @@ constexpr const char* kFooter =
     "SERVER is a computer, a node or a virtual server, with or without backslashes. SQL Server\n"
     "counts as running when \"MSSQLServer\" runs, or \"MSSQLServer$\" with SERVER behind it as it\n"
     "is written: other named instances are not looked at. Exchange counts as running when\n"
-    "\"MSExchangeSA\" runs. In a cluster the cluster must agree.\n"
+    "\"MSExchangeSA\" runs. In a cluster the cluster must agree. Exit code 69 when there is a\n"
+    "cluster that cannot be opened or read.\n"
     "\n"
     "Examples:\n"
     "  vtctl apps SQL01\n"
@@ -38,6 +42,7 @@ struct Application {
   const wchar_t* title;
   size_t deciding; /* any of so many services at the front makes it run */
   bool isRunning = false;
+  unsigned long error = 0; /* why the cluster could not be asked */
   std::wstring reason;
   ServiceFacts facts;
 };
@@ -46,11 +51,12 @@ struct AppsAnswers {
   std::wstring server;
   wcstring node; /* behind a virtual server's name */
   bool isVirtual = false;
-  std::wstring computer; /* whose services are looked at */
-  std::wstring cluster;  /* the name of the cluster, empty without one */
+  std::wstring computer;   /* whose services are looked at */
+  std::wstring cluster;    /* the name of the cluster, empty without one */
+  unsigned long error = 0; /* why the cluster could not be opened or read */
   bool sqlIsClustered = false;
-  Application sql = {"sqlServer", L"SQL Server", 2, false, {}, {}};
-  Application exchange = {"exchange", L"Exchange", 1, false, {}, {}};
+  Application sql = {"sqlServer", L"SQL Server", 2, false, 0, {}, {}};
+  Application exchange = {"exchange", L"Exchange", 1, false, 0, {}, {}};
 };
 
 /* Why the library says so: the services as they are, and what the cluster makes of them. */
@@ -63,6 +69,10 @@ std::wstring Reason(const AppsAnswers& answers, const Application& application) 
   const auto end = services.begin() + static_cast<std::ptrdiff_t>(application.deciding);
   const bool serviceRuns =
       std::any_of(services.begin(), end, [](const ServiceFact& fact) { return fact.isRunning; });
+  if (serviceRuns && application.error != 0) {
+    return L"its service runs there, but the cluster cannot be asked: " +
+           SystemText(application.error);
+  }
   if (application.isRunning) {
     if (answers.cluster.empty()) return L"its service runs there";
     return L"its service runs there, and the cluster agrees";
@@ -82,20 +92,24 @@ AppsAnswers Ask(const std::wstring& server) {
   AppsAnswers answers;
   answers.server = server;
   answers.isVirtual = vtclass::ClusterVirtualNameToNodeName(server, answers.node);
+  answers.error = ::GetLastError();
   answers.computer = L"\\\\" + answers.node;
   const auto cluster = Cluster::GetInstance(server.c_str());
   if (cluster->Open()) answers.cluster = cluster->GetClusterName();
 
   answers.sql.isRunning = vtclass::ServerIsRunningSQL(server.c_str(), &answers.sqlIsClustered);
+  answers.sql.error = ::GetLastError();
   answers.sql.facts = LookAtServices(answers.computer, {L"MSSQLServer", L"MSSQLServer$" + server});
   std::wstring writable = server;
   answers.exchange.isRunning =
       vtclass::ServerIsRunningExchange(writable.data(), nullptr, nullptr, nullptr, nullptr, false);
+  answers.exchange.error = ::GetLastError();
   answers.exchange.facts = LookAtServices(
       answers.computer,
       {L"MSExchangeSA", L"MSExchangeIS", L"MSExchangeDS", L"MSExchangeSRS", L"MSExchangeKMS"});
   for (Application* application : {&answers.sql, &answers.exchange}) {
     application->reason = Reason(answers, *application);
+    if (answers.error == 0) answers.error = application->error;
   }
   return answers;
 }
@@ -134,6 +148,9 @@ void PrintText(const AppsAnswers& answers) {
         (answers.cluster.empty() ? std::wstring(L", no cluster found")
                                  : L", in the cluster " + Printable(answers.cluster)) +
         L"\n");
+  if (answers.error != 0) {
+    Print(L"The cluster cannot be asked: " + SystemText(answers.error) + L"\n");
+  }
   PrintApplication(answers.sql);
   if (answers.sqlIsClustered) Print(L"  The instance belongs to the cluster.\n");
   PrintApplication(answers.exchange);
@@ -153,9 +170,11 @@ nlohmann::ordered_json ToJson(const AppsAnswers& answers) {
   nlohmann::ordered_json json = {{"server", ToUtf8(answers.server)},
                                  {"node", nullptr},
                                  {"cluster", nullptr},
+                                 {"error", nullptr},
                                  {answers.sql.key, ToJson(answers.sql)},
                                  {answers.exchange.key, ToJson(answers.exchange)}};
   if (answers.isVirtual) json["node"] = ToUtf8(answers.node);
+  if (answers.error != 0) json["error"] = ToUtf8(SystemText(answers.error));
   if (!answers.cluster.empty()) json["cluster"] = ToUtf8(answers.cluster);
   json[answers.sql.key]["clustered"] = answers.sqlIsClustered;
   return json;
@@ -170,9 +189,13 @@ int Run(const AppsArguments& arguments) {
   const AppsAnswers answers = Ask(server);
   nlohmann::ordered_json json = ToJson(answers);
   if (!arguments.json) PrintText(answers);
+  unsigned long instanceError = 0;
   if (arguments.instance) {
-    const std::wstring word = InstanceWord(
-        vtclass::ServerIsRunningSQL2KInstance(server.c_str(), FromUtf8(*arguments.instance)));
+    const auto state =
+        vtclass::ServerIsRunningSQL2KInstance(server.c_str(), FromUtf8(*arguments.instance));
+    instanceError = ::GetLastError();
+    const std::wstring word =
+        instanceError == 0 ? InstanceWord(state) : L"cannot be told: " + SystemText(instanceError);
     if (arguments.json) {
       json["instance"] = {{"name", *arguments.instance}, {"state", ToUtf8(word)}};
     } else {
@@ -180,7 +203,7 @@ int Run(const AppsArguments& arguments) {
     }
   }
   if (arguments.json) PrintUtf8(json.dump(2) + "\n");
-  return kExitClean;
+  return answers.error == 0 && instanceError == 0 ? kExitClean : kExitNoAnswer;
 }
 
 }  // namespace

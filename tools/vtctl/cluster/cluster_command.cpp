@@ -1,3 +1,5 @@
+#include <vtclass/win32.h>
+
 #include <vtcluster/vtcluster.h>
 
 #include <memory>
@@ -8,6 +10,7 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/printable.h"
+#include "tools/vtctl/system_text.h"
 #include "vtclass/cluster.h"
 #include "vtclass/net.h"
 
@@ -16,7 +19,8 @@ namespace {
 
 constexpr const char* kFooter =
     "NAME is a node, a virtual server or the cluster itself, with or without backslashes; without\n"
-    "NAME the cluster is that of this machine.\n"
+    "NAME the cluster is that of this machine. Exit code 69 when a cluster is there but cannot be\n"
+    "opened or read.\n"
     "\n"
     "Examples:\n"
     "  vtctl cluster\n"
@@ -33,6 +37,9 @@ struct ClusterAnswers {
   wcstring computer;
   wcstring node; /* of this machine */
   bool found = false;
+  unsigned long error = ERROR_SUCCESS; /* the first that kept the cluster from an answer */
+  unsigned long nameError = ERROR_SUCCESS;
+  unsigned long productError = ERROR_SUCCESS;
   int type = Cluster::noCluster;
   std::wstring clusterName;
   bool isVirtual = false; /* the name is a network name of the cluster */
@@ -41,6 +48,10 @@ struct ClusterAnswers {
   wcstring activeNode;
   wcstring virtualServer;
 };
+
+unsigned long FirstOf(unsigned long error, unsigned long next) {
+  return error != ERROR_SUCCESS ? error : next;
+}
 
 ClusterAnswers Ask(const std::wstring& name) {
   ClusterAnswers answers;
@@ -51,20 +62,32 @@ ClusterAnswers Ask(const std::wstring& name) {
   const auto cluster = Cluster::GetInstance(asked);
   answers.found = cluster->Open();
   answers.type = cluster->GetClusterType();
+  answers.error = cluster->GetErrorCode();
   answers.clusterName = cluster->GetClusterName();
+  answers.error = FirstOf(answers.error, cluster->GetErrorCode());
   if (asked) {
     answers.isVirtual = vtclass::ClusterVirtualNameToNodeName(name, answers.nodeOfName);
+    answers.nameError = ::GetLastError();
   }
   answers.hasActiveNode = vtclass::GetVtActiveNodeName(asked, answers.activeNode);
+  answers.productError = ::GetLastError();
   vtclass::GetVtVirtualServerName(asked, answers.virtualServer);
+  answers.productError = FirstOf(answers.productError, ::GetLastError());
+  answers.error = FirstOf(answers.error, FirstOf(answers.nameError, answers.productError));
   return answers;
 }
 
 std::wstring ClusterSentence(const ClusterAnswers& answers) {
+  const bool failed = answers.error != ERROR_SUCCESS;
   if (answers.found) {
-    return Printable(answers.clusterName) + (answers.type == Cluster::xcsCluster
-                                                 ? L" (the product's own cluster server)"
-                                                 : L" (Windows failover cluster)");
+    return Printable(answers.clusterName) +
+           (answers.type == Cluster::xcsCluster ? L" (the product's own cluster server)"
+                                                : L" (Windows failover cluster)") +
+           (failed ? L"; it cannot be read: " + SystemText(answers.error) : std::wstring());
+  }
+  if (failed) {
+    return L"counts as none; its service runs, but it cannot be opened: " +
+           SystemText(answers.error);
   }
   if (answers.name.empty()) return L"none; no cluster service runs on this machine";
   return L"none; no cluster service runs on that server, or it cannot be reached";
@@ -75,18 +98,24 @@ std::wstring NameSentence(const ClusterAnswers& answers) {
   if (answers.isVirtual) {
     return name + L" is a virtual server; its node is " + Printable(answers.nodeOfName);
   }
+  if (answers.found && answers.nameError != ERROR_SUCCESS) {
+    return L"whether " + name + L" is a virtual server of the cluster cannot be told";
+  }
   return name + (answers.found ? L" is no virtual server of the cluster"
                                : L" leads to no cluster, so it is taken for a server of its own");
 }
 
 std::wstring ProductSentence(const ClusterAnswers& answers) {
+  const bool isUntold = answers.found && answers.productError != ERROR_SUCCESS;
+  if (!answers.hasActiveNode && isUntold) return L"cannot be told";
   if (!answers.hasActiveNode) {
     return answers.found ? L"not clustered; no group of the cluster holds its services"
                          : L"not clustered; no cluster was found";
   }
   return L"active on " + Printable(answers.activeNode) + L", reached as " +
-         (answers.virtualServer.empty() ? L"(its group has no network name)"
-                                        : Printable(answers.virtualServer));
+         (!answers.virtualServer.empty() ? Printable(answers.virtualServer)
+          : isUntold                     ? L"(cannot be told)"
+                                         : L"(its group has no network name)");
 }
 
 void PrintText(const ClusterAnswers& answers) {
@@ -111,7 +140,9 @@ void PrintJson(const ClusterAnswers& answers) {
       {"cluster", TextOrNull(answers.clusterName)},
       {"clusterType", answers.type == Cluster::xcsCluster ? "xcs" : "windows"},
       {"productActiveNode", TextOrNull(answers.activeNode, answers.hasActiveNode)},
-      {"productVirtualServer", TextOrNull(answers.virtualServer)}};
+      {"productVirtualServer", TextOrNull(answers.virtualServer)},
+      {"error", nullptr}};
+  if (answers.error != ERROR_SUCCESS) json["error"] = ToUtf8(SystemText(answers.error));
   if (!answers.found) json["clusterType"] = nullptr;
   PrintUtf8(json.dump(2) + "\n");
 }
@@ -130,7 +161,7 @@ void AddClusterCommand(CLI::App& app, ChosenCommand& chosen) {
     chosen.run = [arguments] {
       const ClusterAnswers answers = Ask(FromUtf8(arguments->name));
       arguments->json ? PrintJson(answers) : PrintText(answers);
-      return static_cast<int>(kExitClean);
+      return static_cast<int>(answers.error == ERROR_SUCCESS ? kExitClean : kExitNoAnswer);
     };
   });
 }

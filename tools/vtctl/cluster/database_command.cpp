@@ -1,3 +1,5 @@
+#include <vtclass/win32.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -7,6 +9,7 @@
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/printable.h"
+#include "tools/vtctl/system_text.h"
 #include "vtclass/cluster.h"
 
 namespace vtctl {
@@ -15,7 +18,9 @@ namespace {
 constexpr const char* kFooter =
     "Where nothing is stored the server is this machine, the instance \"Vantorl\" and the "
     "database\n"
-    "\"VTDB\". Exit code 66 when this machine knows none of the databases.\n"
+    "\"VTDB\". Exit code 66 when this machine knows none of the databases, 69 when it knows one, "
+    "but\n"
+    "the cluster cannot be asked where that is.\n"
     "\n"
     "Examples:\n"
     "  vtctl database\n"
@@ -37,6 +42,7 @@ struct Database {
   const wchar_t* key; /* below HKEY_LOCAL_MACHINE, for people */
   Query query;
   bool isKnown = false;
+  unsigned long error = 0; /* why the cluster could not be asked for it */
   std::wstring server;
   std::wstring activeNode;
   std::wstring instance;
@@ -60,6 +66,7 @@ std::vector<Database> AskAll(const DatabaseArguments& arguments) {
   for (Database& each : databases) {
     each.isKnown = each.query(each.server, each.activeNode, each.instance, each.name, each.isLocal);
     if (each.isKnown) {
+      each.error = ::GetLastError();
       vtclass::GetOdbcConnectionString(each.odbc, each.server, each.instance, each.name,
                                        application.c_str(), arguments.physicalName);
     }
@@ -80,6 +87,10 @@ void PrintText(const Database& database) {
   if (!database.activeNode.empty()) {
     Print(L"  on node:   " + Printable(database.activeNode) + L"\n");
   }
+  if (database.error != 0) {
+    Print(L"  unsure:    the node and whether it is this machine cannot be told: " +
+          SystemText(database.error) + L"\n");
+  }
   Print(L"  instance:  " +
         (database.instance.empty() ? L"(the default one)" : Printable(database.instance)) + L"\n");
   Print(L"  ODBC:      " + Printable(database.odbc) + L"\n");
@@ -92,7 +103,9 @@ nlohmann::ordered_json ToJson(const Database& database) {
                                  {"activeNode", nullptr},
                                  {"instance", ToUtf8(database.instance)},
                                  {"database", ToUtf8(database.name)},
-                                 {"odbc", ToUtf8(database.odbc)}};
+                                 {"odbc", ToUtf8(database.odbc)},
+                                 {"error", nullptr}};
+  if (database.error != 0) json["error"] = ToUtf8(SystemText(database.error));
   if (!database.activeNode.empty()) json["activeNode"] = ToUtf8(database.activeNode);
   return json;
 }
@@ -100,8 +113,10 @@ nlohmann::ordered_json ToJson(const Database& database) {
 int Run(const DatabaseArguments& arguments) {
   nlohmann::ordered_json json;
   bool anyIsKnown = false;
+  bool anyFailed = false;
   for (const Database& database : AskAll(arguments)) {
     anyIsKnown = anyIsKnown || database.isKnown;
+    anyFailed = anyFailed || database.error != 0;
     if (arguments.json) {
       json[ToUtf8(database.title)] = ToJson(database);
     } else {
@@ -109,7 +124,8 @@ int Run(const DatabaseArguments& arguments) {
     }
   }
   if (arguments.json) PrintUtf8(json.dump(2) + "\n");
-  return anyIsKnown ? kExitClean : kExitNoInput;
+  if (!anyIsKnown) return kExitNoInput;
+  return anyFailed ? kExitNoAnswer : kExitClean;
 }
 
 }  // namespace

@@ -26,6 +26,7 @@ Follower::Follower(std::wstring systemPath, Sink print, Sink notice)
 
 DWORD Follower::Start(std::size_t lines) {
   if (const DWORD status = file.Open(path)) return status;
+  mine = file.Identity();
   encoding = file.TextEncoding();
   const uint64_t size = file.Size();
   position = size - std::min<uint64_t>(size, kChunk);
@@ -36,17 +37,36 @@ DWORD Follower::Start(std::size_t lines) {
 }
 
 void Follower::Poll() {
-  if (!IsStillOurs()) FindPlaceAfterWrap();
+  OpenMine();
+  if (file.IsOpen() && !IsStillOurs()) FindPlaceAfterWrap();
   const bool more = ReadOn();
-  TraceFile live;
-  if (live.Open(path) == ERROR_SUCCESS && !(live.Identity() == file.Identity())) {
-    while (GoToNextFile()) ReadOn();
-  } else {
+  if (IsLive()) {
     while (GoToFurtherFile()) ReadOn();
+  } else {
+    while (GoToNextFile()) ReadOn();
   }
+  file.Close();
   /* A text without a line end is shown once nothing follows it any more. */
   if (!more && wasIdle) Flush();
   wasIdle = !more;
+}
+
+/* Whether the log is still written to the file at hand, or is about to begin the next one. */
+bool Follower::IsLive() const {
+  TraceFile live;
+  return live.Open(path) != ERROR_SUCCESS || live.Identity() == mine;
+}
+
+/* Opens the file at hand again under the name that it has now; there may be none any more. */
+void Follower::OpenMine() {
+  if (file.Open(path) == ERROR_SUCCESS && file.Identity() == mine) return;
+  file.Close();
+  for (const RotatedFile& candidate : RotatedFilesOf(path)) {
+    if (candidate.index != mine.index) continue;
+    /* The names may have moved on meanwhile. */
+    if (file.Open(candidate.path) == ERROR_SUCCESS && file.Identity() == mine) return;
+    file.Close();
+  }
 }
 
 /* Reads to the end of the file; true when there was something. */
@@ -111,9 +131,12 @@ void Follower::FindPlaceAfterWrap() {
 bool Follower::GoToNextFile() {
   constexpr int kTries = 20;
   for (int n = 0; n < kTries; ++n, ::Sleep(5)) {
-    TraceFile live;
-    if (live.Open(path) == ERROR_SUCCESS && live.Identity() == file.Identity()) return false;
+    {
+      TraceFile live;
+      if (live.Open(path) == ERROR_SUCCESS && live.Identity() == mine) return false;
+    }
     /* Its writer has left the file, so this is the end of it. */
+    OpenMine();
     ReadOn();
     Flush();
     const Successor next = FindSuccessor();
@@ -131,13 +154,10 @@ bool Follower::GoToNextFile() {
 }
 
 Follower::Successor Follower::FindSuccessor() const {
-  const FileIdentity mine = file.Identity();
   std::optional<RotatedPart> found;
   std::optional<Successor> oldest;
   for (const RotatedFile& candidate : RotatedFilesOf(path)) {
-    TraceFile opened;
-    if (opened.Open(candidate.path) != ERROR_SUCCESS) continue;
-    const FileIdentity identity = opened.Identity();
+    const FileIdentity identity = {mine.volume, candidate.index};
     if (found && found->extension == candidate.part.extension) {
       return {candidate.path, identity, false};
     }
@@ -149,6 +169,7 @@ Follower::Successor Follower::FindSuccessor() const {
 
 void Follower::GoTo(TraceFile&& next) {
   file = std::move(next);
+  mine = file.Identity();
   position = 0;
   lastRead.clear();
   pending.clear();
@@ -161,8 +182,8 @@ bool Follower::GoToFurtherFile() {
   TraceFile opened;
   if (opened.Open(next) != ERROR_SUCCESS) return false;
   const FILETIME theirs = opened.LastWrite();
-  const FILETIME mine = file.LastWrite();
-  if (::CompareFileTime(&theirs, &mine) < 0) return false;
+  const FILETIME ours = file.LastWrite();
+  if (::CompareFileTime(&theirs, &ours) < 0) return false;
   ReadOn();
   Flush();
   path = next;

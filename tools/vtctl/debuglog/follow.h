@@ -18,7 +18,9 @@ namespace vtctl::debuglog {
  * - simple roll: the log goes on in the file with the next number.
  * Where lines are gone before they could be read, the notice says so.
  *
- * Asked now and then: the system tells of a growing file only when its writer closes it.
+ * Asked now and then: the system tells of a growing file only when its writer closes it. In between
+ * no file is open: where a system keeps the name of a deleted file that somebody has open, the
+ * writer could not roll.
  */
 class Follower {
  public:
@@ -40,6 +42,8 @@ class Follower {
     bool isGap = false;
   };
 
+  bool IsLive() const;
+  void OpenMine();
   bool ReadOn();
   void Take(const std::string& bytes);
   void Flush();
@@ -54,7 +58,8 @@ class Follower {
   std::wstring path; /* of the live file */
   const Sink print;
   const Sink notice;
-  TraceFile file;
+  TraceFile file; /* open while it is looked at */
+  FileIdentity mine;
   Encoding encoding = Encoding::ansi;
   uint64_t position = 0;
   std::string lastRead; /* the bytes in front of `position` */

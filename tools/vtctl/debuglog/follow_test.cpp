@@ -96,11 +96,10 @@ TEST_F(FollowerTest, Renames_ReadsEveryFileToItsEnd) {
       ExpectShown();
     }
   }
-  // So many rolls that the file at hand is deleted. Where the system keeps it until it is closed,
-  // the log cannot roll on and nothing is missing; elsewhere the notice says so.
+  // So many rolls that the file at hand is deleted: the log rolls on, and the notice says so.
   Print(20 * 105 * 2);
-  follower->Poll();
-  ExpectShown(notices, L"", notices == 1);
+  EXPECT_EQ(log->GetErrorCode(), 0u);
+  ExpectShown(1, L"", true);
   Print(3);
   ExpectShown();
 }
@@ -115,6 +114,18 @@ TEST_F(FollowerTest, Wraps_FindsItsPlace) {
       ExpectShown(isGap, isGap ? L"<<< This file has wrapped >>>\n" : L"", isGap);
     }
   }
+}
+
+TEST_F(FollowerTest, OpenFiles_KeepNobodyFromAnything) {
+  Limit(1);
+  Begin(1);
+  Print(1);
+  TraceFile live;
+  ASSERT_EQ(live.Open(SystemPath(path)), 0u);
+  EXPECT_TRUE(log->Open(DebugLog::openAppend, path.c_str()) && log->Close());
+  EXPECT_TRUE(::MoveFileW(path.c_str(), Rotated(1).c_str()));
+  EXPECT_EQ(RotatedFilesOf(SystemPath(path)).at(0).index, live.Identity().index);
+  EXPECT_TRUE(::DeleteFileW(Rotated(1).c_str()));
 }
 
 TEST_F(FollowerTest, SimpleRoll_GoesOnInTheFurtherFile) {

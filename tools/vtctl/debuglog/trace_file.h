@@ -25,6 +25,7 @@ class TraceFile {
  public:
   /* The system's status. */
   DWORD Open(const std::wstring& systemPath);
+  void Close() { file.Reset(); }
   bool IsOpen() const { return static_cast<bool>(file); }
 
   uint64_t Size() const;
@@ -44,9 +45,12 @@ struct RotatedFile {
   std::wstring path;
   RotatedPart part;
   uint64_t size = 0;
+  uint64_t index = 0; /* of its identity: the volume is that of all files of the folder */
 };
 
-/* The rotated files of a log, oldest first; those of different extensions one after the other. */
+/* The rotated files of a log, oldest first; those of different extensions one after the other. None
+ * of them is opened: the name of one that is deleted meanwhile would stay as long as it is open,
+ * and its writer could move no other file there. */
 std::vector<RotatedFile> RotatedFilesOf(const std::wstring& livePath);
 
 }  // namespace vtctl::debuglog

@@ -12,14 +12,18 @@ namespace {
 
 constexpr unsigned long kNotInAnsi = 0xFFFFFFFF;
 
-/* What vtclass says of a name without asking DNS. */
-bool IsLocal(const std::wstring& name, bool clusterAware) {
+constexpr const wchar_t* kMayBeVirtual =
+    L"in a cluster this may be a virtual server whose address lies on this node now; without DNS "
+    L"the answer is no";
+
+/* What vtclass says of a name without asking DNS; `error` is why it cannot tell. */
+bool IsLocal(const std::wstring& name, bool clusterAware, unsigned long& error) {
   wcstring unused;
   bool isLocal = false;
   unsigned long status = 0;
-  return vtclass::VTConvertServerNamePlus(name, unused, vtclass::computerNameNoConversion,
-                                          clusterAware, &isLocal, &status) == ERROR_SUCCESS &&
-         isLocal;
+  error = vtclass::VTConvertServerNamePlus(name, unused, vtclass::computerNameNoConversion,
+                                           clusterAware, &isLocal, &status);
+  return error == ERROR_SUCCESS && isLocal;
 }
 
 std::wstring OwnForm(const wcstring& node, vtclass::_COMPUTER_NAME_FORMAT format) {
@@ -58,11 +62,17 @@ IdentityStep NameStep(const IdentityQuestion& question, const std::wstring& serv
   IdentityStep step;
   step.title = isAddress ? L"This machine's addresses" : L"This machine's names";
   step.compared = isAddress ? OwnAddresses() : OwnNames();
-  step.decides = IsLocal(server, question.clusterAware);
+  unsigned long error = ERROR_SUCCESS;
+  unsigned long unused = ERROR_SUCCESS;
+  step.decides = IsLocal(server, question.clusterAware, error);
   if (step.decides) {
     step.found = L"one of them";
-  } else if (question.clusterAware && IsLocal(server, false)) {
-    step.found = L"one of them, but a virtual server of a cluster holds it";
+  } else if (question.clusterAware && IsLocal(server, false, unused)) {
+    step.found = error == ERROR_SUCCESS
+                     ? L"one of them, but a virtual server of a cluster holds it"
+                     : L"one of them, but whether a virtual server of the cluster holds it cannot "
+                       L"be read: " +
+                           ResolverText(error);
   } else {
     step.found = L"none of them";
   }
@@ -100,6 +110,7 @@ void AddResolution(IdentityStep& step, const std::wstring& server, const Identit
     return;
   }
   step.found = answer.isMe ? L"an alias" : L"none of them";
+  if (answer.isMe) step.warning = kMayBeVirtual;
   step.found += L": DNS calls it " + Printable(resolution.canonicalName);
   for (const ResolvedAddress& address : resolution.addresses) {
     step.found += L", " + AddressLine(address);

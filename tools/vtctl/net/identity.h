@@ -38,6 +38,7 @@ struct IdentityStep {
   std::vector<std::wstring> compared; /* with what */
   std::wstring found;
   bool decides = false; /* the answer comes from here */
+  std::wstring warning; /* what to mind about the answer; mostly empty */
 };
 
 /* The steps up to the one that decides. */

@@ -19,6 +19,10 @@ constexpr const char* kExamples =
     "nodes, then DNS. NAME may be a UNC path; its server counts. DNS has the time of the\n"
     "product's setting \"DnsQueryTimeOut\" (5000 ms if it is missing) or that of --timeout.\n"
     "\n"
+    "Warning: DNS can say yes for the name of a cluster's virtual server whose address lies on "
+    "this\n"
+    "node now, also with --cluster-aware, although the test without DNS says no.\n"
+    "\n"
     "Examples:\n"
     "  vtctl identity backup01\n"
     "  vtctl identity \\\\backup01\\data --cluster-aware\n"
@@ -48,6 +52,7 @@ void PrintAnswer(const IdentityQuestion& question, const IdentityAnswer& answer)
     if (!step.compared.empty())
       Print(L"   compared with  " + Printable(Joined(step.compared)) + L"\n");
     Print(L"   found          " + Printable(step.found) + L"\n");
+    if (!step.warning.empty()) Print(L"   warning        " + step.warning + L"\n");
   }
   Print(L"\nAnswered in " + std::to_wstring(answer.milliseconds) + L" ms, status " +
         ResolverText(answer.code) + L"\n");
@@ -69,6 +74,7 @@ void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& a
                              {"compared", compared},
                              {"found", ToUtf8(step.found)},
                              {"decides", step.decides}});
+    if (!step.warning.empty()) json["steps"].back()["warning"] = ToUtf8(step.warning);
   }
   PrintUtf8(json.dump(2) + "\n");
 }

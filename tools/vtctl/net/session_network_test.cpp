@@ -44,16 +44,14 @@ TEST_F(SessionInNetwork, Server_IsAskedForFirst) {
               {NetworkName("ADDRESS"), kExitClean, " is this machine.\n"},
               {NetworkName("FOREIGN"), kExitNotThisMachine, " is not this machine."},
               {"nobody.corp.example", kExitNotThisMachine, " is not this machine."},
+              // The limit of two seconds: the resolver itself would go on and give another code.
               {NetworkName("NEVER"), kExitNoAnswer, "no answer came in time (10060)"},
               {NetworkName("BROKEN"), kExitNoAnswer, "(11002)"}};
   for (const auto& row : rows) {
     const std::wstring path = L"\\\\" + FromUtf8(row.server) + L"\\share";
-    const ULONGLONG start = ::GetTickCount64();
     test::VtctlRun run({L"session", path, L"--root", scratch.Path(), L"--out",
                         out / FromUtf8(row.server), L"--language", L"EN"});
     EXPECT_EQ(run.ExitCode(), row.exitCode) << row.server;
-    // The limit of two seconds, the start of a process, and a busy machine.
-    EXPECT_LE(::GetTickCount64() - start, 4000u) << row.server;
     const bool isMe = row.exitCode == kExitClean;
     const std::string said = isMe ? run.Output() : run.ErrorOutput();
     EXPECT_NE(said.find(ToUtf8(path)), std::string::npos) << said;
@@ -81,6 +79,7 @@ TEST_F(SessionInNetwork, Identity_NamesTheStepThatDecides) {
     EXPECT_EQ(step["step"], row.decides);
     EXPECT_EQ(step["decides"], true);
     EXPECT_NE(step["found"].get<std::string>().find(row.found), std::string::npos) << step;
+    EXPECT_EQ(step.contains("warning"), std::string(row.role).ends_with("ALIAS"));
   }
 }
 

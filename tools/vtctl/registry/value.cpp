@@ -166,11 +166,11 @@ std::wstring OneLine(const Value& value) {
 }
 
 std::wstring FullText(const Value& value) {
-  if (IsText(value.type)) return TextOf(value) + L"\n";
+  if (IsText(value.type)) return Printable(TextOf(value)) + L"\n";
   if (const auto number = NumberOf(value)) return std::to_wstring(*number) + L"\n";
   if (value.type != REG_MULTI_SZ) return HexDump(value.data);
   std::wstring lines;
-  for (const std::wstring& item : ItemsOf(value)) lines += item + L"\n";
+  for (const std::wstring& item : ItemsOf(value)) lines += Printable(item) + L"\n";
   return lines;
 }
 

@@ -39,7 +39,8 @@ std::vector<std::wstring> ItemsOf(const Value& value);
 std::wstring ShownName(const std::wstring& name);
 /* The value on one line, for lists and changes. */
 std::wstring OneLine(const Value& value);
-/* The value for itself: text as it is, one item a line, a number, or a hex dump. */
+/* The value for itself: the text, one item a line, a number, or a hex dump. What would break a line
+ * or speak to the terminal is made visible. */
 std::wstring FullText(const Value& value);
 /* {"type": ..., "data": ...}: text, list of texts, number, or bytes in hexadecimal. */
 nlohmann::ordered_json ToJson(const Value& value);

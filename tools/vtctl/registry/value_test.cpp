@@ -79,7 +79,10 @@ TEST(RegistryValue, FullText_DumpsBinaryInLinesOfSixteen) {
   EXPECT_EQ(FullText(value),
             L"00000000  41 1b 41 41 41 41 41 41  41 41 41 41 41 41 41 41  A.AAAAAAAAAAAAAA\n"
             L"00000010  41                                                A\n");
-  EXPECT_EQ(FullText(TextValue(REG_MULTI_SZ, {L"a\0b\0\0", 5})), L"a\nb\n");
+  EXPECT_EQ(FullText(TextValue(REG_MULTI_SZ, {L"a\0b\n\x9B\0\0", 7})), L"a\nb\xFFFD\xFFFD\n");
+  for (const DWORD type : {DWORD{REG_SZ}, DWORD{REG_EXPAND_SZ}}) {
+    EXPECT_EQ(FullText(TextValue(type, L"a\x1B[2Jb")), L"a\xFFFD[2Jb\n");
+  }
   EXPECT_EQ(FullText({REG_DWORD, {7, 0, 0, 0}}), L"7\n");
 }
 

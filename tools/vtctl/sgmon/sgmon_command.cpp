@@ -121,14 +121,15 @@ int Watch(const SgmonArguments& arguments) {
   /* Returns without a callback when there is nothing to wait for. */
   client->WaitInitComplete(INFINITE);
   if (told.count == 0) {
-    return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened.");
+    return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened: " +
+                                  SystemText(client->GetErrorCode()));
   }
   return PrintAsItComes(arguments) ? kExitClean : kExitCancelled;
 }
 
 int Wake(const SgmonArguments&) {
   constexpr int kSignals = 2;
-  constexpr DWORD kBetween = 200;
+  constexpr DWORD kHeld = 100;
   const OwnedKernelObject event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, kWakeUpEvent));
   if (!event) {
     const DWORD status = ::GetLastError();
@@ -137,11 +138,11 @@ int Wake(const SgmonArguments&) {
     }
     return Fail(kExitNoInput, L"The wake-up event cannot be opened: " + SystemText(status));
   }
-  /* Reset at once, or the components look again without pause. A component that is just looking
-   * misses that signal, and may have read what was stored before: the second one is for it. */
+  /* Held for a moment, so that a component that is just looking hears it after that, and may have
+   * read what was stored before. The second signal is for one that looks for longer. */
   for (int i = 0; i < kSignals; ++i) {
-    if (i > 0) ::Sleep(kBetween);
     ::SetEvent(event.Get());
+    ::Sleep(kHeld);
     ::ResetEvent(event.Get());
   }
   Print(L"All components that are monitoring have been woken.\n");

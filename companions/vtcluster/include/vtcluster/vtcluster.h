@@ -23,7 +23,13 @@
  * The answers come from the system's failover-cluster API, which is loaded at the first question.
  * Where it is missing, on a machine that is no node and while the cluster service does not run
  * there is no cluster: Open and every query answer false, the names are empty, the application
- * states `noAnswer`. A cluster that stops answering halfway counts as none for that question.
+ * states `noAnswer`. A cluster that cannot be opened counts as none.
+ *
+ * A cluster that is open but cannot be read, as a whole or in a part that could have changed the
+ * answer, answers the same, but is no cluster without such a name: GetErrorCode tells. Ask it
+ * before you take a "no" for one. Only resources of the kinds that matter to a question are read;
+ * one that cannot be read spoils no answer that the others give. The cluster is opened for reading
+ * where the system can, so that the account needs no other right to it.
  *
  * Names are compared without regard to case. "Virtual server" means a network name of the cluster
  * with the applications of its group.
@@ -31,8 +37,10 @@
  * Outputs: a query that answers false leaves its output text as it was. Failure: nothing is thrown
  * but std::bad_alloc when memory runs out.
  * Threads: one object belongs to one thread at a time; the static operations may be called by any.
- * Time: each question asks the cluster anew, a call for every resource of it; opening by name goes
- * over the network and can take the system's time-out for a server that does not answer.
+ * Time: each question asks the cluster anew, some calls for every resource of it; what no cluster
+ * could answer otherwise, such as whether this machine's own name is a network name, asks nothing.
+ * Opening by name goes over the network and can take the system's time-out for a server that does
+ * not answer.
  * Ownership: the object holds the connection to the cluster and closes it when the last
  * pointer goes.
  */
@@ -45,7 +53,7 @@ class Cluster {
     notRunning = 2,
     runningIfOwn = 3, /* the cluster does not run it: a service that runs is the server's own when
                          the query's flag is true, and another virtual server's when not */
-    noAnswer = 4      /* no cluster, or no name */
+    noAnswer = 4      /* no cluster, no name, or not to be told: see GetErrorCode */
   };
 
   /* What GetClusterType answers. */
@@ -66,10 +74,12 @@ class Cluster {
   VTCLUSTER_API static bool IsCluster();
 
   /* The product runs as a service of this machine's cluster: one of the cluster's groups holds a
-   * Generic Service resource whose service's name begins with "Vantorel". */
+   * Generic Service resource whose service's name begins with "Vantorel". The thread's last error
+   * becomes 0, or what GetErrorCode would be. */
   VTCLUSTER_API static bool IsVtClustered();
 
-  /* The virtual server of the product in this machine's cluster; empty when there is none. */
+  /* The virtual server of the product in this machine's cluster; empty when there is none. The
+   * thread's last error as above. */
   VTCLUSTER_API static std::wstring GetVtVirtualServerName();
 
   virtual ~Cluster() = default;
@@ -78,6 +88,12 @@ class Cluster {
    * object answer as without a cluster until this has succeeded. */
   virtual bool Open() = 0;
 
+  /*
+   * Why the last operation of this object gave no answer: a Win32 code, 0 when it gave one, "no" or
+   * "no cluster" among them. After Open: why a cluster service that runs could not be opened.
+   */
+  virtual unsigned long GetErrorCode() const = 0;
+
   /* One of clusterType. */
   virtual int GetClusterType() = 0;
 
@@ -85,8 +101,8 @@ class Cluster {
   virtual std::wstring GetClusterName() = 0;
 
   /* The node on which the product's group is. Where several groups hold the product: that of the
-   * network name by which the object was made, else the one on the node of that name, else the
-   * first. */
+   * network name or address by which the object was made, else the one on the node of that name,
+   * else the first. */
   virtual bool GetBeActiveNodeName(std::wstring& node) = 0;
 
   /*
@@ -109,7 +125,8 @@ class Cluster {
    * What the cluster knows of SQL Server on a server. Of a virtual server, given by name or
    * address: the state of its instance or availability group, `notRunning` when it has none. Of
    * every other server `runningIfOwn`, with the flag false when the cluster runs a default instance
-   * on that node. `own`, where not null, is false in all other cases.
+   * on that node. `own`, where not null, is false in all other cases. Of several applications the
+   * best state counts: what runs, runs.
    */
   virtual appState IsServerRunningSQL(const wchar_t* server, bool* own) = 0;
 
@@ -121,7 +138,7 @@ class Cluster {
 class XCSCluster {
  public:
   /* The running cluster that `name` leads to (see Cluster::GetInstance), already connected; null
-   * when there is none. */
+   * when there is none. The thread's last error is then 0, or why one could not be opened. */
   VTCLUSTER_API static std::shared_ptr<XCSCluster> GetInstance(const wchar_t* name = nullptr);
 
   virtual ~XCSCluster() = default;
@@ -134,6 +151,9 @@ class XCSCluster {
    */
   virtual Cluster::appState IsServerRunningSQL2KInstance(const wchar_t* server,
                                                          const wchar_t* instance, bool* own) = 0;
+
+  /* See Cluster::GetErrorCode. */
+  virtual unsigned long GetErrorCode() const = 0;
 };
 
 /*

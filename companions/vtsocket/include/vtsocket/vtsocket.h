@@ -179,14 +179,22 @@ class SocketServices {
  * Contract: the microseconds may exceed a million. Callers put all their milliseconds there.
  *
  * A null node, an address text without a scope id and AI_NUMERICHOST ask no server: they are
- * answered on the caller's thread whatever the limit. Every other call with a limit runs on one of
- * at most 16 threads, which start on demand and end after two idle seconds. A resolver that hangs
- * costs the caller its limit and no more; its late answer is freed. While it hangs it keeps its
- * thread and keeps this library in memory. Where all threads hang, further calls wait for their
- * turn within their own limits. The threads act under the process's identity, not under one that
- * the caller impersonates.
+ * answered on the caller's thread whatever the limit. Every other call with a limit runs on a
+ * thread of the library's; these start on demand and end after two idle seconds. A resolver that
+ * hangs costs the caller its limit and no more; its late answer is freed. While it hangs it keeps
+ * its thread and keeps this library in memory. The threads act under the process's identity, not
+ * under one that the caller impersonates.
  *
- * Fails with WSA_NOT_ENOUGH_MEMORY (8) when memory runs out or no thread starts. Never throws.
+ * At most 16 look-ups run for callers who still wait; more callers wait for their turn within their
+ * own limits. What a caller has given up does not count among the 16, up to 64 threads in all. Of
+ * equal questions one runs at a time: the others fail with it, also when it was given up long ago,
+ * or run after it. So silent names, however often they are asked for, leave room for others.
+ *
+ * A thread that is killed in this call costs no other caller more than the place of its look-up,
+ * and that no longer than its limit.
+ *
+ * Fails with WSA_NOT_ENOUGH_MEMORY (8) when memory runs out, and at once when a thread is needed
+ * and none starts. Never throws.
  */
 VTSOCKET_API int GetAddrInfoWithTimeOut(const char* node, const char* service,
                                         const addrinfo* hints, addrinfo** result,

@@ -19,8 +19,9 @@
  * what matters always, higher for more detail; `text` is the formatted text without a line feed at
  * its end. The texts live until the sink returns. `context` is what was installed with it.
  *
- * A sink is called on every thread that traces, by several at once. It must neither throw nor
- * trace: a trace from within would wait for the installation of a sink that waits for it.
+ * A sink is called on every thread that traces, by one at a time: it may be slow, but must not wait
+ * for another thread that traces. It must neither throw nor trace. A thread that is killed in a
+ * sink holds nobody up.
  */
 using VTTraceSink = void (*)(const wchar_t* source, unsigned long level, const wchar_t* text,
                              void* context);
@@ -40,7 +41,7 @@ VTSTDUTL_API void VTTrace(const wchar_t* source, unsigned long level, const wcha
 /*
  * Installs a sink in place of the former one; null goes back to the debugger. Waits until no thread
  * runs in the former sink, so the caller may free its `context` afterwards.
- * Requires: not called from within a sink, which would wait for itself.
+ * Requires: not called from within a sink, which would run on with what the caller frees.
  * Threads: any.
  */
 VTSTDUTL_API void VTSetTraceSink(VTTraceSink sink, void* context);

@@ -1,0 +1,125 @@
+#include "platform/kill_safe_lock.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+#include "platform/owned.h"
+#include "tests/support/import_hook.h"
+
+namespace vtclass::platform {
+namespace {
+
+constexpr DWORD kLimit = 20000;
+
+int asked = 0;
+decltype(::CreateMutexW)* createMutex = nullptr;
+HANDLE WINAPI RefuseFirst(LPSECURITY_ATTRIBUTES attributes, BOOL owned, LPCWSTR name) {
+  if (++asked > 1) return createMutex(attributes, owned, name);
+  ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+  return nullptr;
+}
+
+struct Guarded {
+  ~Guarded() { lock.Close(); }
+
+  const OwnedKernelObject begun{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  KillSafeLock lock;
+  volatile LONG inside = 0;  // written by whoever holds the lock
+  std::atomic<int> intruders{0};
+};
+
+DWORD WINAPI Pass(void* context) {
+  auto& guarded = *static_cast<Guarded*>(context);
+  const auto self = static_cast<LONG>(::GetCurrentThreadId());
+  ::SetEvent(guarded.begun.Get());
+  while (true) {
+    const ScopedKillSafeLock hold(guarded.lock);
+    guarded.inside = self;  // over what a dead thread left
+    for (int i = 0; i < 10; ++i) ::YieldProcessor();
+    if (guarded.inside != self) ++guarded.intruders;
+  }
+}
+
+/* Threads that pass the lock until they are killed. */
+class Victims {
+ public:
+  explicit Victims(Guarded& guarded) : guarded(guarded) {
+    for (unsigned i = 0; i < threads.size(); ++i) Start(i);
+  }
+  ~Victims() {
+    for (unsigned i = 0; i < threads.size(); ++i) Kill(i);
+  }
+  /* Returns when the thread is past the loader, whose lock a kill would leave taken. */
+  void Start(unsigned i) {
+    threads[i].Reset(::CreateThread(nullptr, 0, &Pass, &guarded, 0, nullptr));
+    ASSERT_EQ(::WaitForSingleObject(guarded.begun.Get(), kLimit), WAIT_OBJECT_0);
+  }
+  void Kill(unsigned i) {
+    ::TerminateThread(threads[i].Get(), 0);
+    EXPECT_EQ(::WaitForSingleObject(threads[i].Get(), kLimit), WAIT_OBJECT_0);
+  }
+  static constexpr unsigned kCount = 4;
+
+ private:
+  Guarded& guarded;
+  std::array<OwnedKernelObject, kCount> threads;
+};
+
+TEST(KillSafeLock, KilledMakersWaitersAndOwners_TakeNobodyAlong) {
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE(::testing::Message() << "seed " << seed);
+  std::minstd_rand random(seed);
+  for (int round = 0; round < 40; ++round) {
+    Guarded guarded;
+    Victims victims(guarded);
+    for (int kill = 0; kill < 5; ++kill) {
+      for (auto spin = random() % 20000; spin > 0; --spin) ::YieldProcessor();
+      const auto i = static_cast<unsigned>(random() % Victims::kCount);
+      victims.Kill(i);
+      victims.Start(i);
+    }
+    // The lock still goes round.
+    const ScopedKillSafeLock hold(guarded.lock);
+    EXPECT_EQ(guarded.intruders, 0);
+  }
+}
+
+TEST(KillSafeLock, KilledOwner_PassesTheLockOn) {
+  static KillSafeLock lock;
+  OwnedKernelObject held(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const auto hold = [](void* event) -> DWORD {
+    const ScopedKillSafeLock scope(lock);
+    ::SetEvent(event);
+    ::Sleep(INFINITE);
+    return 0;
+  };
+  for (int round = 0; round < 3; ++round) {
+    const OwnedKernelObject owner(::CreateThread(nullptr, 0, hold, held.Get(), 0, nullptr));
+    ASSERT_EQ(::WaitForSingleObject(held.Get(), kLimit), WAIT_OBJECT_0);
+    ::TerminateThread(owner.Get(), 0);
+  }
+  lock.Lock();
+  lock.Unlock();
+  lock.Close();
+}
+
+TEST(KillSafeLock, RefusedMutex_IsAskedForAgain_AndTheLastErrorIsKept) {
+  asked = 0;
+  const test::ImportHook<decltype(::CreateMutexW)> hook("KERNEL32.dll", "CreateMutexW",
+                                                        &RefuseFirst, ::GetModuleHandleW(nullptr));
+  createMutex = hook.Original();
+  static KillSafeLock lock;
+  ::SetLastError(4711);
+  lock.Lock();
+  lock.Unlock();
+  lock.Close();
+  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(::GetLastError(), 4711u);
+}
+
+}  // namespace
+}  // namespace vtclass::platform

@@ -1,10 +1,7 @@
-#include <vector>
-
-#include "config/no_throw.h"
 #include "platform/owned.h"
 #include "vtclass/config.h"
 
-using vtclass::config::StatusOf;
+using vtclass::border::ListSink;
 using vtclass::platform::OwnedRegistryKey;
 
 bool Configuration::DeleteValue(const wchar_t* name) {
@@ -25,26 +22,23 @@ bool Configuration::RestoreKey(const wchar_t* file) {
   return Succeeded(::RegRestoreKeyW(key, file, 0));
 }
 
-bool Configuration::Enum(const wchar_t* subkey, std::vector<wcstring>& names) {
+bool Configuration::AppendSubkeys(const wchar_t* subkey, const ListSink& names) noexcept {
   OwnedRegistryKey opened;
   if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, subkey, 0, KEY_READ, opened.Receive()) != ERROR_SUCCESS) {
     return false;
   }
-  const size_t namesBefore = names.size();
   wchar_t name[1024];
-  const long status = StatusOf([&] {
-    for (DWORD index = 0;; ++index) {
-      DWORD length = ARRAYSIZE(name);
-      if (::RegEnumKeyExW(opened.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-          ERROR_SUCCESS) {
-        return ERROR_SUCCESS;
-      }
-      names.emplace_back(name, length);
+  for (DWORD index = 0;; ++index) {
+    DWORD length = ARRAYSIZE(name);
+    if (::RegEnumKeyExW(opened.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
+        ERROR_SUCCESS) {
+      return true;
     }
-  });
-  // Half a list would be taken for the whole one.
-  if (status != ERROR_SUCCESS) names.resize(namesBefore);
-  return Succeeded(status);
+    if (names.Append(name, length)) continue;
+    // Half a list would be taken for the whole one.
+    names.TakeBack();
+    return Succeeded(ERROR_NOT_ENOUGH_MEMORY);
+  }
 }
 
 bool Configuration::RegisterForChanges(bool asynchronous, void* event) {

@@ -1,15 +1,17 @@
-#include <vector>
-
 #include "config/multi_string.h"
 #include "config/no_throw.h"
 #include "config/stored_text.h"
+#include "platform/border.h"
 #include "vtclass/config.h"
 
 using vtclass::WideView;
+using vtclass::border::ListSink;
+using vtclass::border::WideSink;
 using vtclass::config::AppendItems;
 using vtclass::config::kWrongType;
 using vtclass::config::StatusOf;
 using vtclass::config::StoredText;
+using vtclass::platform::HandOver;
 
 namespace {
 
@@ -48,7 +50,7 @@ bool Configuration::Load(const wchar_t* name, unsigned long& out, unsigned long 
   return IsReplaceable(lastError) && SaveDWORD(name, def);
 }
 
-bool Configuration::Load(const wchar_t* name, wcstring& out) {
+bool Configuration::LoadText(const wchar_t* name, const WideSink& out) noexcept {
   StoredText stored;
   return Succeeded(StatusOf([&] {
     const long status = stored.Read(key, name);
@@ -57,31 +59,30 @@ bool Configuration::Load(const wchar_t* name, wcstring& out) {
     // between its items, and a text that was stored without terminator loses a character: both
     // have always been read that way.
     const WideView text = stored.Characters();
-    out.assign(text.data(), text.empty() ? 0 : text.size() - 1);
+    HandOver(out, text.substr(0, text.empty() ? 0 : text.size() - 1));
     return status;
   }));
 }
 
-bool Configuration::Load(const wchar_t* name, wcstring& out, const wchar_t* def) {
-  if (Load(name, out)) return true;
+bool Configuration::LoadText(const wchar_t* name, const WideSink& out,
+                             const wchar_t* def) noexcept {
+  if (LoadText(name, out)) return true;
   const bool replace = IsReplaceable(lastError);
+  const WideView text = def ? def : L"";
   const long status = StatusOf([&] {
-    out = def;
+    HandOver(out, text);
     return ERROR_SUCCESS;
   });
-  return Succeeded(status) && replace && Save(name, out);
+  return Succeeded(status) && replace && SaveUnits(name, text.data(), text.size() + 1, REG_SZ);
 }
 
-bool Configuration::Load(const wchar_t* name, std::vector<wcstring>& out) {
-  out.clear();
+bool Configuration::LoadList(const wchar_t* name, ListSink out) noexcept {
+  out.Clear();
   StoredText stored;
-  const long status = StatusOf([&] {
-    const long read = stored.Read(key, name);
-    if (read != ERROR_SUCCESS) return read;
-    AppendItems(stored.Characters(), out);
-    return read;
-  });
-  if (status != ERROR_SUCCESS) out.clear();
+  long status = stored.Read(key, name);
+  if (status == ERROR_SUCCESS && !AppendItems(stored.Characters(), out)) {
+    status = ERROR_NOT_ENOUGH_MEMORY;
+  }
   return Succeeded(status);
 }
 

@@ -33,7 +33,12 @@ bool Configuration::Save(const wchar_t* name, const wcstring& value) {
 }
 
 bool Configuration::Save(const wchar_t* name, const wcstring& value, unsigned long type) {
-  return Succeeded(StoreUnits(key, name, type, value.c_str(), value.size() + 1));
+  return SaveUnits(name, value.c_str(), value.size() + 1, type);
+}
+
+bool Configuration::SaveUnits(const wchar_t* name, const wchar_t* text, std::size_t units,
+                              unsigned long type) {
+  return Succeeded(StoreUnits(key, name, type, text, units));
 }
 
 bool Configuration::Save(const wchar_t* name, const unsigned char* data, unsigned long size) {

@@ -18,10 +18,16 @@ namespace vtclass::config {
  */
 bool NextItem(WideView& rest, WideView& item) noexcept;
 
-/* Appends all items of a stored list to `items`. */
-template <typename Item>
-void AppendItems(WideView stored, std::vector<Item>& items) {
-  for (WideView item; NextItem(stored, item);) items.emplace_back(item.data(), item.size());
+/* Appends all items of a stored list to a sink for lists (vtclass/border.h). False, with nothing
+ * appended, when the owner of the list has no memory. */
+template <typename Sink>
+bool AppendItems(WideView stored, const Sink& items) noexcept {
+  for (WideView item; NextItem(stored, item);) {
+    if (items.Append(item.data(), item.size())) continue;
+    items.TakeBack();
+    return false;
+  }
+  return true;
 }
 
 /*

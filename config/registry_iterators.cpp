@@ -1,17 +1,16 @@
 #include <algorithm>
 #include <new>
-#include <vector>
 
 #include "config/close_key.h"
 #include "config/multi_string.h"
-#include "config/no_throw.h"
 #include "config/traceless_open.h"
 #include "vtclass/config.h"
 
+using vtclass::WideView;
+using vtclass::border::ListSink;
 using vtclass::config::AppendItems;
 using vtclass::config::CloseKey;
 using vtclass::config::OpenWithoutTrace;
-using vtclass::config::StatusOf;
 
 namespace {
 
@@ -125,16 +124,10 @@ unsigned char* CRegistryValuesIterator::getData() { return data; }
 
 unsigned long CRegistryValuesIterator::getDataSize() const { return dataSize; }
 
-bool CRegistryValuesIterator::getData(std::vector<wcstring>& out) {
-  const size_t itemsBefore = out.size();
-  const long status = StatusOf([&] {
-    // GetValueOf may have left a size that belongs to another buffer.
-    const DWORD size = std::min(dataSize, dataCapacity);
-    AppendItems({reinterpret_cast<const wchar_t*>(data), size / sizeof(wchar_t)}, out);
-    return ERROR_SUCCESS;
-  });
-  if (status != ERROR_SUCCESS) out.resize(itemsBefore);
-  return status == ERROR_SUCCESS;
+bool CRegistryValuesIterator::AppendData(const ListSink& out) const noexcept {
+  // GetValueOf may have left a size that belongs to another buffer.
+  const DWORD size = std::min(dataSize, dataCapacity);
+  return AppendItems(WideView(reinterpret_cast<const wchar_t*>(data), size / sizeof(wchar_t)), out);
 }
 
 int CRegistryValuesIterator::GetValueOf(const wchar_t* valueName, wchar_t* buffer) {

@@ -3,7 +3,7 @@
 #include "config/no_throw.h"
 #include "config/sdk_debug_level.h"
 #include "config/setting_change.h"
-#include "platform/contained.h"
+#include "platform/border.h"
 #include "platform/hresult.h"
 #include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
@@ -11,7 +11,7 @@
 using vtclass::config::SdkDebugLevel;
 using vtclass::config::SettingChange;
 using vtclass::config::StatusOf;
-using vtclass::platform::Contained;
+using vtclass::platform::HandOver;
 using vtclass::platform::HResultOfFailure;
 
 namespace {
@@ -35,17 +35,19 @@ long StatusAsHResult(const Configuration& key) {
 }  // namespace
 
 long SettingChange::Deliver() const noexcept {
-  long result = numberCallback || textCallback ? E_FAIL : S_OK;
-  Contained([&] {
-    if (numberCallback) result = numberCallback(number, context);
-    if (textCallback) result = textCallback(text.c_str(), context);
-  });
-  return result;
+  if (numberCallback) return numberRunner(numberCallback, number, context);
+  if (textCallback) return textRunner(textCallback, text.c_str(), context);
+  return S_OK;
 }
 
-Setting::Setting(HKEY root, const wchar_t* subkey, const wchar_t* valueName, eKind kind,
-                 unsigned long minimum, unsigned long maximum)
-    : root(root), subkey(subkey), valueName(valueName), kind(kind) {
+Setting::Setting(const std::nothrow_t&, HKEY root, const wchar_t* subkey, const wchar_t* valueName,
+                 eKind kind, unsigned long minimum, unsigned long maximum) noexcept
+    : root(root), kind(kind) {
+  made = StatusOf([&] {
+           this->subkey = wcstring(subkey);
+           this->valueName = wcstring(valueName);
+           return ERROR_SUCCESS;
+         }) == ERROR_SUCCESS;
   const bool usable = maximum >= minimum && (minimum != kNoBound || maximum != kNoBound);
   if (kind == rangeKind && usable) {
     this->minimum = minimum;
@@ -58,18 +60,20 @@ Setting::~Setting() = default;
 
 bool Setting::IsNumeric() const { return kind != stringKind && kind != expandStringKind; }
 
-long Setting::AttachNumber(NumberCallback callback, void* callbackContext) {
+long Setting::Attach(NumberCallback callback, void* callbackContext, NumberRunner runner) noexcept {
   if (!callback) return E_INVALIDARG;
   if (!IsNumeric()) return E_FAIL;
   numberCallback = callback;
+  numberRunner = runner;
   context = callbackContext;
   return S_OK;
 }
 
-long Setting::AttachText(TextCallback callback, void* callbackContext) {
+long Setting::Attach(TextCallback callback, void* callbackContext, TextRunner runner) noexcept {
   if (!callback) return E_INVALIDARG;
   if (IsNumeric()) return E_FAIL;
   textCallback = callback;
+  textRunner = runner;
   context = callbackContext;
   return S_OK;
 }
@@ -108,6 +112,7 @@ long Setting::RefreshNumber(Configuration& key, SettingChange& change) {
   if (ReadFrom(key) != S_OK || !(tellsAlways || Differs(before))) return E_FAIL;
   change.number = numericValue;
   change.numberCallback = numberCallback;
+  change.numberRunner = numberRunner;
   return S_OK;
 }
 
@@ -121,6 +126,7 @@ long Setting::RefreshText(Configuration& key, SettingChange& change) {
     // be a change at the next look.
     change.text = now;
     change.textCallback = textCallback;
+    change.textRunner = textRunner;
     stringValue.swap(now);
     return S_OK;
   });
@@ -134,10 +140,10 @@ long Setting::GetNumber(unsigned long& value) const {
   return S_OK;
 }
 
-long Setting::GetText(wcstring& value) const {
+long Setting::CopyText(const vtclass::border::WideSink& value) const noexcept {
   if (IsNumeric()) return E_FAIL;
   return HResultOf([&] {
-    value = stringValue;
+    HandOver(value, stringValue);
     return S_OK;
   });
 }

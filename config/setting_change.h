@@ -12,6 +12,8 @@ namespace vtclass::config {
 struct SettingChange {
   Setting::NumberCallback numberCallback = nullptr;
   Setting::TextCallback textCallback = nullptr;
+  Setting::NumberRunner numberRunner = nullptr;
+  Setting::TextRunner textRunner = nullptr;
   void* context = nullptr;
   unsigned long number = 0;
   wcstring text;

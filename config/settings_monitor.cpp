@@ -5,6 +5,7 @@
 #include "config/no_throw.h"
 #include "config/product_keys.h"
 #include "config/settings_monitor_state.h"
+#include "platform/border.h"
 #include "platform/hresult.h"
 #include "platform/this_module.h"
 
@@ -16,6 +17,7 @@ using vtclass::config::WatchedEvent;
 using vtclass::platform::HoldThisModule;
 using vtclass::platform::HResultOfFailure;
 using vtclass::platform::LookUpSpinCount;
+using vtclass::platform::MadeOrNull;
 using vtclass::platform::ScopedLock;
 using vtclass::platform::ThisModule;
 
@@ -44,9 +46,13 @@ SettingsMonitor::State::State()
   }
 }
 
-SettingsMonitor::SettingsMonitor() : state(new State) { SettingsMonitor::Start(); }
+SettingsMonitor::SettingsMonitor(const std::nothrow_t&) noexcept
+    : state(MadeOrNull([] { return new State; })) {
+  if (state) SettingsMonitor::Start();
+}
 
 SettingsMonitor::~SettingsMonitor() {
+  if (!state) return;
   SettingsMonitor::Stop();
   RemoveAllSettings();
   delete state;
@@ -55,6 +61,10 @@ SettingsMonitor::~SettingsMonitor() {
 SettingsMonitor* SettingsMonitor::GetInstance() {
   if (!State::c_instance) State::c_instance = new SettingsMonitor;
   return State::c_instance;
+}
+
+SettingsMonitor* SettingsMonitor::InstanceOrNull() noexcept {
+  return MadeOrNull([] { return GetInstance(); });
 }
 
 void SettingsMonitor::DestroyInstance() {

@@ -25,12 +25,12 @@ bool SettingsMonitor::GetMonitoredValue(unsigned long number, MonitoredValue& va
   return true;
 }
 
-long SettingsMonitor::AddNumberSetting(Setting** setting, NumberCallback callback, void* context,
-                                       const void*& cookie) {
+long SettingsMonitor::AddNumberOrDestroy(Setting** setting, NumberCallback callback, void* context,
+                                         const void*& cookie, Setting::NumberRunner run) noexcept {
   cookie = nullptr;
   if (!setting) return E_INVALIDARG;
   long status = E_INVALIDARG;
-  if (*setting && callback) status = (*setting)->AttachNumber(callback, context);
+  if (*setting && callback) status = (*setting)->Attach(callback, context, run);
   if (status == S_OK) status = AddSetting(*setting, cookie);
   if (status == S_OK) return S_OK;
   delete *setting;
@@ -41,7 +41,7 @@ long SettingsMonitor::AddNumberSetting(Setting** setting, NumberCallback callbac
 // Read under the lock: were it read before, a change between the reading and the registration could
 // be looked for while the setting is not yet there, and would be lost.
 const void* SettingsMonitor::AddNumber(const MonitoredValue& value, NumberCallback callback,
-                                       void* context) {
+                                       void* context, Setting::NumberRunner run) noexcept {
   if (!value.key || !value.name || !callback) return nullptr;
   const void* cookie = nullptr;
   StatusOf([&] {
@@ -49,20 +49,20 @@ const void* SettingsMonitor::AddNumber(const MonitoredValue& value, NumberCallba
     const ScopedLock hold(state->lock);
     setting->Read();
     Setting* handedOver = setting.release();
-    return AddNumberSetting(&handedOver, callback, context, cookie);
+    return AddNumberOrDestroy(&handedOver, callback, context, cookie, run);
   });
   return cookie;
 }
 
 const void* SettingsMonitor::AddText(const MonitoredValue& value, TextCallback callback,
-                                     void* context) {
+                                     void* context, Setting::TextRunner run) noexcept {
   if (!value.key || !value.name || !callback) return nullptr;
   const void* cookie = nullptr;
   StatusOf([&] {
     std::unique_ptr<Setting> setting = Make(value);
     const ScopedLock hold(state->lock);
     setting->Read();
-    long status = setting->AttachText(callback, context);
+    long status = setting->Attach(callback, context, run);
     if (status == S_OK) status = AddSetting(setting.get(), cookie);
     // NOLINTNEXTLINE(bugprone-unused-return-value): the monitor owns it now
     if (status == S_OK) setting.release();
@@ -71,94 +71,12 @@ const void* SettingsMonitor::AddText(const MonitoredValue& value, TextCallback c
   return cookie;
 }
 
-const void* SettingsMonitor::AddDWORDSetting(const wchar_t* key, const wchar_t* value,
-                                             NumberCallback callback, void* context) {
-  return AddNumber({key, value, Setting::dwordKind, 0, 0}, callback, context);
+const void* SettingsMonitor::Register(unsigned long number, NumberCallback callback, void* context,
+                                      Setting::NumberRunner run) noexcept {
+  return AddNumber(ValueOf(static_cast<Registration>(number)), callback, context, run);
 }
 
-const void* SettingsMonitor::AddBoolSetting(const wchar_t* key, const wchar_t* value,
-                                            NumberCallback callback, void* context) {
-  return AddNumber({key, value, Setting::boolKind, 0, 1}, callback, context);
-}
-
-const void* SettingsMonitor::AddRangeSetting(const wchar_t* key, const wchar_t* value,
-                                             unsigned long minimum, unsigned long maximum,
-                                             NumberCallback callback, void* context) {
-  if (minimum >= maximum) return nullptr;
-  return AddNumber({key, value, Setting::rangeKind, minimum, maximum}, callback, context);
-}
-
-const void* SettingsMonitor::AddStringSetting(const wchar_t* key, const wchar_t* value,
-                                              TextCallback callback, void* context) {
-  return AddText({key, value, Setting::stringKind, 0, 0}, callback, context);
-}
-
-const void* SettingsMonitor::RegisterCreateDebugLog(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::createDebugLog), callback, context);
-}
-
-const void* SettingsMonitor::KoltRegisterDebugLevel(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::koltDebugLevel), callback, context);
-}
-
-const void* SettingsMonitor::EngineRegisterDebugLevel(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::engineDebugLevel), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxDebugFileEnabled(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxDebugFileEnabled), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxDebugFileSize(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxDebugFileSize), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxRetention(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxRetention), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxDebugFileCount(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxDebugFileCount), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxDebugFileLimitMode(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxDebugFileLimitMode), callback, context);
-}
-
-const void* SettingsMonitor::RegisterMaxDebugFileAppend(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::maxDebugFileAppend), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterCreateDebugLog(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::vtmCreateDebugLog), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterMaxDebugFileEnabled(NumberCallback callback,
-                                                            void* context) {
-  return AddNumber(ValueOf(Registration::vtmMaxDebugFileEnabled), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterMaxDebugFileSize(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::vtmMaxDebugFileSize), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterMaxDebugFileCount(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::vtmMaxDebugFileCount), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterLogPath(TextCallback callback, void* context) {
-  return AddText(ValueOf(Registration::vtmLogPath), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterMaxDebugFileRetentionSize(NumberCallback callback,
-                                                                  void* context) {
-  return AddNumber(ValueOf(Registration::vtmMaxDebugFileRetentionSize), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterLogLimitMode(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::vtmLogLimitMode), callback, context);
-}
-
-const void* SettingsMonitor::VtmRegisterDebugLevel(NumberCallback callback, void* context) {
-  return AddNumber(ValueOf(Registration::vtmDebugLevel), callback, context);
+const void* SettingsMonitor::Register(unsigned long number, TextCallback callback, void* context,
+                                      Setting::TextRunner run) noexcept {
+  return AddText(ValueOf(static_cast<Registration>(number)), callback, context, run);
 }

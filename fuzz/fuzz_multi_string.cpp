@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto unpack = [](WideView packed) {
     std::vector<WideText> items;
-    vtclass::config::AppendItems(packed, items);
+    for (WideView item; vtclass::config::NextItem(packed, item);) items.emplace_back(item);
     return items;
   };
   const std::vector<WideText> items = unpack({stored.get(), units});

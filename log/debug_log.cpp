@@ -8,8 +8,14 @@
 #include "log/file_opening.h"
 #include "log/log_file_guard.h"
 #include "log/log_names.h"
+#include "platform/border.h"
 
 using namespace vtclass::log;
+using vtclass::border::Failure;
+using vtclass::border::WideSink;
+using vtclass::platform::HandOver;
+using vtclass::platform::KeepFailure;
+using vtclass::platform::MadeOrNull;
 using vtclass::platform::OwnedFile;
 using vtclass::platform::ScopedLock;
 
@@ -85,10 +91,12 @@ int DebugLog::State::CloseFile() {
   return ::CloseHandle(file.Release()) ? 1 : Refuse(::GetLastError());
 }
 
-DebugLog::DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName)
-    : state(new State(messages, unicode, pathValueName)) {}
+DebugLog::DebugLog(const std::nothrow_t&, StringResourceMgr& messages, int unicode,
+                   const wchar_t* pathValueName) noexcept
+    : state(MadeOrNull([&] { return new State(messages, unicode, pathValueName); })) {}
 
 DebugLog::~DebugLog() {
+  if (!state) return;
   // Before anything of the log goes away; after it no callback runs. The lock is not asked for: a
   // thread that was ended while it held it would keep the log from ever going away.
   state->Unsubscribe();
@@ -153,6 +161,10 @@ wcstring DebugLog::GetFileName() const {
   return state->fileName;
 }
 
+void DebugLog::CopyFileName(const WideSink& out, Failure& failure) const noexcept {
+  KeepFailure(failure, [&] { HandOver(out, GetFileName()); });
+}
+
 unsigned long DebugLog::GetErrorCode() const { return state->lastError; }
 
 unsigned long long DebugLog::GetLostLines() const {
@@ -163,6 +175,23 @@ unsigned long long DebugLog::GetLostLines() const {
 DebugLogSettings DebugLog::GetSettings() const {
   const State::Hold hold(*state);
   return state->settings;
+}
+
+void DebugLog::CopySettings(DebugLogSettings& out, const WideSink& extension,
+                            Failure& failure) const noexcept {
+  KeepFailure(failure, [&] {
+    const DebugLogSettings settings = GetSettings();
+    HandOver(extension, settings.extension);
+    // Member by member: an assignment of the whole would put this side's memory into the text.
+    out.mode = settings.mode;
+    out.maximumSize = settings.maximumSize;
+    out.retentionSize = settings.retentionSize;
+    out.count = settings.count;
+    out.refused = settings.refused;
+    out.createDebugLog = settings.createDebugLog;
+    out.append = settings.append;
+    out.message = settings.message;
+  });
 }
 
 int DebugLog::UpdateSettings() {

@@ -6,6 +6,7 @@
 #include "config/product_keys.h"
 #include "log/message_language.h"
 #include "log/string_resource_state.h"
+#include "platform/border.h"
 #include "vtclass/config.h"
 
 using vtclass::platform::CriticalSection;
@@ -80,6 +81,14 @@ StringResourceMgr ErrorMessageBase::GetMessages() {
     registration.messages = std::make_unique<StringResourceMgr>(Load(registration.module));
   }
   return *registration.messages;
+}
+
+StringResourceMgr::State* ErrorMessageBase::MessagesOrNull() noexcept {
+  return vtclass::platform::MadeOrNull([] {
+    const StringResourceMgr messages = GetMessages();
+    messages.state->AddReference();
+    return messages.state;
+  });
 }
 
 StringResourceMgr ErrorMessageBase::Load(HINSTANCE module) {

@@ -1,3 +1,4 @@
+#include <new>
 #include <utility>
 
 #include "log/ansi_text.h"
@@ -25,14 +26,15 @@ unsigned long BytesOfMegabytes(int megabytes) {
 
 }  // namespace
 
-LogFile::LogFile(StringResourceMgr& messages, int unicode, int maxMB, int keepMB)
+LogFile::LogFile(const std::nothrow_t&, StringResourceMgr& messages, int unicode, int maxMB,
+                 int keepMB) noexcept
     : messages(messages),
       file(INVALID_HANDLE_VALUE),
-      formatBuffer(new wchar_t[kFirstCapacity]),
+      formatBuffer(new(std::nothrow) wchar_t[kFirstCapacity]),
       formatCapacity(kFirstCapacity),
-      outputBuffer(new wchar_t[kFirstCapacity]),
+      outputBuffer(new(std::nothrow) wchar_t[kFirstCapacity]),
       outputCapacity(kFirstCapacity),
-      narrowBuffer(unicode ? nullptr : new char[kFirstCapacity]),
+      narrowBuffer(unicode ? nullptr : new(std::nothrow) char[kFirstCapacity]),
       narrowSize(unicode ? 0 : kFirstCapacity),
       unicode(unicode ? 1 : 0),
       wrapEnabled(maxMB != kNoLimit && keepMB != kNoLimit ? 1 : 0),

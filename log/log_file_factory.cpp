@@ -3,6 +3,7 @@
 
 #include "log/debug_log_state.h"
 #include "log/file_opening.h"
+#include "platform/border.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/log.h"
 
@@ -15,6 +16,15 @@ LogFile* LogFileFactory::Create(const wchar_t* path) {
   auto* const log = new LogFile(messages, unicode, kNoLimit, kNoLimit);
   log->Open(kCreateNew, path);
   return log;
+}
+
+LogFile* LogFileFactory::CreateOrNull(const wchar_t* path) noexcept {
+  return vtclass::platform::MadeOrNull([&] { return Create(path); });
+}
+
+DebugLog* LogFileFactory::CreateDebugLogOrNull(const wchar_t* pathValueName,
+                                               const wchar_t* fileName) noexcept {
+  return vtclass::platform::MadeOrNull([&] { return CreateDebugLog(pathValueName, fileName); });
 }
 
 DebugLog* LogFileFactory::CreateDebugLog(const wchar_t* pathValueName, const wchar_t* fileName) {

@@ -1,9 +1,13 @@
 #include <cwchar>
+#include <new>
 #include <utility>
 
 #include "log/string_resource_state.h"
+#include "platform/border.h"
 #include "platform/bound_function.h"
 
+using vtclass::platform::HandOver;
+using vtclass::platform::KeepFailure;
 using vtclass::platform::OwnedModule;
 using vtclass::platform::ScopedLock;
 
@@ -60,17 +64,15 @@ DWORD LoadFlags() {
 
 }  // namespace
 
-StringResourceMgr::StringResourceMgr() : StringResourceMgr(HINSTANCE{nullptr}) {}
-
-StringResourceMgr::StringResourceMgr(HINSTANCE module) : state(new State(module)) {}
-
-StringResourceMgr::StringResourceMgr(const wchar_t* library) : state(nullptr) {
-  OwnedModule loaded(::LoadLibraryExW(library ? library : L"", nullptr, LoadFlags()));
-  const DWORD error = loaded ? ERROR_SUCCESS : ::GetLastError();
-  state = new State(std::move(loaded), error);
+StringResourceMgr::State* StringResourceMgr::NewState(HINSTANCE module) noexcept {
+  return new (std::nothrow) State(module);
 }
 
-StringResourceMgr::StringResourceMgr(State* state) noexcept : state(state) {}
+StringResourceMgr::State* StringResourceMgr::NewState(const wchar_t* library) noexcept {
+  OwnedModule loaded(::LoadLibraryExW(library ? library : L"", nullptr, LoadFlags()));
+  const DWORD error = loaded ? ERROR_SUCCESS : ::GetLastError();
+  return new (std::nothrow) State(std::move(loaded), error);
+}
 
 StringResourceMgr::StringResourceMgr(const StringResourceMgr& other) : state(other.state) {
   state->AddReference();
@@ -86,7 +88,10 @@ StringResourceMgr& StringResourceMgr::operator=(const StringResourceMgr& other) 
 
 StringResourceMgr::~StringResourceMgr() { state->Release(); }
 
-wcstring StringResourceMgr::Get(unsigned id) const { return wcstring(Text(id)); }
+void StringResourceMgr::CopyText(unsigned id, const vtclass::border::WideSink& out,
+                                 vtclass::border::Failure& failure) const noexcept {
+  KeepFailure(failure, [&] { HandOver(out, Text(id)); });
+}
 
 unsigned long StringResourceMgr::GetErrorCode() const { return state->LoadError(); }
 

@@ -16,10 +16,9 @@ wchar_t* Reallocate(wchar_t* memory, unsigned long long characters) {
 
 }  // namespace
 
-CWcharBuffer::CWcharBuffer()
+CWcharBuffer::CWcharBuffer(const std::nothrow_t&) noexcept
     : text(Reallocate(nullptr, kFirstRoom)), capacity(kFirstRoom), allocated(kFirstRoom) {
-  if (!text) throw std::bad_alloc();
-  text[0] = L'\0';
+  if (text) text[0] = L'\0';
 }
 
 CWcharBuffer::~CWcharBuffer() { std::free(text); }

@@ -1,11 +1,11 @@
 #include <vtclass/win32.h>
 
 #include <atomic>
+#include <new>
 #include <utility>
 
 #include "config/product_keys.h"
 #include "monitor/wake_up_event.h"
-#include "platform/contained.h"
 #include "platform/owned.h"
 #include "platform/this_module.h"
 #include "vtclass/config.h"
@@ -14,7 +14,6 @@
 
 using vtclass::config::DebugKey;
 using vtclass::monitor::OpenWakeUpEvent;
-using vtclass::platform::Contained;
 using vtclass::platform::HoldThisModule;
 using vtclass::platform::OwnedKernelObject;
 using vtclass::platform::ThisModule;
@@ -46,7 +45,8 @@ bool IsOnFor(SGMonClient::eClient client) {
 }  // namespace
 
 struct SGMonClient::State {
-  State(eClient client, void (*callback)(bool)) : client(client), callback(callback) {}
+  State(eClient client, void (*callback)(bool), Runner run)
+      : client(client), callback(callback), run(run) {}
 
   unsigned long StartThread(SGMonClient& owner);
   void StopThread() const;
@@ -58,6 +58,7 @@ struct SGMonClient::State {
 
   const eClient client;
   void (*const callback)(bool);
+  const Runner run;
   OwnedKernelObject thread;
   std::atomic<HANDLE> shutdownEvent{nullptr}; /* the thread's, or the caller's in its place */
   OwnedKernelObject startedEvent{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
@@ -69,16 +70,18 @@ struct SGMonClient::State {
   bool diesWithThread = false;                      /* of the thread alone */
 };
 
-RefPointer<SGMonClient> SGMonClient::GetInstance(eClient client, void (*callback)(bool)) {
+SGMonClient* SGMonClient::InstanceOrNull(eClient client, void (*callback)(bool),
+                                         Runner run) noexcept {
   if (!instance) {
-    instance = new SGMonClient(client, callback);
-    instance->AddRef();
+    RefPointer<SGMonClient> made(new (std::nothrow) SGMonClient(client, callback, run));
+    if (made && made->state) instance = made.Detach();
   }
   return instance;
 }
 
-SGMonClient::SGMonClient(eClient client, void (*callback)(bool))
-    : state(new State(client, callback)) {
+SGMonClient::SGMonClient(eClient client, void (*callback)(bool), Runner run) noexcept
+    : state(new(std::nothrow) State(client, callback, run)) {
+  if (!state) return;
   state->shutdownEvent = state->threadShutdownEvent.Get();
   // Without these the thread could not be ended safely.
   const bool hasEvents = state->threadShutdownEvent && state->startedEvent;
@@ -88,12 +91,13 @@ SGMonClient::SGMonClient(eClient client, void (*callback)(bool))
 }
 
 SGMonClient::~SGMonClient() {
+  if (!state) return;
   state->StopThread();
   delete state;
 }
 
 void SGMonClient::Destroy() {
-  if (!state->IsOwnThread()) {
+  if (!state || !state->IsOwnThread()) {
     delete this;
     return;
   }
@@ -166,7 +170,7 @@ DWORD SGMonClient::State::Run(HANDLE shutdown) {
 
 void SGMonClient::State::Evaluate() const {
   const bool isOn = IsOnFor(client);
-  Contained([&] { callback(isOn); });
+  run(callback, isOn);
   ::SetEvent(initCompleteEvent.Get());
 }
 

@@ -124,14 +124,4 @@ bool IsOracleRACVNodeName(const wcstring& name, bool* isMe) {
   return status == ERROR_SUCCESS && isNode;
 }
 
-int SplitUncPath(const wcstring& path, wcstring& server, wcstring& share) {
-  net::UncParts parts;
-  const bool isUnc = net::SplitUnc(path, parts);
-  wcstring serverPart{std::wstring(parts.server)};
-  wcstring sharePart{std::wstring(parts.share)};
-  server = std::move(serverPart);
-  share = std::move(sharePart);
-  return isUnc ? 1 : 0;
-}
-
 }  // namespace vtclass

@@ -5,10 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
+#include "platform/border.h"
 #include "platform/checked_cast.h"
 #include "strings/ascii.h"
 
@@ -32,6 +35,12 @@ bool LiesIn(const From* text, const std::basic_string<To>& target) {
   return at >= begin && at - begin <= target.capacity() * sizeof(To);
 }
 
+/* The string's room for `length` units; std::bad_alloc when its owner has no memory. */
+template <typename Unit>
+Unit* RoomIn(const border::TextSink<Unit>& target, std::size_t length) {
+  return border::NotNull(target.Resize(length));
+}
+
 /*
  * Replaces `target` by `text` in the other width. `holdsAscii` says that text below 128 stands for
  * itself; all other text goes through `convert(out, room)`, a call of the platform that answers
@@ -39,28 +48,30 @@ bool LiesIn(const From* text, const std::basic_string<To>& target) {
  * that may throw happens before `target` changes, and `text` may lie in `target`.
  */
 template <typename From, typename To, typename Convert>
-void AssignConverted(std::basic_string<To>& target, const From* text, std::size_t length,
+void AssignConverted(const border::TextSink<To>& target, const From* text, std::size_t length,
                      bool holdsAscii, Convert convert) {
-  if (holdsAscii && IsAscii(text, length) && !LiesIn(text, target)) {
-    target.resize(length);
-    CopyAscii(text, length, target.data());
+  if (holdsAscii && IsAscii(text, length) && !LiesIn(text, target.Text())) {
+    CopyAscii(text, length, RoomIn(target, length));
     return;
   }
   if (length <= kShortText) {
     To scratch[kShortText];
     const int converted = convert(scratch, kShortText);
     if (converted > 0) {
-      target.assign(scratch, static_cast<std::size_t>(converted));
+      platform::HandOver(target, std::basic_string_view(scratch, static_cast<size_t>(converted)));
       return;
     }
     // It has grown beyond the scratch buffer, or it cannot be converted at all.
   }
-  std::basic_string<To> fresh;
   const int needed = convert(nullptr, 0);
-  fresh.resize(needed > 0 ? static_cast<std::size_t>(needed) : 0);
-  const int converted = fresh.empty() ? 0 : convert(fresh.data(), needed);
-  fresh.resize(converted > 0 ? static_cast<std::size_t>(converted) : 0);
-  target = std::move(fresh);
+  if (needed <= 0) {
+    RoomIn(target, 0);
+    return;
+  }
+  const auto fresh = std::make_unique_for_overwrite<To[]>(static_cast<std::size_t>(needed));
+  const int converted = convert(fresh.get(), needed);
+  const std::size_t written = converted > 0 ? static_cast<std::size_t>(converted) : 0;
+  platform::HandOver(target, std::basic_string_view(fresh.get(), written));
 }
 
 }  // namespace vtclass::strings

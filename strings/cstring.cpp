@@ -4,34 +4,40 @@
 #include "strings/conversion.h"
 #include "vtclass/strings.h"
 
-cstring::cstring(const wcstring& text, codePage cp) : page(cp) { assign(text.data(), text.size()); }
+namespace vtclass::border {
 
-cstring& cstring::assign(const wchar_t* text, std::size_t length) {
-  if (length == 0) {
-    clear();
-    return *this;
-  }
-  const int units = vtclass::strings::ConversionLength(length);
-  vtclass::strings::AssignConverted(
-      *this, text, length, vtclass::strings::HoldsAscii(page), [=, this](char* out, int room) {
-        return ::WideCharToMultiByte(page, 0, text, units, out, room, nullptr, nullptr);
-      });
-  return *this;
+void ToNarrow(const NarrowSink& out, const wchar_t* text, std::size_t length, unsigned int codePage,
+              Failure& failure) noexcept {
+  platform::KeepFailure(failure, [&] {
+    if (length == 0) {
+      out.Resize(0);
+      return;
+    }
+    const int units = strings::ConversionLength(length);
+    strings::AssignConverted(
+        out, text, length, strings::HoldsAscii(codePage), [=](char* to, int room) {
+          return ::WideCharToMultiByte(codePage, 0, text, units, to, room, nullptr, nullptr);
+        });
+  });
 }
 
-cstring& cstring::assign(const wchar_t* text, std::size_t length, char defaultChar) {
-  if (length == 0) {
-    clear();
-    return *this;
-  }
-  const int units = vtclass::strings::ConversionLength(length);
-  // The platform looks for a character of two bytes here, so one byte must not end the array.
-  const char terminated[] = {defaultChar, '\0'};
-  vtclass::strings::AssignConverted(
-      *this, text, length, vtclass::strings::HoldsAsciiWithDefaultChar(page),
-      [=, this, &terminated](char* out, int room) {
-        return ::WideCharToMultiByte(page, WC_COMPOSITECHECK | WC_DEFAULTCHAR, text, units, out,
-                                     room, terminated, nullptr);
-      });
-  return *this;
+void ToNarrow(const NarrowSink& out, const wchar_t* text, std::size_t length, unsigned int codePage,
+              char defaultChar, Failure& failure) noexcept {
+  platform::KeepFailure(failure, [&] {
+    if (length == 0) {
+      out.Resize(0);
+      return;
+    }
+    const int units = strings::ConversionLength(length);
+    // The platform looks for a character of two bytes here, so one byte must not end the array.
+    const char terminated[] = {defaultChar, '\0'};
+    strings::AssignConverted(out, text, length, strings::HoldsAsciiWithDefaultChar(codePage),
+                             [=, &terminated](char* to, int room) {
+                               return ::WideCharToMultiByte(
+                                   codePage, WC_COMPOSITECHECK | WC_DEFAULTCHAR, text, units, to,
+                                   room, terminated, nullptr);
+                             });
+  });
 }
+
+}  // namespace vtclass::border

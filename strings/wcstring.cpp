@@ -29,25 +29,36 @@ using OwnedRpcString = vtclass::platform::Owned<RpcStringTraits>;
 
 }  // namespace
 
-wcstring::wcstring(const GUID& guid) {
-  reserve(kGuidTextLength);
-  push_back(L'{');
-  UUID uuid = guid;
-  OwnedRpcString text;
-  if (uuidToString(&uuid, text.Receive()) == RPC_S_OK && text) {
-    append(reinterpret_cast<const wchar_t*>(text.Get()));
-  }
-  push_back(L'}');
+namespace vtclass::border {
+
+void GuidText(const WideSink& out, const GUID& guid, Failure& failure) noexcept {
+  platform::KeepFailure(failure, [&] {
+    std::wstring result;
+    result.reserve(kGuidTextLength);
+    result.push_back(L'{');
+    UUID uuid = guid;
+    OwnedRpcString text;
+    if (uuidToString(&uuid, text.Receive()) == RPC_S_OK && text) {
+      result.append(reinterpret_cast<const wchar_t*>(text.Get()));
+    }
+    result.push_back(L'}');
+    platform::HandOver(out, result);
+  });
 }
 
-wcstring& wcstring::assign(const char* text, std::size_t length, cstring::codePage cp) {
-  if (length == 0) {
-    clear();
-    return *this;
-  }
-  const int units = vtclass::strings::ConversionLength(length);
-  vtclass::strings::AssignConverted(
-      *this, text, length, vtclass::strings::HoldsAscii(cp),
-      [=](wchar_t* out, int room) { return ::MultiByteToWideChar(cp, 0, text, units, out, room); });
-  return *this;
+void ToWide(const WideSink& out, const char* text, std::size_t length, unsigned int codePage,
+            Failure& failure) noexcept {
+  platform::KeepFailure(failure, [&] {
+    if (length == 0) {
+      out.Resize(0);
+      return;
+    }
+    const int units = strings::ConversionLength(length);
+    strings::AssignConverted(out, text, length, strings::HoldsAscii(codePage),
+                             [=](wchar_t* to, int room) {
+                               return ::MultiByteToWideChar(codePage, 0, text, units, to, room);
+                             });
+  });
 }
+
+}  // namespace vtclass::border

@@ -1,13 +1,16 @@
 #include <cstring>
 #include <memory>
-#include <utility>
+#include <new>
+#include <string>
 
+#include "platform/border.h"
 #include "strings/xml_filter.h"
 #include "vtclass/strings.h"
 
 namespace {
 
 using vtclass::WideView;
+using vtclass::border::WideSink;
 using vtclass::strings::FilteredPrefix;
 using vtclass::strings::FilterInto;
 using vtclass::strings::TextLength;
@@ -32,40 +35,54 @@ std::size_t FilterInPlace(wchar_t* text, std::size_t length, std::size_t room) {
   return FilterInto(WideView(copy, length), text, room);
 }
 
-}  // namespace
-
-wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity) {
-  if (capacity == 0) return buffer;
+void FilterBuffer(wchar_t* buffer, std::size_t capacity) {
+  if (capacity == 0) return;
   // The terminating zero is a unit that the filter would drop, so the scan stops there.
   const std::size_t clean = FilteredPrefix(WideView(buffer, capacity));
   if (clean == capacity) {
     buffer[capacity - 1] = L'\0';
-    return buffer;
+    return;
   }
-  if (buffer[clean] == L'\0') return buffer;
+  if (buffer[clean] == L'\0') return;
   const std::size_t length = TextLength(buffer + clean, capacity - clean);
   const std::size_t written = FilterInPlace(buffer + clean, length, capacity - 1 - clean);
   buffer[clean + written] = L'\0';
-  return buffer;
 }
 
-wcstring& makeXmlStrBufferValid(wcstring& text) {
-  const std::size_t clean = FilteredPrefix(text);
-  if (clean == text.size()) return text;
+// Puts `filtered` behind the first `clean` units.
+void ReplaceRest(const WideSink& text, std::size_t clean, WideView filtered) {
+  if (!text.ReplaceBehind(clean, filtered.data(), filtered.size())) throw std::bad_alloc();
+}
+
+void FilterText(const WideSink& text) {
+  const std::size_t clean = FilteredPrefix(text.Text());
+  WideView rest = WideView(text.Text()).substr(clean);
+  if (rest.empty()) return;
   wchar_t piece[kPieceRoom];
-  WideView rest = WideView(text).substr(clean);
   if (rest.size() <= kPiece) {
-    text.replace(clean, rest.size(), piece, FilterInto(rest, piece, kPieceRoom));
-    return text;
+    ReplaceRest(text, clean, {piece, FilterInto(rest, piece, kPieceRoom)});
+    return;
   }
   std::wstring result;
-  result.reserve(text.size());
-  result.append(text, 0, clean);
+  result.reserve(rest.size());
   while (!rest.empty()) {
     const WideView part = rest.substr(0, kPiece);
     result.append(piece, FilterInto(part, piece, kPieceRoom));
     rest.remove_prefix(part.size());
   }
-  text = std::move(result);
-  return text;
+  ReplaceRest(text, clean, result);
 }
+
+}  // namespace
+
+namespace vtclass::border {
+
+void FilterXml(wchar_t* buffer, std::size_t capacity, Failure& failure) noexcept {
+  platform::KeepFailure(failure, [=] { FilterBuffer(buffer, capacity); });
+}
+
+void FilterXml(const WideSink& text, Failure& failure) noexcept {
+  platform::KeepFailure(failure, [&] { FilterText(text); });
+}
+
+}  // namespace vtclass::border

@@ -8,11 +8,15 @@
 #include <bit>
 #include <memory>
 
+#include "platform/border.h"
 #include "platform/bound_function.h"
 
 namespace {
 
+using vtclass::border::Failure;
 using vtclass::platform::BoundFunction;
+using vtclass::platform::KeepFailure;
+using vtclass::platform::MadeOrNull;
 
 constexpr unsigned long kMultithreadedOrSingle = 255;
 constexpr long kNoFunction = static_cast<long>(0x8007007F);  // HRESULT of ERROR_PROC_NOT_FOUND
@@ -35,6 +39,8 @@ std::atomic<ComEnvironmentFactory*> factory;
 
 }  // namespace
 
+ComClientEnv::ComClientEnv(long status) noexcept : status(status) {}
+
 ComClientEnv::~ComClientEnv() {
   if (status >= 0) coUninitialize();
 }
@@ -54,6 +60,8 @@ unsigned long ComClientEnv::InitializeSecurity(
 long ComClientEnv::GetStatus() const { return status; }
 
 SingleThreadedCom::SingleThreadedCom() : ComClientEnv(coInitialize(nullptr)) {}
+
+SingleThreadedCom::~SingleThreadedCom() = default;
 
 void SingleThreadedCom::Dawdle() {
   MSG message;
@@ -93,6 +101,8 @@ unsigned long SingleThreadedCom::WaitForMultipleObjects(unsigned long count, voi
 MultiThreadedCom::MultiThreadedCom(Initialize initialize, unsigned long flags)
     : ComClientEnv(initialize(nullptr, flags)) {}
 
+MultiThreadedCom::~MultiThreadedCom() = default;
+
 void MultiThreadedCom::Dawdle() {}
 
 unsigned long MultiThreadedCom::WaitForSingleObject(void* handle, unsigned long timeout) {
@@ -114,10 +124,11 @@ ComEnvironmentFactory::~ComEnvironmentFactory() {
   if (module) ::FreeLibrary(module);
 }
 
-ComEnvironmentFactory* ComEnvironmentFactory::GetInstance() {
+ComEnvironmentFactory* ComEnvironmentFactory::InstanceOrNull() noexcept {
   ComEnvironmentFactory* existing = factory.load(std::memory_order_acquire);
   if (existing) return existing;
-  auto* const made = new ComEnvironmentFactory;
+  auto* const made = MadeOrNull([] { return new ComEnvironmentFactory; });
+  if (!made) return nullptr;
   if (factory.compare_exchange_strong(existing, made, std::memory_order_acq_rel)) return made;
   delete made;  // another first caller was faster
   return existing;
@@ -125,7 +136,7 @@ ComEnvironmentFactory* ComEnvironmentFactory::GetInstance() {
 
 void ComEnvironmentFactory::DestroyInstance() { delete factory.exchange(nullptr); }
 
-ComClientEnv* ComEnvironmentFactory::GetEnvironment(unsigned long model, int initSecurity) {
+std::unique_ptr<ComClientEnv> ComEnvironmentFactory::Enter(unsigned long model) const {
   std::unique_ptr<ComClientEnv> environment;
   if (model == COINIT_APARTMENTTHREADED) {
     environment = std::make_unique<SingleThreadedCom>();
@@ -138,6 +149,13 @@ ComClientEnv* ComEnvironmentFactory::GetEnvironment(unsigned long model, int ini
   } else if (coInitializeEx) {
     environment = std::make_unique<MultiThreadedCom>(coInitializeEx, model);
   }
+  return environment;
+}
+
+ComClientEnv* ComEnvironmentFactory::MakeEnvironment(unsigned long model, int initSecurity,
+                                                     Failure& failure) noexcept {
+  std::unique_ptr<ComClientEnv> environment;
+  KeepFailure(failure, [&] { environment = Enter(model); });
   if (environment && environment->GetStatus() >= 0 && initSecurity) {
     environment->InitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_CONNECT,
                                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_STATIC_CLOAKING,

@@ -1,28 +1,25 @@
 #include <vtclass/win32.h>
 
-#include "platform/contained.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
-using vtclass::platform::Contained;
+ThreadCall::ThreadCall(WorkerThread* thread, Runner run) noexcept
+    : thread(thread), creatorThreadId(::GetCurrentThreadId()), run(run) {}
 
-ThreadCall::ThreadCall(WorkerThread* thread)
-    : thread(thread), creatorThreadId(::GetCurrentThreadId()) {}
+ThreadCall::~ThreadCall() = default;
 
-RefThreadCall::RefThreadCall(WorkerThread* thread) : ThreadCall(thread) {}
+RefThreadCall::RefThreadCall(WorkerThread* thread, Runner run) noexcept : ThreadCall(thread, run) {}
 
-void RefThreadCall::PostIt() {
-  RefPointer<RefThreadCall> posting(this);
-  thread->Call(this);
-  posting.Detach();
-}
+RefThreadCall::~RefThreadCall() = default;
 
 void RefThreadCall::ThreadExecute() {
   // What the call did not undo must not be the next one's: above all somebody else's token.
-  if (!Contained([this] { Execute(); })) ::RevertToSelf();
+  if (!run(*this, &ThreadCall::Execute)) ::RevertToSelf();
   Release();
 }
 
 ThreadStopCall::ThreadStopCall(WorkerThread* worker) : RefThreadCall(worker) {}
+
+ThreadStopCall::~ThreadStopCall() = default;
 
 void ThreadStopCall::Execute() { thread->state->running = 0; }

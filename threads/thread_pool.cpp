@@ -6,14 +6,18 @@
 #include <utility>
 #include <vector>
 
+#include "platform/border.h"
 #include "platform/contained.h"
 #include "platform/critical_section.h"
 #include "threads/ring.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::border::Failure;
 using vtclass::platform::Contained;
 using vtclass::platform::CriticalSection;
+using vtclass::platform::KeepFailure;
+using vtclass::platform::MadeOrNull;
 using vtclass::platform::ReportException;
 using vtclass::platform::ScopedLock;
 using vtclass::threads::Ring;
@@ -314,14 +318,14 @@ void ThreadPool::State::StopBusy(DWORD timeout, bool closing) {
   for (WorkerThread* const worker : TakeOverBusy(closing)) delete worker;
 }
 
-ThreadPool::ThreadPool() : ThreadPool(8, 0, WorkerThread::ComMultiThreaded) {}
-
-ThreadPool::ThreadPool(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model)
-    : state(new State(this, maxThreads, keepIdleThreads, model)) {
+ThreadPool::ThreadPool(const std::nothrow_t&, int maxThreads, int keepIdleThreads,
+                       WorkerThread::ComThreadingModel model) noexcept
+    : state(MadeOrNull([&] { return new State(this, maxThreads, keepIdleThreads, model); })) {
   vtclass::platform::LookUpSpinCount();
 }
 
 ThreadPool::~ThreadPool() {
+  if (!state) return;
   state->DropPending();
   state->DestroyIdle(false);
   state->StopBusy(kStopLimit, true);
@@ -350,6 +354,10 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
   if (reap) state->DestroyIdle(true);
 }
 
+void ThreadPool::Enqueue(RefPointer<ThreadPoolCall>& call, Failure& failure) {
+  KeepFailure(failure, [&] { EnqueueCall(std::move(call)); });
+}
+
 RefPointer<ThreadPoolCall> ThreadPool::GetNextCall() {
   const ScopedLock hold(state->lock);
   return state->TakeNext();
@@ -376,6 +384,10 @@ void ThreadPool::ThreadCallStartExecuting(RefPointer<ThreadPoolCall> call) {
   state->executing.PushBack(call);
 }
 
+void ThreadPool::StartExecuting(RefPointer<ThreadPoolCall>& call, Failure& failure) noexcept {
+  KeepFailure(failure, [&] { ThreadCallStartExecuting(std::move(call)); });
+}
+
 void ThreadPool::ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call) {
   RefPointer<ThreadPoolCall> stopped;
   const ScopedLock hold(state->lock);
@@ -388,14 +400,13 @@ void ThreadPool::DeleteOutstandingCalls() { state->DropPending(); }
 
 void ThreadPool::StopAllThreads(unsigned long timeout) { state->StopBusy(timeout, false); }
 
-ThreadPoolCall::ThreadPoolCall(ThreadPool* pool) : RefThreadCall(nullptr), pool(pool) {}
+ThreadPoolCall::ThreadPoolCall(ThreadPool* pool, Runner run) noexcept
+    : RefThreadCall(nullptr, run), pool(pool) {}
 
-void ThreadPoolCall::PostIt() {
-  if (pool) pool->EnqueueCall(RefPointer<ThreadPoolCall>(this));
-}
+ThreadPoolCall::~ThreadPoolCall() = default;
 
 void ThreadPoolCall::ThreadExecute() {
-  if (!Contained([this] { Execute(); })) ::RevertToSelf();
+  if (!run(*this, &ThreadCall::Execute)) ::RevertToSelf();
   if (pool) Contained([this] { pool->state->FinishCall(this); });
   Release();
 }

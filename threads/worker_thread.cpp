@@ -4,15 +4,19 @@
 
 #include <memory>
 
+#include "platform/border.h"
 #include "platform/contained.h"
 #include "platform/critical_section.h"
 #include "platform/this_module.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::border::Failure;
 using vtclass::platform::Contained;
 using vtclass::platform::HoldThisModule;
+using vtclass::platform::KeepFailure;
 using vtclass::platform::LookUpSpinCount;
+using vtclass::platform::MadeOrNull;
 using vtclass::platform::ScopedLock;
 using vtclass::platform::ThisModule;
 
@@ -63,17 +67,15 @@ bool WorkerThread::State::EndsInTheLoader() const {
   return false;
 }
 
-WorkerThread::WorkerThread() : WorkerThread(ComMultiThreaded, "WrkrThrd") {}
-
-WorkerThread::WorkerThread(const char* name) : WorkerThread(ComMultiThreaded, name) {}
-
-WorkerThread::WorkerThread(ComThreadingModel model, const char* name)
-    : state(new State(this, model, name)) {
+WorkerThread::WorkerThread(const std::nothrow_t&, ComThreadingModel model,
+                           const char* name) noexcept
+    : state(MadeOrNull([&] { return new State(this, model, name); })) {
   LookUpSpinCount();
 }
 
 // NOLINTNEXTLINE(bugprone-exception-escape): stopping has its place in the queue
 WorkerThread::~WorkerThread() {
+  if (!state) return;
   WorkerThread::StopThread();
   delete state;
 }
@@ -101,7 +103,7 @@ unsigned long WorkerThread::Run() {
     if (!WaitForCall(INFINITE)) continue;
     ThreadCall* const call = RetrieveCall();
     if (!call) continue;
-    if (!Contained([call] { call->ThreadExecute(); })) ::RevertToSelf();
+    if (!call->run(*call, &ThreadCall::ThreadExecute)) ::RevertToSelf();
     --state->outstanding;
   } while (state->running);  // asked after a wait only: a stop never cuts a call short
   return 0;
@@ -149,6 +151,10 @@ unsigned long WorkerThread::WaitForThread(unsigned long timeout) {
 }
 
 void WorkerThread::Call(ThreadCall* call) { state->Queue(call, 1); }
+
+void WorkerThread::Queue(ThreadCall* call, Failure& failure) noexcept {
+  KeepFailure(failure, [=, this] { Call(call); });
+}
 
 ThreadCall* WorkerThread::RetrieveCall() {
   const ScopedLock hold(state->queueLock);

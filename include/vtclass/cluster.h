@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/strings.h"
 
@@ -53,18 +54,18 @@ VTCLASS_API bool IsVtClustered();
  * machine). False when there is none: `out` is then `name`, or the computer's name for null, empty
  * where that cannot be had.
  */
-VTCLASS_API bool GetVtActiveNodeName(const wchar_t* name, wcstring& out);
+VTCLASS_CLIENT bool GetVtActiveNodeName(const wchar_t* name, wcstring& out);
 
 /*
  * The product's virtual server in the cluster of `name`; false and `out` empty when there is none.
  * Contract: for null the answer is that of this machine and always true, with `out` empty where the
  * product is not clustered. Callers test the text.
  */
-VTCLASS_API bool GetVtVirtualServerName(const wchar_t* name, wcstring& out);
+VTCLASS_CLIENT bool GetVtVirtualServerName(const wchar_t* name, wcstring& out);
 
 /* The node that owns the network name `name` now. False when a cluster knows no such name: `out` is
  * then `name`. Leading backslashes are taken away in both cases. `name` and `out` may be one. */
-VTCLASS_API bool ClusterVirtualNameToNodeName(const wcstring& name, wcstring& out);
+VTCLASS_CLIENT bool ClusterVirtualNameToNodeName(const wcstring& name, wcstring& out);
 
 /*
  * The name of the maker's own cluster server that `name` belongs to, into `size` characters at
@@ -96,7 +97,7 @@ VTCLASS_API bool ServerIsRunningSQL(const wchar_t* server, bool* flag);
 
 /* The state of one instance (empty: the default one) in the cluster that `server` leads to, a
  * virtual server or a node of it: of several resources for it the best. No service is looked at. */
-VTCLASS_API clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance);
+VTCLASS_CLIENT clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance);
 
 /*
  * Exchange runs on `server`: its service "MSExchangeSA" is running, and where `server` belongs to a
@@ -121,9 +122,10 @@ VTCLASS_API bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bo
  * Contract: the texts are put in as they are, and nothing is quoted. Callers take them from the
  * functions below, not from people.
  */
-VTCLASS_API bool GetOdbcConnectionString(std::wstring& out, const std::wstring& server,
-                                         const std::wstring& instance, const std::wstring& database,
-                                         const wchar_t* application, bool usePhysicalName);
+VTCLASS_CLIENT bool GetOdbcConnectionString(std::wstring& out, const std::wstring& server,
+                                            const std::wstring& instance,
+                                            const std::wstring& database,
+                                            const wchar_t* application, bool usePhysicalName);
 
 /*
  * Where the product keeps its database: `server`, and in a cluster the node on which the product is
@@ -141,22 +143,24 @@ VTCLASS_API bool GetOdbcConnectionString(std::wstring& out, const std::wstring& 
  * Contract: an instance that is stored as an empty text stays empty and means SQL Server's default
  * instance. Only a missing value becomes "Vantorl".
  */
-VTCLASS_API bool GetDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
-                                        std::wstring& instance, std::wstring& database,
-                                        bool& isLocal);
-
-/* The same for the server's database: the values "Server Database Server Name", "Server Database
- * Instance Name" and "Server Database Name" of the key VTDatabase beside Pordex. */
-VTCLASS_API bool GetVTDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
-                                          std::wstring& instance, std::wstring& database,
-                                          bool& isLocal);
-
-/* The same for the catalogue's database: "Catalog Database Server Name", "Catalog Database Instance
- * Name" and "Catalog Database Name" of VTDatabase. */
-VTCLASS_API bool GetCATDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+VTCLASS_CLIENT bool GetDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
                                            std::wstring& instance, std::wstring& database,
                                            bool& isLocal);
 
+/* The same for the server's database: the values "Server Database Server Name", "Server Database
+ * Instance Name" and "Server Database Name" of the key VTDatabase beside Pordex. */
+VTCLASS_CLIENT bool GetVTDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+                                             std::wstring& instance, std::wstring& database,
+                                             bool& isLocal);
+
+/* The same for the catalogue's database: "Catalog Database Server Name", "Catalog Database Instance
+ * Name" and "Catalog Database Name" of VTDatabase. */
+VTCLASS_CLIENT bool GetCATDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+                                              std::wstring& instance, std::wstring& database,
+                                              bool& isLocal);
+
 }  // namespace vtclass
+
+#include "vtclass/client/cluster.h"
 
 #endif

@@ -3,6 +3,9 @@
 
 #include <vtclass/win32.h>
 
+#include <memory>
+
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 
 /*
@@ -15,10 +18,10 @@
  * the platform's wait results, with the reason of a failed one in ::GetLastError().
  * COM (ole32) and the message pump (user32) are loaded at their first use.
  */
-class VTCLASS_API ComClientEnv {
+class VTCLASS_API_TYPE ComClientEnv : public vtclass::border::LibraryMemory {
  public:
   /* Leaves COM, unless the status is negative. */
-  virtual ~ComClientEnv();
+  VTCLASS_API virtual ~ComClientEnv();
   ComClientEnv(const ComClientEnv&) = delete;
   ComClientEnv& operator=(const ComClientEnv&) = delete;
 
@@ -47,16 +50,16 @@ class VTCLASS_API ComClientEnv {
    * call failed, for example because the process had set its security before, does not leave COM
    * when it is destroyed. If it did, COM could end on a thread whose other users rely on it.
    */
-  virtual unsigned long InitializeSecurity(
+  VTCLASS_API virtual unsigned long InitializeSecurity(
       void* securityDescriptor, long authenticationServiceCount, void* authenticationServices,
       void* reserved1, unsigned long authenticationLevel, unsigned long impersonationLevel,
       void* authenticationList, unsigned long capabilities, void* reserved3);
 
   /* The HRESULT of entering COM, or of the last InitializeSecurity. Negative means failure. */
-  virtual long GetStatus() const;
+  VTCLASS_API virtual long GetStatus() const;
 
  protected:
-  explicit ComClientEnv(long status) : status(status) {}
+  VTCLASS_API explicit ComClientEnv(long status) noexcept;
 
  private:
   long status;
@@ -66,18 +69,19 @@ class VTCLASS_API ComClientEnv {
  * A single-threaded apartment. Its waits keep the thread's messages moving: whoever calls into the
  * apartment from outside would otherwise hang until the wait ends.
  */
-class VTCLASS_API SingleThreadedCom : public ComClientEnv {
+class VTCLASS_API_TYPE SingleThreadedCom : public ComClientEnv {
  public:
   /* Enters the apartment; on a thread that is in a multithreaded one the status is 0x80010106. */
-  SingleThreadedCom();
+  VTCLASS_API SingleThreadedCom();
+  VTCLASS_API ~SingleThreadedCom() override;
 
   /*
    * Removes and dispatches messages until none is pending, WM_QUIT among them. A handler that
    * posts to its own thread without end keeps it from returning.
    */
-  void Dawdle() override;
+  VTCLASS_API void Dawdle() override;
 
-  unsigned long WaitForSingleObject(void* handle, unsigned long timeout) override;
+  VTCLASS_API unsigned long WaitForSingleObject(void* handle, unsigned long timeout) override;
 
   /*
    * Dispatches pending messages first, also with `timeout` 0, and again whenever one arrives. A
@@ -87,27 +91,28 @@ class VTCLASS_API SingleThreadedCom : public ComClientEnv {
    * Contract: each round dispatches twice. Handlers that run inside a wait see that order.
    * Contract: as the platform has it, a wait for all handles also needs a message to end early.
    */
-  unsigned long WaitForMultipleObjects(unsigned long count, void* const* handles, int waitAll,
-                                       unsigned long timeout) override;
+  VTCLASS_API unsigned long WaitForMultipleObjects(unsigned long count, void* const* handles,
+                                                   int waitAll, unsigned long timeout) override;
 };
 
 /* An apartment entered with CoInitializeEx, in general the multithreaded one. Waits are plain. */
-class VTCLASS_API MultiThreadedCom : public ComClientEnv {
+class VTCLASS_API_TYPE MultiThreadedCom : public ComClientEnv {
  public:
   using Initialize = long(__stdcall*)(void* reserved, unsigned long flags);
 
   /* Calls `initialize(nullptr, flags)`; its result is the status. Requires: not null. */
-  MultiThreadedCom(Initialize initialize, unsigned long flags);
+  VTCLASS_API MultiThreadedCom(Initialize initialize, unsigned long flags);
+  VTCLASS_API ~MultiThreadedCom() override;
 
   /* Does nothing. */
-  void Dawdle() override;
-  unsigned long WaitForSingleObject(void* handle, unsigned long timeout) override;
-  unsigned long WaitForMultipleObjects(unsigned long count, void* const* handles, int waitAll,
-                                       unsigned long timeout) override;
+  VTCLASS_API void Dawdle() override;
+  VTCLASS_API unsigned long WaitForSingleObject(void* handle, unsigned long timeout) override;
+  VTCLASS_API unsigned long WaitForMultipleObjects(unsigned long count, void* const* handles,
+                                                   int waitAll, unsigned long timeout) override;
 };
 
 /* The process's one maker of environments. */
-class VTCLASS_API ComEnvironmentFactory {
+class ComEnvironmentFactory {
  public:
   ComEnvironmentFactory(const ComEnvironmentFactory&) = delete;
   ComEnvironmentFactory& operator=(const ComEnvironmentFactory&) = delete;
@@ -123,7 +128,7 @@ class VTCLASS_API ComEnvironmentFactory {
    * new one. Does nothing without a factory. A host that unloads the library calls it before.
    * Requires: the environments that it built are gone, and no other thread uses the factory.
    */
-  static void DestroyInstance();
+  VTCLASS_API static void DestroyInstance();
 
   /*
    * Builds an environment on the calling thread; the caller deletes it on the same thread.
@@ -140,11 +145,28 @@ class VTCLASS_API ComEnvironmentFactory {
   ComClientEnv* GetEnvironment(unsigned long model, int initSecurity);
 
  private:
+  VTCLASS_API static ComEnvironmentFactory* InstanceOrNull() noexcept;
+  VTCLASS_API ComClientEnv* MakeEnvironment(unsigned long model, int initSecurity,
+                                            vtclass::border::Failure& failure) noexcept;
+
+  std::unique_ptr<ComClientEnv> Enter(unsigned long model) const;
   ComEnvironmentFactory();
   ~ComEnvironmentFactory();
 
   MultiThreadedCom::Initialize coInitializeEx = nullptr;
   HMODULE module;
 };
+
+/* Compiled into the callers, which throw on their own side (vtclass/export.h). */
+inline ComEnvironmentFactory* ComEnvironmentFactory::GetInstance() {
+  return vtclass::border::NotNull(InstanceOrNull());
+}
+
+inline ComClientEnv* ComEnvironmentFactory::GetEnvironment(unsigned long model, int initSecurity) {
+  vtclass::border::Failure failure;
+  ComClientEnv* const environment = MakeEnvironment(model, initSecurity, failure);
+  failure.Throw();
+  return environment;
+}
 
 #endif

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/product.h"
 #include "vtclass/strings.h"
@@ -26,7 +27,7 @@
  * not copied. Threads: no locking; one object belongs to one thread at a time. Several objects on
  * one key are independent.
  */
-class VTCLASS_API Configuration {
+class Configuration {
  public:
   /* Any other number counts as openExisting. */
   enum openMode {
@@ -46,8 +47,8 @@ class VTCLASS_API Configuration {
 
   /* A closed object under a predefined root, or under an open key that the caller keeps open as
    * long as the object lives. The root is never closed by the object. */
-  explicit Configuration(HKEY root = HKEY_LOCAL_MACHINE);
-  ~Configuration();
+  VTCLASS_API explicit Configuration(HKEY root = HKEY_LOCAL_MACHINE);
+  VTCLASS_API ~Configuration();
   Configuration(const Configuration&) = delete;
   Configuration& operator=(const Configuration&) = delete;
 
@@ -59,10 +60,11 @@ class VTCLASS_API Configuration {
    * Contract: after a failed open on a remote computer the connection stays until Close, the next
    * Open or the destructor. Callers that wait before they try again call Close first.
    */
-  bool Open(openMode mode, const wchar_t* subkey, const wchar_t* computer, unsigned int accessWord);
+  VTCLASS_API bool Open(openMode mode, const wchar_t* subkey, const wchar_t* computer,
+                        unsigned int accessWord);
 
   /* The same with openOrCreate. */
-  bool Open(const wchar_t* subkey, const wchar_t* computer, unsigned int accessWord);
+  VTCLASS_API bool Open(const wchar_t* subkey, const wchar_t* computer, unsigned int accessWord);
 
   /*
    * Closes the open key and opens or creates `subkey` with the system's own rights
@@ -75,19 +77,19 @@ class VTCLASS_API Configuration {
    * this computer, also while a remote connection is open. Callers keep the connection for other
    * keys; going through it would look on the wrong computer.
    */
-  bool OpenEx(const wchar_t* subkey, unsigned long samDesired, unsigned long options,
-              bool allowCreate, unsigned long* disposition);
+  VTCLASS_API bool OpenEx(const wchar_t* subkey, unsigned long samDesired, unsigned long options,
+                          bool allowCreate, unsigned long* disposition);
 
   /* Closes the key and the remote connection. Ends what RegisterForChanges has ordered. May be
    * called on a closed object. */
-  void Close();
+  VTCLASS_API void Close();
 
   /*
    * Reading. The key needs read access.
    */
 
   /* A REG_DWORD of four bytes; anything else stored gives -1. */
-  bool LoadDWORD(const wchar_t* name, unsigned long& out);
+  VTCLASS_API bool LoadDWORD(const wchar_t* name, unsigned long& out);
 
   /*
    * The same; when that fails, `out` becomes `def`. Where the value is missing (2) or is none of
@@ -95,7 +97,7 @@ class VTCLASS_API Configuration {
    * false. After every other failure (no right to read, a connection that broke) the stored value
    * may well be right: nothing is written, and the result is false with the status of the reading.
    */
-  bool Load(const wchar_t* name, unsigned long& out, unsigned long def);
+  VTCLASS_API bool Load(const wchar_t* name, unsigned long& out, unsigned long def);
 
   /*
    * A REG_SZ, REG_EXPAND_SZ (not expanded) or REG_MULTI_SZ of any length, another type gives -1.
@@ -123,7 +125,7 @@ class VTCLASS_API Configuration {
    * length is asked for; with `size` null, `data` must be null too (87).
    * After a failure `data` and `*size` may have been overwritten.
    */
-  bool Load(const wchar_t* name, unsigned char* data, unsigned long* size);
+  VTCLASS_API bool Load(const wchar_t* name, unsigned char* data, unsigned long* size);
 
   /*
    * A value of any type into `size` bytes of room; 234 when they are too few. With `data` null only
@@ -131,10 +133,11 @@ class VTCLASS_API Configuration {
    * Contract: `size` and `type` go in only. Neither the length nor the stored type comes back, and
    * the type is not checked: callers read records of a fixed size.
    */
-  bool LoadRaw(const wchar_t* name, unsigned char* data, unsigned long size, unsigned long type);
+  VTCLASS_API bool LoadRaw(const wchar_t* name, unsigned char* data, unsigned long size,
+                           unsigned long type);
 
   /* The length and the type of a value of any type; either may be null. */
-  bool GetDataSize(const wchar_t* name, unsigned long* size, unsigned long* type);
+  VTCLASS_API bool GetDataSize(const wchar_t* name, unsigned long* size, unsigned long* type);
 
   /*
    * Writing. The key needs write access. A value of the name is replaced whatever its type. Data
@@ -142,47 +145,47 @@ class VTCLASS_API Configuration {
    */
 
   /* Four bytes, REG_DWORD. */
-  bool SaveDWORD(const wchar_t* name, unsigned long value);
+  VTCLASS_API bool SaveDWORD(const wchar_t* name, unsigned long value);
 
   /* All characters of `value`, zeros included, and one terminating zero: REG_SZ, or `type` (for
    * REG_EXPAND_SZ). */
-  bool Save(const wchar_t* name, const wcstring& value);
-  bool Save(const wchar_t* name, const wcstring& value, unsigned long type);
+  VTCLASS_API bool Save(const wchar_t* name, const wcstring& value);
+  VTCLASS_API bool Save(const wchar_t* name, const wcstring& value, unsigned long type);
 
   /* `size` bytes, REG_BINARY. */
-  bool Save(const wchar_t* name, const unsigned char* data, unsigned long size);
+  VTCLASS_API bool Save(const wchar_t* name, const unsigned char* data, unsigned long size);
 
   /* REG_MULTI_SZ: each item with its terminating zero, and one zero behind all of them. An empty
    * list stores two bytes. Empty items are stored but not read back. `values` is only read. */
-  bool Save(const wchar_t* name, std::vector<wcstring>& values);
+  VTCLASS_API bool Save(const wchar_t* name, std::vector<wcstring>& values);
 
   /* `size` bytes as any type. Text types: the system adds a missing terminator when it finds a
    * zero in the two bytes behind the data, so these must be readable. */
-  bool SaveRaw(const wchar_t* name, const unsigned char* data, unsigned long size,
-               unsigned long type);
+  VTCLASS_API bool SaveRaw(const wchar_t* name, const unsigned char* data, unsigned long size,
+                           unsigned long type);
 
   /*
    * The key itself.
    */
 
   /* Deletes a value; 2 when there is none. Needs write access. */
-  bool DeleteValue(const wchar_t* name);
+  VTCLASS_API bool DeleteValue(const wchar_t* name);
 
   /* Deletes a key below the open one with its values; it must have no subkeys (5). An empty `name`
    * deletes the open key itself, null gives 87. */
-  bool DeleteSubkey(const wchar_t* name);
+  VTCLASS_API bool DeleteSubkey(const wchar_t* name);
 
   /*
    * Writes the key and all below it to a hive file, which must not exist. Null or empty: 87.
    * Requires: the backup privilege is enabled in the caller's token (1314).
    */
-  bool SaveKey(const wchar_t* file);
+  VTCLASS_API bool SaveKey(const wchar_t* file);
 
   /*
    * Replaces the key's values and all below it by the contents of a hive file. Null or empty: 87.
    * Requires: the restore privilege is enabled in the caller's token (1314).
    */
-  bool RestoreKey(const wchar_t* file);
+  VTCLASS_API bool RestoreKey(const wchar_t* file);
 
   /*
    * Appends the names of the subkeys of `subkey` to `names`; the order is the system's. False when
@@ -201,16 +204,25 @@ class VTCLASS_API Configuration {
    * The signal also comes when the key is closed, and when the registering thread ends.
    * The key needs read access (KEY_NOTIFY).
    */
-  bool RegisterForChanges(bool asynchronous, void* event);
+  VTCLASS_API bool RegisterForChanges(bool asynchronous, void* event);
 
   /* Not supported: always false with status 1. A registration ends when the key is closed. */
-  bool UnregisterForChanges(void* event);
+  VTCLASS_API bool UnregisterForChanges(void* event);
 
   /* The status of the last failure, 0 before the first. */
   long GetErrorCode() const { return lastError; }
 
  private:
+  /* Behind the operations above that fill the caller's texts and lists. */
+  VTCLASS_API bool LoadText(const wchar_t* name, const vtclass::border::WideSink& out) noexcept;
+  VTCLASS_API bool LoadText(const wchar_t* name, const vtclass::border::WideSink& out,
+                            const wchar_t* def) noexcept;
+  VTCLASS_API bool LoadList(const wchar_t* name, vtclass::border::ListSink out) noexcept;
+  VTCLASS_API bool AppendSubkeys(const wchar_t* subkey,
+                                 const vtclass::border::ListSink& names) noexcept;
+
   bool OpenKey(openMode mode, const wchar_t* subkey);
+  bool SaveUnits(const wchar_t* name, const wchar_t* text, std::size_t units, unsigned long type);
   bool Succeeded(long status); /* keeps a failing status */
 
   unsigned int access = 0;
@@ -234,36 +246,36 @@ class VTCLASS_API Configuration {
  *
  * Owns the key and the name buffer. Threads: one object belongs to one thread at a time.
  */
-class VTCLASS_API CRegistryKeysIterator {
+class CRegistryKeysIterator {
  public:
   /* Opens `subkey` of `parent` for reading; `options` as for Configuration::OpenEx. */
-  CRegistryKeysIterator(const wchar_t* subkey, HKEY parent, unsigned long options);
-  ~CRegistryKeysIterator();
+  VTCLASS_API CRegistryKeysIterator(const wchar_t* subkey, HKEY parent, unsigned long options);
+  VTCLASS_API ~CRegistryKeysIterator();
   CRegistryKeysIterator(const CRegistryKeysIterator&) = delete;
   CRegistryKeysIterator& operator=(const CRegistryKeysIterator&) = delete;
 
   /* The key is open, and the walk can begin. */
-  bool isValid() const;
+  VTCLASS_API bool isValid() const;
 
   /* The number of subkeys at the construction. */
-  unsigned long GetCount() const;
+  VTCLASS_API unsigned long GetCount() const;
 
   /*
    * The open key; it stays the iterator's.
    * Contract: of an invalid iterator HKEY_LOCAL_MACHINE, which callers use as the parent of the
    * keys that they look for next. Check isValid before anything is written below it.
    */
-  HKEY GetKey() const;
+  VTCLASS_API HKEY GetKey() const;
 
   /*
    * The name of the current subkey, null at the end, on failure and when invalid. The text is valid
    * until the next call.
    * Contract: does not go back to the first. After Next it answers the name that Next answered.
    */
-  const wchar_t* First();
+  VTCLASS_API const wchar_t* First();
 
   /* Steps on and returns the name, like First. */
-  const wchar_t* Next();
+  VTCLASS_API const wchar_t* Next();
 
  private:
   HKEY key;
@@ -277,28 +289,28 @@ class VTCLASS_API CRegistryKeysIterator {
  * Walks the values of one key. As CRegistryKeysIterator, with the data of the current value.
  * A value that has outgrown all values of the construction ends the walk.
  */
-class VTCLASS_API CRegistryValuesIterator {
+class CRegistryValuesIterator {
  public:
-  CRegistryValuesIterator(const wchar_t* subkey, HKEY parent, unsigned long options);
-  ~CRegistryValuesIterator();
+  VTCLASS_API CRegistryValuesIterator(const wchar_t* subkey, HKEY parent, unsigned long options);
+  VTCLASS_API ~CRegistryValuesIterator();
   CRegistryValuesIterator(const CRegistryValuesIterator&) = delete;
   CRegistryValuesIterator& operator=(const CRegistryValuesIterator&) = delete;
 
-  bool isValid() const;
+  VTCLASS_API bool isValid() const;
 
   /* The number of values at the construction. */
-  unsigned long GetCount() const;
+  VTCLASS_API unsigned long GetCount() const;
 
   /* As of CRegistryKeysIterator; reads the value's data too. The default value's name is empty. */
-  const wchar_t* First();
-  const wchar_t* Next();
+  VTCLASS_API const wchar_t* First();
+  VTCLASS_API const wchar_t* Next();
 
   /* Type (REG_...), data and length in bytes of the current value: the one that First or Next last
    * answered, or that GetValueOf last asked for (type and length only). 0 before. The data is the
    * iterator's and changes with the next step; null when the iterator is invalid. */
-  unsigned long getType() const;
-  unsigned char* getData();
-  unsigned long getDataSize() const;
+  VTCLASS_API unsigned long getType() const;
+  VTCLASS_API unsigned char* getData();
+  VTCLASS_API unsigned long getDataSize() const;
 
   /* Appends the current value's data, read as a list of texts whatever its type, to `out` (see
    * Configuration::Load). Always true; only when memory runs out false, `out` is then as before. */
@@ -312,9 +324,11 @@ class VTCLASS_API CRegistryValuesIterator {
    * call overwrites that length and the type with the answer, also when the room is too small.
    * Callers that read several values of one size depend on it.
    */
-  int GetValueOf(const wchar_t* valueName, wchar_t* buffer);
+  VTCLASS_API int GetValueOf(const wchar_t* valueName, wchar_t* buffer);
 
  private:
+  VTCLASS_API bool AppendData(const vtclass::border::ListSink& out) const noexcept;
+
   HKEY key;
   unsigned long count = 0;
   unsigned long index = 0;
@@ -325,5 +339,7 @@ class VTCLASS_API CRegistryValuesIterator {
   unsigned long dataSize = 0;
   unsigned long type = REG_NONE;
 };
+
+#include "vtclass/client/config.h"
 
 #endif

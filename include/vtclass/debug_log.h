@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/log.h"
 #include "vtclass/strings.h"
@@ -85,7 +86,7 @@ struct DebugLogSettings {
  * Contract: a char* that follows the format or the number at once is taken for a va_list, and the
  * print fails with an exception code. Cast it to const char*.
  */
-class VTCLASS_API DebugLog {
+class DebugLog : public vtclass::border::LibraryMemory {
  public:
   enum openMode {
     createAlways = 0, /* a new file; an old one is emptied */
@@ -108,7 +109,7 @@ class VTCLASS_API DebugLog {
    * SettingsMonitor::DestroyInstance; the caller holds no lock for which a callback of the monitor
    * waits.
    */
-  ~DebugLog();
+  VTCLASS_API ~DebugLog();
 
   DebugLog(const DebugLog&) = delete;
   DebugLog& operator=(const DebugLog&) = delete;
@@ -125,11 +126,11 @@ class VTCLASS_API DebugLog {
    * Contract: the first name that was ever opened gives the simple roll its base name, also after
    * another file was opened. Components keep one family of names however often they reopen.
    */
-  int Open(openMode mode, const wchar_t* fileName);
+  VTCLASS_API int Open(openMode mode, const wchar_t* fileName);
 
   /* Closes the file. 1, also when it is closed already; 0 with the code stored when the system
    * reports a failure. The log is closed in any case. */
-  int Close();
+  VTCLASS_API int Close();
 
   /*
    * Formats and writes. 1 when the text is in the file, or is empty; 0 when the log is closed, or
@@ -137,8 +138,8 @@ class VTCLASS_API DebugLog {
    * ERROR_NOT_ENOUGH_MEMORY, or an exception code (0xC0000005 ...) when a bad argument such as a
    * wild %s pointer ended the formatting; the log is intact then and the next print works.
    */
-  int print(const wchar_t* format, ...);
-  int print(const wchar_t* format, va_list arguments);
+  VTCLASS_API int print(const wchar_t* format, ...);
+  VTCLASS_API int print(const wchar_t* format, va_list arguments);
   template <typename First, typename... Rest>
     requires vtclass::isNoArgumentList<First>
   int print(const wchar_t* format, First first, Rest... rest) {
@@ -147,8 +148,8 @@ class VTCLASS_API DebugLog {
 
   /* The same with the text of message `id` as the format, and a line feed behind it, written
    * together. A number without a text prints the line feed alone. */
-  int print(unsigned int id, ...);
-  int print(unsigned int id, va_list arguments);
+  VTCLASS_API int print(unsigned int id, ...);
+  VTCLASS_API int print(unsigned int id, va_list arguments);
   template <typename First, typename... Rest>
     requires vtclass::isNoArgumentList<First>
   int print(unsigned int id, First first, Rest... rest) {
@@ -158,20 +159,20 @@ class VTCLASS_API DebugLog {
   /* How much the component is to trace: 1, or for a log that follows the settings the value
    * "Engine NDMP Debug Level". The log itself does not look at it: callers ask before they print.
    */
-  unsigned long GetLogLevel() const;
+  VTCLASS_API unsigned long GetLogLevel() const;
 
   /* The full path of the file that the log last opened: after a simple roll that of the further
    * file. Empty before, or the path given to CreateDebugLog, or stored, that is to be opened. */
-  wcstring GetFileName() const;
+  VTCLASS_CLIENT wcstring GetFileName() const;
 
   /* The code of the last failure on whatever thread, 0 when there was none. A success does not
    * clear it. */
-  unsigned long GetErrorCode() const;
+  VTCLASS_API unsigned long GetErrorCode() const;
 
   /* How many texts could not be written since the log was made, although it was to be open. */
-  unsigned long long GetLostLines() const;
+  VTCLASS_API unsigned long long GetLostLines() const;
 
-  DebugLogSettings GetSettings() const;
+  VTCLASS_CLIENT DebugLogSettings GetSettings() const;
 
   /*
    * Reads the settings anew. When "CreateDebugLog" is not 0 the file is closed and opened again for
@@ -183,16 +184,52 @@ class VTCLASS_API DebugLog {
    * to open its file, one without any name is closed (ERROR_NOT_ENOUGH_MEMORY may leave it open,
    * with its former settings).
    */
-  int UpdateSettings();
+  VTCLASS_API int UpdateSettings();
 
  private:
   friend class LogFileFactory;
   struct State;
 
-  int PrintArguments(const wchar_t* format, ...);
-  int PrintArguments(unsigned int id, ...);
+  /* Without memory `state` is null. */
+  VTCLASS_API DebugLog(const std::nothrow_t&, StringResourceMgr& messages, int unicode,
+                       const wchar_t* pathValueName) noexcept;
+  VTCLASS_API void CopyFileName(const vtclass::border::WideSink& out,
+                                vtclass::border::Failure& failure) const noexcept;
+  /* All but the extension goes into `out`. */
+  VTCLASS_API void CopySettings(DebugLogSettings& out, const vtclass::border::WideSink& extension,
+                                vtclass::border::Failure& failure) const noexcept;
+
+  VTCLASS_API int PrintArguments(const wchar_t* format, ...);
+  VTCLASS_API int PrintArguments(unsigned int id, ...);
 
   State* state;
 };
+
+/* Compiled into the callers: texts are filled, and exceptions thrown, on their side
+ * (vtclass/export.h). */
+inline DebugLog::DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName)
+    : DebugLog(std::nothrow, messages, unicode, pathValueName) {
+  vtclass::border::NotNull(state);
+}
+
+#if !defined(VTCLASS_MINI_BUILD)
+
+inline wcstring DebugLog::GetFileName() const {
+  wcstring name;
+  vtclass::border::Failure failure;
+  CopyFileName(name, failure);
+  failure.Throw();
+  return name;
+}
+
+inline DebugLogSettings DebugLog::GetSettings() const {
+  DebugLogSettings settings;
+  vtclass::border::Failure failure;
+  CopySettings(settings, settings.extension, failure);
+  failure.Throw();
+  return settings;
+}
+
+#endif
 
 #endif

@@ -8,6 +8,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/log_tags.h"
 #include "vtclass/strings.h"
@@ -36,7 +37,7 @@ inline constexpr bool isNoArgumentList = std::is_integral_v<First> || std::is_nu
  * only assigning to an object that another thread uses is not allowed. No lock is held while a
  * resource is read.
  */
-class VTCLASS_API StringResourceMgr {
+class StringResourceMgr {
  public:
   /* The texts of the process's executable. */
   StringResourceMgr();
@@ -49,9 +50,9 @@ class VTCLASS_API StringResourceMgr {
    * When that fails (null and empty count as a missing file) GetErrorCode tells why. */
   explicit StringResourceMgr(const wchar_t* library);
 
-  StringResourceMgr(const StringResourceMgr& other);
-  StringResourceMgr& operator=(const StringResourceMgr& other);
-  ~StringResourceMgr();
+  VTCLASS_API StringResourceMgr(const StringResourceMgr& other);
+  VTCLASS_API StringResourceMgr& operator=(const StringResourceMgr& other);
+  VTCLASS_API ~StringResourceMgr();
 
   /* A copy of the text, whole however long it is; it ends at its first zero. The language is the
    * one that the platform chooses for the thread that asks first. */
@@ -59,7 +60,7 @@ class VTCLASS_API StringResourceMgr {
 
   /* The Windows error that loading the library gave, 0 when it was loaded or there was none to
    * load. */
-  unsigned long GetErrorCode() const;
+  VTCLASS_API unsigned long GetErrorCode() const;
 
  private:
   class State;
@@ -67,7 +68,12 @@ class VTCLASS_API StringResourceMgr {
   friend class ErrorMessageBase;
   friend class LogFile;
 
-  explicit StringResourceMgr(State* state) noexcept;
+  VTCLASS_API static State* NewState(HINSTANCE module) noexcept;
+  VTCLASS_API static State* NewState(const wchar_t* library) noexcept;
+  VTCLASS_API void CopyText(unsigned id, const vtclass::border::WideSink& out,
+                            vtclass::border::Failure& failure) const noexcept;
+
+  explicit StringResourceMgr(State* state) noexcept : state(state) {}
   const std::wstring& Text(unsigned id) const;
 
   State* state;
@@ -80,14 +86,14 @@ class VTCLASS_API StringResourceMgr {
  *
  * Threads: any.
  */
-class VTCLASS_API ErrorMessageBase {
+class ErrorMessageBase {
  public:
   ErrorMessageBase() = delete;
 
   /* Names the module in whose folder the library lies; null, the state at start, is the
    * executable. What was loaded for another module is given up, and the next BaseInit loads anew.
    * Managers that GetMessages handed out before keep their texts. */
-  static void set_ModuleInstance(HINSTANCE module);
+  VTCLASS_API static void set_ModuleInstance(HINSTANCE module);
 
   /*
    * Loads the library once and tells whether there is one; later calls give the first answer.
@@ -98,13 +104,15 @@ class VTCLASS_API ErrorMessageBase {
    * Contract: only the thread that loads gets the locale. Agents call BaseInit from their main
    * thread and format dates there.
    */
-  static bool BaseInit();
+  VTCLASS_API static bool BaseInit();
 
   /* The loaded messages, to hand to LogFile; loads them like BaseInit where that has not happened.
    * Without a library every text is empty and GetErrorCode of the result tells why. */
-  static StringResourceMgr GetMessages();
+  VTCLASS_CLIENT static StringResourceMgr GetMessages();
 
  private:
+  VTCLASS_API static StringResourceMgr::State* MessagesOrNull() noexcept;
+
   static StringResourceMgr Load(HINSTANCE module);
 };
 
@@ -115,26 +123,26 @@ class VTCLASS_API ErrorMessageBase {
  * Threads: one at a time. The constructor throws std::bad_alloc; appending answers 0 instead and
  * leaves the text as it was.
  */
-class VTCLASS_API CWcharBuffer {
+class CWcharBuffer {
  public:
   /* An empty text. */
   CWcharBuffer();
-  ~CWcharBuffer();
+  VTCLASS_API ~CWcharBuffer();
   CWcharBuffer(const CWcharBuffer&) = delete;
   CWcharBuffer& operator=(const CWcharBuffer&) = delete;
 
   /* The characters appended so far. */
-  unsigned long long BufferCount() const;
+  VTCLASS_API unsigned long long BufferCount() const;
 
   /* The text, never null; valid until the next append. */
-  const wchar_t* ReadFromBuffer() const;
+  VTCLASS_API const wchar_t* ReadFromBuffer() const;
 
   /* True when the text is empty, which it also is when its first character is zero. */
-  bool IsBufferEmpty() const;
+  VTCLASS_API bool IsBufferEmpty() const;
 
   /* Appends `length` characters as they are. Null or length 0 appends nothing and succeeds.
    * Returns 1, or 0 when memory runs out. `added` must not lie in this buffer. */
-  int WriteToBufferAllPrintableChars(const wchar_t* added, unsigned long long length);
+  VTCLASS_API int WriteToBufferAllPrintableChars(const wchar_t* added, unsigned long long length);
 
   /*
    * The same without the control characters U+0001, U+0003 to U+0009, U+000B, U+000C, U+000E and
@@ -143,10 +151,13 @@ class VTCLASS_API CWcharBuffer {
    * Contract: U+0002, line feed, carriage return and U+000F to U+001E pass. Agents mark places in
    * their sections with them; dropping them would take the marks away.
    */
-  int Write(const wchar_t* added, unsigned long long length);
+  VTCLASS_API int Write(const wchar_t* added, unsigned long long length);
 
  private:
   friend class LogFile;
+
+  /* Without memory `text` is null. */
+  VTCLASS_API explicit CWcharBuffer(const std::nothrow_t&) noexcept;
 
   bool MakeRoom(unsigned long long length);
 
@@ -209,7 +220,7 @@ class VTCLASS_API CWcharBuffer {
  * print fails with an exception code. Cast it to const char*. Agents that hand a va_list on rely on
  * this overload.
  */
-class VTCLASS_API LogFile {
+class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
   template <typename First>
   static constexpr bool isNoList = vtclass::isNoArgumentList<First>;
 
@@ -223,13 +234,13 @@ class VTCLASS_API LogFile {
    * Contract: an ANSI log says "windows-1252" in its header whatever the system's code page is.
    * Contract: megabytes become bytes in 32 bits, so 4096 counts as 0.
    */
-  LogFile(StringResourceMgr& messages, int unicode, int maxMB, int keepMB);
+  inline LogFile(StringResourceMgr& messages, int unicode, int maxMB, int keepMB);
 
   /*
    * Closes the log. Contract: buffers that still exist are not freed; who allocated one gives it
    * back with DeAllocateBuffer.
    */
-  ~LogFile();
+  VTCLASS_API ~LogFile();
 
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
@@ -245,7 +256,7 @@ class VTCLASS_API LogFile {
    * wrapped UTF-16 log begins without byte-order mark and without that text. Nothing is cut while
    * the file is no larger than the kept size.
    */
-  virtual int WriteText();
+  VTCLASS_API virtual int WriteText();
 
   /*
    * Opens `filePath` and writes the document's header. `openMode`: 0 creates the file or empties an
@@ -260,24 +271,24 @@ class VTCLASS_API LogFile {
    * Contract: appending to an empty file fails (ERROR_HANDLE_EOF) but leaves it open, without a
    * header; callers print plain text into it.
    */
-  int Open(int openMode, const wchar_t* filePath);
+  VTCLASS_API int Open(int openMode, const wchar_t* filePath);
 
   /* Writes "</joblog>", if this object wrote the header, and closes the file. Returns 1, also when
    * the log is closed already; 0 with the error stored when one of the two failed. The log
    * is closed in any case. Open directories and filled buffers are not written. */
-  int Close();
+  VTCLASS_API int Close();
 
   /* The last path that Open opened, from behind its last backslash; empty before. Valid until the
    * next Open. */
-  const wchar_t* GetFileName() const;
+  VTCLASS_API const wchar_t* GetFileName() const;
 
   /* The code of the last failure, 0 when there was none. A success does not clear it. */
-  unsigned long GetErrorCode() const;
+  VTCLASS_API unsigned long GetErrorCode() const;
 
   /* Prints a formatted text, escaped. printerror does the same. */
-  int print(int buffer, const wchar_t* format, ...);
-  int print(int buffer, const wchar_t* format, va_list arguments);
-  int printerror(int buffer, const wchar_t* format, ...);
+  VTCLASS_API int print(int buffer, const wchar_t* format, ...);
+  VTCLASS_API int print(int buffer, const wchar_t* format, va_list arguments);
+  VTCLASS_API int printerror(int buffer, const wchar_t* format, ...);
   template <typename First, typename... Rest>
     requires isNoList<First>
   int print(int buffer, const wchar_t* format, First first, Rest... rest) {
@@ -286,9 +297,9 @@ class VTCLASS_API LogFile {
 
   /* Prints message `id`: its text without line feeds at the end is the format, and a line feed
    * follows. A number without a text prints the line feed alone. */
-  int print(int buffer, unsigned id, ...);
-  int print(int buffer, unsigned id, va_list arguments);
-  int printerror(int buffer, unsigned id, ...);
+  VTCLASS_API int print(int buffer, unsigned id, ...);
+  VTCLASS_API int print(int buffer, unsigned id, va_list arguments);
+  VTCLASS_API int printerror(int buffer, unsigned id, ...);
   template <typename First, typename... Rest>
     requires isNoList<First>
   int print(int buffer, unsigned id, First first, Rest... rest) {
@@ -296,20 +307,20 @@ class VTCLASS_API LogFile {
   }
 
   /* Prints `text` raw; it is no format. */
-  int printTMP(int buffer, const wchar_t* text);
+  VTCLASS_API int printTMP(int buffer, const wchar_t* text);
 
   /* Contract: prints the empty text, so nothing reaches the file. Callers use it between entries;
    * a line break there would become text between the elements. */
-  int printTMPNewLine(int buffer);
+  VTCLASS_API int printTMPNewLine(int buffer);
 
   /*
    * Prints an entry: the tag, message `id` as above but without a line feed, the closing tag. The
    * message is left out when the tag could not be written; the closing tag never is. Returns what
    * the closing tag returned.
    */
-  int printTMP(int buffer, const wchar_t* tag, unsigned id, ...);
-  int printTMP(int buffer, const wchar_t* tag, unsigned id, va_list arguments);
-  int printerrorTMP(int buffer, const wchar_t* tag, unsigned id, ...);
+  VTCLASS_API int printTMP(int buffer, const wchar_t* tag, unsigned id, ...);
+  VTCLASS_API int printTMP(int buffer, const wchar_t* tag, unsigned id, va_list arguments);
+  VTCLASS_API int printerrorTMP(int buffer, const wchar_t* tag, unsigned id, ...);
   template <typename First, typename... Rest>
     requires isNoList<First>
   int printTMP(int buffer, const wchar_t* tag, unsigned id, First first, Rest... rest) {
@@ -319,9 +330,10 @@ class VTCLASS_API LogFile {
   /* The same with a format in place of the message.
    * Contract: with `...` the result is that of the text (0 when the tag failed), with a va_list
    * that of the closing tag. Callers test the one for "my text is in the log". */
-  int printTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...);
-  int printTMP(int buffer, const wchar_t* tag, const wchar_t* format, va_list arguments);
-  int printerrorTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...);
+  VTCLASS_API int printTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...);
+  VTCLASS_API int printTMP(int buffer, const wchar_t* tag, const wchar_t* format,
+                           va_list arguments);
+  VTCLASS_API int printerrorTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...);
   template <typename First, typename... Rest>
     requires isNoList<First>
   int printTMP(int buffer, const wchar_t* tag, const wchar_t* format, First first, Rest... rest) {
@@ -330,14 +342,15 @@ class VTCLASS_API LogFile {
 
   /* Prints `tag`, raw, as a format with `value`. `value` is not escaped: it must be free of
    * & < and ". No closing tag. */
-  int printTagWithAttribute(int buffer, const wchar_t* tag, const wchar_t* value);
+  VTCLASS_API int printTagWithAttribute(int buffer, const wchar_t* tag, const wchar_t* value);
 
   /* Prints a text formatted with one argument, escaped, without a tag. */
-  int printTMPDataWithoutXMLTags(int buffer, const wchar_t* format, const wchar_t* argument);
+  VTCLASS_API int printTMPDataWithoutXMLTags(int buffer, const wchar_t* format,
+                                             const wchar_t* argument);
 
   /* Prints the closing form of a tag: `<OperationErrors Type="x">` gives "</OperationErrors>".
    * A text without "<" prints nothing and returns 0, the error as it was. */
-  int printclosingtag(int buffer, const wchar_t* tag);
+  VTCLASS_API int printclosingtag(int buffer, const wchar_t* tag);
 
   /*
    * Prints an entry with a unique message identifier: the tag, the identifier of the message code
@@ -345,11 +358,13 @@ class VTCLASS_API LogFile {
    * gives "<UMI>Q-79-57344-33928</UMI>" (upper and lower half of the code, here 0xE0008488), any
    * other code gives none. Returns nonzero when all of it was written.
    */
-  int printerrorUMI(int buffer, long umi, const wchar_t* tag, unsigned id, ...);
-  int printerrorUMI(int buffer, long umi, const wchar_t* tag, const wchar_t* format, ...);
+  VTCLASS_API int printerrorUMI(int buffer, long umi, const wchar_t* tag, unsigned id, ...);
+  VTCLASS_API int printerrorUMI(int buffer, long umi, const wchar_t* tag, const wchar_t* format,
+                                ...);
 
   /* The same with a message that is markup itself: it is printed raw. */
-  int printerrorUMIDisableConvertXML(int buffer, long umi, const wchar_t* tag, unsigned id, ...);
+  VTCLASS_API int printerrorUMIDisableConvertXML(int buffer, long umi, const wchar_t* tag,
+                                                 unsigned id, ...);
 
   /*
    * Prints the element of a directory inside those of its parents. The log remembers for each
@@ -368,45 +383,50 @@ class VTCLASS_API LogFile {
    *
    * Contract: the depth survives Close and Open. Close all directories before the log.
    */
-  int printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wchar_t* directory);
+  VTCLASS_API int printTMPdir(int buffer, const wchar_t* tag, unsigned id,
+                              const wchar_t* directory);
 
   /* Prints with an existing buffer go into it from now on, or to the file again. The buffers keep
    * their texts. The second name is spelled as callers know it. */
-  void EnterBufferedMode();
-  void LeaveBufferdMode();
+  VTCLASS_API void EnterBufferedMode();
+  VTCLASS_API void LeaveBufferdMode();
 
   /* Makes buffer `n`, 0 to 32. Returns 0; -1 when there is no such index, the buffer exists, or
    * memory runs out (then with the error stored). */
-  int AllocateBuffer(int n);
+  VTCLASS_API int AllocateBuffer(int n);
 
   /* Frees buffer `n` with its text. Returns 0; -1 when there is none. */
-  int DeAllocateBuffer(int n);
+  VTCLASS_API int DeAllocateBuffer(int n);
 
   /* Writes the text of buffer `n` to the file, as it stands; the buffer keeps it. Nonzero on
    * success; 0 when it fails or there is no buffer. */
-  int FlushBufferToFile(int n);
+  VTCLASS_API int FlushBufferToFile(int n);
 
   /* The same and then frees the buffer, also when writing failed. Contract: the result is inverted,
    * -1 when the text was written and 0 when not. Callers compare with -1. */
-  int FlushBufferToFileAndDeAllocate(int n);
+  VTCLASS_API int FlushBufferToFileAndDeAllocate(int n);
 
   /* Writes `count` characters of `text` through WriteText as they stand; the pending text is then
    * what it was. Nonzero on success; 0, ERROR_INVALID_PARAMETER, for a negative count or null. */
-  int FlushWrite(wchar_t* text, int count);
+  VTCLASS_API int FlushWrite(wchar_t* text, int count);
 
  protected:
   /* For WriteText of derived classes: the text to be written, and its length in characters. Not
    * zero-terminated. */
-  const wchar_t* PendingText() const;
-  std::size_t PendingLength() const;
+  VTCLASS_API const wchar_t* PendingText() const;
+  VTCLASS_API std::size_t PendingLength() const;
 
   /* The capacities of the working buffers, in characters. */
-  std::size_t FormatCapacity() const;
-  std::size_t OutputCapacity() const;
+  VTCLASS_API std::size_t FormatCapacity() const;
+  VTCLASS_API std::size_t OutputCapacity() const;
 
  private:
   using Characters = std::unique_ptr<wchar_t[]>;
   static constexpr int kBuffers = 33;
+
+  /* Without memory a working buffer is missing. */
+  VTCLASS_API LogFile(const std::nothrow_t&, StringResourceMgr& messages, int unicode, int maxMB,
+                      int keepMB) noexcept;
 
   int Refuse(unsigned long code);
 
@@ -471,10 +491,10 @@ class DebugLog;
  *
  * Threads: any, as long as no two use one of the job logs.
  */
-class VTCLASS_API LogFileFactory {
+class LogFileFactory {
  public:
   /* `debugLogMode` is kept for the debug logs of this factory; job logs do not depend on it. */
-  LogFileFactory(const StringResourceMgr& messages, int debugLogMode);
+  VTCLASS_API LogFileFactory(const StringResourceMgr& messages, int debugLogMode);
 
   /*
    * Makes a log and opens it on a new file. The caller owns the log and deletes it.
@@ -482,7 +502,7 @@ class VTCLASS_API LogFileFactory {
    * exists): callers ask GetErrorCode of the log, and a null would end them.
    * Throws std::bad_alloc.
    */
-  LogFile* Create(const wchar_t* path);
+  VTCLASS_CLIENT LogFile* Create(const wchar_t* path);
 
   /*
    * Makes a debug log (vtclass/debug_log.h) that follows the settings of the logging key while it
@@ -498,12 +518,18 @@ class VTCLASS_API LogFileFactory {
    * Contract: the log is returned also when it could not be opened: it may be switched on later.
    * Throws std::bad_alloc.
    */
-  DebugLog* CreateDebugLog(const wchar_t* pathValueName, const wchar_t* fileName);
+  VTCLASS_CLIENT DebugLog* CreateDebugLog(const wchar_t* pathValueName, const wchar_t* fileName);
 
  private:
+  VTCLASS_API LogFile* CreateOrNull(const wchar_t* path) noexcept;
+  VTCLASS_API DebugLog* CreateDebugLogOrNull(const wchar_t* pathValueName,
+                                             const wchar_t* fileName) noexcept;
+
   StringResourceMgr messages;
   unsigned short unicode;
   int debugLogMode;
 };
+
+#include "vtclass/client/log.h"
 
 #endif

@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/ref_pointer.h"
 
@@ -38,7 +39,7 @@
  * inside DllMain. The client's thread keeps the library loaded: a host that unloads it destroys its
  * client before, or signals the shutdown event of the one from GetInstance.
  */
-class VTCLASS_API SGMonClient : public RefCounted {
+class VTCLASS_API_TYPE SGMonClient : public RefCounted, public vtclass::border::LibraryMemory {
  public:
   /* The components; their bits in "SGMon Components". */
   enum eClient : unsigned long {
@@ -56,33 +57,38 @@ class VTCLASS_API SGMonClient : public RefCounted {
    * arguments. It holds a reference to itself, and so lives as long as the process.
    * Requires: the first call is over before other threads make theirs; it is not locked.
    */
-  static RefPointer<SGMonClient> GetInstance(eClient client, void (*callback)(bool));
+  static RefPointer<SGMonClient> GetInstance(eClient client, void (*callback)(bool)) {
+    return vtclass::border::NotNull(InstanceOrNull(client, callback, &CallContained));
+  }
 
   /* A client of its own. `client` may hold several bits: one of them is enough. Requires: made by
    * new, and `callback` is not null. */
-  SGMonClient(eClient client, void (*callback)(bool));
+  SGMonClient(eClient client, void (*callback)(bool))
+      : SGMonClient(client, callback, &CallContained) {
+    vtclass::border::NotNull(state);
+  }
 
   /*
    * Signals the shutdown event, waits for the thread without limit (the callback in hand ends
    * first), and closes the handles. A thread that has not begun after a second is terminated: it
    * cannot begin while the loader holds it up.
    */
-  ~SGMonClient() override;
+  VTCLASS_API ~SGMonClient() override;
 
   /* The last reference is gone: deletes the client. Inside the callback the client is deleted by
    * its own thread, after the callback has returned. */
-  void Destroy() override;
+  VTCLASS_API void Destroy() override;
 
   /* Signals that the switches have been evaluated. The client does so itself after each callback.
    */
-  void SetInitComplete();
+  VTCLASS_API void SetInitComplete();
 
   /*
    * Waits until the switches have been evaluated once, the thread has ended, or the shutdown event
    * is signalled; `timeoutMs` milliseconds at most, 0 does not wait, 0xFFFFFFFF has no limit.
    * Inside the callback it returns at once.
    */
-  void WaitInitComplete(unsigned long timeoutMs);
+  VTCLASS_API void WaitInitComplete(unsigned long timeoutMs);
 
   /*
    * Why the client does not follow the switches, once WaitInitComplete has returned; 0 while it
@@ -90,11 +96,11 @@ class VTCLASS_API SGMonClient : public RefCounted {
    * name, 5 when the event does not let this process wait, 1450 without the client's own events.
    * Any thread.
    */
-  unsigned long GetErrorCode() const;
+  VTCLASS_API unsigned long GetErrorCode() const;
 
   /* The manual-reset event that ends the client's thread; signalling it is allowed. Null when the
    * system gave none. It is the client's. */
-  void* GetShutdownHandle();
+  VTCLASS_API void* GetShutdownHandle();
 
   /*
    * Replaces the event that GetShutdownHandle tells, WaitInitComplete heeds, and the destructor
@@ -102,9 +108,21 @@ class VTCLASS_API SGMonClient : public RefCounted {
    * Contract: the running thread keeps the event that it began with, and the destructor signals
    * that one as well. A caller that means to end the thread early signals the first one.
    */
-  void SetShutdownHandle(void* handle);
+  VTCLASS_API void SetShutdownHandle(void* handle);
 
  private:
+  /* Calls back on the side that named the callback, so that an exception ends where it was thrown
+   * (vtclass/export.h). */
+  using Runner = void (*)(void (*callback)(bool), bool on) noexcept;
+  static void CallContained(void (*callback)(bool), bool on) noexcept {
+    vtclass::border::Contained([=] { callback(on); });
+  }
+
+  /* Without memory `state` is null. */
+  VTCLASS_API SGMonClient(eClient client, void (*callback)(bool), Runner run) noexcept;
+  VTCLASS_API static SGMonClient* InstanceOrNull(eClient client, void (*callback)(bool),
+                                                 Runner run) noexcept;
+
   struct State;
   State* state;
 };

@@ -3,6 +3,7 @@
 
 #include <vtsocket/vtsocket.h>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/ref_pointer.h"
 #include "vtclass/strings.h"
@@ -111,7 +112,7 @@ VTCLASS_API unsigned long IsThisAnAliasForMe(const wchar_t* name, bool* isMe,
 
 /* This machine's fully qualified DNS name, asked for afresh. On failure the platform's code, and
  * `out` is unchanged. A name of more than 255 characters is a failure (234). */
-VTCLASS_API unsigned long VTGetFQDN(wcstring& out);
+VTCLASS_CLIENT unsigned long VTGetFQDN(wcstring& out);
 
 /*
  * Converts the server of `in` into `format`, and tells through `*isLocal` whether it is this
@@ -141,9 +142,10 @@ VTCLASS_API unsigned long VTGetFQDN(wcstring& out);
  * With `status` null the result is 87. `*isLocal` is cleared first wherever it is given.
  * With computerNameNoConversion `out` is always empty, and 0 means that `*isLocal` is the answer.
  */
-VTCLASS_API unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
-                                                  _COMPUTER_NAME_FORMAT format, bool clusterAware,
-                                                  bool* isLocal, unsigned long* status);
+VTCLASS_CLIENT unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
+                                                     _COMPUTER_NAME_FORMAT format,
+                                                     bool clusterAware, bool* isLocal,
+                                                     unsigned long* status);
 
 /*
  * An address of the server of `name`, as a text; empty when there is none, and on every failure.
@@ -151,7 +153,7 @@ VTCLASS_API unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& 
  * those that are not loopback, link-local, ISATAP, multicast, IPv4-compatible or IPv4-mapped. The
  * name server's time limits apply.
  */
-VTCLASS_API wcstring GetAnyIpAddress(const wcstring& name);
+VTCLASS_CLIENT wcstring GetAnyIpAddress(const wcstring& name);
 
 /* True when `text` is an IPv4 or IPv6 address. Null is none. */
 VTCLASS_API bool IsIpAddr(const wchar_t* text);
@@ -162,7 +164,7 @@ VTCLASS_API bool IsIpAddr(const wchar_t* text);
  * Contract: throws an `int`, the sockets library's code, when `text` is no address. Callers that
  * have not asked IsIpAddr catch it.
  */
-VTCLASS_API bool IsIpAddrLocal(const wchar_t* text);
+VTCLASS_CLIENT bool IsIpAddrLocal(const wchar_t* text);
 
 /*
  * 0 and `*isLocal` true when `address` is one of this machine's addresses; port and scope do not
@@ -183,12 +185,12 @@ VTCLASS_API unsigned long IsLocalIPAddress(const RefPointer<VTSocket::VTIPAddres
 VTCLASS_API bool IsOracleRACVNodeName(const wcstring& name, bool* isMe);
 
 /* The computer's name as this process sees it; not 0 on success. On failure `out` is empty. */
-VTCLASS_API int GetComputerNameInString(wcstring& out);
+VTCLASS_CLIENT int GetComputerNameInString(wcstring& out);
 
 /* The name of the physical node: the computer's name, unless that is a network name of a cluster,
  * which names its node. 0 and `out` empty only when the computer's name is not to be had or memory
  * runs out. */
-VTCLASS_API int GetComputerNodeName(wcstring& out);
+VTCLASS_CLIENT int GetComputerNodeName(wcstring& out);
 
 /*
  * The same into `*size` characters at `buffer`, terminated; a longer name is cut. `*size` becomes
@@ -207,12 +209,14 @@ VTCLASS_API int GetComputerNodeName(wchar_t* buffer, unsigned long* size);
  * name accepts them, and callers build paths from it.
  * Throws std::bad_alloc; the outputs are then unchanged.
  */
-VTCLASS_API int SplitUncPath(const wcstring& path, wcstring& server, wcstring& share);
+inline int SplitUncPath(const wcstring& path, wcstring& server, wcstring& share);
 
 /* Hands `print` to the sockets library as its trace routine; null takes it away (see
  * VTSock_SetZPrintf). */
 VTCLASS_API void Set_VTSockZPrintf(void (*print)(const char* format, ...));
 
 }  // namespace vtclass
+
+#include "vtclass/client/net.h"
 
 #endif

@@ -6,7 +6,7 @@
 #include "vtclass/export.h"
 
 /* Accounts, groups and descriptors. All operations are static and may be called on any thread. */
-class VTCLASS_API CNTSecurity {
+class CNTSecurity {
  public:
   CNTSecurity() = delete;
 
@@ -19,7 +19,8 @@ class VTCLASS_API CNTSecurity {
    * LocalFree(attributes.lpSecurityDescriptor). Returns false, with the reason in
    * ::GetLastError() and a null descriptor, when the platform cannot build it.
    */
-  static bool CreateSecurityAttribWithAdminAndBackupOper(SECURITY_ATTRIBUTES& attributes);
+  VTCLASS_API static bool CreateSecurityAttribWithAdminAndBackupOper(
+      SECURITY_ATTRIBUTES& attributes);
 };
 
 #endif

@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/strings.h"
 
@@ -37,7 +38,7 @@ class KeyWatcher;
  *
  * Reads and writes open the key with read and write access, so both need the right to write.
  */
-class VTCLASS_API Setting {
+class Setting : public vtclass::border::LibraryMemory {
  public:
   /* Numbers are REG_DWORD. Kinds 2, 3, 4, 6 and 7 hold a number, the others a text. */
   enum eKind {
@@ -61,7 +62,7 @@ class VTCLASS_API Setting {
    */
   Setting(HKEY root, const wchar_t* subkey, const wchar_t* valueName, eKind kind,
           unsigned long minimum = 0, unsigned long maximum = 0);
-  ~Setting();
+  VTCLASS_API ~Setting();
   Setting(const Setting&) = delete;
   Setting& operator=(const Setting&) = delete;
 
@@ -75,7 +76,7 @@ class VTCLASS_API Setting {
    * the value himself too: what he has read may be gone again before the monitor looks, which then
    * finds nothing changed. Requires: not registered yet.
    */
-  void TellAlways();
+  VTCLASS_API void TellAlways();
 
   /*
    * Reads the value from the registry. Calls nobody, writes no default. The open's status when the
@@ -84,15 +85,15 @@ class VTCLASS_API Setting {
    * Contract: a range is not checked. What somebody stored past the range is what the system runs
    * with, and a subscriber has to see it.
    */
-  long Read();
+  VTCLASS_API long Read();
 
   /* True once a value has been read or written. A setting that was never read holds 0 or the empty
    * text. */
-  bool HasValue() const;
+  VTCLASS_API bool HasValue() const;
 
   /* The value last read or written. E_FAIL when the kind holds the other type; `value` is
    * unchanged then, and also when memory runs out (0x80070008). */
-  long GetNumber(unsigned long& value) const;
+  VTCLASS_API long GetNumber(unsigned long& value) const;
   long GetText(wcstring& value) const;
 
   /*
@@ -100,12 +101,29 @@ class VTCLASS_API Setting {
    * other type or a range does not admit the number; else the status of the registry. After a
    * failure the setting holds its former value. Null text counts as empty.
    */
-  long WriteNumber(unsigned long value);
-  long WriteText(const wchar_t* value);
+  VTCLASS_API long WriteNumber(unsigned long value);
+  VTCLASS_API long WriteText(const wchar_t* value);
 
  private:
   friend class SettingsMonitor;
   friend class vtclass::config::KeyWatcher;
+  friend struct vtclass::config::SettingChange;
+
+  /* Call a subscriber on the side that named it, so that an exception ends where it was thrown
+   * (vtclass/export.h); E_FAIL then. */
+  using NumberRunner = long (*)(NumberCallback callback, unsigned long value,
+                                void* context) noexcept;
+  using TextRunner = long (*)(TextCallback callback, const wchar_t* value, void* context) noexcept;
+  static long CallNumber(NumberCallback callback, unsigned long value, void* context) noexcept;
+  static long CallText(TextCallback callback, const wchar_t* value, void* context) noexcept;
+
+  /* Without memory `made` is false. */
+  VTCLASS_API Setting(const std::nothrow_t&, HKEY root, const wchar_t* subkey,
+                      const wchar_t* valueName, eKind kind, unsigned long minimum,
+                      unsigned long maximum) noexcept;
+  VTCLASS_API long Attach(NumberCallback callback, void* context, NumberRunner run) noexcept;
+  VTCLASS_API long Attach(TextCallback callback, void* context, TextRunner run) noexcept;
+  VTCLASS_API long CopyText(const vtclass::border::WideSink& value) const noexcept;
 
   bool IsNumeric() const;
   long ReadFrom(Configuration& key);
@@ -127,6 +145,10 @@ class VTCLASS_API Setting {
   TextCallback textCallback = nullptr;
   void* context = nullptr;
   bool tellsAlways = false;
+
+  NumberRunner numberRunner = nullptr;
+  TextRunner textRunner = nullptr;
+  bool made = false;
 };
 
 /* What one of the registrations of SettingsMonitor watches. The texts live as long as the library.
@@ -176,7 +198,7 @@ struct MonitoredValue {
  * Unloading: call DestroyInstance before. The monitor's thread keeps the library loaded until it
  * ends, so that a host that forgets it does not crash. At process exit the thread ends with it.
  */
-class VTCLASS_API SettingsMonitor {
+class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
  public:
   using NumberCallback = Setting::NumberCallback;
   using TextCallback = Setting::TextCallback;
@@ -188,26 +210,26 @@ class VTCLASS_API SettingsMonitor {
    * The process's monitor, made and started by the first call.
    * Requires: that call is over before other threads make theirs; it is not locked.
    */
-  static SettingsMonitor* GetInstance();
+  VTCLASS_CLIENT static SettingsMonitor* GetInstance();
 
   /* Destroys it with all registrations, once its callback in hand has returned. Does nothing when
    * there is none, and inside a callback, where it would wait for itself. */
-  static void DestroyInstance();
+  VTCLASS_API static void DestroyInstance();
 
   /* Starts the thread. E_INVALIDARG when it runs; the system's status when it refuses; E_FAIL when
    * the construction got no event to stop the thread by. */
-  virtual long Start();
+  VTCLASS_API virtual long Start();
 
   /* Ends the thread, once its callback in hand has returned, and waits for that without limit. 0,
    * also when it does not run; inside a callback 0x8007046B (possible deadlock), and nothing is
    * done. */
-  virtual long Stop();
+  VTCLASS_API virtual long Stop();
 
   /* The thread's routine: runs Monitor on `monitor`, which may be null. Returns 0. */
-  static unsigned long Thread(void* monitor);
+  VTCLASS_API static unsigned long Thread(void* monitor);
 
   /* The wait loop, until it is stopped. Returns 0. Requires: no other thread runs it. */
-  long Monitor();
+  VTCLASS_API long Monitor();
 
   /*
    * Hands `setting` over to the monitor, which deletes it when it is removed. Returns its cookie,
@@ -217,24 +239,24 @@ class VTCLASS_API SettingsMonitor {
    * so that no change since then is missed; one that was never read at the next change of its key.
    * Requires: made by new; a callback is attached, without one the setting is read and nobody told.
    */
-  const void* RegisterSetting(Setting* setting);
+  VTCLASS_API const void* RegisterSetting(Setting* setting);
 
   /*
    * Ends a registration. On any thread but the monitor's, its callback neither runs nor will run
    * when this returns. E_INVALIDARG when `cookie` is null or nothing at all is registered, E_FAIL
    * when it is not known (any more).
    */
-  long UnRegisterSetting(const void* cookie);
+  VTCLASS_API long UnRegisterSetting(const void* cookie);
 
   /*
    * Ends all registrations with this context, as UnRegisterSetting does one. Makes no monitor where
    * there is none, so a subscriber may outlive the monitor. Requires: no other thread is inside
    * DestroyInstance.
    */
-  static void UnRegisterContext(const void* context);
+  VTCLASS_API static void UnRegisterContext(const void* context);
 
   /* Ends all registrations. 0. */
-  long RemoveAllSettings();
+  VTCLASS_API long RemoveAllSettings();
 
   /*
    * The registrations of the product's own settings. Each reads the value at once and returns a
@@ -246,46 +268,46 @@ class VTCLASS_API SettingsMonitor {
    * registers, but its callback never comes, and agents of that product count on their level
    * staying as it was at start.
    */
-  const void* RegisterCreateDebugLog(NumberCallback callback, void* context);
-  const void* KoltRegisterDebugLevel(NumberCallback callback, void* context);
-  const void* EngineRegisterDebugLevel(NumberCallback callback, void* context);
-  const void* RegisterMaxDebugFileEnabled(NumberCallback callback, void* context);
-  const void* RegisterMaxDebugFileSize(NumberCallback callback, void* context);
-  const void* RegisterMaxRetention(NumberCallback callback, void* context);
-  const void* RegisterMaxDebugFileCount(NumberCallback callback, void* context);
-  const void* RegisterMaxDebugFileLimitMode(NumberCallback callback, void* context);
-  const void* RegisterMaxDebugFileAppend(NumberCallback callback, void* context);
-  const void* VtmRegisterCreateDebugLog(NumberCallback callback, void* context);
-  const void* VtmRegisterMaxDebugFileEnabled(NumberCallback callback, void* context);
-  const void* VtmRegisterMaxDebugFileSize(NumberCallback callback, void* context);
-  const void* VtmRegisterMaxDebugFileCount(NumberCallback callback, void* context);
-  const void* VtmRegisterLogPath(TextCallback callback, void* context);
-  const void* VtmRegisterMaxDebugFileRetentionSize(NumberCallback callback, void* context);
-  const void* VtmRegisterLogLimitMode(NumberCallback callback, void* context);
-  const void* VtmRegisterDebugLevel(NumberCallback callback, void* context);
+  inline const void* RegisterCreateDebugLog(NumberCallback callback, void* context);
+  inline const void* KoltRegisterDebugLevel(NumberCallback callback, void* context);
+  inline const void* EngineRegisterDebugLevel(NumberCallback callback, void* context);
+  inline const void* RegisterMaxDebugFileEnabled(NumberCallback callback, void* context);
+  inline const void* RegisterMaxDebugFileSize(NumberCallback callback, void* context);
+  inline const void* RegisterMaxRetention(NumberCallback callback, void* context);
+  inline const void* RegisterMaxDebugFileCount(NumberCallback callback, void* context);
+  inline const void* RegisterMaxDebugFileLimitMode(NumberCallback callback, void* context);
+  inline const void* RegisterMaxDebugFileAppend(NumberCallback callback, void* context);
+  inline const void* VtmRegisterCreateDebugLog(NumberCallback callback, void* context);
+  inline const void* VtmRegisterMaxDebugFileEnabled(NumberCallback callback, void* context);
+  inline const void* VtmRegisterMaxDebugFileSize(NumberCallback callback, void* context);
+  inline const void* VtmRegisterMaxDebugFileCount(NumberCallback callback, void* context);
+  inline const void* VtmRegisterLogPath(TextCallback callback, void* context);
+  inline const void* VtmRegisterMaxDebugFileRetentionSize(NumberCallback callback, void* context);
+  inline const void* VtmRegisterLogLimitMode(NumberCallback callback, void* context);
+  inline const void* VtmRegisterDebugLevel(NumberCallback callback, void* context);
 
   /* What the registrations above watch, numbered from 0 in their order. False past the end. The
    * keys are those of the product that is selected now. Any thread. */
-  static bool GetMonitoredValue(unsigned long number, MonitoredValue& value);
+  VTCLASS_API static bool GetMonitoredValue(unsigned long number, MonitoredValue& value);
 
  protected:
   /* Makes a monitor of its own and starts it. */
-  SettingsMonitor();
+  inline SettingsMonitor();
 
   /* Stops the thread, then ends all registrations. Requires: not inside a callback. */
-  virtual ~SettingsMonitor();
+  VTCLASS_API virtual ~SettingsMonitor();
 
   /* Registers `setting` under the lock and sets `cookie`, null on failure. E_INVALIDARG for null,
    * E_NOTIMPL for a kind that is not supported. On failure the setting stays the caller's. */
-  long AddSetting(Setting* setting, const void*& cookie);
+  VTCLASS_API long AddSetting(Setting* setting, const void*& cookie);
 
   /* Ends a registration, as UnRegisterSetting. */
-  long RemoveSetting(const void* cookie);
+  VTCLASS_API long RemoveSetting(const void* cookie);
 
   /* Attaches the callback and registers. E_INVALIDARG when `setting`, `*setting` or `callback` is
    * null. On any failure the setting is destroyed, `*setting` and `cookie` become null. */
-  long AddNumberSetting(Setting** setting, NumberCallback callback, void* context,
-                        const void*& cookie);
+  inline long AddNumberSetting(Setting** setting, NumberCallback callback, void* context,
+                               const void*& cookie);
 
   /*
    * Make a setting of the value `value` of the key `key` below HKEY_LOCAL_MACHINE, read it, and
@@ -293,21 +315,38 @@ class VTCLASS_API SettingsMonitor {
    * runs out. AddRangeSetting also refuses a `minimum` that is not below `maximum`.
    * A setting of a key that is not watched registers and is never called.
    */
-  const void* AddDWORDSetting(const wchar_t* key, const wchar_t* value, NumberCallback callback,
-                              void* context);
-  const void* AddBoolSetting(const wchar_t* key, const wchar_t* value, NumberCallback callback,
-                             void* context);
-  const void* AddRangeSetting(const wchar_t* key, const wchar_t* value, unsigned long minimum,
-                              unsigned long maximum, NumberCallback callback, void* context);
-  const void* AddStringSetting(const wchar_t* key, const wchar_t* value, TextCallback callback,
-                               void* context);
+  inline const void* AddDWORDSetting(const wchar_t* key, const wchar_t* value,
+                                     NumberCallback callback, void* context);
+  inline const void* AddBoolSetting(const wchar_t* key, const wchar_t* value,
+                                    NumberCallback callback, void* context);
+  inline const void* AddRangeSetting(const wchar_t* key, const wchar_t* value,
+                                     unsigned long minimum, unsigned long maximum,
+                                     NumberCallback callback, void* context);
+  inline const void* AddStringSetting(const wchar_t* key, const wchar_t* value,
+                                      TextCallback callback, void* context);
 
  private:
-  const void* AddNumber(const MonitoredValue& value, NumberCallback callback, void* context);
-  const void* AddText(const MonitoredValue& value, TextCallback callback, void* context);
+  /* Without memory `state` is null. */
+  VTCLASS_API explicit SettingsMonitor(const std::nothrow_t&) noexcept;
+  VTCLASS_API static SettingsMonitor* InstanceOrNull() noexcept;
+
+  /* Behind the operations above; they know on which side the callback is. */
+  VTCLASS_API const void* Register(unsigned long number, NumberCallback callback, void* context,
+                                   Setting::NumberRunner run = &Setting::CallNumber) noexcept;
+  VTCLASS_API const void* Register(unsigned long number, TextCallback callback, void* context,
+                                   Setting::TextRunner run = &Setting::CallText) noexcept;
+  VTCLASS_API long AddNumberOrDestroy(Setting** setting, NumberCallback callback, void* context,
+                                      const void*& cookie, Setting::NumberRunner run) noexcept;
+  VTCLASS_API const void* AddNumber(const MonitoredValue& value, NumberCallback callback,
+                                    void* context,
+                                    Setting::NumberRunner run = &Setting::CallNumber) noexcept;
+  VTCLASS_API const void* AddText(const MonitoredValue& value, TextCallback callback, void* context,
+                                  Setting::TextRunner run = &Setting::CallText) noexcept;
 
   struct State;
   State* state;
 };
+
+#include "vtclass/client/settings_monitor.h"
 
 #endif

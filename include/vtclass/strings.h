@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "vtclass/border.h"
 #include "vtclass/export.h"
 
 /*
@@ -100,7 +101,7 @@ class cstring : public std::string {
   cstring(const cstring& other, codePage cp) : std::string(other), page(cp) {}
 
   /* `text` converted into `cp`. */
-  VTCLASS_API cstring(const wcstring& text, codePage cp = acp);
+  cstring(const wcstring& text, codePage cp = acp);
 
   ~cstring() = default;
 
@@ -127,14 +128,14 @@ class cstring : public std::string {
    * Returns the string. `text` may lie in any buffer; it is read before the contents are replaced.
    * Requires: `text` is not null unless `length` is 0.
    */
-  VTCLASS_API cstring& assign(const wchar_t* text, std::size_t length);
+  cstring& assign(const wchar_t* text, std::size_t length);
 
   /*
    * The same, with composition of base and combining characters (WC_COMPOSITECHECK) and with
    * `defaultChar` in the place of each character that the code page cannot hold. A code page for
    * which the platform accepts no flags (UTF-8 on most systems) gives an empty string.
    */
-  VTCLASS_API cstring& assign(const wchar_t* text, std::size_t length, char defaultChar);
+  cstring& assign(const wchar_t* text, std::size_t length, char defaultChar);
 
   /* The code page in which the bytes are to be read. */
   codePage GetCodePage() const noexcept { return page; }
@@ -167,7 +168,7 @@ class wcstring : public std::wstring {
    * The registry form of a GUID: "{", the groups 8-4-4-4-12 in lower-case hexadecimal, "}", 38
    * units together. When the platform cannot make the text the result is "{}".
    */
-  VTCLASS_API explicit wcstring(const GUID& guid);
+  explicit wcstring(const GUID& guid);
 
   wcstring(const wcstring&) = default;
   wcstring(wcstring&&) noexcept = default;
@@ -183,7 +184,7 @@ class wcstring : public std::wstring {
    * platform refuses, empties the string. Returns the string.
    * Requires: `text` is not null unless `length` is 0.
    */
-  VTCLASS_API wcstring& assign(const char* text, std::size_t length, cstring::codePage cp);
+  wcstring& assign(const char* text, std::size_t length, cstring::codePage cp);
 };
 
 /*
@@ -218,13 +219,15 @@ VTCLASS_API int comparei(char a, char b);
  * nothing of meaning.
  * Requires: `buffer` has `capacity` units, all of which may be read; null only with `capacity` 0.
  */
-VTCLASS_API wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity);
+inline wchar_t* makeXmlStrBufferValid(wchar_t* buffer, std::size_t capacity);
 
 /*
  * The same filter and escaping for a whole string without a limit; rewrites `text` and returns it.
  * An embedded zero is dropped like any other control character. On std::bad_alloc `text` is
  * unchanged.
  */
-VTCLASS_API wcstring& makeXmlStrBufferValid(wcstring& text);
+inline wcstring& makeXmlStrBufferValid(wcstring& text);
+
+#include "vtclass/client/strings.h"
 
 #endif

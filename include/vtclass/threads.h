@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include "vtclass/border.h"
 #include "vtclass/com_environment.h"
 #include "vtclass/export.h"
 #include "vtclass/ref_pointer.h"
@@ -48,7 +49,7 @@ class WorkerThread;
  * The base of all calls. Derive from RefThreadCall or ThreadPoolCall unless the call's life is
  * managed otherwise: a plain ThreadCall must outlive its run, and nothing deletes it.
  */
-class VTCLASS_API ThreadCall {
+class VTCLASS_API_TYPE ThreadCall {
  public:
   ThreadCall(const ThreadCall&) = delete;
   ThreadCall& operator=(const ThreadCall&) = delete;
@@ -63,12 +64,26 @@ class VTCLASS_API ThreadCall {
   virtual void Execute() = 0;
 
  protected:
-  explicit ThreadCall(WorkerThread* thread = nullptr);
-  ~ThreadCall() = default;
+  explicit ThreadCall(WorkerThread* thread = nullptr) : ThreadCall(thread, &RunContained) {}
+  VTCLASS_API ~ThreadCall();
+
+  /* Runs ThreadExecute or Execute on the side that made the call, so that an exception ends where
+   * it was thrown (vtclass/export.h). False when there was one. */
+  using Runner = bool (*)(ThreadCall& call, void (ThreadCall::*work)()) noexcept;
+  static bool RunContained(ThreadCall& call, void (ThreadCall::*work)()) noexcept {
+    return vtclass::border::Contained([&] { (call.*work)(); });
+  }
+  VTCLASS_API ThreadCall(WorkerThread* thread, Runner run) noexcept;
 
   WorkerThread* thread;          /* where it runs; null until set */
   unsigned long creatorThreadId; /* of the thread that constructed the call */
   unsigned long reserved = 0;    /* not used by the library */
+
+ private:
+  friend class RefThreadCall;
+  friend class ThreadPoolCall;
+  friend class WorkerThread;
+  Runner run;
 };
 
 /*
@@ -78,22 +93,28 @@ class VTCLASS_API ThreadCall {
  * A call that nobody else holds is destroyed there. A call that a killed worker had in its hands or
  * in its queue keeps the posting's reference for ever: nobody knows how far it got.
  */
-class VTCLASS_API RefThreadCall : public ThreadCall, public RefCounted {
+class VTCLASS_API_TYPE RefThreadCall : public ThreadCall, public RefCounted {
  public:
   /* `thread` runs the call. Requires: it lives until the call has run. */
-  explicit RefThreadCall(WorkerThread* thread);
+  explicit RefThreadCall(WorkerThread* thread) : RefThreadCall(thread, &RunContained) {}
+  VTCLASS_API ~RefThreadCall() override;
 
   /* Adds a reference and queues the call. May be repeated: each posting is one run.
    * std::length_error when the queue cannot grow; the reference is dropped again. */
-  void PostIt() override;
-  void ThreadExecute() override;
+  inline void PostIt() override;
+  VTCLASS_API void ThreadExecute() override;
+
+ protected:
+  VTCLASS_API RefThreadCall(WorkerThread* thread, Runner run) noexcept;
 };
 
 /* Ends its worker's loop once it is run: behind every call that was queued before it. */
-class VTCLASS_API ThreadStopCall : public RefThreadCall {
+class VTCLASS_API_TYPE ThreadStopCall : public RefThreadCall,
+                                        public vtclass::border::LibraryMemory {
  public:
-  explicit ThreadStopCall(WorkerThread* worker);
-  void Execute() override;
+  VTCLASS_API explicit ThreadStopCall(WorkerThread* worker);
+  VTCLASS_API ~ThreadStopCall() override;
+  VTCLASS_API void Execute() override;
 };
 
 /*
@@ -114,7 +135,7 @@ class VTCLASS_API ThreadStopCall : public RefThreadCall {
  * Deriving: a class that overrides Run calls StopThread in its own destructor; here it would be too
  * late. Run lets no exception out.
  */
-class VTCLASS_API WorkerThread {
+class VTCLASS_API_TYPE WorkerThread : public vtclass::border::LibraryMemory {
  public:
   /* The apartment that the thread enters for its whole life. Other values count as ComNone. */
   enum ComThreadingModel : int {
@@ -124,16 +145,16 @@ class VTCLASS_API WorkerThread {
   };
 
   /* ComMultiThreaded, "WrkrThrd". */
-  WorkerThread();
+  inline WorkerThread();
   /* ComMultiThreaded. `name` is what a debugger shows, of any length; null counts as empty. */
-  explicit WorkerThread(const char* name);
-  WorkerThread(ComThreadingModel model, const char* name);
+  inline explicit WorkerThread(const char* name);
+  inline WorkerThread(ComThreadingModel model, const char* name);
   WorkerThread(const WorkerThread&) = delete;
   WorkerThread& operator=(const WorkerThread&) = delete;
 
   /* StopThread. Calls that were queued after a stop are neither run nor released. Requires: nobody
    * else uses the worker any more. */
-  virtual ~WorkerThread();
+  VTCLASS_API virtual ~WorkerThread();
 
   /*
    * The worker's loop, on its thread: waits for a call, runs it, until the worker is stopped.
@@ -142,7 +163,7 @@ class VTCLASS_API WorkerThread {
    * Contract: whether to go on is asked only after a wait has returned and its call has been run.
    * A stop never cuts a call short, and never comes before the calls that were queued earlier.
    */
-  virtual unsigned long Run();
+  VTCLASS_API virtual unsigned long Run();
 
   /*
    * Lets the thread run every call that is queued, ends it and waits for that without limit. Does
@@ -150,14 +171,14 @@ class VTCLASS_API WorkerThread {
    * released, still counted as outstanding. Whoever queues after a stop owns the clean-up.
    * Never fails for want of memory.
    */
-  virtual void StopThread();
+  VTCLASS_API virtual void StopThread();
 
   /*
    * Starts the thread with a stack of `stackSize` bytes, 0 for the default. Returns 1, or 0 when
    * the platform refuses; the worker then has no thread.
    * Requires: no thread is running. It is not checked: two threads would share the queue.
    */
-  int StartThread(unsigned long stackSize);
+  VTCLASS_API int StartThread(unsigned long stackSize);
 
   /*
    * Ends the thread where it stands (exit code 0x80004004). Returns nonzero on success, 1 without a
@@ -176,31 +197,31 @@ class VTCLASS_API WorkerThread {
    * left them: its lock may be taken for ever, and a call may be counted and not queued, or queued
    * and not counted.
    */
-  int KillThread();
+  VTCLASS_API int KillThread();
 
   /* Waits `timeout` milliseconds for the thread's end. 0: it has ended; 258: not yet; 0xFFFFFFFF:
    * there is no thread. */
-  unsigned long WaitForThread(unsigned long timeout);
+  VTCLASS_API unsigned long WaitForThread(unsigned long timeout);
 
   /*
    * Queues `call` and counts it as outstanding. Works without a running thread: the calls run once
    * it starts. std::length_error ("list<T> too long") when the queue cannot grow.
    * Requires: `call` is not null and lives until it has run.
    */
-  void Call(ThreadCall* call);
+  VTCLASS_CLIENT void Call(ThreadCall* call);
 
   /* Takes the oldest call off the queue, null when it is empty. Changes no count: pair it with a
    * WaitForCall that succeeded. */
-  ThreadCall* RetrieveCall();
+  VTCLASS_API ThreadCall* RetrieveCall();
 
   /*
    * Waits `timeout` milliseconds for a queued call. Returns 1 and consumes the count of one call,
    * or 0 (time-out; or at once, when the platform gave no semaphore at construction).
    */
-  int WaitForCall(unsigned long timeout);
+  VTCLASS_API int WaitForCall(unsigned long timeout);
 
   /* Calls queued and not yet finished. */
-  long NumberOfOutstandingCalls();
+  VTCLASS_API long NumberOfOutstandingCalls();
 
   /*
    * Names a thread of this process for debuggers: raises the exception 0x406D1388, which without a
@@ -210,18 +231,24 @@ class VTCLASS_API WorkerThread {
    * Contract: the exception carries six arguments. Debuggers and filters recognise it by its number
    * and shape.
    */
-  static void SetThreadName(unsigned long threadId, const char* name);
+  VTCLASS_API static void SetThreadName(unsigned long threadId, const char* name);
 
  protected:
   /* For calls that run long on a single-threaded apartment: dispatches pending messages. Does
    * nothing without an environment. On the worker's own thread only. */
-  void Dawdle();
+  VTCLASS_API void Dawdle();
 
  private:
   friend class ThreadPool;
   friend class ThreadPoolCall;
   friend class ThreadStopCall;
   struct State;
+
+  /* Without memory `state` is null. */
+  VTCLASS_API WorkerThread(const std::nothrow_t&, ComThreadingModel model,
+                           const char* name) noexcept;
+  VTCLASS_API void Queue(ThreadCall* call, vtclass::border::Failure& failure) noexcept;
+
   State* state;
 };
 
@@ -234,17 +261,18 @@ class VTCLASS_API WorkerThread {
  * last run is over. A call whose last reference the pool drops is destroyed on a worker's thread;
  * its destructor may post to the pool.
  */
-class VTCLASS_API ThreadPoolCall : public RefThreadCall {
+class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
  public:
   /* `pool` may be null: posting then does nothing. Requires: it lives until the call has run. */
-  explicit ThreadPoolCall(ThreadPool* pool);
+  explicit ThreadPoolCall(ThreadPool* pool) : ThreadPoolCall(pool, &RunContained) {}
+  VTCLASS_API ~ThreadPoolCall() override;
 
   /* EnqueueCall on the pool. When it throws, a call that nobody else holds is gone. */
-  void PostIt() override;
+  inline void PostIt() override;
 
  protected:
   /* Runs Execute, hands the worker its next call, and drops the reference that brought it here. */
-  void ThreadExecute() override;
+  VTCLASS_API void ThreadExecute() override;
 
   /*
    * Called by the pool, under its lock. SetThread tells the worker that runs the call, null after
@@ -255,11 +283,13 @@ class VTCLASS_API ThreadPoolCall : public RefThreadCall {
    * is reported to the debugger output, and that call is dropped. A call that PostItToThread had
    * queued before it threw runs all the same.
    */
-  virtual void SetThread(WorkerThread* worker);
-  virtual void PostItToThread();
+  VTCLASS_API virtual void SetThread(WorkerThread* worker);
+  VTCLASS_API virtual void PostItToThread();
 
  private:
   friend class ThreadPool;
+  VTCLASS_API ThreadPoolCall(ThreadPool* pool, Runner run) noexcept;
+
   ThreadPool* pool;
   unsigned long long pendingEntries = 0; /* in the pool's queue; the pool's lock guards it */
 };
@@ -277,12 +307,12 @@ class VTCLASS_API ThreadPoolCall : public RefThreadCall {
  * runs out. When the platform refuses a new thread, its worker keeps its place in the bound, and
  * the call that started it stays executing and never runs; nothing is reported.
  */
-class VTCLASS_API ThreadPool {
+class VTCLASS_API_TYPE ThreadPool : public vtclass::border::LibraryMemory {
  public:
   /* 8 workers, idle ones end, ComMultiThreaded. */
-  ThreadPool();
+  inline ThreadPool();
   /* Starts nothing. With `maxThreads` below 1 calls wait for ever. */
-  ThreadPool(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model);
+  inline ThreadPool(int maxThreads, int keepIdleThreads, WorkerThread::ComThreadingModel model);
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 
@@ -294,7 +324,7 @@ class VTCLASS_API ThreadPool {
    * denies it for each. A signal that Execute gives comes a moment too early: a pool that is
    * destroyed in that moment still has a call in hand, and lasts the 15 seconds.
    */
-  virtual ~ThreadPool();
+  VTCLASS_API virtual ~ThreadPool();
 
   /*
    * Runs or queues `call`. Requires: `call` is not null.
@@ -304,26 +334,26 @@ class VTCLASS_API ThreadPool {
    * apartment, is left to a later posting or the pool's destructor. So a call's destructor may
    * post, to this pool or another one, and posting under a lock that a destructor takes is safe.
    */
-  void EnqueueCall(RefPointer<ThreadPoolCall> call);
+  VTCLASS_CLIENT void EnqueueCall(RefPointer<ThreadPoolCall> call);
 
   /* Takes the oldest waiting call that is not executing off the queue; null when there is none. */
-  RefPointer<ThreadPoolCall> GetNextCall();
+  VTCLASS_API RefPointer<ThreadPoolCall> GetNextCall();
 
   /* Moves a busy worker to the idle ones; without `keepIdleThreads` it ends after the call in hand.
    * Does nothing for a worker that is not busy. */
-  void NotifyThreadIdle(WorkerThread* worker);
+  VTCLASS_API void NotifyThreadIdle(WorkerThread* worker);
 
   /* Whether the call waits; whether a worker has it. Both may be true. */
-  bool IsThreadCallQueued(RefPointer<ThreadPoolCall> call);
-  bool IsThreadCallExecuting(RefPointer<ThreadPoolCall> call);
+  VTCLASS_API bool IsThreadCallQueued(RefPointer<ThreadPoolCall> call);
+  VTCLASS_API bool IsThreadCallExecuting(RefPointer<ThreadPoolCall> call);
 
   /* Enters the call as executing; strikes out its first entry, if any. For derived pools that run
    * calls by themselves. */
-  void ThreadCallStartExecuting(RefPointer<ThreadPoolCall> call);
-  void ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call);
+  VTCLASS_CLIENT void ThreadCallStartExecuting(RefPointer<ThreadPoolCall> call);
+  VTCLASS_API void ThreadCallStopExecuting(RefPointer<ThreadPoolCall> call);
 
   /* Drops the waiting calls; those that execute go on. */
-  void DeleteOutstandingCalls();
+  VTCLASS_API void DeleteOutstandingCalls();
 
   /*
    * Drops the waiting calls, gives the calls in hand `timeout` milliseconds, and then kills the
@@ -336,16 +366,24 @@ class VTCLASS_API ThreadPool {
    * hand, nor after that call has ended: do not use it so. With more than 64 busy workers the
    * platform refuses the wait, and they are killed at once.
    */
-  void StopAllThreads(unsigned long timeout);
+  VTCLASS_API void StopAllThreads(unsigned long timeout);
 
  private:
   friend class ThreadPoolCall;
   struct State;
+
+  /* Without memory `state` is null. */
+  VTCLASS_API ThreadPool(const std::nothrow_t&, int maxThreads, int keepIdleThreads,
+                         WorkerThread::ComThreadingModel model) noexcept;
+  VTCLASS_API void Enqueue(RefPointer<ThreadPoolCall>& call, vtclass::border::Failure& failure);
+  VTCLASS_API void StartExecuting(RefPointer<ThreadPoolCall>& call,
+                                  vtclass::border::Failure& failure) noexcept;
+
   State* state;
 };
 
 /* What a WaitableGroup waits on. Derive from it, or use it as it is. Owns nothing. */
-class VTCLASS_API Waitable {
+class Waitable {
  public:
   explicit Waitable(void* handle) : handle(handle) {}
   void* GetHandle() const { return handle; }
@@ -359,16 +397,16 @@ class VTCLASS_API Waitable {
  * nor their handles; a handle is copied when its waitable is added.
  * Threads: one at a time. Failures leave the reason in ::GetLastError() where the platform failed.
  */
-class VTCLASS_API WaitableGroup {
+class WaitableGroup {
  public:
   /* Appends `waitable`. Returns 1; 0 when it is null or the group is full. */
-  int Add(Waitable* waitable);
+  VTCLASS_API int Add(Waitable* waitable);
 
   /* Removes the first entry of `waitable`; the others keep their order. Returns 1; 0 when there is
    * none. */
-  int Remove(Waitable* waitable);
+  VTCLASS_API int Remove(Waitable* waitable);
 
-  unsigned long Count() const;
+  VTCLASS_API unsigned long Count() const;
 
   /*
    * Waits `timeout` milliseconds until one handle is signalled. Returns its waitable, the first in
@@ -376,11 +414,11 @@ class VTCLASS_API WaitableGroup {
    * time-out, for an abandoned mutex, on failure and for an empty group; `*index` is then
    * unchanged.
    */
-  Waitable* Wait(unsigned long timeout);
-  Waitable* Wait(unsigned long* index, unsigned long timeout);
+  VTCLASS_API Waitable* Wait(unsigned long timeout);
+  VTCLASS_API Waitable* Wait(unsigned long* index, unsigned long timeout);
 
   /* Waits until all handles are signalled. Returns 1, or 0 as above. */
-  int WaitForAll(unsigned long timeout);
+  VTCLASS_API int WaitForAll(unsigned long timeout);
 
  private:
   static constexpr unsigned long kCapacity = 64;
@@ -398,14 +436,14 @@ struct IntrusiveSLink {
  * A list through links inside its elements. Owns nothing and allocates nothing. Threads: one at a
  * time. Requires: an element is in one list at most, once.
  */
-class VTCLASS_API IntrusiveSList {
+class IntrusiveSList {
  public:
-  void Append(IntrusiveSLink* link);
-  void Prepend(IntrusiveSLink* link);
+  VTCLASS_API void Append(IntrusiveSLink* link);
+  VTCLASS_API void Prepend(IntrusiveSLink* link);
 
   /* The first element, taken out; its `next` still points to its former successor. Null when the
    * list is empty. */
-  IntrusiveSLink* RemoveFirst();
+  VTCLASS_API IntrusiveSLink* RemoveFirst();
 
   IntrusiveSLink* Head() const { return head; }
   IntrusiveSLink* Tail() const { return tail; }
@@ -420,5 +458,7 @@ class VTCLASS_API IntrusiveSList {
 /* Change `*p` by one as a single step that all threads see in one order; return the new value. */
 VTCLASS_API long AtomicIncrement(long* p);
 VTCLASS_API long AtomicDecrement(long* p);
+
+#include "vtclass/client/threads.h"
 
 #endif

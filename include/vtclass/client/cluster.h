@@ -1,0 +1,81 @@
+#ifndef VTCLASS_CLIENT_CLUSTER_H
+#define VTCLASS_CLIENT_CLUSTER_H
+
+/* What vtclass/cluster.h compiles into its callers: texts are filled on the caller's side. Included
+ * by that header. */
+
+namespace vtclass {
+
+namespace border {
+
+/* The functions of these names. */
+VTCLASS_API bool GetVtActiveNodeName(const wchar_t* name, const WideSink& out) noexcept;
+VTCLASS_API bool GetVtVirtualServerName(const wchar_t* name, const WideSink& out) noexcept;
+VTCLASS_API bool ClusterVirtualNameToNodeName(const wcstring& name, const WideSink& out) noexcept;
+VTCLASS_API clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server,
+                                                      const wchar_t* instance) noexcept;
+VTCLASS_API bool GetOdbcConnectionString(const WideSink& out, const std::wstring& server,
+                                         const std::wstring& instance, const std::wstring& database,
+                                         const wchar_t* application, bool usePhysicalName) noexcept;
+
+/* The outputs of the three questions for a database. */
+struct DatabaseNames {
+  WideSink server;
+  WideSink activeNode;
+  WideSink instance;
+  WideSink database;
+  bool& isLocal;
+};
+VTCLASS_API bool GetDatabaseServerNames(const DatabaseNames& out) noexcept;
+VTCLASS_API bool GetVTDatabaseServerNames(const DatabaseNames& out) noexcept;
+VTCLASS_API bool GetCATDatabaseServerNames(const DatabaseNames& out) noexcept;
+
+}  // namespace border
+
+#if !defined(VTCLASS_MINI_BUILD)
+
+inline bool GetVtActiveNodeName(const wchar_t* name, wcstring& out) {
+  return border::GetVtActiveNodeName(name, out);
+}
+
+inline bool GetVtVirtualServerName(const wchar_t* name, wcstring& out) {
+  return border::GetVtVirtualServerName(name, out);
+}
+
+inline bool ClusterVirtualNameToNodeName(const wcstring& name, wcstring& out) {
+  return border::ClusterVirtualNameToNodeName(name, out);
+}
+
+inline clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance) {
+  return border::ServerIsRunningSQL2KInstance(server, instance.c_str());
+}
+
+inline bool GetOdbcConnectionString(std::wstring& out, const std::wstring& server,
+                                    const std::wstring& instance, const std::wstring& database,
+                                    const wchar_t* application, bool usePhysicalName) {
+  return border::GetOdbcConnectionString(out, server, instance, database, application,
+                                         usePhysicalName);
+}
+
+inline bool GetDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+                                   std::wstring& instance, std::wstring& database, bool& isLocal) {
+  return border::GetDatabaseServerNames({server, activeNode, instance, database, isLocal});
+}
+
+inline bool GetVTDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+                                     std::wstring& instance, std::wstring& database,
+                                     bool& isLocal) {
+  return border::GetVTDatabaseServerNames({server, activeNode, instance, database, isLocal});
+}
+
+inline bool GetCATDatabaseServerNames(std::wstring& server, std::wstring& activeNode,
+                                      std::wstring& instance, std::wstring& database,
+                                      bool& isLocal) {
+  return border::GetCATDatabaseServerNames({server, activeNode, instance, database, isLocal});
+}
+
+#endif
+
+}  // namespace vtclass
+
+#endif

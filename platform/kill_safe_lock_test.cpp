@@ -17,8 +17,8 @@ constexpr DWORD kLimit = 20000;
 
 int asked = 0;
 decltype(::CreateMutexW)* createMutex = nullptr;
-HANDLE WINAPI RefuseFirst(LPSECURITY_ATTRIBUTES attributes, BOOL owned, LPCWSTR name) {
-  if (++asked > 1) return createMutex(attributes, owned, name);
+HANDLE WINAPI RefuseTwo(LPSECURITY_ATTRIBUTES attributes, BOOL owned, LPCWSTR name) {
+  if (++asked > 2) return createMutex(attributes, owned, name);
   ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
   return nullptr;
 }
@@ -109,16 +109,20 @@ TEST(KillSafeLock, KilledOwner_PassesTheLockOn) {
 
 TEST(KillSafeLock, RefusedMutex_IsAskedForAgain_AndTheLastErrorIsKept) {
   asked = 0;
-  const test::ImportHook<decltype(::CreateMutexW)> hook("KERNEL32.dll", "CreateMutexW",
-                                                        &RefuseFirst, ::GetModuleHandleW(nullptr));
+  const test::ImportHook<decltype(::CreateMutexW)> hook("KERNEL32.dll", "CreateMutexW", &RefuseTwo,
+                                                        ::GetModuleHandleW(nullptr));
   createMutex = hook.Original();
   static KillSafeLock lock;
   ::SetLastError(4711);
   lock.Lock();
   lock.Unlock();
   lock.Close();
-  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(asked, 3);
   EXPECT_EQ(::GetLastError(), 4711u);
+  lock.Lock();
+  lock.Unlock();
+  lock.Close();
+  EXPECT_EQ(asked, 4) << "after Close there is another one";
 }
 
 }  // namespace

@@ -44,6 +44,7 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
     EXPECT_EQ(order.size(), 1000u) << "model " << model;
     EXPECT_TRUE(std::ranges::is_sorted(order));
     EXPECT_NE(output.find(L"ended by an exception: x\n"), std::wstring::npos) << output;
+    EXPECT_NE(output.find(std::wstring(400, L'x')), std::wstring::npos) << "cut, but there";
     EXPECT_EQ(std::ranges::count(output, L'\n'), 5);
     EXPECT_EQ(worker.NumberOfOutstandingCalls() + WorkerCall::alive, 0);
     EXPECT_EQ(worker.WaitForThread(0), WAIT_FAILED);
@@ -194,6 +195,12 @@ BOOL WINAPI CountReleases(HANDLE semaphore, LONG count, LPLONG before) {
   ::InterlockedIncrement(&releases);
   return ::ReleaseSemaphore(semaphore, count, before);
 }
+WorkerThread* postedTo = nullptr;
+ThreadCall* postedLate = nullptr;
+DWORD WINAPI PostInTheLastMoment(HANDLE, DWORD) {
+  postedTo->Call(postedLate);
+  return WAIT_TIMEOUT;
+}
 HANDLE WINAPI RefuseSemaphore(LPSECURITY_ATTRIBUTES, LONG, LONG, LPCWSTR) { return nullptr; }
 
 TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsAtOnce) {
@@ -214,6 +221,14 @@ TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsA
   EXPECT_EQ(worker.WaitForCall(1), 0);
   EXPECT_EQ(worker.NumberOfOutstandingCalls(), 2000) << "retrieving is not finishing";
   EXPECT_EQ(releases, 0);
+  {
+    postedTo = &worker;
+    postedLate = &call;
+    const ImportHook<decltype(::WaitForSingleObject)> late("KERNEL32.dll", "WaitForSingleObject",
+                                                           &PostInTheLastMoment);
+    EXPECT_EQ(worker.WaitForCall(1), 1) << "the call was there when the time was over";
+  }
+  EXPECT_EQ(worker.WaitForCall(1), 0) << "the release for it is nobody's call";
 
   const ImportHook<decltype(::CreateSemaphoreW)> refuse("KERNEL32.dll", "CreateSemaphoreW",
                                                         &RefuseSemaphore);
@@ -358,6 +373,13 @@ TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
   ThreadPool pool(1, 1, WorkerThread::ComNone);
   Post(pool, throwUnderToken, look);
   Post(pool, look);
+  // What a call leaves on purpose stays.
+  Post(pool, [] { ::ImpersonateSelf(SecurityImpersonation); });
+  Post(pool, [] {
+    platform::OwnedKernelObject token;
+    EXPECT_TRUE(::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive()));
+    ::RevertToSelf();
+  });
   EXPECT_TRUE(Await([] { return PoolCall::alive == 0; }));
   EXPECT_EQ(looked, 4);
 }

@@ -96,27 +96,29 @@ class DebugLogLive : public DebugLogTest {
   const ImportHook<decltype(::RegQueryValueExW)> query{"ADVAPI32.dll", "RegQueryValueExW", &Query};
 };
 
+// What was told while the log was reading is newer than what it has read, and is told no second
+// time here: the monitor stops.
 TEST_F(DebugLogLive, ChangeWhileALogReads_IsNotLost) {
   Limit(7);
   Set(kLevel, 1);
   ASSERT_TRUE(Watch(L"fence"));
-  Behind(kLevel, [this] {
-    Set(kLevel, 2);
-    Settle();
-  });
+  const auto change = [this](const wchar_t* name, DWORD value) {
+    Behind(name, [this, name, value] {
+      Set(name, value);
+      Settle();
+      SettingsMonitor::GetInstance()->Stop();
+    });
+  };
+  change(kLevel, 2);
   const auto log = Make();
   EXPECT_FALSE(window.work);
   EXPECT_EQ(log->GetLogLevel(), 2u);
-  Behind(kCount, [this] {
-    Set(kCount, 9);
-    Settle();
-  });
+  SettingsMonitor::GetInstance()->Start();
+  change(kCount, 9);
   EXPECT_TRUE(log->UpdateSettings());
   EXPECT_EQ(log->GetSettings().count, 9u);
-  Behind(L"CreateDebugLog", [this] {
-    Set(L"CreateDebugLog", 1);
-    Settle();
-  });
+  SettingsMonitor::GetInstance()->Start();
+  change(L"CreateDebugLog", 1);
   EXPECT_TRUE(log->UpdateSettings() && log->print(L"on\n"));
   EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"on"}));
 }

@@ -406,6 +406,23 @@ TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater
   }
 }
 
+// The look after the arming fails, for it has one setting more to note than the look before.
+TEST_F(SettingsMonitorTest, MemoryRunsOutForTheLastLook_ItIsMadeLater) {
+  const ArmHook hook("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
+  Begin();
+  ASSERT_TRUE(Level(first));
+  Allocations allocations;
+  beforeArming = [&] {
+    Level(other);
+    PutLevel(2);
+    allocations.FailAt(1);
+  };
+  PutLevel(1);
+  EXPECT_EQ(first.Next(), L"1");
+  EXPECT_EQ(first.Next(), L"2");
+  EXPECT_TRUE(allocations.Failed());
+}
+
 TEST_F(SettingsMonitorTest, ThousandWritesOfAnotherProcess_TheLastOneArrives) {
   Begin();
   ASSERT_TRUE(Level(first));

@@ -71,7 +71,7 @@ void Put(const std::wstring& key, const std::wstring& name, unsigned long number
 void PutLevel(unsigned long level) { Put(LoggingKey(), kLevel, level); }
 
 /* Where the library asks the system for a signal, and what the test does in that moment. */
-std::function<void()> beforeArming;
+std::function<void()> beforeArming, beforeArmingAbove;
 std::atomic<HANDLE> loggingEvent, debugEvent;
 std::atomic<int> refusals; /* how many requests are refused from now on */
 HANDLE armedAbove;         /* a semaphore: requests for the coming of a missing key */
@@ -84,6 +84,7 @@ LSTATUS WINAPI Arm(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asyn
   }
   if (beforeArming) std::exchange(beforeArming, nullptr)();
   if (refusals > 0) return --refusals, ERROR_NO_SYSTEM_RESOURCES;
+  if (beforeArmingAbove && !subtree) std::exchange(beforeArmingAbove, nullptr)();
   if (armedAbove && !subtree) ::ReleaseSemaphore(armedAbove, 1, nullptr);
   return ::RegNotifyChangeKeyValue(key, subtree, filter, event, asynchronous);
 }
@@ -319,6 +320,12 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
     EXPECT_EQ(other.Next(), std::to_wstring(value));
     Settle();
   }
+  // It is back before its coming is waited for.
+  beforeArmingAbove = [] { PutLevel(99); };
+  ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, LoggingKey());
+  ::SetEvent(loggingEvent);
+  EXPECT_EQ(first.Next(), L"99");
+  Settle();
 }
 
 ULONGLONG playedClock;

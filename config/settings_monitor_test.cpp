@@ -71,7 +71,7 @@ void Put(const std::wstring& key, const std::wstring& name, unsigned long number
 void PutLevel(unsigned long level) { Put(LoggingKey(), kLevel, level); }
 
 /* Where the library asks the system for a signal, and what the test does in that moment. */
-std::function<void()> beforeArming;
+std::function<void()> beforeArming, beforeArmingAbove;
 std::atomic<HANDLE> loggingEvent, debugEvent;
 std::atomic<int> refusals; /* how many requests are refused from now on */
 HANDLE armedAbove;         /* a semaphore: requests for the coming of a missing key */
@@ -84,6 +84,7 @@ LSTATUS WINAPI Arm(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asyn
   }
   if (beforeArming) std::exchange(beforeArming, nullptr)();
   if (refusals > 0) return --refusals, ERROR_NO_SYSTEM_RESOURCES;
+  if (beforeArmingAbove && !subtree) std::exchange(beforeArmingAbove, nullptr)();
   if (armedAbove && !subtree) ::ReleaseSemaphore(armedAbove, 1, nullptr);
   return ::RegNotifyChangeKeyValue(key, subtree, filter, event, asynchronous);
 }
@@ -319,6 +320,12 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
     EXPECT_EQ(other.Next(), std::to_wstring(value));
     Settle();
   }
+  // It is back before its coming is waited for.
+  beforeArmingAbove = [] { PutLevel(99); };
+  ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, LoggingKey());
+  ::SetEvent(loggingEvent);
+  EXPECT_EQ(first.Next(), L"99");
+  Settle();
 }
 
 ULONGLONG playedClock;
@@ -404,6 +411,23 @@ TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater
     StoreValue(DebugKey(), L"Path", REG_SZ, text.c_str(), static_cast<DWORD>(text.size() * 2 + 2));
     ASSERT_EQ(first.Next(), text) << n;
   }
+}
+
+// The look after the arming fails, for it has one setting more to note than the look before.
+TEST_F(SettingsMonitorTest, MemoryRunsOutForTheLastLook_ItIsMadeLater) {
+  const ArmHook hook("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
+  Begin();
+  ASSERT_TRUE(Level(first));
+  Allocations allocations;
+  beforeArming = [&] {
+    Level(other);
+    PutLevel(2);
+    allocations.FailAt(1);
+  };
+  PutLevel(1);
+  EXPECT_EQ(first.Next(), L"1");
+  EXPECT_EQ(first.Next(), L"2");
+  EXPECT_TRUE(allocations.Failed());
 }
 
 TEST_F(SettingsMonitorTest, ThousandWritesOfAnotherProcess_TheLastOneArrives) {

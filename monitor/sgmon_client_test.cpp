@@ -193,6 +193,7 @@ TEST_F(SGMonClientTest, ForeignObjectOfTheEventsName_IsToldByAStatus) {
 
 int refusedEvent; /* 1 is the next one */
 std::wstring wakeUpName, accessList;
+BOOL isManualReset;
 
 TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
   const ImportHook<decltype(::CreateEventW)> events(
@@ -202,7 +203,7 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
           ::ConvertSecurityDescriptorToStringSecurityDescriptorW(
               attributes->lpSecurityDescriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text,
               nullptr);
-          wakeUpName = name, accessList = text, ::LocalFree(text);
+          wakeUpName = name, accessList = text, isManualReset = manual, ::LocalFree(text);
         }
         if (--refusedEvent != 0) return ::CreateEventW(attributes, manual, state, name);
         return ::SetLastError(ERROR_NOT_ENOUGH_MEMORY), HANDLE{};
@@ -215,6 +216,7 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
     EXPECT_EQ(client->GetErrorCode(), status) << next;
   }
   EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
+  EXPECT_TRUE(isManualReset) << "one signal reaches every client";
   EXPECT_NE(accessList.find(L"(A;;0x1f0fff;;;WD)"), std::wstring::npos) << "open to everyone";
   const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
                                                       [](auto) -> BOOL { return FALSE; });

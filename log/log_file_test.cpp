@@ -116,8 +116,9 @@ TEST_F(LogFileTest, Append_BeginsAnotherDocument_ButNotInAnEmptyFile) {
     EXPECT_TRUE(log.Open(mode, path.c_str()) && log.print(-1, L"x"));
   }  // the destructor closes
   EXPECT_EQ(Body(), L"x</joblog>" + kUnicodeHeader.substr(1) + L"x</joblog>");
-  MakeFile(path, "");
   LogFile log(messages, 0, -1, -1);
+  EXPECT_TRUE(log.Open(createNew, (folder / L"other.log").c_str()) && log.Close());
+  MakeFile(path, "");
   EXPECT_EQ(log.Open(append, path.c_str()), 0);
   EXPECT_NE(log.GetErrorCode(), 0u);
   EXPECT_TRUE(log.print(-1, L"text") && log.Close());

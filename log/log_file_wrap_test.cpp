@@ -98,7 +98,7 @@ TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
 
 // A text goes in whole or not at all, so the log reads on where there is room again.
 TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
-  for (const std::uint64_t room : {0u, 1u, 7u, 80u}) {
+  for (const std::uint64_t room : {0u, 1u, 7u, 80u, 100u}) {
     LogFile log(messages, 1, -1, -1);
     ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
     {

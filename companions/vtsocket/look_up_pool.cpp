@@ -26,6 +26,11 @@ HANDLE WorkSemaphore() {
   return work.compare_exchange_strong(known, made.Get()) ? made.Release() : known;
 }
 
+/* At the unloading of the DLL, when nothing runs in it. */
+[[gnu::destructor]] void CloseWork() {
+  const platform::OwnedKernelObject semaphore(work.exchange(nullptr));
+}
+
 /* A reference to this DLL, which the thread that gets it gives back as its last act. */
 HMODULE ReferToThisModule() {
   HMODULE module = nullptr;
@@ -42,26 +47,19 @@ HMODULE ThisModule() {
   return module;
 }
 
-void WaitForAnswer(const LookUp& lookUp) {
+/* True when it has come: the pool then knows the look-up no more. */
+bool WaitForAnswer(const LookUp& lookUp) {
   for (ULONGLONG now; (now = ::GetTickCount64()) < lookUp.deadline;) {
     const auto part = static_cast<DWORD>(std::min<ULONGLONG>(lookUp.deadline - now, INFINITE - 1));
-    if (::WaitForSingleObject(lookUp.answered.Get(), part) != WAIT_TIMEOUT) return;
+    const DWORD result = ::WaitForSingleObject(lookUp.answered.Get(), part);
+    if (result != WAIT_TIMEOUT) return result == WAIT_OBJECT_0;
   }
+  return false;
 }
 
 }  // namespace
 
 constinit LookUpPool lookUpPool;
-
-namespace {
-
-/* At the unloading of the DLL, when nothing runs in it. */
-[[gnu::destructor]] void CloseObjects() {
-  const platform::OwnedKernelObject semaphore(work.exchange(nullptr));
-  lookUpPool.Close();
-}
-
-}  // namespace
 
 LookUp::LookUp(const char* node, const char* service, const addrinfo* hints)
     : node(node ? node : ""),
@@ -96,18 +94,17 @@ int LookUpPool::Ask(std::unique_ptr<LookUp> lookUp, ULONGLONG limit, addrinfo** 
   const ULONGLONG now = ::GetTickCount64();
   lookUp->deadline = limit < ULLONG_MAX - now ? now + limit : ULLONG_MAX;
   ServeQueue(lookUp.get());
-  WaitForAnswer(*lookUp);
-  {
-    platform::ScopedKillSafeLock scope(lock);
-    if (lookUp->state == LookUp::State::answered) {
-      *result = std::exchange(lookUp->list, nullptr);
-      return lookUp->error;
-    }
+  if (!WaitForAnswer(*lookUp)) {
+    ScopedPassingLock scope(lock);
     if (lookUp->state == LookUp::State::queued) {
       Remove(lookUp.get());
-    } else {
+    } else if (lookUp->state != LookUp::State::answered) {
       lookUp.release()->isAbandoned = true;  // to the thread that runs it
     }
+  }
+  if (lookUp && lookUp->state == LookUp::State::answered) {
+    *result = std::exchange(lookUp->list, nullptr);
+    return lookUp->error;
   }
   ServeQueue();  // somebody who still waits gets the place
   return WSAETIMEDOUT;
@@ -155,7 +152,7 @@ void LookUpPool::ServeQueue(LookUp* arrived) {
     bool wake = false;
     LookUp* next = nullptr;
     {
-      platform::ScopedKillSafeLock scope(lock);
+      ScopedPassingLock scope(lock);
       if (LookUp* const lookUp = std::exchange(arrived, nullptr)) Append(lookUp);
       next = NextToStart(wake);
     }
@@ -177,6 +174,7 @@ LookUp* LookUpPool::NextToStart(bool& wake) {
 
 bool LookUpPool::StartThread(LookUp* lookUp) {
   const HMODULE module = ReferToThisModule();
+  if (!module) return false;
   const platform::OwnedKernelObject thread(
       ::CreateThread(nullptr, 0, &LookUpPool::ThreadMain, lookUp, 0, nullptr));
   if (thread) return true;
@@ -187,7 +185,7 @@ bool LookUpPool::StartThread(LookUp* lookUp) {
 
 void LookUpPool::Refuse(LookUp* lookUp) {
   std::unique_ptr<LookUp> abandoned;
-  platform::ScopedKillSafeLock scope(lock);
+  ScopedPassingLock scope(lock);
   lookUp->error = WSA_NOT_ENOUGH_MEMORY;
   abandoned = Settle(lookUp);
 }
@@ -201,7 +199,7 @@ std::unique_ptr<LookUp> LookUpPool::Settle(LookUp* lookUp) {
 
 void LookUpPool::Answer(LookUp& lookUp) {
   lookUp.state = LookUp::State::answered;
-  // Under the lock: as soon as that is free, the caller may take the answer and free the look-up.
+  // The last that is done to it: the caller, who waits without the lock, frees the look-up.
   ::SetEvent(lookUp.answered.Get());
 }
 
@@ -212,7 +210,7 @@ DWORD WINAPI LookUpPool::ThreadMain(void* lookUp) {
 
 void LookUpPool::Work(LookUp* lookUp) {
   {
-    platform::ScopedKillSafeLock scope(lock);
+    ScopedPassingLock scope(lock);
     lookUp->state = LookUp::State::running;
   }
   while (lookUp) {
@@ -224,7 +222,7 @@ void LookUpPool::Work(LookUp* lookUp) {
 LookUp* LookUpPool::Next(LookUp* done) {
   {
     std::unique_ptr<LookUp> abandoned;
-    platform::ScopedKillSafeLock scope(lock);
+    ScopedPassingLock scope(lock);
     if (done->error != 0) FailTwins(*done);
     abandoned = Settle(done);
     if (LookUp* const next = Take()) return next;
@@ -248,7 +246,7 @@ void LookUpPool::FailTwins(const LookUp& lookUp) {
 LookUp* LookUpPool::WaitForWork() {
   for (;;) {
     const DWORD result = ::WaitForSingleObject(WorkSemaphore(), kIdleMilliseconds);
-    platform::ScopedKillSafeLock scope(lock);
+    ScopedPassingLock scope(lock);
     LookUp* const next = Take();
     if (!next && result == WAIT_OBJECT_0) continue;
     --idle;

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/kill_safe_lock.h"
+#include "companions/vtsocket/passing_lock.h"
 #include "platform/owned.h"
 
 namespace vtclass::vtsocket {
@@ -76,8 +76,6 @@ struct LookUp {
 class LookUpPool {
  public:
   constexpr LookUpPool() = default;
-  /* When the DLL is unloaded. */
-  void Close() { lock.Close(); }
 
   /* Moves the answer to `*result`. WSAETIMEDOUT when there is none after `limit` milliseconds. */
   int Ask(std::unique_ptr<LookUp> lookUp, ULONGLONG limit, addrinfo** result);
@@ -120,7 +118,7 @@ class LookUpPool {
   LookUp* WaitForWork();
   LookUp* Take() VTCLASS_REQUIRES(lock);
 
-  platform::KillSafeLock lock;
+  PassingLock lock;
   /* All look-ups that have no answer, in the order in which they came. */
   LookUp* first VTCLASS_GUARDED_BY(lock) = nullptr;
   unsigned idle VTCLASS_GUARDED_BY(lock) = 0; /* threads that wait for work */

@@ -194,6 +194,7 @@ struct MonitoredValue {
  * Threads: registering and removing from any thread. GetInstance's first call, Start, Stop and
  * DestroyInstance belong to one thread at a time. None of them inside DllMain: a thread neither
  * begins nor ends while DllMain runs.
+ * A thread that is terminated inside one of them keeps the monitor's lock for ever.
  *
  * Unloading: call DestroyInstance before. The monitor's thread keeps the library loaded until it
  * ends, so that a host that forgets it does not crash. At process exit the thread ends with it.

@@ -213,11 +213,11 @@ TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
   wchar_t before[MAX_PATH] = L"";
   ASSERT_NE(::GetCurrentDirectoryW(MAX_PATH, before), 0u);
   Limit(1);
-  Set(L"CreateDebugLog", 1);
   MakeFile(other / L"trace.log", "another's");
   for (const bool live : {false, true}) {
     ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
     MakeFile(path, std::string(2 * kMegabyte, 'o'));
+    Set(L"CreateDebugLog", 0);
     std::unique_ptr<DebugLog> log;
     if (live) {
       log.reset(LogFileFactory(messages, 0).CreateDebugLog(nullptr, L"trace.log"));
@@ -225,7 +225,8 @@ TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
       log = std::make_unique<OpenDebugLog>(messages, 0, L".\\trace.log", openAppend);
     }
     ASSERT_TRUE(::SetCurrentDirectoryW(other.Path().c_str()));
-    EXPECT_TRUE(log->print(L"rolled\n") && log->print(L"on\n") && log->UpdateSettings());
+    Set(L"CreateDebugLog", 1);
+    EXPECT_TRUE(log->UpdateSettings() && log->print(L"on\n"));
     ASSERT_TRUE(::SetCurrentDirectoryW(before));
     EXPECT_EQ(log->GetFileName(), path);
     EXPECT_TRUE(FileBytes(Rotated(1)).starts_with("ooo"));

@@ -247,6 +247,27 @@ TEST_F(DebugLogLive, OutlivesTheMonitor_AndMakesNone) {
   Settle();
 }
 
+// A part of a line could not be cut off, and then the file has become too large.
+TEST_F(DebugLogLive, PartOfALine_NeitherWrapsNorRolls) {
+  Set(L"CreateDebugLog", 1);
+  ASSERT_TRUE(Watch(L"fence"));
+  for (const DWORD mode : {0u, 1u}) {
+    Set(L"MaxDebugFile Enabled", 0);
+    MakeFile(path, "\xFF\xFE" + std::string(3 << 20, '\n') + std::string("\r\0\n\0", 4));
+    const auto log = Make();
+    {
+      const FileFaults faults({.room = 31, .failingCuts = 1});
+      EXPECT_EQ(log->print(L"%100d\n", 1), 0);
+    }
+    Limit(1, mode);
+    Settle();
+    EXPECT_TRUE(log->print(L"after\n"));
+    EXPECT_EQ(LinesIn(path).back(), L"after");
+    EXPECT_EQ(LinesIn(mode ? path : Rotated(1)).rbegin()[mode], kOn);
+    EXPECT_EQ(FileBytes(Rotated(1)).size() % 2, 0u);
+  }
+}
+
 TEST_F(DebugLogLive, HeldFile_IsOpenedByALaterLine) {
   Set(L"CreateDebugLog", 1);
   for (const bool live : {true, false}) {

@@ -159,24 +159,6 @@ TEST_F(DebugLogTest, FullDisk_LosesWholeLinesOnly_AndCountsThem) {
   }
 }
 
-// A roll comes between: what is left of a line is cut off before.
-TEST_F(DebugLogTest, PartOfALine_NeitherWrapsNorRolls) {
-  for (const DWORD mode : {0u, 1u}) {
-    Limit(1, mode);
-    MakeFile(path, "\xFF\xFE" + std::string(2 << 20, '\n'));
-    OpenDebugLog log(messages, 1, path, openAppend);
-    {
-      const FileFaults faults({.room = mode ? 61u : 3u, .failingCuts = 2});
-      EXPECT_EQ(log.print(L"%100d\n", 1), 0);
-    }
-    EXPECT_TRUE(log.print(L"after\n"));
-    EXPECT_TRUE(TextIn(path).ends_with(mode ? L"\x0A0A"
-                                              L"after\r\n"
-                                            : L"after\r\n"));
-    EXPECT_EQ(FileBytes(path).size() % 2 + FileBytes(Rotated(1)).size() % 2, 0u);
-  }
-}
-
 // And where the buffers are large enough, a print makes none.
 TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   Limit(1);

@@ -48,7 +48,7 @@ struct ThreadPool::State {
 
   bool Owns(const ThreadPoolCall* call) const { return call->pool == self; }
   bool IsPending(const ThreadPoolCall* call) VTCLASS_REQUIRES(lock);
-  void AddPending(RefPointer<ThreadPoolCall> call) VTCLASS_REQUIRES(lock);
+  void AddPending(RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
   RefPointer<ThreadPoolCall> TakePending(std::size_t i) VTCLASS_REQUIRES(lock);
   void Dispatch(RefPointer<ThreadPoolCall>& call) VTCLASS_REQUIRES(lock);
   void ReserveWorkers(std::size_t more) VTCLASS_REQUIRES(lock);
@@ -87,7 +87,7 @@ bool ThreadPool::State::IsPending(const ThreadPoolCall* call) {
   return Owns(call) ? call->pendingEntries > 0 : Holds(pending, call);
 }
 
-void ThreadPool::State::AddPending(RefPointer<ThreadPoolCall> call) {
+void ThreadPool::State::AddPending(RefPointer<ThreadPoolCall>& call) {
   pending.Reserve(1);
   if (Owns(call.get())) ++call->pendingEntries;
   pending.PushBack(std::move(call));
@@ -103,7 +103,7 @@ RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
 void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall>& call) {
   const bool reuse = keepIdleThreads && !idle.empty();
   if (!reuse && !std::cmp_less(busy.size(), maxThreads)) {
-    AddPending(std::move(call));
+    AddPending(call);
     return;
   }
   // All memory first: what follows cannot fail half-way.
@@ -343,7 +343,7 @@ void ThreadPool::EnqueueCall(RefPointer<ThreadPoolCall> call) {
     const ScopedLock hold(state->lock);
     if (state->closed) return;
     if (Holds(state->executing, call.get())) {
-      if (!state->IsPending(call.get())) state->AddPending(std::move(call));
+      if (!state->IsPending(call.get())) state->AddPending(call);
       return;
     }
     state->Dispatch(call);

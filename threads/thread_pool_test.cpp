@@ -215,12 +215,6 @@ TEST_F(Pool, CallsAreDestroyedOutsideTheLock) {
   used = &pool;
   Post(pool, [] {}, use);
   EXPECT_TRUE(Await(&AllAreDead));
-  RefPointer<ThreadPoolCall> entered = new PoolCall(&pool, [] {}, use);
-  ThreadPoolCall* const call = entered.get();
-  pool.ThreadCallStartExecuting(std::exchange(entered, nullptr));
-  call->AddRef();
-  pool.ThreadCallStopExecuting(RefPointer<ThreadPoolCall>(call));
-  call->Release();
 }
 
 // The call that never ran, as no thread started, dies with the pool, and posts.

@@ -204,6 +204,7 @@ DWORD WINAPI PostInTheLastMoment(HANDLE, DWORD) {
 HANDLE WINAPI RefuseSemaphore(LPSECURITY_ATTRIBUTES, LONG, LONG, LPCWSTR) { return nullptr; }
 
 TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsAtOnce) {
+  releases = 0;
   WorkerThread worker(WorkerThread::ComNone, "count");
   WorkerCall call(&worker, [] {});
   const ImportHook<decltype(::ReleaseSemaphore)> hook("KERNEL32.dll", "ReleaseSemaphore",

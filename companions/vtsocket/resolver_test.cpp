@@ -154,6 +154,8 @@ bool Eventually(const std::function<bool()>& holds) {
   return true;
 }
 
+std::vector<OwnedKernelObject>* keptThreads;
+
 HANDLE WINAPI CountedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
                                   LPTHREAD_START_ROUTINE start, void* argument, DWORD flags,
                                   DWORD* id) {
@@ -165,7 +167,12 @@ HANDLE WINAPI CountedCreateThread(SECURITY_ATTRIBUTES* attributes, SIZE_T stack,
     return nullptr;
   }
   ++threadsStarted;
-  return ::CreateThread(attributes, stack, start, argument, flags, id);
+  const HANDLE thread = ::CreateThread(attributes, stack, start, argument, flags, id);
+  HANDLE kept = nullptr;
+  if (keptThreads && ::DuplicateHandle(::GetCurrentProcess(), thread, ::GetCurrentProcess(), &kept,
+                                       SYNCHRONIZE, FALSE, 0))
+    keptThreads->emplace_back(kept);
+  return thread;
 }
 BOOL WINAPI CountedCloseHandle(HANDLE handle) {
   Pass();
@@ -271,7 +278,8 @@ class GetAddrInfoWithTimeOut : public ::testing::Test {
     Join();
     EXPECT_TRUE(Eventually([&] {
       return fake.asked == fake.failed + fake.answered && fake.answered == fake.taken + fake.freed;
-    })) << "a look-up has not come to its end";
+    })) << "a look-up has not come to its end: "
+        << fake.asked << fake.failed << fake.answered << fake.taken << fake.freed;
   }
 
   int Ask(const std::string& node, std::optional<timeval> limit, const char* service = nullptr,
@@ -520,6 +528,8 @@ struct Question {
 TEST(KilledCaller, CostsItsOwnLookUpAlone) {
   Resolver fake;
   resolver = &fake;
+  std::vector<OwnedKernelObject> threads;
+  keptThreads = &threads;
   const Hooks hooks(::GetModuleHandleW(L"vtsocket.dll"));
   static int pass = 0;
   const std::string names = "hang " + std::to_string(++pass) + " ";
@@ -554,7 +564,9 @@ TEST(KilledCaller, CostsItsOwnLookUpAlone) {
   ::SetEvent(fake.release.Get());
   EXPECT_EQ(ask("host"), 0u);
   EXPECT_EQ(ask(names + "0"), 0u) << "the name of the one that was killed while it waited";
-  EXPECT_TRUE(Eventually([&] { return fake.running == 0; }));
+  keptThreads = nullptr;
+  for (const auto& thread : threads)
+    EXPECT_EQ(::WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0);
 }
 
 class VTDnsResolver : public GetAddrInfoWithTimeOut {

@@ -243,13 +243,16 @@ TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {
     whole += std::to_string(100000 + n) + std::string(1992, '-') + "\r\n";
   }
   const std::string newest = whole.substr(whole.size() - std::size_t{524} * 2000);
-  for (const bool isShort : {false, true}) {
+  struct Row {
+    bool isShort, isLost;
+  };
+  for (const Row row : {Row{false, false}, Row{true, false}, Row{false, true}}) {
     int failures = 0;
     for (int n = 1, calls = n; n <= calls; n += n < 12 || n > calls - 8 ? 1 : 13) {
       MakeFile(path, whole);
       OpenDebugLog log(messages, 0, path, openAppend);
       {
-        const FileFaults faults({.failAt = n, .isShort = isShort});
+        const FileFaults faults({.failAt = n, .isShort = row.isShort, .isLost = row.isLost});
         log.print(L"next\n");
         calls = faultPlan.calls;
       }

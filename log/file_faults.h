@@ -15,6 +15,7 @@ struct FaultPlan {
   int failAt = 0;             /* the call that fails */
   bool isShort = false;       /* if it reads or writes, it moves a byte less and succeeds */
   std::uint64_t room = ~0ull; /* the bytes that the disk still takes */
+  bool isLost = false;        /* the next way to the end behind the failed call fails too */
   int failingCuts = 0;        /* how many, from the first one on, fail */
   int calls = 0;
 };
@@ -27,7 +28,12 @@ inline bool Fails() {
 }
 
 inline BOOL WINAPI Seek(HANDLE file, LARGE_INTEGER to, PLARGE_INTEGER at, DWORD how) {
-  return !Fails() && ::SetFilePointerEx(file, to, at, how);
+  const bool isLost = how == FILE_END && faultPlan.isLost && faultPlan.calls >= faultPlan.failAt;
+  if (Fails()) return FALSE;
+  if (!isLost) return ::SetFilePointerEx(file, to, at, how);
+  faultPlan.isLost = false;
+  ::SetLastError(ERROR_IO_DEVICE);
+  return FALSE;
 }
 inline BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD done,
                         LPOVERLAPPED overlapped) {

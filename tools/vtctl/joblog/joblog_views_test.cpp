@@ -190,7 +190,6 @@ TEST(WriteWholeFile, Failure_LeavesTheOldFileAndNothingElse) {
     LogInput reader;
     ASSERT_EQ(reader.Open(path), ERROR_SUCCESS);
     EXPECT_TRUE(reader.IsSameFile(path));
-    EXPECT_FALSE(reader.IsOpenElsewhere());
   }
   ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
   const HANDLE held =
@@ -198,7 +197,6 @@ TEST(WriteWholeFile, Failure_LeavesTheOldFileAndNothingElse) {
                     nullptr, OPEN_EXISTING, 0, nullptr);
   LogInput reader;
   EXPECT_EQ(reader.Open(path), ERROR_SUCCESS);
-  EXPECT_TRUE(reader.IsOpenElsewhere());
   EXPECT_NE(WriteWholeFile(path, "new"), ERROR_SUCCESS);
   ::CloseHandle(held);
   EXPECT_EQ(vtclass::test::FileBytes(path), "old");

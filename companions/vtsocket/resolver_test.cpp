@@ -403,7 +403,7 @@ TEST_F(GetAddrInfoWithTimeOut, AThousandHungCalls_LeakNothingAndShareOneThread) 
     });
   Join();
   EXPECT_EQ(threadsStarted, 1);
-  EXPECT_EQ(handlesClosed, 999 + threadsStarted);
+  EXPECT_GE(handlesClosed, 999 + threadsStarted) << "more where the lock was found taken";
   EXPECT_EQ(fake.freed, 0);
   ::SetEvent(fake.release.Get());
   EXPECT_TRUE(Eventually([&] { return blocks == heap; })) << blocks - heap;

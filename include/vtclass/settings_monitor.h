@@ -168,7 +168,8 @@ struct MonitoredValue {
  * What arrives. After a change the subscriber gets the value that is stored then; of several quick
  * changes the last one always arrives, those in between may not. Nobody is called for a value that
  * is as it was (which for a value never seen is 0 or the empty text), is missing, or has another
- * type: the old value then stays, and counts when the value returns. A number is not checked
+ * type: the old value then stays, and counts when the value returns; only a Setting that tells
+ * always is told its value whenever the key changes and it can be read. A number is not checked
  * against its range. Changes below a watched key wake the monitor but concern no setting of it.
  * Registering reads the value once and calls nobody: register first, then read your own copy, and
  * no change is missed. A change made while the monitor is stopped arrives after Start.

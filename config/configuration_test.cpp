@@ -400,19 +400,20 @@ TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing)
   };
   ASSERT_TRUE(operations[0]());
   int failures = 0;
-  for (const auto& operation : operations) {
-    for (long n = 1;; ++n) {
-      text = wcstring(L"before");
-      items = {longText, longText};
-      Allocations allocations;
-      allocations.FailAt(n);
-      const bool ok = operation();
-      if (!allocations.Failed()) break;
-      ++failures;
-      EXPECT_EQ(Result(ok), Status(ERROR_NOT_ENOUGH_MEMORY));
-      EXPECT_EQ(items.size(), &operation == &operations[4] ? 0u : 2u);
-      EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
-    }
+  for (const HMODULE side : {LibraryUnderTest(), ThisProgram()}) {
+    for (const auto& operation : operations)
+      for (long n = 1;; ++n) {
+        text = wcstring(L"before");
+        items = {longText, longText};
+        Allocations allocations(side);
+        allocations.FailAt(n);
+        const bool ok = operation();
+        if (!allocations.Failed()) break;
+        ++failures;
+        EXPECT_EQ(Result(ok), Status(ERROR_NOT_ENOUGH_MEMORY));
+        EXPECT_EQ(items.size(), &operation == &operations[4] ? 0u : 2u);
+        EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
+      }
   }
   EXPECT_GE(failures, 5);
   settings.Close();

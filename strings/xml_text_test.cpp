@@ -12,6 +12,7 @@ namespace {
 using vtclass::strings::RandomText;
 using vtclass::test::Allocations;
 using vtclass::test::FailEachAllocation;
+using vtclass::test::FailEachAllocationOfBothSides;
 namespace reference = vtclass::strings::reference;
 
 std::wstring UpToZero(const std::wstring& text) { return text.substr(0, text.find(L'\0')); }
@@ -86,8 +87,8 @@ TEST(makeXmlStrBufferValid, AllocationFails_KeepsTheText) {
   for (const std::size_t length : {100u, 3000u}) {
     const std::wstring original = L"clean" + std::wstring(length, L'&');
     wcstring text(original);
-    const long failed = FailEachAllocation([&] { makeXmlStrBufferValid(text); },
-                                           [&] { ASSERT_EQ(text, original); });
+    const long failed = FailEachAllocationOfBothSides([&] { makeXmlStrBufferValid(text); },
+                                                      [&] { ASSERT_EQ(text, original); });
     EXPECT_GT(failed, 0);
     std::wstring buffer = original + std::wstring(length * 4 + 20, L'\0');
     const std::wstring before = buffer;

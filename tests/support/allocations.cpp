@@ -49,7 +49,8 @@ Allocations::Allocations(HMODULE module) : mallocHook("msvcrt.dll", "malloc", &M
   failAt = 0;
 }
 
-Allocations::~Allocations() = default;
+// The next one's own allocations are none to fail.
+Allocations::~Allocations() { failAt = 0; }
 
 long Allocations::Count() const { return allocationCount; }
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-using vtclass::test::FailEachAllocationOfBothSides;
+using vtclass::test::FailEachAllocation;
 using vtclass::test::ImportHook;
 
 // Every page that the library takes for granted, standing names, stateful, EBCDIC and symbol pages,
@@ -202,14 +202,18 @@ TEST(Conversion, LengthBeyondThePlatforms_ThrowsLengthError) {
 TEST(Conversion, AllocationFails_ThrowsAndKeepsTheContents) {
   for (const std::wstring& source :
        {std::wstring(100, L'x'), std::wstring(5000, L'x'), std::wstring(500, L'\u65E5')}) {
-    cstring narrow("before", cstring::utf8);
-    long failed = FailEachAllocationOfBothSides(
-        [&] { narrow.assign(source.data(), source.size()); }, [&] { ASSERT_EQ(narrow, "before"); });
-    EXPECT_GT(failed, 0);
-    wcstring wide(L"before");
-    failed = FailEachAllocationOfBothSides(
-        [&] { wide.assign(narrow.data(), narrow.size(), cstring::utf8); },
-        [&] { ASSERT_EQ(wide, L"before"); });
+    cstring narrow(cstring::utf8);
+    wcstring wide;
+    long failed = 0;
+    for (const HMODULE side : {vtclass::test::LibraryUnderTest(), vtclass::test::ThisProgram()}) {
+      narrow.std::string::assign("before");
+      failed += FailEachAllocation([&] { narrow.assign(source.data(), source.size()); },
+                                   [&] { ASSERT_EQ(narrow, "before"); }, side);
+      wide = L"before";
+      failed +=
+          FailEachAllocation([&] { wide.assign(narrow.data(), narrow.size(), cstring::utf8); },
+                             [&] { ASSERT_EQ(wide, L"before"); }, side);
+    }
     EXPECT_GT(failed, 0);
     EXPECT_EQ(wide, source);
   }

@@ -63,13 +63,6 @@ long FailEachAllocation(Work work, Check check, HMODULE module = LibraryUnderTes
   }
 }
 
-/* The same on both sides of the DLL's border, one after the other. */
-template <typename Work, typename Check>
-long FailEachAllocationOfBothSides(Work work, Check check) {
-  const long own = FailEachAllocation(work, check, ThisProgram());
-  return own + FailEachAllocation(work, check);
-}
-
 }  // namespace vtclass::test
 
 #endif

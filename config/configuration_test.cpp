@@ -421,7 +421,7 @@ TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing)
       EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
     }
   }
-  EXPECT_GE(failures, 5);
+  EXPECT_GE(failures, 4);  // those of the caller: tests/border_test.cpp
   settings.Close();
   for (const auto& operation : operations) {
     EXPECT_EQ(Result(operation()), Status(ERROR_INVALID_HANDLE));

@@ -60,7 +60,7 @@ TEST_F(RegistryIterators, Values_GiveNameTypeAndData) {
   for (const wchar_t* name = values.First(); name; name = values.Next()) {
     met[name] = {values.getType(), values.getDataSize()};
     if (name != longName) continue;
-    Allocations allocations;
+    Allocations allocations(ThisProgram());
     allocations.FailAt(2);
     EXPECT_FALSE(values.getData(items));
     EXPECT_TRUE(values.getData(items));

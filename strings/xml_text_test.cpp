@@ -85,9 +85,13 @@ TEST(makeXmlStrBufferValid, CleanText_AllocatesNothing) {
 TEST(makeXmlStrBufferValid, AllocationFails_KeepsTheText) {
   for (const std::size_t length : {100u, 3000u}) {
     const std::wstring original = L"clean" + std::wstring(length, L'&');
-    wcstring text(original);
-    const long failed = FailEachAllocation([&] { makeXmlStrBufferValid(text); },
-                                           [&] { ASSERT_EQ(text, original); });
+    wcstring text;
+    long failed = 0;
+    for (const HMODULE side : {vtclass::test::LibraryUnderTest(), vtclass::test::ThisProgram()}) {
+      text = original;
+      failed += FailEachAllocation([&] { makeXmlStrBufferValid(text); },
+                                   [&] { ASSERT_EQ(text, original); }, side);
+    }
     EXPECT_GT(failed, 0);
     std::wstring buffer = original + std::wstring(length * 4 + 20, L'\0');
     const std::wstring before = buffer;

@@ -12,34 +12,45 @@ std::atomic<long> failAt;
 // True when this allocation is the one that must fail.
 bool CountOne() { return allocationCount.fetch_add(1) + 1 == failAt.load(); }
 
-void* Malloc(std::size_t size) { return CountOne() ? nullptr : std::malloc(size); }
+// The functions themselves: this program's way to them may be the hooked one.
+template <typename Function>
+Function* Real(const char* function) {
+  return reinterpret_cast<Function*>(
+      reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), function)));
+}
+const auto realMalloc = Real<decltype(std::malloc)>("malloc");
+const auto realCalloc = Real<decltype(std::calloc)>("calloc");
+const auto realRealloc = Real<decltype(std::realloc)>("realloc");
+
+void* Malloc(std::size_t size) { return CountOne() ? nullptr : realMalloc(size); }
 void* Calloc(std::size_t count, std::size_t size) {
-  return CountOne() ? nullptr : std::calloc(count, size);
+  return CountOne() ? nullptr : realCalloc(count, size);
 }
 void* Realloc(void* memory, std::size_t size) {
-  return CountOne() ? nullptr : std::realloc(memory, size);
+  return CountOne() ? nullptr : realRealloc(memory, size);
 }
 
-bool Imports(const char* function) {
-  return FindImport(LibraryUnderTest(), "msvcrt.dll", function) != nullptr;
+bool Imports(HMODULE module, const char* function) {
+  return FindImport(module, "msvcrt.dll", function) != nullptr;
 }
 
 }  // namespace
 
-Allocations::Allocations() : mallocHook("msvcrt.dll", "malloc", &Malloc) {
+Allocations::Allocations(HMODULE module) : mallocHook("msvcrt.dll", "malloc", &Malloc, module) {
+  if (Imports(module, "calloc")) {
+    callocHook = std::make_unique<ImportHook<decltype(std::calloc)>>("msvcrt.dll", "calloc",
+                                                                     &Calloc, module);
+  }
+  if (Imports(module, "realloc")) {
+    reallocHook = std::make_unique<ImportHook<decltype(std::realloc)>>("msvcrt.dll", "realloc",
+                                                                       &Realloc, module);
+  }
   allocationCount = 0;
   failAt = 0;
-  if (Imports("calloc")) {
-    callocHook =
-        std::make_unique<ImportHook<decltype(std::calloc)>>("msvcrt.dll", "calloc", &Calloc);
-  }
-  if (Imports("realloc")) {
-    reallocHook =
-        std::make_unique<ImportHook<decltype(std::realloc)>>("msvcrt.dll", "realloc", &Realloc);
-  }
 }
 
-Allocations::~Allocations() = default;
+// The next one's own allocations are none to fail.
+Allocations::~Allocations() { failAt = 0; }
 
 long Allocations::Count() const { return allocationCount; }
 

@@ -17,7 +17,9 @@ namespace vtclass::test {
  */
 class Allocations {
  public:
-  Allocations();
+  /* Of another module than the DLL when one is named: ThisProgram(), where what the library fills
+   * for its caller is allocated. */
+  explicit Allocations(HMODULE module = LibraryUnderTest());
   ~Allocations();
   Allocations(const Allocations&) = delete;
   Allocations& operator=(const Allocations&) = delete;
@@ -37,15 +39,17 @@ class Allocations {
   std::unique_ptr<ImportHook<decltype(std::realloc)>> reallocHook;
 };
 
+inline HMODULE ThisProgram() { return ::GetModuleHandleW(nullptr); }
+
 /*
  * Runs `work` again and again while its first, second, third, ... allocation fails, until none
  * does. Each failure must come out as std::bad_alloc; `check` then looks at what is left behind.
  * Returns how many failed.
  */
 template <typename Work, typename Check>
-long FailEachAllocation(Work work, Check check) {
+long FailEachAllocation(Work work, Check check, HMODULE module = LibraryUnderTest()) {
   for (long n = 1;; ++n) {
-    Allocations allocations;
+    Allocations allocations(module);
     allocations.FailAt(n);
     bool thrown = false;
     try {

@@ -133,7 +133,7 @@ TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
                                 {L"nameless", 3, 1, 1, false, L""},
                                 {L"nameless", 9, 0, 0, false, L""},
                                 {own, 0, 0, 0, isFull, isFull ? L"NODE1" : own}};
-  for (const ConversionRow& row : rows) row.Expect(copy(&VTConvertServerNamePlus));
+  for (const ConversionRow& row : rows) row.Expect(copy(&vtclass::border::VTConvertServerNamePlus));
 }
 
 TEST_F(ClusterNames, NodeNameIntoABuffer) {
@@ -159,7 +159,8 @@ TEST_F(ClusterNames, NodeNameIntoABuffer) {
 
 // What fails half-way leaves nothing half-filled.
 TEST_F(ClusterNames, FailuresClearTheNames) {
-  int (*const nodeName)(wcstring&) = &GetComputerNodeName;
+  using Fetch = int(const vtclass::border::WideSink&) noexcept;
+  Fetch* const nodeName = &vtclass::border::GetComputerNodeName;
   wcstring out = L"old";
   EXPECT_NE(copy(nodeName)(out), 0);
   EXPECT_EQ(out, L"NODE1");
@@ -170,7 +171,8 @@ TEST_F(ClusterNames, FailuresClearTheNames) {
   const ImportHook<int(wchar_t*, unsigned long*)> nameless(
       "vtcluster.dll", "_Z17VTGetComputerNamePwPm", [](wchar_t*, unsigned long*) { return 0; },
       copy.Module());
-  for (int (*const fetch)(wcstring&) : {nodeName, &GetComputerNameInString}) {
+  for (Fetch* const fetch :
+       {nodeName, static_cast<Fetch*>(&vtclass::border::GetComputerNameInString)}) {
     out = L"old";
     EXPECT_EQ(copy(fetch)(out), 0);
     EXPECT_EQ(out, L"");

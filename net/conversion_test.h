@@ -13,8 +13,10 @@ struct ConversionRow {
   bool isLocal;
   wcstring out;
 
-  void Expect(decltype(&vtclass::VTConvertServerNamePlus) convert =
-                  &vtclass::VTConvertServerNamePlus) const {
+  /* Of a copy of the library its own function is asked: the one that a header compiles into this
+   * program leads to the library that this program is linked with. */
+  template <typename Convert = decltype(&vtclass::VTConvertServerNamePlus)>
+  void Expect(Convert convert = &vtclass::VTConvertServerNamePlus) const {
     wcstring text = in;  // input and output at once
     bool local = !isLocal;
     unsigned long said = 99;

@@ -74,16 +74,16 @@ class Remembered : public ::testing::Test {
     wcstring name;
     bool isLocal = false;
     unsigned long status = 0;
-    copy (&VTConvertServerNamePlus)(L"127.0.0.1", name, computerNameDnsHostname, false, &isLocal,
-                                    &status);
+    copy (&vtclass::border::VTConvertServerNamePlus)(L"127.0.0.1", name, computerNameDnsHostname,
+                                                     false, &isLocal, &status);
     return name;
   }
   unsigned long NameOfForeign() const {
     wcstring name;
     bool isLocal = false;
     unsigned long status = 0;
-    return copy(&VTConvertServerNamePlus)(L"192.0.2.1", name, computerNameDnsHostname, false,
-                                          &isLocal, &status);
+    return copy(&vtclass::border::VTConvertServerNamePlus)(
+        L"192.0.2.1", name, computerNameDnsHostname, false, &isLocal, &status);
   }
 
   Stop here;

@@ -26,11 +26,6 @@ HANDLE WorkSemaphore() {
   return work.compare_exchange_strong(known, made.Get()) ? made.Release() : known;
 }
 
-/* At the unloading of the DLL, when nothing runs in it. */
-[[gnu::destructor]] void CloseWork() {
-  const platform::OwnedKernelObject semaphore(work.exchange(nullptr));
-}
-
 /* A reference to this DLL, which the thread that gets it gives back as its last act. */
 HMODULE ReferToThisModule() {
   HMODULE module = nullptr;
@@ -262,3 +257,11 @@ LookUp* LookUpPool::Take() {
 }
 
 }  // namespace vtclass::vtsocket
+
+// When the DLL is unloaded nothing runs in it; when the process ends the system closes everything.
+extern "C" BOOL WINAPI DllMain(HINSTANCE /*library*/, DWORD reason, void* processEnds) {
+  if (reason == DLL_PROCESS_DETACH && !processEnds) {
+    const vtclass::platform::OwnedKernelObject semaphore(vtclass::vtsocket::work.exchange(nullptr));
+  }
+  return TRUE;
+}

@@ -13,6 +13,10 @@ namespace vtclass::vtsocket {
  * runs, no destructor and no wait blocks on the waiters' stacks. It knows who holds it, and passes
  * on when that thread is gone; the next one finds what it guards as the dead thread left it. It
  * enters the kernel only where it finds the lock taken, so it is for a few instructions at a time.
+ * (platform/kill_safe_lock.h enters it always: four times the price of a look-up's limit.)
+ *
+ * What is left: where the dead holder's id already belongs to a new thread, the lock passes on when
+ * that one is gone too.
  */
 class VTCLASS_THREAD_ANNOTATION(capability("mutex")) PassingLock {
  public:

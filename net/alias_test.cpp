@@ -80,16 +80,17 @@ struct PlayedCluster : Cluster {
   }
   static bool Yes() { return true; }
   static inline bool fails = false;
+  static inline unsigned long error = 0; /* what keeps it from being read */
 
   bool Open() override { return true; }
-  unsigned long GetErrorCode() const override { return 0; }
+  unsigned long GetErrorCode() const override { return error; }
   int GetClusterType() override { return windowsCluster; }
   std::wstring GetClusterName() override { return L"CLUSTER"; }
   bool GetBeActiveNodeName(std::wstring&) override { return false; }
   bool NetworkNameToNodeName(const std::wstring&, std::wstring& node) override {
     if (fails) throw std::bad_alloc();
     node = L"NODE1";
-    return true;
+    return error == 0;
   }
   bool GetVirtualNameFromIp(std::wstring& name, const char* asked) override {
     const std::string text = asked;
@@ -103,7 +104,7 @@ struct PlayedCluster : Cluster {
 
 class ClusterNames : public ::testing::Test {
  protected:
-  ClusterNames() { PlayedCluster::fails = false; }
+  ClusterNames() { PlayedCluster::fails = false, PlayedCluster::error = 0; }
 
   LibraryCopy copy{L"vtclass_mini.dll", kCompanions};
   ImportHook<decltype(::GetProcAddress)> names{"KERNEL32.dll", "GetProcAddress", &LookUp,
@@ -134,6 +135,21 @@ TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
                                 {L"nameless", 9, 0, 0, false, L""},
                                 {own, 0, 0, 0, isFull, isFull ? L"NODE1" : own}};
   for (const ConversionRow& row : rows) row.Expect(copy(&vtclass::border::VTConvertServerNamePlus));
+}
+
+// The computer's name may be a virtual server's: unless the cluster has told, it is not remembered
+// as the node's.
+TEST_F(ClusterNames, UnreadableClusterAtTheFirstQuestion_IsAskedAgainAtTheNext) {
+  const ConversionRow row = {L"127.0.0.1", 0, 0, 0, true, L"NODE1"};
+  bool isLocal = false;
+  unsigned long status = 0;
+  wcstring first;
+  PlayedCluster::error = ERROR_ACCESS_DENIED;
+  const auto convert = copy(&vtclass::border::VTConvertServerNamePlus);
+  convert(row.in, first, computerNameNetBIOS, false, &isLocal, &status);
+  EXPECT_NE(first, row.out);
+  PlayedCluster::error = 0;
+  row.Expect(convert);
 }
 
 TEST_F(ClusterNames, NodeNameIntoABuffer) {

@@ -99,7 +99,8 @@ unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
       *isMe = true;
       return ERROR_SUCCESS;
     }
-    if (net::IsVirtualNode(server, *isMe)) return ERROR_SUCCESS;
+    const bool isSettled = net::IsVirtualNode(server, *isMe);
+    if (isSettled && (*isMe || isTold)) return ERROR_SUCCESS;
     return isTold ? ERROR_INVALID_PARAMETER : result;
   });
 }

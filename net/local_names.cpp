@@ -20,10 +20,14 @@ namespace {
 
 constexpr DWORD kNameRoom = 1000;
 
-// False when there is no cluster, or when `name` is none of its network names.
-bool NodeBehind(const wcstring& name, std::wstring& node) {
+// False when there is no cluster, or when `name` is none of its network names; `*error` is why that
+// is not known.
+bool NodeBehind(const wcstring& name, std::wstring& node, unsigned long* error = nullptr) {
   const auto cluster = Cluster::GetInstance();
-  return cluster && cluster->Open() && cluster->NetworkNameToNodeName(name, node);
+  if (!cluster) return false;
+  if (cluster->Open() && cluster->NetworkNameToNodeName(name, node)) return true;
+  if (error) *error = cluster->GetErrorCode();
+  return false;
 }
 
 // The computer's name as the process sees it; throws when memory runs out.
@@ -36,17 +40,18 @@ bool ComputerName(wcstring& name) {
 }
 
 // The physical node's name, else the computer's; throws when memory runs out.
-bool NodeOrComputerName(wcstring& name) {
+bool NodeOrComputerName(wcstring& name, unsigned long* error) {
   if (!ComputerName(name)) return false;
   std::wstring node;
-  if (NodeBehind(name, node)) name = wcstring(std::move(node));
+  if (NodeBehind(name, node, error)) name = wcstring(std::move(node));
   return true;
 }
+bool NodeOrComputerName(wcstring& name) { return NodeOrComputerName(name, nullptr); }
 
 // What throws here is not remembered: the next question fetches the names again.
-std::unique_ptr<const LocalNames> FetchNames() {
+std::unique_ptr<const LocalNames> FetchNames(unsigned long& error) {
   auto names = std::make_unique<LocalNames>();
-  NodeOrComputerName(names->node);
+  NodeOrComputerName(names->node, &error);
   names->dnsHost = SystemName(ComputerNameDnsHostname);
   names->fullName = SystemName(ComputerNameDnsFullyQualified);
   return names;
@@ -93,11 +98,16 @@ wcstring SystemName(COMPUTER_NAME_FORMAT format) {
 // Without a lock, and without a static object that the compiler guards: a thread that is killed
 // while it fetches must not keep the others from it. Of several that come first, the first to end
 // counts.
-const LocalNames& RememberedNames() {
+std::shared_ptr<const LocalNames> RememberedNames() {
+  // What is remembered lives as long as the library, and is not counted.
+  const std::shared_ptr<const void> uncounted;
   const LocalNames* names = remembered.load(std::memory_order_acquire);
-  if (names) return *names;
-  std::unique_ptr<const LocalNames> fetched = FetchNames();
-  return remembered.compare_exchange_strong(names, fetched.get()) ? *fetched.release() : *names;
+  if (names) return {uncounted, names};
+  unsigned long error = ERROR_SUCCESS;
+  std::unique_ptr<const LocalNames> fetched = FetchNames(error);
+  if (error != ERROR_SUCCESS) return fetched;
+  if (remembered.compare_exchange_strong(names, fetched.get())) names = fetched.release();
+  return {uncounted, names};
 }
 
 bool IsSameName(WideView a, WideView b) noexcept {

@@ -3,6 +3,8 @@
 
 #include <vtclass/win32.h>
 
+#include <memory>
+
 #include "strings/wide_text.h"
 #include "vtclass/strings.h"
 
@@ -17,7 +19,12 @@ struct LocalNames {
   wcstring dnsHost;  /* the DNS host name */
   wcstring fullName; /* the fully qualified DNS name */
 };
-const LocalNames& RememberedNames();
+/*
+ * The names that are remembered. Where a cluster could not tell whether the computer's name is one
+ * of its own, the names are good for this question only, and the next one fetches them again:
+ * remembered, a virtual server's name would stand for the node as long as the process lives.
+ */
+std::shared_ptr<const LocalNames> RememberedNames();
 
 /* The same name, whatever the case. Zeros inside count, so the whole lengths are compared. */
 bool IsSameName(WideView a, WideView b) noexcept;

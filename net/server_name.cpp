@@ -1,6 +1,7 @@
 #include <vtcluster/vtcluster.h>
 
 #include <cwctype>
+#include <memory>
 #include <optional>
 
 #include "net/addresses.h"
@@ -51,26 +52,26 @@ Conversion Converted(std::wstring name, bool isLocal) {
 bool IsGraphic(wchar_t unit) { return std::iswgraph(unit) != 0; }
 
 // A foreign host's name in one of the three forms of names.
-std::wstring ForeignForm(std::wstring_view name, _COMPUTER_NAME_FORMAT format) {
+std::wstring ForeignForm(std::wstring_view name, _COMPUTER_NAME_FORMAT format,
+                         const LocalNames& own) {
   switch (format) {
     case computerNameNetBIOS:
       return NetBiosForm(name, &IsGraphic);
     case computerNameDnsHostname:
       return std::wstring(FirstLabel(name));
     default:
-      return WithDomainOf(name, RememberedNames().fullName);
+      return WithDomainOf(name, own.fullName);
   }
 }
 
 Conversion ConvertAddress(const VTSocket::VTIPAddress& address, const std::wstring& server,
-                          _COMPUTER_NAME_FORMAT format, bool isLocal) {
+                          _COMPUTER_NAME_FORMAT format, bool isLocal, const LocalNames& own) {
   if (format == computerNameIpAddress) return {server, isLocal};
-  const LocalNames& own = RememberedNames();
   if (!isLocal) {
     wcstring host;
     const unsigned long error = HostNameOf(address, host);
     if (error != ERROR_SUCCESS) return Failed(kReverseLookupFailed, error);
-    return Converted(ForeignForm(host, format), false);
+    return Converted(ForeignForm(host, format, own), false);
   }
   if (format == computerNameNetBIOS) return Converted(own.node, true);
   return Converted(format == computerNameDnsHostname ? own.dnsHost : own.fullName, true);
@@ -78,22 +79,21 @@ Conversion ConvertAddress(const VTSocket::VTIPAddress& address, const std::wstri
 
 // A name that this machine answers to, in the NetBIOS form. In a cluster that may be a name of the
 // cluster's, and only the node's own names stand for the node.
-Conversion OwnNetBiosName(const std::wstring& server, const wcstring& netBios, bool clusterAware) {
+Conversion OwnNetBiosName(const std::wstring& server, const wcstring& netBios, bool clusterAware,
+                          const LocalNames& own) {
   if (!clusterAware || !Cluster::IsCluster()) return Converted(netBios, true);
-  const LocalNames& own = RememberedNames();
   const bool isNode = IsSameName(server, own.node) || IsSameName(server, own.fullName);
   return isNode ? Converted(own.node, true) : Converted(netBios, false);
 }
 
 Conversion ConvertName(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware,
-                       const wcstring& netBios, bool isLocal) {
+                       const wcstring& netBios, bool isLocal, const LocalNames& own) {
   if (format == computerNameIpAddress) {
     const wcstring address = GetAnyIpAddress(server);
     return Converted(address, isLocal && !address.empty());
   }
-  if (!isLocal) return Converted(ForeignForm(server, format), false);
-  const LocalNames& own = RememberedNames();
-  if (format == computerNameNetBIOS) return OwnNetBiosName(server, netBios, clusterAware);
+  if (!isLocal) return Converted(ForeignForm(server, format, own), false);
+  if (format == computerNameNetBIOS) return OwnNetBiosName(server, netBios, clusterAware, own);
   return Converted(format == computerNameDnsHostname ? own.dnsHost : own.fullName, true);
 }
 
@@ -106,8 +106,7 @@ bool IsKnownFormat(_COMPUTER_NAME_FORMAT format) {
 // Each of the platform's forms is asked for once at most: a round trip to the system is most of
 // what a check costs.
 Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT format,
-                         bool clusterAware) {
-  const LocalNames& own = RememberedNames();
+                         bool clusterAware, const LocalNames& own) {
   const wcstring netBios = SystemName(ComputerNameNetBIOS);
   const RefPointer<VTSocket::VTIPAddress> address = AddressIn(server);
   bool isLocal = false;
@@ -119,8 +118,8 @@ Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT forma
   }
   if (format == computerNameNoConversion) return {std::nullopt, isLocal};
   if (!IsKnownFormat(format)) return Failed(kNoUsableName, ERROR_INVALID_PARAMETER);
-  return address ? ConvertAddress(*address, server, format, isLocal)
-                 : ConvertName(server, format, clusterAware, netBios, isLocal);
+  return address ? ConvertAddress(*address, server, format, isLocal, own)
+                 : ConvertName(server, format, clusterAware, netBios, isLocal, own);
 }
 
 struct Holder {
@@ -151,19 +150,20 @@ bool IsClusterAsked(const Conversion& conversion, _COMPUTER_NAME_FORMAT format) 
 
 // What belongs to a virtual server is not this node, whatever the names said.
 Conversion ConvertVirtualServer(const std::wstring& server, const std::wstring& virtualServer,
-                                _COMPUTER_NAME_FORMAT format) {
+                                _COMPUTER_NAME_FORMAT format, const LocalNames& own) {
   if (format == computerNameNoConversion) return {};
   if (format == computerNameIpAddress) return {server};
   if (virtualServer.empty()) return Failed(kNoUsableName, kNoName);
-  return Converted(ForeignForm(virtualServer, format), false);
+  return Converted(ForeignForm(virtualServer, format, own), false);
 }
 
 // A server without a name in that form is none for the cluster either: what fails stays failed.
 Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware) {
-  Conversion conversion = ConvertServer(server, format, clusterAware);
+  const std::shared_ptr<const LocalNames> own = RememberedNames();
+  Conversion conversion = ConvertServer(server, format, clusterAware, *own);
   if (!clusterAware || !IsClusterAsked(conversion, format)) return conversion;
   const Holder holder = FindHolder(server);
-  if (holder.isVirtual) return ConvertVirtualServer(server, holder.name, format);
+  if (holder.isVirtual) return ConvertVirtualServer(server, holder.name, format, *own);
   return holder.error == ERROR_SUCCESS ? conversion : Failed(kNothingDone, holder.error);
 }
 

@@ -20,8 +20,9 @@ class CallSemaphore {
 
   HANDLE Handle() const noexcept { return kernel.Get(); }
 
-  void Post() noexcept {
-    if (!count.Post()) return;
+  /* Counts one call. True: the caller then wakes. */
+  bool Count() noexcept { return count.Post(); }
+  void Wake() noexcept {
     ::ReleaseSemaphore(kernel.Get(), 1, nullptr);
     count.Released();
   }

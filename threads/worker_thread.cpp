@@ -41,14 +41,17 @@ std::unique_ptr<ComClientEnv> EnterCom(WorkerThread::ComThreadingModel model) {
 }  // namespace
 
 void WorkerThread::State::Queue(ThreadCall* call, std::size_t spare) {
+  bool wakes = false;
   {
+    // Counted before the lock is free: a thread that is killed behind it leaves no call in the
+    // queue that nobody counts. The waking is last: the call may have run by then.
     const ScopedLock hold(queueLock);
     queue.Reserve(1 + spare);
     queue.PushBack(call);
     ++outstanding;
+    wakes = semaphore.Count();
   }
-  // Last of all: once the call is counted, it may run and its owner may destroy this worker.
-  semaphore.Post();
+  if (wakes) semaphore.Wake();
 }
 
 void WorkerThread::State::QueueStop() {

@@ -282,6 +282,42 @@ TEST(WorkerThread, PosterKilledWhileItWakesAnother_CostsItsOneCallAtMost) {
   EXPECT_EQ(WorkerCall::alive.exchange(0), 2);
 }
 
+std::atomic<DWORD> dying;
+void WINAPI StopBehindTheLock(LPCRITICAL_SECTION section) {
+  ::LeaveCriticalSection(section);
+  if (::GetCurrentThreadId() == dying) StopBefore(nullptr, 0, nullptr);
+}
+
+// What is in the queue is counted, and the next post brings it along.
+TEST(WorkerThread, PosterKilledBehindTheQueuesLock_LeavesNoCallBehind) {
+  const Gate atTheDoor;
+  released = &atTheDoor;
+  WorkerThread target(WorkerThread::ComNone, "target");
+  target.StartThread(0);
+  WorkerThread poster(WorkerThread::ComNone, "poster");
+  std::atomic<int> ran = 0;
+  {
+    const ImportHook<decltype(::LeaveCriticalSection)> hook("KERNEL32.dll", "LeaveCriticalSection",
+                                                            &StopBehindTheLock);
+    Post(poster, [&] {
+      dying = ::GetCurrentThreadId();
+      Post(target, [&] { ++ran; });
+    });
+    poster.StartThread(0);
+    ASSERT_TRUE(atTheDoor.Passed());
+    EXPECT_NE(poster.KillThread(), 0);
+    dying = 0;
+  }
+  for (int i = 0; i < 10; ++i) {
+    const Gate gate;
+    Post(target, [&] { gate.Open(); });
+    ASSERT_TRUE(gate.Passed());
+    EXPECT_EQ(ran, 1);
+  }
+  target.StopThread();
+  EXPECT_EQ(WorkerCall::alive.exchange(0), 1) << "the killed poster's own call";
+}
+
 // Plays the loader in a thread's first and last steps, with its lock taken.
 struct Loader {
   platform::OwnedKernelObject lock{::CreateMutexW(nullptr, FALSE, nullptr)};

@@ -153,7 +153,10 @@ bool ClusterRunsOn(const wchar_t* node) noexcept {
 }
 
 DWORD OpenRunningCluster(const wchar_t* name, OwnedCluster& cluster) noexcept {
-  if (!ClusterRunsOn(name)) return ERROR_SUCCESS;
+  DWORD state = ClusterStateNotInstalled;
+  const DWORD status = getNodeClusterState(name, &state);
+  if (status != ERROR_SUCCESS) return status == kMissing ? ERROR_SUCCESS : status;
+  if (state != ClusterStateRunning) return ERROR_SUCCESS;
   cluster.Reset(OpenForReading(openClusterEx, openCluster, name));
   return cluster ? ERROR_SUCCESS : FailureCode();
 }

@@ -118,6 +118,7 @@ void LookUpPool::Remove(const LookUp* lookUp) {
 }
 
 bool LookUpPool::HasEarlierTwin(const LookUp& lookUp, ULONGLONG now) const {
+  if (lookUp.isReleased) return false;
   for (const LookUp* at = first; at != &lookUp; at = at->next) {
     if ((at->HoldsThread(now) || !at->IsOverdue(now)) && at->Equals(lookUp)) return true;
   }
@@ -215,15 +216,31 @@ void LookUpPool::Work(LookUp* lookUp) {
 }
 
 LookUp* LookUpPool::Next(LookUp* done) {
+  LookUp* next = nullptr;
+  bool released = false;
   {
     std::unique_ptr<LookUp> abandoned;
     ScopedPassingLock scope(lock);
-    if (done->error != 0) FailTwins(*done);
+    if (done->error != 0) {
+      FailTwins(*done);
+    } else {
+      released = ReleaseTwins(*done);
+    }
     abandoned = Settle(done);
-    if (LookUp* const next = Take()) return next;
-    ++idle;
+    next = Take();
+    if (!next) ++idle;
   }
-  return WaitForWork();
+  if (released) ServeQueue();
+  return next ? next : WaitForWork();
+}
+
+bool LookUpPool::ReleaseTwins(const LookUp& lookUp) {
+  bool released = false;
+  for (LookUp* at = first; at; at = at->next) {
+    if (at->state != LookUp::State::queued || at->isReleased || !at->Equals(lookUp)) continue;
+    at->isReleased = released = true;
+  }
+  return released;
 }
 
 void LookUpPool::FailTwins(const LookUp& lookUp) {

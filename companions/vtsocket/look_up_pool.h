@@ -50,6 +50,7 @@ struct LookUp {
   /* The pool's, under its lock. */
   State state = State::queued;
   bool isAbandoned = false; /* the thread that runs it frees it */
+  bool isReleased = false;  /* its name has answered: it waits for no equal look-up */
   ULONGLONG startedAt = 0;  /* when its thread was asked for */
   LookUp* next = nullptr;
 };
@@ -61,8 +62,8 @@ struct LookUp {
  * awaited ones; the thread then frees it.
  *
  * Of equal look-ups one runs at a time, so that a silent name holds one thread however often it is
- * asked for. When it fails, all that wait behind it fail with it. When it succeeds, the next one
- * runs: a list that the system's freeaddrinfo takes cannot be copied, and the resolver remembers.
+ * asked for. When it fails, all that wait behind it fail with it. When it succeeds, the name is not
+ * silent, and they all run: a list that the system's freeaddrinfo takes cannot be copied.
  *
  * Each thread holds a reference to this DLL, so the DLL stays in memory as long as a resolver runs
  * in it, and nothing waits for the resolver when the DLL is freed. When the process ends, the
@@ -112,6 +113,7 @@ class LookUpPool {
   /* On the pool's threads. */
   void Work(LookUp* lookUp);
   void FailTwins(const LookUp& lookUp) VTCLASS_REQUIRES(lock);
+  bool ReleaseTwins(const LookUp& lookUp) VTCLASS_REQUIRES(lock);
   /* Settles the look-up that has run. The next one in turn; null when there was none for a while:
    * the thread ends. */
   LookUp* Next(LookUp* done);

@@ -457,6 +457,19 @@ TEST_F(GetAddrInfoWithTimeOut, EqualNames_ShareALookUpAndItsFailure) {
   EXPECT_EQ(fake.most, 3);
 }
 
+// A name that answers, however slowly, is not asked for by one caller after the other.
+TEST_F(GetAddrInfoWithTimeOut, EqualNames_RunTogetherOnceTheNameHasAnswered) {
+  for (int caller = 0; caller < 6; ++caller) Start("hang, host", kLong, 0);
+  EXPECT_TRUE(Eventually([&] { return waiting == 6 && fake.running == 1; }));
+  EXPECT_TRUE(Eventually([&] {
+    if (fake.answered == 0) ::PulseEvent(fake.release.Get());
+    return fake.running == 5;
+  }));
+  ::SetEvent(fake.release.Get());
+  Join();
+  EXPECT_EQ(fake.taken, 6);
+}
+
 TEST_F(GetAddrInfoWithTimeOut, IdleThread_ServesTheNext) {
   idleHere = INFINITE;  // until it is woken
   EXPECT_EQ(Ask("host", Limit(kEnough)), 0);

@@ -166,8 +166,24 @@ class LibraryMemory {
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size, kAnyAlignment);
   }
+  static void* operator new(std::size_t size, std::align_val_t alignment,
+                            const std::nothrow_t&) noexcept {
+    return Allocate(size, static_cast<std::size_t>(alignment));
+  }
   static void* operator new(std::size_t, void* place) noexcept { return place; }
-  static void* operator new[](std::size_t size) { return NotNull(Allocate(size, kAnyAlignment)); }
+
+  static void* operator new[](std::size_t size) { return operator new(size); }
+  static void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return operator new(size, alignment);
+  }
+  static void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
+    return operator new(size, nothrow);
+  }
+  static void* operator new[](std::size_t size, std::align_val_t alignment,
+                              const std::nothrow_t& nothrow) noexcept {
+    return operator new(size, alignment, nothrow);
+  }
+  static void* operator new[](std::size_t, void* place) noexcept { return place; }
 
   static void operator delete(void* memory) noexcept { Free(memory, kAnyAlignment); }
   static void operator delete(void* memory, std::align_val_t alignment) noexcept {
@@ -176,8 +192,24 @@ class LibraryMemory {
   static void operator delete(void* memory, const std::nothrow_t&) noexcept {
     Free(memory, kAnyAlignment);
   }
+  static void operator delete(void* memory, std::align_val_t alignment,
+                              const std::nothrow_t&) noexcept {
+    Free(memory, static_cast<std::size_t>(alignment));
+  }
   static void operator delete(void*, void*) noexcept {}
-  static void operator delete[](void* memory) noexcept { Free(memory, kAnyAlignment); }
+
+  static void operator delete[](void* memory) noexcept { operator delete(memory); }
+  static void operator delete[](void* memory, std::align_val_t alignment) noexcept {
+    operator delete(memory, alignment);
+  }
+  static void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    operator delete(memory);
+  }
+  static void operator delete[](void* memory, std::align_val_t alignment,
+                                const std::nothrow_t&) noexcept {
+    operator delete(memory, alignment);
+  }
+  static void operator delete[](void*, void*) noexcept {}
 
  protected:
   LibraryMemory() = default;

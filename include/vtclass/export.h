@@ -14,7 +14,9 @@
  *      operation throws by contract, its header compiles it into the client, over an exported
  *      function that tells the failure; the throw happens on the client's side. Thrown and caught
  *      by two run times, an exception would leave std::uncaught_exceptions() of the client at -1
- *      for the rest of the thread.
+ *      for the rest of the thread. Two things are left to the library's side: a virtual
+ *      operation of one of its classes that is called through a base class (PostIt of a
+ *      ThreadStopCall), and an override's call of the operation that it overrides.
  *   2. No memory changes sides. A std::wstring or std::vector of the client is only read by the
  *      library; it is filled by a function of the client that the library calls
  *      (vtclass/border.h). Objects of the library that one side makes and the other deletes have

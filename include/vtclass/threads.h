@@ -36,9 +36,11 @@
  * (or stopped for good), no thread waits in an operation of the library, and
  * ComEnvironmentFactory::DestroyInstance has been called. A worker that runs on nevertheless keeps
  * the library loaded until its thread ends, so that nothing crashes; a killed one keeps it for
- * ever. At process exit workers end with the process: neither a running call nor a destructor that
- * runs at that time holds it up. Never stop or destroy a worker or a pool inside DllMain: a thread
- * cannot end while DllMain runs. Loading the library starts no thread.
+ * ever. When the process ends, workers end with it, and no call in hand holds it up. That is after
+ * main has returned and the program's own static objects are gone: a worker or a pool that is one
+ * of those is still destroyed as always, and waits as always. Never stop or destroy a worker or a
+ * pool inside DllMain: a thread cannot end while DllMain runs. Loading the library starts no
+ * thread.
  */
 
 class ThreadPool;
@@ -298,7 +300,9 @@ class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
  * Runs calls on at most `maxThreads` workers ("PoolThread"). A worker is started when a call is
  * posted, no idle worker exists and the bound allows; otherwise the call waits. A worker that ends
  * a call takes the next waiting one itself. With `keepIdleThreads` a worker without work waits for
- * more; without, it ends by itself, and a later posting reaps it.
+ * more; without, it ends by itself, and a later posting reaps it. One that is still inside a call's
+ * destructor then is none of the `maxThreads`: destructors that post and take long can keep more
+ * threads than that.
  *
  * Threads: any, except StopAllThreads and the destructor: the owner's, and never on a pool worker.
  * Execute runs without any lock of the pool, and so do destructors of calls.
@@ -327,7 +331,8 @@ class VTCLASS_API_TYPE ThreadPool : public vtclass::border::LibraryMemory {
   VTCLASS_API virtual ~ThreadPool();
 
   /*
-   * Runs or queues `call`. Requires: `call` is not null.
+   * Runs or queues `call`. Requires: `call` is not null, and was built for this pool: a worker that
+   * runs a stranger's call never comes back to this pool.
    * Contract: without `keepIdleThreads` it also destroys, before it returns, the retired workers
    * that have left the callers' code. What is left of such a worker is the library's own and short,
    * so this waits for nobody. A worker that is still inside a call's destructor, or leaves its
@@ -339,8 +344,11 @@ class VTCLASS_API_TYPE ThreadPool : public vtclass::border::LibraryMemory {
   /* Takes the oldest waiting call that is not executing off the queue; null when there is none. */
   VTCLASS_API RefPointer<ThreadPoolCall> GetNextCall();
 
-  /* Moves a busy worker to the idle ones; without `keepIdleThreads` it ends after the call in hand.
-   * Does nothing for a worker that is not busy. */
+  /*
+   * Moves a busy worker to the idle ones; without `keepIdleThreads` it ends after the call in hand.
+   * Does nothing for a worker that is not busy. For derived pools that run calls by themselves.
+   * Contract: a worker that ends so while calls wait takes the next one along, and does not run it.
+   */
   VTCLASS_API void NotifyThreadIdle(WorkerThread* worker);
 
   /* Whether the call waits; whether a worker has it. Both may be true. */
@@ -412,7 +420,7 @@ class WaitableGroup {
    * Waits `timeout` milliseconds until one handle is signalled. Returns its waitable, the first in
    * order when there are several, and stores its position in `*index`. Returns null after a
    * time-out, for an abandoned mutex, on failure and for an empty group; `*index` is then
-   * unchanged.
+   * unchanged. Requires: `index` is not null.
    */
   VTCLASS_API Waitable* Wait(unsigned long timeout);
   VTCLASS_API Waitable* Wait(unsigned long* index, unsigned long timeout);

@@ -69,17 +69,21 @@ TEST_F(LogFileTest, Wrap_BeginsAboveTheMaximum) {
   EXPECT_EQ(FileBytes(path), "");
 }
 
-// Each call of a wrap fails once. The text is in the log in any case, and so is the next one.
+// Each call of a wrap fails once, and then the way to the end may fail too. The text is in the log
+// in any case, and so is the next one, behind it.
 TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
   const std::wstring text(kMegabyte, L'n');
-  for (const bool isShort : {false, true}) {
+  struct Row {
+    bool isShort, isLost;
+  };
+  for (const Row row : {Row{false, false}, Row{true, false}, Row{false, true}}) {
     int failures = 0;
     for (int n = 2, calls = n; n <= calls; n += n < 12 ? 1 : 7) {  // call 1 writes the text itself
       MakeFile(path, std::string(kMegabyte, 'o'));
       LogFile log(messages, 0, 2, 1);
       ASSERT_EQ(log.Open(append, path.c_str()), 1);
       {
-        const FileFaults faults({.failAt = n, .isShort = isShort});
+        const FileFaults faults({.failAt = n, .isShort = row.isShort, .isLost = row.isLost});
         EXPECT_TRUE(log.print(-1, L"%s", text.c_str())) << n;
         calls = faultPlan.calls;
       }

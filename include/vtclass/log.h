@@ -473,8 +473,9 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
 
   /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
    * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether a
-   * part of a text that could not be cut off is behind it, whether this object owes the file a
-   * "</joblog>", and a text that prints put together and reuse. */
+   * part of a text that could not be cut off is behind it or the file's position is not its end,
+   * whether this object owes the file a "</joblog>", and a text that prints put together and reuse.
+   */
   int fileDepth = 0;
   const wchar_t* pendingText;
   unsigned long long fileSize = 0;

@@ -159,6 +159,15 @@ TEST_F(DebugLogTest, FullDisk_LosesWholeLinesOnly_AndCountsThem) {
   }
 }
 
+// The system says that it has taken nothing of a line, but it has.
+TEST_F(DebugLogTest, FailedWrite_LeavesNothing) {
+  OpenDebugLog log(messages, 1, path);
+  const FileFaults faults({.failAt = 1, .isShort = true, .isDenied = true});
+  EXPECT_EQ(log.print(L"lost\n"), 0);
+  EXPECT_TRUE(log.print(L"after\n"));
+  EXPECT_EQ(TextIn(path), L"after\r\n");
+}
+
 // And where the buffers are large enough, a print makes none.
 TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   Limit(1);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -60,7 +61,7 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
   const Position before = fileSize;
   if (WriteHeader(openMode != kAppend)) return 1;
   // What could not get its header is no log: it is closed, and the file is as it was.
-  if ((before < fileSize || torn) && CutAt(file, before) == ERROR_SUCCESS) fileSize = before;
+  if (before < fileSize || torn) CutAt(file, std::min(before, fileSize));
   const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
   return 0;
 }

@@ -116,6 +116,20 @@ TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
     EXPECT_EQ(log.Open(append, path.c_str()), 0);
     EXPECT_EQ(Body(), L"good</joblog>") << "an old log stays as it was";
   }
+  // The system says that it has taken nothing, but it has.
+  LogFile log(messages, 1, -1, -1);
+  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+  const FaultPlan plan{.failAt = 1, .isShort = true, .isDenied = true};
+  const FileFaults faults(plan);
+  EXPECT_EQ(log.print(-1, L"lost"), 0);
+  EXPECT_TRUE(log.print(-1, L"good") && log.Close());
+  EXPECT_EQ(Body(), L"good</joblog>");
+  for (int n = 2; n < 5; ++n) {  // call 1 goes to the end
+    faultPlan = plan;
+    faultPlan.failAt = n;
+    EXPECT_EQ(log.Open(append, path.c_str()), 0) << n;
+    EXPECT_EQ(Body(), L"good</joblog>") << n;
+  }
 }
 
 }  // namespace

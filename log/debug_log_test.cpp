@@ -121,6 +121,11 @@ TEST_F(DebugLogTest, Open_EachMode) {
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"two"));
   EXPECT_EQ(TextIn(path), L"onetwo");
+  EXPECT_TRUE(log.Close());
+  MakeFile(path, FileBytes(path) + "!");
+  EXPECT_EQ(open(openAppend, path), 0u);
+  EXPECT_TRUE(log.print(L"three"));
+  EXPECT_EQ(TextIn(path), L"onetwothree") << "half a character would shift it";
   {
     DebugLog second(messages, 1, nullptr);
     EXPECT_EQ(second.Open(openAppend, path.c_str()), 0) << "one writer";

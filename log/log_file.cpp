@@ -50,7 +50,7 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
   wcstring name;
   if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
   OwnedFile opened;
-  if (const DWORD failure = OpenFile(openMode, name.c_str(), &opened, &fileSize)) {
+  if (const DWORD failure = OpenFile(openMode, name.c_str(), unicode != 0, &opened, &fileSize)) {
     return Refuse(failure);
   }
   file = opened.Release();

@@ -119,7 +119,8 @@ class DebugLog : public vtclass::border::LibraryMemory {
 
   /*
    * Opens `fileName`; a new UTF-16 file begins with its byte-order mark. An open log is closed
-   * first, whatever follows. Others may read the file while it is open, not write it. A name
+   * first, whatever follows. Others may read the file while it is open, not write it. Half a
+   * character at the end of a UTF-16 file, which would shift all lines to come, is cut off. A name
    * without drive or folder is completed now: the log stays where it is when the current folder
    * changes. Returns nonzero; 0 with the code stored (ERROR_INVALID_PARAMETER for another mode),
    * the log then closed.

@@ -170,14 +170,20 @@ int DebugLog::State::SwitchOn() {
 
 // A stored path that cannot be read stays stored: the log goes on with the file that it knows.
 int DebugLog::State::Reopen(unsigned long* unread) {
-  CloseFile();
   SettingReader reader;
   WideText known;
   if (!pathValueName.empty()) reader.Load(pathValueName.c_str(), WideText(), &known);
   *unread = reader.Failure();
   remembersPath = !pathValueName.empty() && *unread == ERROR_SUCCESS;
-  if (!known.empty() && OpenAt(kAppend, known.c_str())) return 1;
-  if (!known.empty() && fileName.empty()) SetPath(FullName(known.c_str()));
+  // Once for each text: the current folder may be another component's at the next reading.
+  if (!known.empty() && known != knownText) {
+    wcstring path = FullName(known.c_str());
+    knownText = known;
+    knownPath.swap(path);
+  }
+  CloseFile();
+  if (!known.empty() && OpenAt(kAppend, knownPath.c_str())) return 1;
+  if (!known.empty() && fileName.empty()) SetPath(wcstring(knownPath));
   const bool exists = _waccess(fileName.c_str(), 0) == 0;
   if (!OpenAt(exists ? kAppend : kCreateNew, fileName.c_str())) return 0;
   RememberPath();

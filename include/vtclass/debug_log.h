@@ -181,7 +181,9 @@ class DebugLog : public vtclass::border::LibraryMemory {
   /*
    * Reads the settings anew. When "CreateDebugLog" is not 0 the file is closed and opened again for
    * appending: the path stored under the log's value or, if there is none or it cannot be opened,
-   * the log's own file, which is made if missing and whose path is then stored. A line
+   * the log's own file, which is made if missing and whose path is then stored. A stored path
+   * without drive or folder is completed when it is first read: the log stays there when the
+   * current folder changes. A line
    * "<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>" follows. When it is 0 an open log gets the line
    * "<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>" and is closed. Lines of other threads wait
    * meanwhile. A switch that cannot be read leaves the log open or closed as it is, a path that

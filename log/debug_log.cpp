@@ -30,7 +30,7 @@ DebugLog::State::State(StringResourceMgr& messages, int unicode, const wchar_t* 
       ansiCapacity(unicode ? 0 : kFirstCapacity),
       pathValueName(pathValueName ? pathValueName : L"") {
   const ScopedLock hold(lock);
-  LoadSettings(true);
+  LoadSettings(true, nullptr);
 }
 
 int DebugLog::State::Refuse(unsigned long code) {

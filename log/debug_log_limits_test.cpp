@@ -233,6 +233,19 @@ TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
     EXPECT_EQ(FileBytes(other / L"trace.log"), "another's");
     EXPECT_EQ(FileBytes(other / L"trace.log.bak1"), "");
   }
+  // Nor does a stored name move as long as it is the same.
+  SetText(L"Path", L"trace.log");
+  DebugLog log(messages, 0, L"Path");
+  ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
+  EXPECT_TRUE(log.UpdateSettings());
+  ASSERT_TRUE(::SetCurrentDirectoryW(other.Path().c_str()));
+  EXPECT_TRUE(log.UpdateSettings());
+  EXPECT_EQ(log.GetFileName(), path);
+  EXPECT_EQ(FileBytes(other / L"trace.log"), "another's");
+  SetText(L"Path", L".\\trace.log");
+  EXPECT_TRUE(log.UpdateSettings());
+  ASSERT_TRUE(::SetCurrentDirectoryW(before));
+  EXPECT_EQ(log.GetFileName(), other / L"trace.log");
 }
 
 TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {

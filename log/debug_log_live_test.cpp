@@ -31,8 +31,29 @@ struct Window {
   std::function<void()> work;
   DWORD thread = 0;
 } window;
+
+/* What the registry refuses to the library: a value, or with an empty name every key. */
+struct Refusal {
+  const wchar_t* value = nullptr;
+  LSTATUS status = ERROR_SUCCESS;
+  bool Meets(const wchar_t* name) const { return value && !::lstrcmpW(name, value); }
+} refusal;
+LSTATUS WINAPI CreateKey(HKEY parent, const wchar_t* name, DWORD reserved, wchar_t* kind,
+                         DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* key,
+                         DWORD* disposition) {
+  if (refusal.Meets(L"")) return refusal.status;
+  return ::RegCreateKeyExW(parent, name, reserved, kind, options, access, security, key,
+                           disposition);
+}
+LSTATUS WINAPI OpenTheKey(HKEY parent, const wchar_t* name, DWORD options, REGSAM access,
+                          HKEY* key) {
+  if (refusal.Meets(L"")) return refusal.status;
+  return ::RegOpenKeyExW(parent, name, options, access, key);
+}
+
 LSTATUS WINAPI Query(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data,
                      DWORD* size) {
+  if (refusal.Meets(name)) return refusal.status;
   const LSTATUS status = ::RegQueryValueExW(key, name, reserved, type, data, size);
   const bool isOurs = window.work && ::GetCurrentThreadId() == window.thread;
   if (isOurs && !::lstrcmpW(name, window.value)) std::exchange(window.work, nullptr)();
@@ -157,6 +178,53 @@ TEST_F(DebugLogLive, MissingValue_WrittenAs0_IsTold) {
   EXPECT_EQ(log->GetSettings().retentionSize, 0u);
 }
 
+// What cannot be read may be as it was: nothing changes, and nothing that is stored is replaced.
+TEST_F(DebugLogLive, UnreadableSetting_KeepsWhatWasInForce) {
+  const ImportHook<decltype(::RegCreateKeyExW)> create("ADVAPI32.dll", "RegCreateKeyExW",
+                                                       &CreateKey);
+  const ImportHook<decltype(::RegOpenKeyExW)> open("ADVAPI32.dll", "RegOpenKeyExW", &OpenTheKey);
+  const std::wstring stored = folder / L"stored.log";
+  const Refusal rows[] = {{L"", ERROR_NO_SYSTEM_RESOURCES},
+                          {L"", ERROR_ACCESS_DENIED},
+                          {L"CreateDebugLog", ERROR_NO_SYSTEM_RESOURCES},
+                          {L"MaxDebugFile Enabled", ERROR_ACCESS_DENIED},
+                          {kCount, ERROR_NO_SYSTEM_RESOURCES},
+                          {L"MaxDebugFile Ext", ERROR_NO_SYSTEM_RESOURCES},
+                          {L"Path", ERROR_NO_SYSTEM_RESOURCES}};
+  Limit(7);
+  Set(L"CreateDebugLog", 1);
+  Set(kLevel, 2);
+  SetText(L"MaxDebugFile Ext", L".old");
+  SetText(L"Path", stored);
+  const std::string before = StoredValue(config::LoggingKey(), L"Path");
+  for (const Refusal& row : rows) {
+    MakeFile(stored, "\xFF\xFE");
+    auto log = Make(L"Path");
+    refusal = row;
+    EXPECT_EQ(log->UpdateSettings(), 0) << row.value;
+    EXPECT_EQ(log->GetErrorCode(), static_cast<DWORD>(row.status)) << row.value;
+    EXPECT_TRUE(log->print(L"x\n")) << row.value;
+    EXPECT_EQ(log->GetSettings().count, 7u) << row.value;
+    EXPECT_EQ(log->GetSettings().extension, L".old") << row.value;
+    EXPECT_EQ(LinesIn(stored).back(), L"x") << row.value;
+    log.reset();
+    // A log that is made meanwhile has nothing in force yet.
+    log = Make(L"Path");
+    EXPECT_EQ(log->GetErrorCode(), static_cast<DWORD>(row.status)) << row.value;
+    refusal = {};
+    EXPECT_EQ(StoredValue(config::LoggingKey(), L"Path"), before) << row.value;
+    // It takes the numbers in when the monitor can read them.
+    const void* const watch = Watch(L"fence");
+    Settle();
+    EXPECT_EQ(log->GetLogLevel(), 2u);
+    EXPECT_EQ(log->GetSettings().count, 7u) << row.value;
+    EXPECT_TRUE(log->print(L"y\n")) << row.value;
+    SettingsMonitor::GetInstance()->UnRegisterSetting(watch);
+    EXPECT_TRUE(log->UpdateSettings());
+    EXPECT_EQ(log->GetFileName(), stored);
+  }
+}
+
 // While a line hangs on its disk, changes reach everybody else, registrations come and go, and
 // other logs live and die. The log takes in what it was told when the line is through.
 TEST_F(DebugLogLive, HungDisk_StallsNobodyElse) {
@@ -271,7 +339,7 @@ TEST_F(DebugLogLive, PartOfALine_NeitherWrapsNorRolls) {
 TEST_F(DebugLogLive, HeldFile_IsOpenedByALaterLine) {
   Set(L"CreateDebugLog", 1);
   for (const bool live : {true, false}) {
-    MakeFile(path, "\xFF\xFE");
+    MakeFile(path, "\xFF\xFE!");  // half a character, of a line that a full disk cut
     SetText(L"Path", live ? folder / L"missing" : path);
     OwnedFile held(
         ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "config/product_keys.h"
+#include "config/stored_text.h"
 #include "log/ansi_text.h"
 #include "log/debug_log_state.h"
 #include "log/file_opening.h"
@@ -29,53 +30,84 @@ constexpr wchar_t kLevelName[] = L"Engine NDMP Debug Level";
 constexpr std::size_t kSwitch = 0;
 constexpr std::size_t kLevel = 1;
 
-// A process that may not write the key still follows what others have stored there.
-void OpenLoggingKey(Configuration& key) {
-  if (key.Open(Configuration::openOrCreate, LoggingKey(), nullptr, kReadAndWrite)) return;
-  key.Open(Configuration::openExisting, LoggingKey(), nullptr, Configuration::accessRead);
-}
-
-unsigned long LoadOr0(Configuration& key, const wchar_t* name) {
-  unsigned long value = 0;
-  return key.LoadDWORD(name, value) ? value : 0;
-}
-
-/* Reads numbers and texts; where one is missing, its default, which is stored if that is wanted. */
-struct SettingReader {
-  std::uint32_t Load(const wchar_t* name, unsigned long fallback) {
-    unsigned long value = fallback;
-    if (storeDefaults) {
-      key.Load(name, value, fallback);
-    } else if (!key.LoadDWORD(name, value)) {
-      value = fallback;
+/*
+ * Reads from the logging key. A value that is missing, or is none of its type, counts as its
+ * default, which is stored if that is wanted. One that cannot be read stays what it was: what is
+ * stored may well differ from both, and nobody has asked for a change.
+ */
+class SettingReader {
+ public:
+  // A process that may not write the key still follows what others have stored there.
+  SettingReader() {
+    if (key.Open(Configuration::openOrCreate, LoggingKey(), nullptr, kReadAndWrite) ||
+        key.Open(Configuration::openExisting, LoggingKey(), nullptr, Configuration::accessRead)) {
+      return;
     }
-    return value;
-  }
-  WideText Load(const wchar_t* name, const WideText& fallback) {
-    wcstring text(fallback);
-    const bool found =
-        storeDefaults ? key.Load(name, text, fallback.c_str()) : key.Load(name, text);
-    return found ? WideText(text) : fallback;
+    unopened = key.GetErrorCode();
   }
 
-  Configuration& key;
-  const bool storeDefaults;
+  /* Until told otherwise none is. */
+  void StoreDefaults(bool wanted) { storesDefaults = wanted; }
+
+  /* The status of the first value that could not be read. */
+  unsigned long Failure() const { return static_cast<unsigned long>(failure); }
+
+  /* False when the value cannot be read. */
+  bool Load(const wchar_t* name, unsigned long fallback, unsigned long* value) {
+    unsigned long found = fallback;
+    if (!key.LoadDWORD(name, found)) {
+      if (!IsMissing()) return false;
+      if (storesDefaults) key.SaveDWORD(name, fallback);
+    }
+    *value = found;
+    return true;
+  }
+  void Load(const wchar_t* name, std::uint32_t fallback, std::uint32_t* value) {
+    unsigned long found = 0;
+    if (Load(name, static_cast<unsigned long>(fallback), &found)) *value = found;
+  }
+  bool Load(const wchar_t* name, const WideText& fallback, WideText* value) {
+    wcstring found;
+    if (key.Load(name, found)) {
+      *value = WideText(found);
+      return true;
+    }
+    if (!IsMissing()) return false;
+    if (storesDefaults) key.Save(name, fallback.c_str());
+    *value = fallback;
+    return true;
+  }
+
+ private:
+  // Of the value that was just asked for.
+  bool IsMissing() {
+    const long status = unopened != ERROR_SUCCESS ? unopened : key.GetErrorCode();
+    if (status == ERROR_FILE_NOT_FOUND || status == vtclass::config::kWrongType) return true;
+    if (failure == ERROR_SUCCESS) failure = status;
+    return false;
+  }
+
+  Configuration key;
+  long unopened = ERROR_SUCCESS;
+  long failure = ERROR_SUCCESS;
+  bool storesDefaults = false;
 };
 
 // Defaults are stored only where the limits are to count. All of them are read in any case: a log
 // that follows the settings hears of changes alone.
-SizeSettings LoadSizeSettings(Configuration& key, bool storeDefaults) {
-  SizeSettings stored;
-  stored.append = SettingReader{key, storeDefaults}.Load(L"MaxDebugFile Append", stored.append);
-  stored.enabled = LoadOr0(key, L"MaxDebugFile Enabled");
-  SettingReader reader{key, storeDefaults && stored.enabled != 0};
-  stored.sizeMB = reader.Load(L"MaxDebugFile Size In MB", stored.sizeMB);
-  stored.retentionMB = reader.Load(L"MaxDebugFile Retention Size In MB", stored.retentionMB);
-  stored.count = reader.Load(L"MaxDebugFile Count", stored.count);
-  stored.limitMode = LoadOr0(key, L"MaxDebugFile LimitMode");
-  stored.message = reader.Load(L"MaxDebugFile Msg", stored.message);
-  stored.extension = reader.Load(L"MaxDebugFile Ext", stored.extension);
-  return stored;
+void LoadSizeSettings(SettingReader& reader, bool storeDefaults, SizeSettings* stored) {
+  const SizeSettings defaults;
+  reader.Load(L"MaxDebugFile Enabled", defaults.enabled, &stored->enabled);
+  reader.Load(L"MaxDebugFile LimitMode", defaults.limitMode, &stored->limitMode);
+  reader.StoreDefaults(storeDefaults);
+  reader.Load(L"MaxDebugFile Append", defaults.append, &stored->append);
+  reader.StoreDefaults(storeDefaults && stored->enabled != 0);
+  reader.Load(L"MaxDebugFile Size In MB", defaults.sizeMB, &stored->sizeMB);
+  reader.Load(L"MaxDebugFile Retention Size In MB", defaults.retentionMB, &stored->retentionMB);
+  reader.Load(L"MaxDebugFile Count", defaults.count, &stored->count);
+  reader.Load(L"MaxDebugFile Msg", defaults.message, &stored->message);
+  reader.Load(L"MaxDebugFile Ext", defaults.extension, &stored->extension);
+  reader.StoreDefaults(false);
 }
 
 DebugLogSettings::Mode ModeOf(LimitMode mode) {
@@ -85,12 +117,14 @@ DebugLogSettings::Mode ModeOf(LimitMode mode) {
 
 }  // namespace
 
-void DebugLog::State::LoadSettings(bool storeDefaults) {
-  Configuration key;
-  OpenLoggingKey(key);
-  stored = LoadSizeSettings(key, storeDefaults);
-  createDebugLog = LoadOr0(key, L"CreateDebugLog");
+unsigned long DebugLog::State::LoadSettings(bool storeDefaults, bool* switchIsKnown) {
+  SettingReader reader;
+  LoadSizeSettings(reader, storeDefaults, &stored);
+  const bool isKnown = reader.Load(L"CreateDebugLog", 0UL, &createDebugLog);
+  if (switchIsKnown) *switchIsKnown = isKnown;
   ApplySettings();
+  if (reader.Failure() != ERROR_SUCCESS) lastError = reader.Failure();
+  return reader.Failure();
 }
 
 void DebugLog::State::ApplySettings() {
@@ -115,29 +149,41 @@ void DebugLog::State::ApplySettings() {
   settings = std::move(found);
 }
 
+// Where the switch itself cannot be read, the log stays as it is, open or closed.
 int DebugLog::State::Follow() {
-  LoadSettings(true);
-  return createDebugLog != 0 ? SwitchOn() : SwitchOff();
+  bool switchIsKnown = false;
+  const unsigned long unread = LoadSettings(true, &switchIsKnown);
+  if (!switchIsKnown) return 0;
+  const int result = createDebugLog != 0 ? SwitchOn() : SwitchOff();
+  return unread == ERROR_SUCCESS ? result : Refuse(unread);
 }
 
 // Without its file the log is on all the same: each line tries to open it, or is lost and counted.
 int DebugLog::State::SwitchOn() {
-  const int opened = Reopen();
+  unsigned long unread = ERROR_SUCCESS;
+  const int opened = Reopen(&unread);
   announced = false;
   isOpen = opened || !fileName.empty();
   if (opened) AnnounceOn();
-  return opened;
+  return unread == ERROR_SUCCESS ? opened : Refuse(unread);
 }
 
-int DebugLog::State::Reopen() {
+// A stored path that cannot be read stays stored: the log goes on with the file that it knows.
+int DebugLog::State::Reopen(unsigned long* unread) {
+  SettingReader reader;
+  WideText known;
+  if (!pathValueName.empty()) reader.Load(pathValueName.c_str(), WideText(), &known);
+  *unread = reader.Failure();
+  remembersPath = !pathValueName.empty() && *unread == ERROR_SUCCESS;
+  // Once for each text: the current folder may be another component's at the next reading.
+  if (!known.empty() && known != knownText) {
+    wcstring path = FullName(known.c_str());
+    knownText = known;
+    knownPath.swap(path);
+  }
   CloseFile();
-  Configuration key;
-  OpenLoggingKey(key);
-  wcstring known;
-  const bool isKnown =
-      !pathValueName.empty() && key.Load(pathValueName.c_str(), known) && !known.empty();
-  if (isKnown && OpenAt(kAppend, known.c_str())) return 1;
-  if (isKnown && fileName.empty()) SetPath(FullName(known.c_str()));
+  if (!known.empty() && OpenAt(kAppend, knownPath.c_str())) return 1;
+  if (!known.empty() && fileName.empty()) SetPath(wcstring(knownPath));
   const bool exists = _waccess(fileName.c_str(), 0) == 0;
   if (!OpenAt(exists ? kAppend : kCreateNew, fileName.c_str())) return 0;
   RememberPath();
@@ -145,9 +191,9 @@ int DebugLog::State::Reopen() {
 }
 
 void DebugLog::State::RememberPath() {
-  if (pathValueName.empty()) return;
+  if (!remembersPath) return;
   Configuration key;
-  OpenLoggingKey(key);
+  key.Open(Configuration::openOrCreate, LoggingKey(), nullptr, kReadAndWrite);
   key.Save(pathValueName.c_str(), fileName);
 }
 
@@ -210,11 +256,10 @@ void DebugLog::State::Subscribe() {
     setting.release();
   }
   const Hold hold(*this);
-  Configuration key;
-  OpenLoggingKey(key);
-  unsigned long level = 0;
-  if (key.LoadDWORD(kLevelName, level)) logLevel = level;
-  LoadSettings(false);
+  unsigned long level = logLevel;
+  SettingReader().Load(kLevelName, level, &level);
+  logLevel = level;
+  LoadSettings(false, nullptr);
   if (createDebugLog != 0 && !isOpen) SwitchOn();
 }
 

@@ -38,7 +38,9 @@ struct DebugLog::State {
   int Close() VTCLASS_REQUIRES(lock);
 
   /* Settings, which may throw std::bad_alloc. */
-  void LoadSettings(bool storeDefaults) VTCLASS_REQUIRES(lock);
+  /* The status of the first value that could not be read, which is stored too; such values stay
+   * what they were. `switchIsKnown`, unless null: whether CreateDebugLog is none of them. */
+  unsigned long LoadSettings(bool storeDefaults, bool* switchIsKnown) VTCLASS_REQUIRES(lock);
   int Follow() VTCLASS_REQUIRES(lock);
   int SwitchOn() VTCLASS_REQUIRES(lock);
   int SwitchOff() VTCLASS_REQUIRES(lock);
@@ -76,14 +78,19 @@ struct DebugLog::State {
    * What the members above leave unsaid: whether the log is to be open, which a print asks before
    * it formats anything; the file's size (asking costs more than a write), and whether a part of a
    * line that could not be cut off is behind it; whether the banner of a switching on is written;
-   * how much may still be written before a failed roll is tried again; whether a failed simple roll
-   * was told; what was lost, and whether that was told; the settings as stored and in force; the
-   * numbers that the monitor has told, a bit for each that is not taken in yet.
+   * whether the path that is opened is to be stored: not over one that could not be read; the path
+   * that was stored, as it stood and as it was resolved; how much may still be written before a
+   * failed roll is tried again; whether a failed simple roll was told; what was lost, and whether
+   * that was told; the settings as stored and in force; the numbers that the monitor has told, a
+   * bit for each that is not taken in yet.
    */
   std::atomic<bool> isOpen{false};
   vtclass::log::Position fileSize VTCLASS_GUARDED_BY(lock) = 0;
   bool torn VTCLASS_GUARDED_BY(lock) = false;
   bool announced VTCLASS_GUARDED_BY(lock) = true;
+  bool remembersPath VTCLASS_GUARDED_BY(lock) = false;
+  vtclass::WideText knownText VTCLASS_GUARDED_BY(lock);
+  wcstring knownPath VTCLASS_GUARDED_BY(lock);
   vtclass::log::Position untilRetry VTCLASS_GUARDED_BY(lock) = 0;
   bool rollReported VTCLASS_GUARDED_BY(lock) = false;
   unsigned long long lostLines VTCLASS_GUARDED_BY(lock) = 0;
@@ -109,7 +116,7 @@ struct DebugLog::State {
 
   int OpenAt(int mode, const wchar_t* path) VTCLASS_REQUIRES(lock);
   int CloseFile() VTCLASS_REQUIRES(lock);
-  int Reopen() VTCLASS_REQUIRES(lock);
+  int Reopen(unsigned long* unread) VTCLASS_REQUIRES(lock);
   void RememberPath() VTCLASS_REQUIRES(lock);
   void AnnounceOn() VTCLASS_REQUIRES(lock);
   void WriteBanner(vtclass::WideView banner) VTCLASS_REQUIRES(lock);

@@ -121,6 +121,11 @@ TEST_F(DebugLogTest, Open_EachMode) {
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"two"));
   EXPECT_EQ(TextIn(path), L"onetwo");
+  EXPECT_TRUE(log.Close());
+  MakeFile(path, FileBytes(path) + "!");
+  EXPECT_EQ(open(openAppend, path), 0u);
+  EXPECT_TRUE(log.print(L"three"));
+  EXPECT_EQ(TextIn(path), L"onetwothree") << "half a character would shift it";
   {
     DebugLog second(messages, 1, nullptr);
     EXPECT_EQ(second.Open(openAppend, path.c_str()), 0) << "one writer";
@@ -157,6 +162,15 @@ TEST_F(DebugLogTest, FullDisk_LosesWholeLinesOnly_AndCountsThem) {
       EXPECT_EQ(log.GetLostLines(), 3u);
     }
   }
+}
+
+// The system says that it has taken nothing of a line, but it has.
+TEST_F(DebugLogTest, FailedWrite_LeavesNothing) {
+  OpenDebugLog log(messages, 1, path);
+  const FileFaults faults({.failAt = 1, .isShort = true, .isDenied = true});
+  EXPECT_EQ(log.print(L"lost\n"), 0);
+  EXPECT_TRUE(log.print(L"after\n"));
+  EXPECT_EQ(TextIn(path), L"after\r\n");
 }
 
 // And where the buffers are large enough, a print makes none.

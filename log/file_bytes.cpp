@@ -37,7 +37,8 @@ DWORD AppendWhole(HANDLE file, const void* bytes, std::size_t size, Position* fi
   }
   // A full disk may take the first part of a text and report success.
   const DWORD failure = success ? ERROR_DISK_FULL : ::GetLastError();
-  *torn = written != 0;
+  // Nor does a failure say for certain that nothing has reached the file.
+  *torn = true;
   CutTornText(file, *fileSize, torn);
   return failure;
 }

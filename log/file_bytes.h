@@ -15,8 +15,10 @@ using Position = unsigned long long;
 
 /*
  * Writes `size` bytes at the end of a file, whole or not at all: what a full disk took of them is
- * cut off again, for half a text would leave half a character that shifts all that follows. Where
- * that fails too, `*torn` says so, and the next call cuts before it writes, or fails.
+ * cut off again, for half a text would leave half a character that shifts all that follows. The
+ * file is cut after every failure, whatever the system says of the bytes that it took. Where
+ * that fails too, `*torn` says so, and the next call cuts before it writes, or fails. A caller who
+ * has lost the file's end sets `*torn` himself: the next call goes there first.
  * `*fileSize` is the size of the whole texts before and after.
  * Requires: unless torn, the file's position is its end.
  */

@@ -15,6 +15,7 @@ struct FaultPlan {
   int failAt = 0;             /* the call that fails */
   bool isShort = false;       /* if it reads or writes, it moves a byte less and succeeds */
   std::uint64_t room = ~0ull; /* the bytes that the disk still takes */
+  bool isDenied = false;      /* what a short call moved is reported as a failure of 0 bytes */
   bool isLost = false;        /* the next way to the end behind the failed call fails too */
   int failingCuts = 0;        /* how many, from the first one on, fail */
   int calls = 0;
@@ -42,7 +43,15 @@ inline BOOL WINAPI Read(HANDLE file, LPVOID data, DWORD size, LPDWORD done,
 }
 inline BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD done,
                          LPOVERLAPPED overlapped) {
-  if (Fails() && (!faultPlan.isShort || --size == 0)) return FALSE;
+  if (Fails()) {
+    if (!faultPlan.isShort || --size == 0) return FALSE;
+    if (faultPlan.isDenied) {
+      ::WriteFile(file, data, size, done, overlapped);
+      *done = 0;
+      ::SetLastError(ERROR_DISK_FULL);
+      return FALSE;
+    }
+  }
   ::SetLastError(ERROR_DISK_FULL);
   if (faultPlan.room == 0) return FALSE;
   // A disk takes what it has room for and calls that a success.

@@ -32,7 +32,7 @@ wcstring FullName(const wchar_t* path) {
   }
 }
 
-DWORD OpenFile(int openMode, const wchar_t* path, OwnedFile* file, Position* size) {
+DWORD OpenFile(int openMode, const wchar_t* path, bool unicode, OwnedFile* file, Position* size) {
   static constexpr DWORD kDispositions[] = {CREATE_ALWAYS, OPEN_EXISTING, CREATE_NEW};
   if (openMode < 0 || openMode >= static_cast<int>(std::size(kDispositions))) {
     return ERROR_INVALID_PARAMETER;
@@ -43,6 +43,9 @@ DWORD OpenFile(int openMode, const wchar_t* path, OwnedFile* file, Position* siz
   Position end = 0;
   if (openMode == kAppend) {
     if (const DWORD failure = GoToEnd(opened.Get(), &end)) return failure;
+    if (unicode && end % sizeof(wchar_t) != 0) {
+      if (const DWORD failure = CutAt(opened.Get(), --end)) return failure;
+    }
   }
   *file = std::move(opened);
   *size = end;
@@ -57,7 +60,7 @@ DWORD AppendByteOrderMark(HANDLE file, Position* size, bool* torn) {
 DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, OwnedFile* file, Position* size) {
   OwnedFile opened;
   Position end = 0;
-  if (const DWORD failure = OpenFile(openMode, path, &opened, &end)) return failure;
+  if (const DWORD failure = OpenFile(openMode, path, unicode, &opened, &end)) return failure;
   if (unicode && openMode != kAppend) {
     bool torn = false;
     if (const DWORD failure = AppendByteOrderMark(opened.Get(), &end, &torn)) return failure;
@@ -70,11 +73,11 @@ DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, OwnedFile* file
 DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, OwnedFile* file, Position* size) {
   OwnedFile opened;
   Position end = 0;
-  DWORD failure = OpenFile(kAppend, path, &opened, &end);
-  if (failure == ERROR_FILE_NOT_FOUND) failure = OpenFile(kCreateNew, path, &opened, &end);
+  DWORD failure = OpenFile(kAppend, path, unicode, &opened, &end);
+  if (failure == ERROR_FILE_NOT_FOUND) failure = OpenFile(kCreateNew, path, unicode, &opened, &end);
   // Also where an earlier try made the file and the disk had no room for its mark, or for half.
-  if (failure == ERROR_SUCCESS && unicode && end < sizeof(wchar_t)) {
-    bool torn = std::exchange(end, 0) != 0;
+  if (failure == ERROR_SUCCESS && unicode && end == 0) {
+    bool torn = false;
     failure = AppendByteOrderMark(opened.Get(), &end, &torn);
   }
   if (failure != ERROR_SUCCESS) return failure;

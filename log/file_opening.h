@@ -16,9 +16,12 @@ inline constexpr int kCreateNew = 2;
 
 /*
  * Opens a log's file for reading and writing, at its end, which `*size` tells; others may read it.
- * A Win32 status; ERROR_INVALID_PARAMETER for another mode. After a failure both are as before.
+ * Half a character at the end of a UTF-16 log, which a program left that ended on a full disk, is
+ * cut off: it would shift all that follows. A Win32 status; ERROR_INVALID_PARAMETER for another
+ * mode. After a failure both are as before.
  */
-DWORD OpenFile(int openMode, const wchar_t* path, platform::OwnedFile* file, Position* size);
+DWORD OpenFile(int openMode, const wchar_t* path, bool unicode, platform::OwnedFile* file,
+               Position* size);
 
 /*
  * The path from the root of its drive, whatever the current folder is later. One that the system
@@ -33,8 +36,7 @@ DWORD AppendByteOrderMark(HANDLE file, Position* size, bool* torn);
 DWORD OpenTrace(int openMode, const wchar_t* path, bool unicode, platform::OwnedFile* file,
                 Position* size);
 
-/* Opens the file for appending; makes it where it is missing. An empty one, or one with half a
- * mark, gets its mark. */
+/* Opens the file for appending; makes it where it is missing. An empty one gets its mark. */
 DWORD OpenOrMakeTrace(const wchar_t* path, bool unicode, platform::OwnedFile* file, Position* size);
 
 }  // namespace vtclass::log

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -49,7 +50,7 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
   wcstring name;
   if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
   OwnedFile opened;
-  if (const DWORD failure = OpenFile(openMode, name.c_str(), &opened, &fileSize)) {
+  if (const DWORD failure = OpenFile(openMode, name.c_str(), unicode != 0, &opened, &fileSize)) {
     return Refuse(failure);
   }
   file = opened.Release();
@@ -60,7 +61,7 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
   const Position before = fileSize;
   if (WriteHeader(openMode != kAppend)) return 1;
   // What could not get its header is no log: it is closed, and the file is as it was.
-  if ((before < fileSize || torn) && CutAt(file, before) == ERROR_SUCCESS) fileSize = before;
+  if (before < fileSize || torn) CutAt(file, std::min(before, fileSize));
   const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
   return 0;
 }

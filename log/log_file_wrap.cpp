@@ -18,5 +18,6 @@ void LogFile::WrapIfTooLarge() {
   // Trying again would overwrite the front of the file once more at every print.
   wrapEnabled = 0;
   lastError = failure;
-  GoToEnd(file, &fileSize);
+  // A position in the middle would let the next text overwrite what the file keeps.
+  torn = GoToEnd(file, &fileSize) != ERROR_SUCCESS;
 }

@@ -69,17 +69,21 @@ TEST_F(LogFileTest, Wrap_BeginsAboveTheMaximum) {
   EXPECT_EQ(FileBytes(path), "");
 }
 
-// Each call of a wrap fails once. The text is in the log in any case, and so is the next one.
+// Each call of a wrap fails once, and then the way to the end may fail too. The text is in the log
+// in any case, and so is the next one, behind it.
 TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
   const std::wstring text(kMegabyte, L'n');
-  for (const bool isShort : {false, true}) {
+  struct Row {
+    bool isShort, isLost;
+  };
+  for (const Row row : {Row{false, false}, Row{true, false}, Row{false, true}}) {
     int failures = 0;
     for (int n = 2, calls = n; n <= calls; n += n < 12 ? 1 : 7) {  // call 1 writes the text itself
       MakeFile(path, std::string(kMegabyte, 'o'));
       LogFile log(messages, 0, 2, 1);
       ASSERT_EQ(log.Open(append, path.c_str()), 1);
       {
-        const FileFaults faults({.failAt = n, .isShort = isShort});
+        const FileFaults faults({.failAt = n, .isShort = row.isShort, .isLost = row.isLost});
         EXPECT_TRUE(log.print(-1, L"%s", text.c_str())) << n;
         calls = faultPlan.calls;
       }
@@ -111,6 +115,20 @@ TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
     const FileFaults faults({.room = room});
     EXPECT_EQ(log.Open(append, path.c_str()), 0);
     EXPECT_EQ(Body(), L"good</joblog>") << "an old log stays as it was";
+  }
+  // The system says that it has taken nothing, but it has.
+  LogFile log(messages, 1, -1, -1);
+  ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+  const FaultPlan plan{.failAt = 1, .isShort = true, .isDenied = true};
+  const FileFaults faults(plan);
+  EXPECT_EQ(log.print(-1, L"lost"), 0);
+  EXPECT_TRUE(log.print(-1, L"good") && log.Close());
+  EXPECT_EQ(Body(), L"good</joblog>");
+  for (int n = 2; n < 5; ++n) {  // call 1 goes to the end
+    faultPlan = plan;
+    faultPlan.failAt = n;
+    EXPECT_EQ(log.Open(append, path.c_str()), 0) << n;
+    EXPECT_EQ(Body(), L"good</joblog>") << n;
   }
 }
 

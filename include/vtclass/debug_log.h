@@ -47,7 +47,9 @@ struct DebugLogSettings {
  *
  * The constructor and UpdateSettings store the defaults above where a value that they look for is
  * missing: that of MaxDebugFile Append always, the others while limits are enabled, and none for
- * the first three. A count or an extension beyond its range means the simple roll. A log that
+ * the first three. A value that is there but cannot be read, for want of a right or of memory,
+ * keeps what was in force, at the construction the default; nothing is stored over it. A count or
+ * an extension beyond its range means the simple roll. A log that
  * LogFileFactory::CreateDebugLog has made follows all but Ext and Msg while it runs; these, and in
  * any other log all of them, are read by the constructor and by UpdateSettings.
  *
@@ -98,7 +100,8 @@ class DebugLog : public vtclass::border::LibraryMemory {
    * A closed log; no file is touched. `messages` supplies the texts of message numbers; the log
    * shares it. `unicode`: nonzero for UTF-16, 0 for the ANSI code page. `pathValueName`: the value
    * of the logging key under which UpdateSettings finds and remembers the log's path; null or empty
-   * for none. Reads the settings. Throws std::bad_alloc.
+   * for none. Reads the settings; of those that cannot be read GetErrorCode tells the first one's
+   * status. Throws std::bad_alloc.
    */
   DebugLog(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName);
 
@@ -116,7 +119,8 @@ class DebugLog : public vtclass::border::LibraryMemory {
 
   /*
    * Opens `fileName`; a new UTF-16 file begins with its byte-order mark. An open log is closed
-   * first, whatever follows. Others may read the file while it is open, not write it. A name
+   * first, whatever follows. Others may read the file while it is open, not write it. Half a
+   * character at the end of a UTF-16 file, which would shift all lines to come, is cut off. A name
    * without drive or folder is completed now: the log stays where it is when the current folder
    * changes. Returns nonzero; 0 with the code stored (ERROR_INVALID_PARAMETER for another mode),
    * the log then closed.
@@ -177,12 +181,16 @@ class DebugLog : public vtclass::border::LibraryMemory {
   /*
    * Reads the settings anew. When "CreateDebugLog" is not 0 the file is closed and opened again for
    * appending: the path stored under the log's value or, if there is none or it cannot be opened,
-   * the log's own file, which is made if missing and whose path is then stored. A line
+   * the log's own file, which is made if missing and whose path is then stored. A stored path
+   * without drive or folder is completed when it is first read: the log stays there when the
+   * current folder changes. A line
    * "<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>" follows. When it is 0 an open log gets the line
    * "<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>" and is closed. Lines of other threads wait
-   * meanwhile. Nonzero on success; 0 with the code stored: a log that is on then tries at each line
-   * to open its file, one without any name is closed (ERROR_NOT_ENOUGH_MEMORY may leave it open,
-   * with its former settings).
+   * meanwhile. A switch that cannot be read leaves the log open or closed as it is, a path that
+   * cannot be read with the log's own file, and stored. Nonzero on success; 0 with the code stored
+   * when something could not be read, or the file not be opened: a log that is on then tries at
+   * each line to open its file, one without any name is closed (ERROR_NOT_ENOUGH_MEMORY may leave
+   * it open, with its former settings).
    */
   VTCLASS_API int UpdateSettings();
 

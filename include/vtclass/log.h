@@ -264,7 +264,8 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
    * exists; any other value fails with ERROR_INVALID_PARAMETER. Null and empty paths fail as the
    * platform refuses them (ERROR_PATH_NOT_FOUND). An open log is closed first, whatever follows.
    * Others may read the file while it is open, not write it. Returns 1; 0 with the error stored,
-   * the log then closed, and an old file, if it was to be appended to, as it was.
+   * the log then closed, and an old file, if it was to be appended to, as it was; but half a
+   * character at the end of a UTF-16 file is cut off before anything is appended.
    *
    * Contract: appending writes a header and "<joblog>" again. Each opening is a document of its
    * own, and readers split the file there.
@@ -473,8 +474,9 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
 
   /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
    * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether a
-   * part of a text that could not be cut off is behind it, whether this object owes the file a
-   * "</joblog>", and a text that prints put together and reuse. */
+   * part of a text that could not be cut off is behind it or the file's position is not its end,
+   * whether this object owes the file a "</joblog>", and a text that prints put together and reuse.
+   */
   int fileDepth = 0;
   const wchar_t* pendingText;
   unsigned long long fileSize = 0;

@@ -177,8 +177,9 @@ struct MonitoredValue {
  * A watched key that is missing at the construction is made. One that cannot be opened then is not
  * watched: its settings register and are never called. One that is deleted later is not made again;
  * it is watched on as soon as somebody else makes it. Where the system refuses to signal changes,
- * the monitor asks again after pauses that grow from a tenth of a second to a minute, tells it once
- * to the debugger output, and re-reads the values as soon as it is granted.
+ * or to read a value that is neither missing nor of another type, the monitor tries again after
+ * pauses that grow from a tenth of a second to a minute, tells it once to the debugger output, and
+ * tells the subscribers as soon as the values can be read; the old ones stay until then.
  *
  * Callbacks run one at a time on the monitor's thread, with the monitor's lock held. The context is
  * the caller's. A callback

@@ -88,8 +88,9 @@ SGMonClient::SGMonClient(eClient client, void (*callback)(bool), Runner run) noe
     : state(new(std::nothrow) State(client, callback, run)) {
   if (!state) return;
   state->shutdownEvent = state->threadShutdownEvent.Get();
-  // Without these the thread could not be ended safely.
-  const bool hasEvents = state->threadShutdownEvent && state->startedEvent;
+  // Without these the thread could not be ended safely, nor its first look be waited for.
+  const bool hasEvents =
+      state->threadShutdownEvent && state->startedEvent && state->initCompleteEvent;
   const unsigned long status = hasEvents ? state->StartThread(*this) : ERROR_NO_SYSTEM_RESOURCES;
   // The thread, if there is one, keeps its own.
   if (status != ERROR_SUCCESS) state->status = status;
@@ -114,7 +115,7 @@ void SGMonClient::Destroy() {
 void SGMonClient::SetInitComplete() { ::SetEvent(state->initCompleteEvent.Get()); }
 
 void SGMonClient::WaitInitComplete(unsigned long timeoutMs) {
-  if (!state->thread || !state->initCompleteEvent || state->IsOwnThread()) return;
+  if (!state->thread || state->IsOwnThread()) return;
   const HANDLE ends[] = {state->initCompleteEvent.Get(), state->thread.Get(), state->shutdownEvent};
   ::WaitForMultipleObjects(ends[2] ? 3 : 2, ends, FALSE, timeoutMs);
 }

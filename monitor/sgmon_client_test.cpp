@@ -241,12 +241,13 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
         if (--refusedEvent != 0) return ::CreateEventW(attributes, manual, state, name);
         return ::SetLastError(ERROR_NOT_ENOUGH_MEMORY), HANDLE{};
       });
-  // Its own three, of which only the one for its first word can be missing, and the wake-up event.
-  for (const auto& [next, status] : {std::pair(1, 1450ul), {2, 0ul}, {3, 1450ul}, {4, 8ul}}) {
+  // Its own three, and the wake-up event.
+  for (const auto& [next, status] : {std::pair(1, 1450ul), {2, 1450ul}, {3, 1450ul}, {4, 8ul}}) {
     refusedEvent = next;
     const Client client = Make();
     client->WaitInitComplete(kLimit);
     EXPECT_EQ(client->GetErrorCode(), status) << next;
+    EXPECT_EQ(told, 0) << next;
   }
   EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
   EXPECT_TRUE(isManualReset) << "one signal reaches every client";

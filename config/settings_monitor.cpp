@@ -119,6 +119,13 @@ DWORD SettingsMonitor::State::UntilDue() const {
                    debugWatcher.UntilRetry(), debugWatcher.UntilReading()});
 }
 
+// While the wait for all of them is refused, the monitor can still be stopped.
+bool SettingsMonitor::State::IsStoppedInPause() const {
+  const DWORD result = ::WaitForSingleObject(stopSignal.GetHandle(), kPause);
+  if (result == WAIT_FAILED) ::Sleep(kPause);
+  return result == WAIT_OBJECT_0;
+}
+
 WatchedEvent* SettingsMonitor::State::Next() {
   // What is due goes first: many signals of the other key must not put it off for ever.
   for (KeyWatcher* const watcher : {&loggingWatcher, &debugWatcher}) {
@@ -126,8 +133,8 @@ WatchedEvent* SettingsMonitor::State::Next() {
     if (watcher->UntilRetry() == 0) return watcher;
   }
   Waitable* const signalled = waitGroup.Wait(UntilDue());
-  if (!signalled && UntilDue() != 0) ::Sleep(kPause);  // the wait was refused
-  return static_cast<WatchedEvent*>(signalled);
+  if (signalled) return static_cast<WatchedEvent*>(signalled);
+  return UntilDue() != 0 && IsStoppedInPause() ? &stopSignal : nullptr;
 }
 
 void SettingsMonitor::State::Look(WatchedEvent& watched) {

@@ -23,6 +23,8 @@ struct SettingsMonitor::State {
   vtclass::config::WatchedEvent* Next();
   /* Milliseconds until the first of what is to be tried again; INFINITE when there is nothing. */
   DWORD UntilDue() const;
+  /* Lets the pause after a refused wait pass; true when the monitor is stopped meanwhile. */
+  bool IsStoppedInPause() const;
   /* Re-reads the settings of a watched key and tells their subscribers. */
   void Look(vtclass::config::WatchedEvent& watched);
 

@@ -416,6 +416,27 @@ TEST_F(SettingsMonitorTest, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldO
   }
 }
 
+std::atomic<int> waitsToRefuse;
+HANDLE refusedAWait; /* a semaphore */
+
+// Fifty waits: five seconds of pauses, unless the stop comes through.
+TEST_F(SettingsMonitorTest, RefusedWaits_DoNotHoldUpTheStop) {
+  const ImportHook<decltype(::WaitForMultipleObjects)> wait(
+      "KERNEL32.dll", "WaitForMultipleObjects", [](auto... all) -> DWORD {
+        if (waitsToRefuse <= 0) return ::WaitForMultipleObjects(all...);
+        --waitsToRefuse, ::ReleaseSemaphore(refusedAWait, 1, nullptr);
+        return ::SetLastError(ERROR_NO_SYSTEM_RESOURCES), WAIT_FAILED;
+      });
+  const vtclass::platform::OwnedKernelObject refused(::CreateSemaphoreW(nullptr, 0, 99, nullptr));
+  refusedAWait = refused.Get();
+  Begin();
+  waitsToRefuse = 50;
+  Put(LoggingKey(), L"fence", 1);  // ends the wait in hand
+  EXPECT_EQ(::WaitForSingleObject(refused.Get(), 20000), WAIT_OBJECT_0);
+  EXPECT_EQ(monitor->Stop(), S_OK);
+  EXPECT_GT(waitsToRefuse.exchange(0), 0);
+}
+
 TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDestroyed) {
   {
     const ImportHook<decltype(::RegCreateKeyExW)> hook(

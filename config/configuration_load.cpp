@@ -67,13 +67,15 @@ bool Configuration::LoadText(const wchar_t* name, const WideSink& out) noexcept 
 bool Configuration::LoadText(const wchar_t* name, const WideSink& out,
                              const wchar_t* def) noexcept {
   if (LoadText(name, out)) return true;
-  const bool replace = IsReplaceable(lastError);
   const WideView text = def ? def : L"";
+  // Before `out` is filled: the name and the default may lie in it.
+  const bool isWritten =
+      IsReplaceable(lastError) && SaveUnits(name, text.data(), text.size() + 1, REG_SZ);
   const long status = StatusOf([&] {
     HandOver(out, text);
     return ERROR_SUCCESS;
   });
-  return Succeeded(status) && replace && SaveUnits(name, text.data(), text.size() + 1, REG_SZ);
+  return Succeeded(status) && isWritten;
 }
 
 bool Configuration::LoadList(const wchar_t* name, ListSink out) noexcept {

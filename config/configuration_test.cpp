@@ -274,6 +274,15 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND) << "a success resets no status";
   EXPECT_TRUE(settings.Load(L"v", number, 8) && number == 7);
   EXPECT_TRUE(settings.Load(L"t", text, L"other") && text == L"def");
+  // The name, then the default, lies in the text that is filled.
+  text = wcstring(L"inside");
+  EXPECT_TRUE(settings.Load(text.c_str(), text, L"def") && text == L"def");
+  text = wcstring(L"its default");
+  EXPECT_TRUE(settings.Load(L"d", text, text.c_str() + 4) && text == L"default");
+  for (const auto& [name, stored] : {std::pair(L"inside", L"def"), {L"d", L"default"}}) {
+    wcstring read;
+    EXPECT_TRUE(settings.Load(name, read) && read == stored) << name;
+  }
   ASSERT_TRUE(settings.Open(kKey, nullptr, Configuration::accessRead));
   EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
   EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));

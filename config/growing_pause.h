@@ -11,9 +11,11 @@ namespace vtclass::config {
  * minute. Belongs to one thread. */
 class GrowingPause {
  public:
-  /* Orders the next attempt. True when it is the first of a series. */
+  /* Orders the next attempt; one that is ordered and not due yet stands. True when it is the first
+   * of a series. */
   bool Order() noexcept {
     const bool isFirst = pause == 0;
+    if (!isFirst && Left() != 0) return false;
     pause = isFirst ? kShortest : std::min(2 * pause, kLongest);
     due = ::GetTickCount64() + pause;
     return isFirst;

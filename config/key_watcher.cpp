@@ -2,6 +2,7 @@
 
 #include "config/no_throw.h"
 #include "config/setting_change.h"
+#include "config/stored_text.h"
 #include "platform/hresult.h"
 
 namespace vtclass::config {
@@ -14,6 +15,12 @@ namespace {
 
 bool IsGone(LSTATUS status) {
   return status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED;
+}
+
+/* Whether a reading failed for a reason that may pass. Where there is nothing to read, the next
+ * change brings a signal. */
+bool IsTrouble(long status) {
+  return status != ERROR_SUCCESS && status != kWrongType && !IsGone(status);
 }
 
 /* Leaves `key` empty for the root itself, which is not ours to close. */
@@ -29,11 +36,10 @@ void CutLast(wcstring& path) {
   path.resize(separator == wcstring::npos ? 0 : separator);
 }
 
-void Report(const wcstring& path, LSTATUS status) noexcept {
+void Report(const wchar_t* what, const wcstring& path, long status) noexcept {
   StatusOf([&] {
-    const std::wstring line = L"vtclass_mini: changes of the key " + path +
-                              L" are not signalled now, trying again: status " +
-                              std::to_wstring(status) + L"\n";
+    const std::wstring line = std::wstring(L"vtclass_mini: ") + what + L" of the key " + path +
+                              L", trying again: status " + std::to_wstring(status) + L"\n";
     ::OutputDebugStringW(line.c_str());
     return ERROR_SUCCESS;
   });
@@ -119,7 +125,7 @@ long KeyWatcher::Settle(LSTATUS status) {
     retry.End();
     return S_OK;
   }
-  if (retry.Order()) Report(path, status);
+  if (retry.Order()) Report(L"no signal now of changes", path, status);
   return HResultOfFailure(static_cast<unsigned long>(status));
 }
 
@@ -135,6 +141,7 @@ long KeyWatcher::Collect(const Settings& current) {
 
 long KeyWatcher::ProcessChanges(CriticalSection& lock) {
   long result = S_OK;
+  long trouble = ERROR_SUCCESS;
   for (const void* const cookie : snapshot) {
     const ScopedLock hold(lock);
     // Looked up anew: a callback or another thread may have removed the setting since, and another
@@ -143,9 +150,22 @@ long KeyWatcher::ProcessChanges(CriticalSection& lock) {
     if (found == settings.end() || found->second->subkey != path) continue;
     Configuration* const open = readingKey.Below(found->second->root, path);
     SettingChange change;
-    if (open && found->second->Refresh(*open, change) == S_OK) result = change.Deliver();
+    const long status = open ? found->second->Refresh(*open, change) : readingKey.GetStatus();
+    if (IsTrouble(status)) trouble = status;
+    if (change.IsThere()) result = change.Deliver();
   }
+  SettleReading(trouble);
   return result;
+}
+
+void KeyWatcher::SettleReading(long status) {
+  if (status == ERROR_SUCCESS) {
+    reading.End();
+    return;
+  }
+  // The next look is not to ask a key that failed.
+  readingKey.Close();
+  if (reading.Order()) Report(L"no reading now of a value", path, status);
 }
 
 }  // namespace vtclass::config

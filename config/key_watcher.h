@@ -57,8 +57,9 @@ class StopSignal final : public WatchedEvent {
  */
 class ReadingKey {
  public:
-  /* The key `path` below `root`, null when it cannot be opened. */
+  /* The key `path` below `root`; null when it cannot be opened, and GetStatus tells why. */
   Configuration* Below(HKEY root, const wcstring& path);
+  long GetStatus() const { return key ? key->GetErrorCode() : ERROR_SUCCESS; }
   void Close() { key.reset(); }
 
  private:
@@ -89,12 +90,18 @@ class KeyWatcher final : public WatchedEvent {
   /* Milliseconds until Rearm is to be called without a signal; INFINITE while none is refused. */
   DWORD UntilRetry() const { return retry.Left(); }
 
+  /* Milliseconds until ProcessChanges is to be called without a signal, because a value could not
+   * be read; INFINITE while all can. */
+  DWORD UntilReading() const { return reading.Left(); }
+
   /* Notes which settings are registered now. The caller holds their lock. 0x80070008 when memory
    * runs out. */
   long Collect(const Settings& current) override;
 
   /* Re-reads each noted setting of this key and tells its subscriber of a change, under `lock` for
-   * one setting at a time. Returns what the last subscriber returned, 0 when none was called. */
+   * one setting at a time. Returns what the last subscriber returned, 0 when none was called.
+   * Where a reading fails though the value may well be there, the failure is told to the debugger
+   * output, once until all readings succeed, and UntilReading says when to try again. */
   long ProcessChanges(platform::CriticalSection& lock) override;
 
   bool IsStopSignal() const override { return false; }
@@ -107,6 +114,7 @@ class KeyWatcher final : public WatchedEvent {
   LSTATUS WatchNearest();
   bool IsStillMissing() const;
   long Settle(LSTATUS status);
+  void SettleReading(long status);
 
   std::vector<const void*> snapshot; /* cookies, in their order */
   const Settings& settings;
@@ -116,7 +124,8 @@ class KeyWatcher final : public WatchedEvent {
   wcstring missing;     /* the key below the watched one that has to come first; else empty */
   bool isArmed = false; /* a signal has been asked for */
   std::atomic<bool> isFollowed{false};
-  GrowingPause retry;
+  GrowingPause retry;    /* of the request for a signal */
+  GrowingPause reading;  /* of what could not be read */
   ReadingKey readingKey; /* stays open until the next change, whose first look then need not wait */
 };
 

@@ -101,7 +101,7 @@ bool Setting::Differs(unsigned long before) const {
   return SdkDebugLevel(numericValue) != SdkDebugLevel(before);
 }
 
-// 0 and the change to tell, or a failure: the value is as it was, or cannot be read.
+// The status of the reading. `change` gets a callback only where there is something to tell.
 long Setting::Refresh(Configuration& key, SettingChange& change) {
   change.context = context;
   return IsNumeric() ? RefreshNumber(key, change) : RefreshText(key, change);
@@ -109,26 +109,27 @@ long Setting::Refresh(Configuration& key, SettingChange& change) {
 
 long Setting::RefreshNumber(Configuration& key, SettingChange& change) {
   const unsigned long before = numericValue;
-  if (ReadFrom(key) != S_OK || !(tellsAlways || Differs(before))) return E_FAIL;
+  if (ReadFrom(key) != S_OK) return key.GetErrorCode();
+  if (!tellsAlways && !Differs(before)) return ERROR_SUCCESS;
   change.number = numericValue;
   change.numberCallback = numberCallback;
   change.numberRunner = numberRunner;
-  return S_OK;
+  return ERROR_SUCCESS;
 }
 
 long Setting::RefreshText(Configuration& key, SettingChange& change) {
-  return HResultOf([&] {
+  return StatusOf([&]() -> long {
     wcstring now;
-    if (!key.Load(valueName.c_str(), now)) return E_FAIL;
+    if (!key.Load(valueName.c_str(), now)) return key.GetErrorCode();
     hasValue = true;
-    if (now == stringValue && !tellsAlways) return E_FAIL;
+    if (now == stringValue && !tellsAlways) return ERROR_SUCCESS;
     // The subscriber's copy comes first: a change that cannot be told for want of memory must still
     // be a change at the next look.
     change.text = now;
     change.textCallback = textCallback;
     change.textRunner = textRunner;
     stringValue.swap(now);
-    return S_OK;
+    return ERROR_SUCCESS;
   });
 }
 

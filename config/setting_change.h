@@ -18,6 +18,8 @@ struct SettingChange {
   unsigned long number = 0;
   wcstring text;
 
+  bool IsThere() const noexcept { return numberCallback || textCallback; }
+
   /* Calls the subscriber, if there is one. Returns what it returned; E_FAIL when it threw. */
   long Deliver() const noexcept;
 };

@@ -102,10 +102,7 @@ long SettingsMonitor::Monitor() {
   state->threadId = ::GetCurrentThreadId();
   for (;;) {
     WatchedEvent* const watched = state->Next();
-    if (!watched) {
-      ::Sleep(kPause);
-      continue;
-    }
+    if (!watched) continue;
     if (watched->IsStopSignal()) break;
     state->Look(*watched);
     watched->Rearm();
@@ -117,19 +114,27 @@ long SettingsMonitor::Monitor() {
   return S_OK;
 }
 
-KeyWatcher* SettingsMonitor::State::Due() {
-  for (KeyWatcher* const watcher : {&loggingWatcher, &debugWatcher}) {
-    if (watcher->UntilRetry() == 0) return watcher;
-  }
-  return nullptr;
+DWORD SettingsMonitor::State::UntilDue() const {
+  return std::min({loggingWatcher.UntilRetry(), loggingWatcher.UntilReading(),
+                   debugWatcher.UntilRetry(), debugWatcher.UntilReading()});
+}
+
+// While the wait for all of them is refused, the monitor can still be stopped.
+bool SettingsMonitor::State::IsStoppedInPause() const {
+  const DWORD result = ::WaitForSingleObject(stopSignal.GetHandle(), kPause);
+  if (result == WAIT_FAILED) ::Sleep(kPause);
+  return result == WAIT_OBJECT_0;
 }
 
 WatchedEvent* SettingsMonitor::State::Next() {
   // What is due goes first: many signals of the other key must not put it off for ever.
-  if (KeyWatcher* const due = Due()) return due;
-  const DWORD limit = std::min(loggingWatcher.UntilRetry(), debugWatcher.UntilRetry());
-  Waitable* const signalled = waitGroup.Wait(limit);
-  return signalled ? static_cast<WatchedEvent*>(signalled) : Due();
+  for (KeyWatcher* const watcher : {&loggingWatcher, &debugWatcher}) {
+    if (watcher->UntilReading() == 0) Look(*watcher);
+    if (watcher->UntilRetry() == 0) return watcher;
+  }
+  Waitable* const signalled = waitGroup.Wait(UntilDue());
+  if (signalled) return static_cast<WatchedEvent*>(signalled);
+  return UntilDue() != 0 && IsStoppedInPause() ? &stopSignal : nullptr;
 }
 
 void SettingsMonitor::State::Look(WatchedEvent& watched) {

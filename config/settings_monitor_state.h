@@ -18,9 +18,13 @@ struct SettingsMonitor::State {
 
   bool IsMonitorThread() const { return threadId == ::GetCurrentThreadId(); }
   /* Waits for what the thread has to see to next: a signal, or a key whose signal was refused and
-   * is to be asked for again. Null when the system refuses the wait. */
+   * is to be asked for again. Reads again what could not be read. Null when only time has passed,
+   * or the system refuses the wait. */
   vtclass::config::WatchedEvent* Next();
-  vtclass::config::KeyWatcher* Due();
+  /* Milliseconds until the first of what is to be tried again; INFINITE when there is nothing. */
+  DWORD UntilDue() const;
+  /* Lets the pause after a refused wait pass; true when the monitor is stopped meanwhile. */
+  bool IsStoppedInPause() const;
   /* Re-reads the settings of a watched key and tells their subscribers. */
   void Look(vtclass::config::WatchedEvent& watched);
 

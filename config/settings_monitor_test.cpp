@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cwchar>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -333,12 +334,17 @@ unsigned long playedLevel;
 std::vector<DWORD> pauses;
 std::vector<std::wstring> lines;
 
-// The clock stands still but for the pauses, which are over at once. In each the level goes up.
-DWORD WINAPI PassPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+// The clock stands still but for the pauses, which are over at once.
+DWORD WINAPI PassQuietPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
   if (limit == INFINITE) return ::WaitForMultipleObjects(count, handles, all, limit);
   const DWORD result = ::WaitForMultipleObjects(count, handles, all, 0);
-  if (result == WAIT_TIMEOUT)
-    pauses.push_back(limit), playedClock += limit, PutLevel(++playedLevel);
+  if (result == WAIT_TIMEOUT) pauses.push_back(limit), playedClock += limit;
+  return result;
+}
+// In each the level goes up.
+DWORD WINAPI PassPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+  const DWORD result = PassQuietPause(count, handles, all, limit);
+  if (result == WAIT_TIMEOUT) PutLevel(++playedLevel);
   return result;
 }
 
@@ -366,6 +372,69 @@ TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndTold
   ASSERT_EQ(lines.size(), 2u) << "once a trouble";
   EXPECT_NE(lines[0].find(LoggingKey()), std::wstring::npos);
   EXPECT_EQ(lines[0].find(L'\n'), lines[0].size() - 1);
+}
+
+LSTATUS refusedRead, refusedOpen; /* what the system answers for the first eleven pauses */
+bool AreReadsRefused() { return pauses.size() < 11; }
+LSTATUS WINAPI ReadOrRefuse(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data,
+                            DWORD* size) {
+  if (refusedRead && AreReadsRefused() && std::wcscmp(name, kLevel) == 0) return refusedRead;
+  return ::RegQueryValueExW(key, name, reserved, type, data, size);
+}
+LSTATUS WINAPI OpenOrRefuse(HKEY root, LPCWSTR path, DWORD options, REGSAM rights, HKEY* key) {
+  if (refusedOpen && AreReadsRefused() && (rights & KEY_SET_VALUE)) return refusedOpen;
+  return ::RegOpenKeyExW(root, path, options, rights, key);
+}
+
+// No signal comes after the last change: it can only be found by reading again.
+TEST_F(SettingsMonitorTest, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldOnce) {
+  const ImportHook<decltype(::RegQueryValueExW)> read("ADVAPI32.dll", "RegQueryValueExW",
+                                                      &ReadOrRefuse);
+  const ImportHook<decltype(::RegOpenKeyExW)> open("ADVAPI32.dll", "RegOpenKeyExW", &OpenOrRefuse);
+  const ImportHook<decltype(::GetTickCount64)> clock("KERNEL32.dll", "GetTickCount64",
+                                                     [] { return playedClock; });
+  const ImportHook<decltype(::WaitForMultipleObjects)> wait(
+      "KERNEL32.dll", "WaitForMultipleObjects", &PassQuietPause);
+  const ImportHook<decltype(::OutputDebugStringW)> output(
+      "KERNEL32.dll", "OutputDebugStringW", [](LPCWSTR line) { lines.emplace_back(line); });
+  playedLevel = 0;
+  for (const auto& [ofRead, ofOpen] :
+       {std::pair<LSTATUS, LSTATUS>(ERROR_NO_SYSTEM_RESOURCES, 0), {0, ERROR_ACCESS_DENIED}}) {
+    Begin();
+    ASSERT_TRUE(Level(first));
+    monitor->Stop();
+    pauses.clear(), lines.clear(), refusedRead = ofRead, refusedOpen = ofOpen;
+    PutLevel(++playedLevel);
+    monitor->Start();
+    EXPECT_EQ(first.Next(), std::to_wstring(playedLevel));
+    Settle();
+    monitor.reset();
+    EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
+                                          60000}));
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find(LoggingKey()), std::wstring::npos);
+  }
+}
+
+std::atomic<int> waitsToRefuse;
+HANDLE refusedAWait; /* a semaphore */
+
+// Fifty waits: five seconds of pauses, unless the stop comes through.
+TEST_F(SettingsMonitorTest, RefusedWaits_DoNotHoldUpTheStop) {
+  const ImportHook<decltype(::WaitForMultipleObjects)> wait(
+      "KERNEL32.dll", "WaitForMultipleObjects", [](auto... all) -> DWORD {
+        if (waitsToRefuse <= 0) return ::WaitForMultipleObjects(all...);
+        --waitsToRefuse, ::ReleaseSemaphore(refusedAWait, 1, nullptr);
+        return ::SetLastError(ERROR_NO_SYSTEM_RESOURCES), WAIT_FAILED;
+      });
+  const vtclass::platform::OwnedKernelObject refused(::CreateSemaphoreW(nullptr, 0, 99, nullptr));
+  refusedAWait = refused.Get();
+  Begin();
+  waitsToRefuse = 50;
+  Put(LoggingKey(), L"fence", 1);  // ends the wait in hand
+  EXPECT_EQ(::WaitForSingleObject(refused.Get(), 20000), WAIT_OBJECT_0);
+  EXPECT_EQ(monitor->Stop(), S_OK);
+  EXPECT_GT(waitsToRefuse.exchange(0), 0);
 }
 
 TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDestroyed) {

@@ -28,6 +28,11 @@ SGMonClient* instance;
 
 bool IsSignalled(HANDLE object) { return ::WaitForSingleObject(object, 0) == WAIT_OBJECT_0; }
 
+// Why a wait ended that was not to go on: 0 unless the system refused it.
+DWORD StatusOfWait(DWORD result) {
+  return result == WAIT_FAILED ? ::GetLastError() : DWORD{ERROR_SUCCESS};
+}
+
 bool IsOnFor(SGMonClient::eClient client) {
   Configuration key;
   if (!key.Open(Configuration::openOrCreate, DebugKey(), nullptr,
@@ -53,7 +58,7 @@ struct SGMonClient::State {
   bool IsOwnThread() const { return threadId == ::GetCurrentThreadId(); }
   static DWORD WINAPI Enter(void* owner);
   DWORD Run(HANDLE shutdown);
-  void Follow(HANDLE wakeUp, HANDLE shutdown) const;
+  DWORD Follow(HANDLE wakeUp, HANDLE shutdown) const;
   void Evaluate() const;
 
   const eClient client;
@@ -83,8 +88,9 @@ SGMonClient::SGMonClient(eClient client, void (*callback)(bool), Runner run) noe
     : state(new(std::nothrow) State(client, callback, run)) {
   if (!state) return;
   state->shutdownEvent = state->threadShutdownEvent.Get();
-  // Without these the thread could not be ended safely.
-  const bool hasEvents = state->threadShutdownEvent && state->startedEvent;
+  // Without these the thread could not be ended safely, nor its first look be waited for.
+  const bool hasEvents =
+      state->threadShutdownEvent && state->startedEvent && state->initCompleteEvent;
   const unsigned long status = hasEvents ? state->StartThread(*this) : ERROR_NO_SYSTEM_RESOURCES;
   // The thread, if there is one, keeps its own.
   if (status != ERROR_SUCCESS) state->status = status;
@@ -109,7 +115,7 @@ void SGMonClient::Destroy() {
 void SGMonClient::SetInitComplete() { ::SetEvent(state->initCompleteEvent.Get()); }
 
 void SGMonClient::WaitInitComplete(unsigned long timeoutMs) {
-  if (!state->thread || !state->initCompleteEvent || state->IsOwnThread()) return;
+  if (!state->thread || state->IsOwnThread()) return;
   const HANDLE ends[] = {state->initCompleteEvent.Get(), state->thread.Get(), state->shutdownEvent};
   ::WaitForMultipleObjects(ends[2] ? 3 : 2, ends, FALSE, timeoutMs);
 }
@@ -164,8 +170,8 @@ DWORD SGMonClient::State::Run(HANDLE shutdown) {
   OwnedKernelObject wakeUp;
   status = OpenWakeUpEvent(wakeUp);
   if (status != ERROR_SUCCESS) return status;
-  if (!IsSignalled(shutdown)) Follow(wakeUp.Get(), shutdown);
-  return ERROR_SUCCESS;
+  if (!IsSignalled(shutdown)) status = Follow(wakeUp.Get(), shutdown);
+  return status;
 }
 
 void SGMonClient::State::Evaluate() const {
@@ -174,7 +180,7 @@ void SGMonClient::State::Evaluate() const {
   ::SetEvent(initCompleteEvent.Get());
 }
 
-void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) const {
+DWORD SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) const {
   // The shutdown stands first: it counts even while somebody leaves the wake-up event signalled.
   const HANDLE events[] = {shutdown, wakeUp};
   for (;;) {
@@ -182,9 +188,11 @@ void SGMonClient::State::Follow(HANDLE wakeUp, HANDLE shutdown) const {
     if (IsSignalled(wakeUp)) {
       // It has not been reset yet, or is left as it is. After the pause the switches are read again
       // in any case: somebody else may have signalled meanwhile, which nothing shows.
-      if (::WaitForSingleObject(shutdown, kPause) != WAIT_TIMEOUT) return;
-    } else if (::WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0 + 1) {
-      return;
+      const DWORD paused = ::WaitForSingleObject(shutdown, kPause);
+      if (paused != WAIT_TIMEOUT) return StatusOfWait(paused);
+    } else {
+      const DWORD woken = ::WaitForMultipleObjects(2, events, FALSE, INFINITE);
+      if (woken != WAIT_OBJECT_0 + 1) return StatusOfWait(woken);
     }
   }
 }

@@ -191,6 +191,39 @@ TEST_F(SGMonClientTest, ForeignObjectOfTheEventsName_IsToldByAStatus) {
   EXPECT_EQ(told, 0);
 }
 
+std::atomic<bool> isWaitRefused;
+
+// The first wait of the client's thread, after its first call of the callback.
+DWORD WINAPI RefuseOneWait(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+  if (limit == INFINITE && isWaitRefused.exchange(false)) {
+    return ::SetLastError(ERROR_NO_SYSTEM_RESOURCES), WAIT_FAILED;
+  }
+  return ::WaitForMultipleObjects(count, handles, all, limit);
+}
+
+HANDLE threadOver; /* an auto-reset event */
+
+TEST_F(SGMonClientTest, RefusedWait_EndsTheThread_AndIsToldByItsStatus) {
+  const ImportHook<decltype(::WaitForMultipleObjects)> wait(
+      "KERNEL32.dll", "WaitForMultipleObjects", &RefuseOneWait);
+  const ImportHook<void(HMODULE, DWORD)> exit("KERNEL32.dll", "FreeLibraryAndExitThread",
+                                              [](HMODULE library, DWORD code) {
+                                                ::SetEvent(threadOver);
+                                                ::FreeLibraryAndExitThread(library, code);
+                                              });
+  const OwnedKernelObject over(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  threadOver = over.Get();
+  for (const auto& [isRefused, status] : {std::pair(true, 1450ul), {false, 0ul}}) {
+    told = 0, isWaitRefused = isRefused;
+    const Client client = Make();
+    client->WaitInitComplete(kLimit);
+    if (!isRefused) ::SetEvent(client->GetShutdownHandle());
+    EXPECT_EQ(::WaitForSingleObject(threadOver, kLimit), WAIT_OBJECT_0);
+    EXPECT_EQ(client->GetErrorCode(), status);
+    EXPECT_EQ(told, -1);
+  }
+}
+
 int refusedEvent; /* 1 is the next one */
 std::wstring wakeUpName, accessList;
 BOOL isManualReset;
@@ -208,12 +241,13 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
         if (--refusedEvent != 0) return ::CreateEventW(attributes, manual, state, name);
         return ::SetLastError(ERROR_NOT_ENOUGH_MEMORY), HANDLE{};
       });
-  // Its own three, of which only the one for its first word can be missing, and the wake-up event.
-  for (const auto& [next, status] : {std::pair(1, 1450ul), {2, 0ul}, {3, 1450ul}, {4, 8ul}}) {
+  // Its own three, and the wake-up event.
+  for (const auto& [next, status] : {std::pair(1, 1450ul), {2, 1450ul}, {3, 1450ul}, {4, 8ul}}) {
     refusedEvent = next;
     const Client client = Make();
     client->WaitInitComplete(kLimit);
     EXPECT_EQ(client->GetErrorCode(), status) << next;
+    EXPECT_EQ(told, 0) << next;
   }
   EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
   EXPECT_TRUE(isManualReset) << "one signal reaches every client";

@@ -109,7 +109,7 @@ class Configuration {
   bool Load(const wchar_t* name, wcstring& out);
 
   /* The same; when that fails, `out` becomes `def` (null: empty), which is written as REG_SZ or not
-   * by the rule for numbers above. */
+   * by the rule for numbers above. `name` and `def` may lie in `out`. */
   bool Load(const wchar_t* name, wcstring& out, const wchar_t* def);
 
   /*

@@ -34,6 +34,8 @@
  *
  * Failures: without its events or its thread, or when the wake-up event can neither be made nor
  * opened, the client never calls back; WaitInitComplete returns at once and GetErrorCode tells why.
+ * Where the system refuses the wait for the wake-up event, the client's thread ends: nobody is
+ * called any more, and GetErrorCode tells why.
  *
  * Threads: any, except SetShutdownHandle: before others use the object. Never destroy a client
  * inside DllMain. The client's thread keeps the library loaded: a host that unloads it destroys its
@@ -92,9 +94,9 @@ class VTCLASS_API_TYPE SGMonClient : public RefCounted, public vtclass::border::
 
   /*
    * Why the client does not follow the switches, once WaitInitComplete has returned; 0 while it
-   * does. A Win32 status, the system's: 6 when an object of another kind has the wake-up event's
-   * name, 5 when the event does not let this process wait, 1450 without the client's own events.
-   * Any thread.
+   * does, and when it was shut down. A Win32 status, the system's: 6 when an object of another kind
+   * has the wake-up event's name, 5 when the event does not let this process wait, 1450 without the
+   * client's own events. Any thread.
    */
   VTCLASS_API unsigned long GetErrorCode() const;
 

@@ -171,14 +171,22 @@ struct MonitoredValue {
  * type: the old value then stays, and counts when the value returns; only a Setting that tells
  * always is told its value whenever the key changes and it can be read. A number is not checked
  * against its range. Changes below a watched key wake the monitor but concern no setting of it.
- * Registering reads the value once and calls nobody: register first, then read your own copy, and
- * no change is missed. A change made while the monitor is stopped arrives after Start.
+ * Registering reads the value once and calls nobody. A change made while the monitor is stopped
+ * arrives after Start.
+ *
+ * Own copies. What the subscriber reads himself and what the monitor compares are two readings. A
+ * value that changes, is read by the subscriber, and changes back before the monitor looks is as it
+ * was for the monitor: nobody is called, and the copy stays wrong. Live by what the callback
+ * brings. Who needs the value before the first call makes a Setting of his own (GetMonitoredValue
+ * names the built-in values), registers it with TellAlways, and then reads his copy under the lock
+ * that his callback takes: each later change of the key brings him the stored value.
  *
  * A watched key that is missing at the construction is made. One that cannot be opened then is not
  * watched: its settings register and are never called. One that is deleted later is not made again;
  * it is watched on as soon as somebody else makes it. Where the system refuses to signal changes,
- * the monitor asks again after pauses that grow from a tenth of a second to a minute, tells it once
- * to the debugger output, and re-reads the values as soon as it is granted.
+ * or to read a value that is neither missing nor of another type, the monitor tries again after
+ * pauses that grow from a tenth of a second to a minute, tells it once to the debugger output, and
+ * tells the subscribers as soon as the values can be read; the old ones stay until then.
  *
  * Callbacks run one at a time on the monitor's thread, with the monitor's lock held. The context is
  * the caller's. A callback
@@ -195,7 +203,8 @@ struct MonitoredValue {
  * Threads: registering and removing from any thread. GetInstance's first call, Start, Stop and
  * DestroyInstance belong to one thread at a time. None of them inside DllMain: a thread neither
  * begins nor ends while DllMain runs.
- * A thread that is terminated inside one of them keeps the monitor's lock for ever.
+ * A thread that is terminated inside one of them, say while the registry is slow to give the value
+ * that is read at a registration, keeps the monitor's lock for ever: later registrations wait.
  *
  * Unloading: call DestroyInstance before. The monitor's thread keeps the library loaded until it
  * ends, so that a host that forgets it does not crash. At process exit the thread ends with it.
@@ -264,6 +273,7 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
    * The registrations of the product's own settings. Each reads the value at once and returns a
    * cookie, or null without a callback or without memory. What each watches stands in
    * config/monitored_values.cpp, and GetMonitoredValue tells it.
+   * Who also reads the value himself heeds "Own copies" above.
    *
    * Contract: "CreateDebugLog" is a plain number, "VTMSDKLog" a Bool. VtmRegisterDebugLevel watches
    * the default product's debug key whatever CMS_GetProd answers: under the sibling product it

@@ -118,8 +118,7 @@ class Border : public testing::Test {
     }
     const unsigned long on = 1;
     StoreValue(LoggingKey(), L"MaxDebugFile Enabled", REG_DWORD, &on, sizeof on);
-    StoreValue(LoggingKey(), L"MaxDebugFile Ext", REG_SZ,
-               L".with-a-long-extension", 46);
+    StoreValue(LoggingKey(), L"MaxDebugFile Ext", REG_SZ, L".with-a-long-extension", 46);
     key.Open(Configuration::openExisting, kKey, nullptr,
              Configuration::accessRead | Configuration::accessWrite);
   }
@@ -532,8 +531,7 @@ TEST_F(BorderCallbacks, Settings_EndTheirExceptionsOnTheHostsSide) {
   SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
   ASSERT_TRUE(monitor->EngineRegisterDebugLevel(&OnChange, nullptr));
   for (unsigned long level = 1; level <= 3; ++level) {
-    StoreValue(LoggingKey(), L"Engine NDMP Debug Level", REG_DWORD, &level,
-               sizeof level);
+    StoreValue(LoggingKey(), L"Engine NDMP Debug Level", REG_DWORD, &level, sizeof level);
     WaitForRuns(1);
   }
 }

@@ -188,8 +188,8 @@ class SocketServices {
  * At most 16 look-ups run for callers who still wait; more callers wait for their turn within their
  * own limits. What a caller has given up does not count among the 16, up to 64 threads in all. Of
  * equal questions one runs first: the others fail with it, also when it was given up long ago, and
- * run all at once when it succeeds. So a silent name, however often it is asked for, leaves room for
- * others; 64 different silent names leave none.
+ * run all at once when it succeeds. So a silent name, however often it is asked for, leaves room
+ * for others; 64 different silent names leave none.
  *
  * A thread that is killed in this call costs no other caller more than the place of its look-up,
  * and that no longer than its limit.

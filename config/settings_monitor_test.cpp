@@ -363,7 +363,7 @@ TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndTold
   unsigned long level = 0;
   for (const auto& [refused, lastLevel] : {std::pair(2 + 11, 12ul), {2, 13ul}}) {
     beforeArming = [count = refused] { refusals = count; };
-    ::SetEvent(loggingEvent);
+    Put(LoggingKey(), L"nobody's", lastLevel);
     while (level < lastLevel) EXPECT_EQ(first.Next(), std::to_wstring(++level));
     Settle();
   }

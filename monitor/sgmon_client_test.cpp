@@ -31,7 +31,17 @@ void OnMonitoring(bool on) {
 class SGMonClientTest : public testing::Test {
  protected:
   SGMonClientTest() { told = 0, inCallback = nullptr, MakeKey(L"Software"); }
-  ~SGMonClientTest() override { CMS_SetProd(0); }
+  ~SGMonClientTest() override {
+    CMS_SetProd(0);
+    // A client that was dropped in its callback is on its way out, and has the event until then.
+    wakeUp.Reset();
+    bool isLeft = true;
+    for (int i = 0; i < 2000 && isLeft; ++i) {
+      isLeft = OwnedKernelObject(::OpenEventW(SYNCHRONIZE, FALSE, L"Global\\SGMonWakeUp")).Get();
+      if (isLeft) ::Sleep(10);
+    }
+    EXPECT_FALSE(isLeft) << "a client stays";
+  }
   static Client Make(unsigned long component = SGMonClient::eAgent) {
     return new SGMonClient(static_cast<SGMonClient::eClient>(component), &OnMonitoring);
   }
@@ -202,17 +212,21 @@ DWORD WINAPI RefuseOneWait(DWORD count, const HANDLE* handles, BOOL all, DWORD l
 }
 
 HANDLE threadOver; /* an auto-reset event */
+std::atomic<DWORD> clientThread;
 
 TEST_F(SGMonClientTest, RefusedWait_EndsTheThread_AndIsToldByItsStatus) {
   const ImportHook<decltype(::WaitForMultipleObjects)> wait(
       "KERNEL32.dll", "WaitForMultipleObjects", &RefuseOneWait);
   const ImportHook<void(HMODULE, DWORD)> exit("KERNEL32.dll", "FreeLibraryAndExitThread",
                                               [](HMODULE library, DWORD code) {
-                                                ::SetEvent(threadOver);
+                                                if (::GetCurrentThreadId() == clientThread) {
+                                                  ::SetEvent(threadOver);
+                                                }
                                                 ::FreeLibraryAndExitThread(library, code);
                                               });
   const OwnedKernelObject over(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
   threadOver = over.Get();
+  inCallback = [] { clientThread = ::GetCurrentThreadId(); };
   for (const auto& [isRefused, status] : {std::pair(true, 1450ul), {false, 0ul}}) {
     told = 0, isWaitRefused = isRefused;
     const Client client = Make();

@@ -7,18 +7,17 @@
 #include <vector>
 
 #include "platform/border.h"
-#include "platform/contained.h"
 #include "platform/critical_section.h"
 #include "threads/ring.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::border::Contained;
 using vtclass::border::Failure;
-using vtclass::platform::Contained;
+using vtclass::border::Report;
 using vtclass::platform::CriticalSection;
 using vtclass::platform::KeepFailure;
 using vtclass::platform::MadeOrNull;
-using vtclass::platform::ReportException;
 using vtclass::platform::ScopedLock;
 using vtclass::threads::Ring;
 
@@ -240,9 +239,9 @@ bool ThreadPool::State::HandNext(RefPointer<ThreadPoolCall>& next, WorkerThread*
   try {
     Hand(next, worker);
   } catch (const std::exception& exception) {
-    ReportException(exception.what());
+    Report(exception.what());
   } catch (...) {
-    ReportException(nullptr);
+    Report(nullptr);
   }
   return !next;
 }
@@ -264,7 +263,7 @@ void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
       executing.Reserve(1);
       next = TakeNext();
     } catch (const std::length_error& error) {
-      ReportException(error.what());  // what waits then waits for the end of another call
+      Report(error.what());  // what waits then waits for the end of another call
     }
     if (finishing && next != finishing) {
       if (!Contained([finishing] { finishing->SetThread(nullptr); })) finishing->thread = nullptr;

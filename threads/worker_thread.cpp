@@ -5,14 +5,13 @@
 #include <memory>
 
 #include "platform/border.h"
-#include "platform/contained.h"
 #include "platform/critical_section.h"
 #include "platform/this_module.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
+using vtclass::border::Contained;
 using vtclass::border::Failure;
-using vtclass::platform::Contained;
 using vtclass::platform::HoldThisModule;
 using vtclass::platform::KeepFailure;
 using vtclass::platform::LookUpSpinCount;

@@ -12,7 +12,7 @@ else()
     # Message texts are formats that come from resources.
     -Wno-format-nonliteral)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    target_compile_options(vtclass_options INTERFACE -Wthread-safety)
+    target_compile_options(vtclass_options INTERFACE -Wthread-safety -Wzero-as-null-pointer-constant)
   endif()
 endif()
 

@@ -201,7 +201,7 @@ TEST_F(SettingsMonitorTest, BadInput_IsRefused) {
                                     monitor->RegisterSetting(nullptr)}) {
     EXPECT_FALSE(refused);
   }
-  const void* cookie = &cookie;
+  const void* cookie = monitor.get();
   for (const auto kind : {Setting::defaultNumberKind, Setting::expandStringKind}) {
     Setting setting(HKEY_LOCAL_MACHINE, LoggingKey(), L"v", kind);
     EXPECT_EQ(monitor->AddSetting(&setting, cookie), E_NOTIMPL);

@@ -46,7 +46,7 @@ void DebugLog::State::SetPath(wcstring&& path) {
     extension = split.extension;
   }
   if (path != fileName) sizeLimit = MakePolicy(limits);
-  fileName.swap(path);
+  fileName = std::move(path);
 }
 
 int DebugLog::State::OpenAt(int mode, const wchar_t* path) {

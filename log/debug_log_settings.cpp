@@ -225,8 +225,8 @@ int DebugLog::State::SwitchOff() {
 
 /* A value that the monitor watches for the log, and the limit that it sets. */
 struct DebugLog::State::Followed {
-  const wchar_t* name;
-  Setting::NumberCallback callback;
+  const wchar_t* name = nullptr;
+  Setting::NumberCallback callback = nullptr;
   std::uint32_t SizeSettings::* limit = nullptr;
 };
 

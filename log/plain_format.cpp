@@ -89,7 +89,7 @@ int FormatAll(PlainText& text, const WideUnit* format, va_list* arguments) {
 
 }  // namespace
 
-// NOLINTNEXTLINE(readability-non-const-parameter): a va_list happens to be a pointer here.
+// A va_list happens to be a pointer here.
 int FormatPlain(WideUnit* out, std::size_t capacity, const WideUnit* format, va_list arguments) {
   PlainText text(out, capacity);
   va_list own;

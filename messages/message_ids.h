@@ -11,8 +11,6 @@
  * arguments and their order, which is the same in every language.
  */
 
-// NOLINTBEGIN(modernize-macro-to-enum): the resource compiler knows macros only.
-
 /* Header of the job log. */
 #define MSG_LANGUAGE_NAME 1001
 #define MSG_JOB_SERVER 1002
@@ -144,7 +142,5 @@
 #define MSG_LABEL_WARNINGS 8005
 #define MSG_LABEL_ERRORS 8006
 #define MSG_LABEL_SUMMARY 8007
-
-// NOLINTEND(modernize-macro-to-enum)
 
 #endif

@@ -245,7 +245,7 @@ TEST_F(Alias, NamesThatAreNotLookedUp) {
   DWORD size = sizeof(host);
   ASSERT_TRUE(::GetComputerNameExA(ComputerNameDnsHostname, host, &size));
   for (const std::string& name :
-       {std::string("\\\\::1"), "\\\\" + std::string(host), std::string(cstring(own))}) {
+       {std::string("\\\\::1"), "\\\\" + std::string(host), std::string(cstring(own).c_str())}) {
     EXPECT_EQ(Ask(name.c_str()), 0u);
   }
   for (const char* name : {static_cast<const char*>(nullptr), "", "\\\\"}) {
@@ -307,7 +307,7 @@ TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
   const ImportHook<decltype(::RegOpenKeyExW)> readOnly(
       "ADVAPI32.dll", "RegOpenKeyExW",
       [](HKEY parent, LPCWSTR name, DWORD options, REGSAM rights, PHKEY opened) -> LSTATUS {
-        if ((rights & KEY_WRITE) != (KEY_READ & KEY_WRITE)) return ERROR_ACCESS_DENIED;
+        if (rights & (KEY_SET_VALUE | KEY_CREATE_SUB_KEY)) return ERROR_ACCESS_DENIED;
         return ::RegOpenKeyExW(parent, name, options, rights, opened);
       },
       copy.Module());

@@ -5,7 +5,6 @@
 #include "strings/unit_rules.h"
 #include "strings/unit_scan.h"
 
-// NOLINTBEGIN(portability-simd-intrinsics): these instructions are what the file is for.
 namespace vtclass::strings {
 
 namespace {
@@ -132,4 +131,3 @@ const UnitScan kAvx2Scan = {
     &Scan<LineFeedRule, &UnitScan::lineFeed>, &Scan<ZeroRule, &UnitScan::zero>};
 
 }  // namespace vtclass::strings
-// NOLINTEND(portability-simd-intrinsics)

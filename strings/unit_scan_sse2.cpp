@@ -5,7 +5,6 @@
 #include "strings/unit_rules.h"
 #include "strings/unit_scan.h"
 
-// NOLINTBEGIN(portability-simd-intrinsics): these instructions are what the file is for.
 namespace vtclass::strings {
 
 namespace {
@@ -125,4 +124,3 @@ const UnitScan kSse2Scan = {&Scan<XmlFilterMatcher>, &Scan<XmlEscapeMatcher>,
                             &Scan<LineFeedMatcher>, &Scan<ZeroMatcher>};
 
 }  // namespace vtclass::strings
-// NOLINTEND(portability-simd-intrinsics)

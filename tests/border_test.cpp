@@ -41,7 +41,9 @@ HANDLE Heap() {
 }
 
 void* Take(std::size_t size) noexcept {
-  if (untilRefusal > 0 && --untilRefusal == 0) {
+  const bool refuse = untilRefusal == 1;
+  if (untilRefusal > 0) --untilRefusal;
+  if (refuse) {
     refused = true;
     return nullptr;
   }
@@ -385,6 +387,7 @@ std::vector<Operation> ObjectOperations(StringResourceMgr& messages, const std::
              std::make_unique<Setting>(HKEY_LOCAL_MACHINE, kKey, L"number", Setting::dwordKind);
          setting->AttachNumber(&OnNumber, nullptr);
          const bool registered = SettingsMonitor::GetInstance()->RegisterSetting(setting.get());
+         // NOLINTNEXTLINE(bugprone-unused-return-value): the monitor's from now on
          if (registered) static_cast<void>(setting.release());
          SettingsMonitor::DestroyInstance();
          return registered;
@@ -466,7 +469,7 @@ void ThrowEachTime() {
   if (std::uncaught_exceptions() != 0 || std::current_exception()) clean = false;
   const long run = ++runs;
   ::ReleaseSemaphore(ran, 1, nullptr);
-  if (run % 2 == 0) throw run;
+  if (run % 2 == 0) throw long{run};
   throw std::runtime_error("thrown by the host");
 }
 

@@ -36,7 +36,7 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
       }
       Post(worker, [&order, i] {
         order.push_back(i);
-        if (i == 300) throw i;
+        if (i == 300) throw int{i};
         if (i % 300 == 1) throw std::runtime_error(std::string(static_cast<unsigned>(i), 'x'));
       });
     }

@@ -134,7 +134,8 @@ std::wstring VirtualName(const Resource& networkName) {
 
 const Resource* FindProductService(const Resources& resources, const std::wstring& server) {
   const Resource* virtualServer = FindVirtualServer(resources, server);
-  const int bestRank = virtualServer ? 3 : server.empty() ? 1 : 2;
+  const int ofAnyNode = server.empty() ? 1 : 2;
+  const int bestRank = virtualServer ? 3 : ofAnyNode;
   const auto rank = [&](const Resource& resource) {
     if (virtualServer && SameText(resource.group, virtualServer->group)) return 3;
     return SameText(resource.node, HostPart(server)) ? 2 : 1;

@@ -7,9 +7,10 @@
  * several types twice for system versions from 6.0 on; all that is used here is older. */
 #if defined(__MINGW32__)
 #pragma push_macro("_WIN32_WINNT")
+// NOLINTBEGIN(clang-diagnostic-reserved-macro-identifier): the system's own
 #undef _WIN32_WINNT
-// NOLINTNEXTLINE(clang-diagnostic-reserved-macro-identifier): the system's own
 #define _WIN32_WINNT 0x0502
+// NOLINTEND(clang-diagnostic-reserved-macro-identifier)
 #endif
 // clang-format off
 #include <clusapi.h>

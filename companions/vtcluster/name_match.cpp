@@ -2,10 +2,7 @@
 
 #include <vtclass/win32.h>
 
-#include <ws2tcpip.h>
-
 #include <algorithm>
-#include <cstring>
 
 #include "companions/vtcluster/cluster_api.h"
 #include "platform/checked_cast.h"
@@ -22,20 +19,7 @@ std::wstring NameOfThisMachine(COMPUTER_NAME_FORMAT format) {
   return name;
 }
 
-/* An address in the bytes of its family, 0 for a text that is none. */
-struct Address {
-  explicit Address(const std::wstring& text) noexcept {
-    const std::wstring_view whole = text;
-    wchar_t plain[INET6_ADDRSTRLEN] = {};
-    const size_t length = whole.substr(0, whole.find(L'%')).copy(plain, INET6_ADDRSTRLEN - 1);
-    if (length == INET6_ADDRSTRLEN - 1) return;
-    if (::InetPtonW(AF_INET, plain, bytes) == 1) family = AF_INET;
-    if (family == 0 && ::InetPtonW(AF_INET6, plain, bytes) == 1) family = AF_INET6;
-  }
-
-  int family = 0;
-  unsigned char bytes[16] = {};
-};
+std::wstring DomainOfThisMachine() { return NameOfThisMachine(ComputerNameDnsDomain); }
 
 }  // namespace
 
@@ -56,16 +40,8 @@ std::wstring WithoutBackslashes(const wchar_t* name) {
   return name;
 }
 
-std::wstring_view HostPart(std::wstring_view name) noexcept {
-  return name.substr(0, name.find(L'.'));
-}
-
 bool NamesHost(std::wstring_view name, std::wstring_view host) {
-  if (host.empty()) return false;
-  if (SameText(name, host)) return true;
-  const std::wstring_view first = HostPart(name);
-  return first.size() + 1 < name.size() && SameText(first, host) &&
-         SameText(name.substr(first.size() + 1), NameOfThisMachine(ComputerNameDnsDomain));
+  return NamesHost(name, host, &SameText, &DomainOfThisMachine);
 }
 
 bool NamesThisNode(std::wstring_view name) {
@@ -76,15 +52,6 @@ bool NamesThisNode(std::wstring_view name) {
   return std::ranges::any_of(kOwn, [name](COMPUTER_NAME_FORMAT format) {
     return SameText(name, NameOfThisMachine(format));
   });
-}
-
-bool IsAddress(const std::wstring& text) noexcept { return Address(text).family != 0; }
-
-bool SameAddress(const std::wstring& a, const std::wstring& b) noexcept {
-  const Address first(a);
-  const Address second(b);
-  return first.family != 0 && first.family == second.family &&
-         std::memcmp(first.bytes, second.bytes, sizeof first.bytes) == 0;
 }
 
 }  // namespace vtcluster

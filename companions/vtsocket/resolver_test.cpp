@@ -61,9 +61,9 @@ int WSAAPI FakeGetAddrInfo(const char* node, const char* service, const addrinfo
     ++resolver->failed;
     return WSAHOST_NOT_FOUND;
   }
-  ::getaddrinfo("10.1.2.3", nullptr, nullptr, result);
+  const int error = ::getaddrinfo("10.1.2.3", nullptr, nullptr, result);
   ++resolver->answered;
-  return 0;
+  return error;
 }
 
 void WSAAPI FakeFreeAddrInfo(addrinfo* list) {
@@ -288,7 +288,7 @@ class GetAddrInfoWithTimeOut : public ::testing::Test {
   }
   int AskNode(const char* node, std::optional<timeval> limit, const char* service = nullptr,
               const addrinfo* hints = nullptr) {
-    addrinfo* list = std::bit_cast<addrinfo*>(std::uintptr_t{1});
+    auto* list = std::bit_cast<addrinfo*>(std::uintptr_t{1});
     const int error = copy(&VTSocket::GetAddrInfoWithTimeOut)(node, service, hints, &list,
                                                               limit ? &*limit : nullptr);
     EXPECT_EQ(list != nullptr, error == 0);
@@ -527,7 +527,7 @@ struct Question {
 
   static DWORD WINAPI Ask(void* context) {
     auto* const question = static_cast<Question*>(context);
-    question->stack = &context;
+    question->stack = static_cast<const void*>(&context);
     const timeval limit = Limit(static_cast<int>(question->limit));
     addrinfo* list = nullptr;
     const int error =

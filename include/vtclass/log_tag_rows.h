@@ -20,7 +20,6 @@
 #define VTCLASS_LOG_TAG_RECOMMANDATION(name, type) \
   VTCLASS_LOG_TAG(name, recommandation, "<recommandation Type=\"" type "\">")
 
-// NOLINTBEGIN(misc-definitions-in-headers): log_tags.cpp, and it alone, makes definitions of them.
 // Elements: document and layout.
 VTCLASS_LOG_TAG(kTagJobLog, element, "<joblog>")
 VTCLASS_LOG_TAG(kTagHeader, element, "<header>")
@@ -809,7 +808,6 @@ VTCLASS_LOG_TAG(kTagRecommandationDescription, recommandation, "<recommandation_
 VTCLASS_LOG_TAG(kTagJobLogVersion, format, "<job_log_version version=\"%s\"/>")
 VTCLASS_LOG_TAG(kTagSelNotExistMailboxGroupMember, format,
                 "<SelNotExist sel_type=\"arc_mbxgroup_member\" sel_id=\"%s\" >")
-// NOLINTEND(misc-definitions-in-headers)
 
 #undef VTCLASS_LOG_TAG_MISSING
 #undef VTCLASS_LOG_TAG_ERROR

@@ -94,7 +94,8 @@ class cstring : public std::string {
   template <typename Text>
     requires std::is_base_of_v<std::wstring, Text>
   cstring& operator=(const Text& text) {
-    return assign(text.data(), text.size());
+    assign(text.data(), text.size());
+    return *this;
   }
 
   /* The bytes of `other`, read in `cp` from now on; nothing is converted. */

@@ -10,8 +10,8 @@
 #include "tests/support/private_registry.h"
 #include "tests/support/random_name.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/run_vtctl.h"
 
 namespace vtctl {

@@ -19,6 +19,7 @@ VTCLASS_API bool GetOdbcConnectionString(const WideSink& out, const std::wstring
                                          const wchar_t* application, bool usePhysicalName) noexcept;
 
 /* The outputs of the three questions for a database. */
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): sinks are made of the outputs alone
 struct DatabaseNames {
   WideSink server;
   WideSink activeNode;
@@ -46,6 +47,7 @@ inline bool ClusterVirtualNameToNodeName(const wcstring& name, wcstring& out) {
   return border::ClusterVirtualNameToNodeName(name, out);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface's, converts what callers have
 inline clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance) {
   return border::ServerIsRunningSQL2KInstance(server, instance.c_str());
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "tools/vtctl/cluster/service_facts.h"

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "tools/vtctl/command.h"
@@ -112,10 +113,9 @@ std::wstring ProductSentence(const ClusterAnswers& answers) {
     return answers.found ? L"not clustered; no group of the cluster holds its services"
                          : L"not clustered; no cluster was found";
   }
-  return L"active on " + Printable(answers.activeNode) + L", reached as " +
-         (!answers.virtualServer.empty() ? Printable(answers.virtualServer)
-          : isUntold                     ? L"(cannot be told)"
-                                         : L"(its group has no network name)");
+  std::wstring name = isUntold ? L"(cannot be told)" : L"(its group has no network name)";
+  if (!answers.virtualServer.empty()) name = Printable(answers.virtualServer);
+  return L"active on " + Printable(answers.activeNode) + L", reached as " + name;
 }
 
 void PrintText(const ClusterAnswers& answers) {

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/interrupt.h"

@@ -14,7 +14,7 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/command.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/joblog/joblog_files.h"
 #include "tools/vtctl/run_vtctl.h"
 #include "vtclass/log.h"

@@ -2,7 +2,7 @@
 
 #include <vtclass/win32.h>
 
-#include "tools/vtctl/command.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/net/resolution.h"
 #include "tools/vtctl/printable.h"
 #include "vtclass/net.h"

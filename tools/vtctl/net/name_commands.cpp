@@ -1,9 +1,12 @@
 #include <vtclass/win32.h>
 
-#include <map>
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "tools/vtctl/command.h"
@@ -38,7 +41,7 @@ constexpr const char* kResolveExamples =
     "\n"
     "Exit codes: 0 resolved, 66 there is no such host, 69 no answer to be had, 64 an empty name.";
 
-const std::map<std::string, vtclass::_COMPUTER_NAME_FORMAT> kFormats = {
+constexpr std::pair<std::string_view, vtclass::_COMPUTER_NAME_FORMAT> kFormats[] = {
     {"netbios", vtclass::computerNameNetBIOS},
     {"dns", vtclass::computerNameDnsHostname},
     {"fqdn", vtclass::computerNameDnsFullyQualified},
@@ -66,8 +69,10 @@ int Convert(const NameArguments& arguments) {
   wcstring converted;
   bool isLocal = false;
   unsigned long status = 0;
+  const auto* const format =
+      std::ranges::find(kFormats, arguments.to, [](const auto& row) { return row.first; });
   const unsigned long result = vtclass::VTConvertServerNamePlus(
-      name, converted, kFormats.at(arguments.to), arguments.clusterAware, &isLocal, &status);
+      name, converted, format->second, arguments.clusterAware, &isLocal, &status);
   if (result == ERROR_NOT_ENOUGH_MEMORY) return Fail(kExitInternal, SystemText(result));
   if (status == kInvalidArgument) return Fail(kExitUsage, L"The name is empty.");
   if (status == kReverseLookupFailed) {

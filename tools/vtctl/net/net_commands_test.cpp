@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/vtctl/command.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/run_vtctl.h"
 
 /* identity, convert and resolve, as far as the machine's own tables answer them. */

@@ -4,8 +4,8 @@
 
 #include "tests/network/network_names.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/run_vtctl.h"
 
 namespace vtctl {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
+#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/printable.h"
 #include "tools/vtctl/system_text.h"

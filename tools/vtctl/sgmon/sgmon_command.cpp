@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "platform/critical_section.h"
@@ -113,9 +114,8 @@ bool PrintAsItComes(const SgmonArguments& arguments) {
 }
 
 int Watch(const SgmonArguments& arguments) {
-  const auto component =
-      std::find_if(std::begin(kComponents), std::end(kComponents),
-                   [&](const auto& row) { return arguments.component == row.name; });
+  const auto component = std::ranges::find_if(
+      kComponents, [&](const auto& row) { return arguments.component == row.name; });
   told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
   const RefPointer<SGMonClient> client(new SGMonClient(component->client, &OnMonitoring));
   /* Returns without a callback when there is nothing to wait for. */

@@ -107,23 +107,32 @@ TEST_F(SGMonClientTest, End_SignalsAReplacedShutdownHandle_EvenWhileSomebodyKeep
 }
 
 std::atomic<Client*> heldByCallback;
+std::atomic<HANDLE> itsEvent; /* null again once it is closed */
+
+BOOL WINAPI NoteClosedEvent(HANDLE handle) {
+  HANDLE watched = handle;
+  itsEvent.compare_exchange_strong(watched, nullptr);
+  return ::CloseHandle(handle);
+}
 
 TEST_F(SGMonClientTest, Callback_MayThrow_AndMayDropTheLastReference) {
+  const ImportHook<decltype(::CloseHandle)> close("KERNEL32.dll", "CloseHandle", &NoteClosedEvent);
   inCallback = [] { throw 1; };
   EXPECT_EQ(Told(), -1);
   inCallback = [] {
     Client* held = nullptr;
     while (!held) held = heldByCallback.exchange(nullptr);
     (*held)->WaitInitComplete(INFINITE);
-    const HANDLE itsEvent = (*held)->GetShutdownHandle();
+    itsEvent = (*held)->GetShutdownHandle();
     *held = nullptr;
-    // It still lives, for its thread comes back to it.
+    // It still lives, for its thread comes back to it, and goes with the thread.
     told = ::WaitForSingleObject(itsEvent, 0) == WAIT_OBJECT_0 ? 77 : 78;
   };
   Client client = Make();
   heldByCallback = &client;
-  for (int i = 0; i < 2000 && told < 77; ++i) ::Sleep(1);
+  for (int i = 0; i < 20000 && (told < 77 || itsEvent); ++i) ::Sleep(1);
   EXPECT_EQ(told, 77);
+  EXPECT_EQ(itsEvent, nullptr) << "the client is left behind";
 }
 
 std::atomic<DWORD> paused; /* milliseconds */

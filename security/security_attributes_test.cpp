@@ -25,12 +25,17 @@ TEST(CNTSecurity, AdminAndBackupOper_GrantsFullAccessToThemAndNobodyElse) {
   const auto descriptor = attributes.lpSecurityDescriptor;
   ASSERT_TRUE(::GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted));
   ASSERT_TRUE(present && acl);
+  SECURITY_DESCRIPTOR_CONTROL control = 0;
+  DWORD revision = 0;
+  ASSERT_TRUE(::GetSecurityDescriptorControl(descriptor, &control, &revision));
+  EXPECT_TRUE(control & SE_DACL_PROTECTED) << "nothing comes from above";
   DWORD i = 0;
   for (const auto type :
        {WinLocalSystemSid, WinBuiltinAdministratorsSid, WinBuiltinBackupOperatorsSid}) {
     ACCESS_ALLOWED_ACE* ace = nullptr;
     ASSERT_TRUE(::GetAce(acl, i++, reinterpret_cast<void**>(&ace)));
     EXPECT_EQ(ace->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
+    EXPECT_EQ(ace->Header.AceFlags, OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE) << type;
     EXPECT_TRUE(::IsWellKnownSid(&ace->SidStart, type)) << type;
     EXPECT_EQ(ace->Mask, static_cast<DWORD>(GENERIC_ALL)) << type;
   }

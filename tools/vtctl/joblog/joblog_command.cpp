@@ -8,23 +8,23 @@
 
 #include <CLI/CLI.hpp>
 
+#include "joblog/code_filter.h"
+#include "joblog/html_view.h"
+#include "joblog/joblog_reader.h"
+#include "joblog/json_view.h"
+#include "joblog/tally.h"
+#include "joblog/text_view.h"
 #include "tools/vtctl/command.h"
 #include "tools/vtctl/console.h"
 #include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/joblog/code_filter.h"
-#include "tools/vtctl/joblog/html_view.h"
 #include "tools/vtctl/joblog/joblog_files.h"
-#include "tools/vtctl/joblog/joblog_reader.h"
-#include "tools/vtctl/joblog/json_view.h"
-#include "tools/vtctl/joblog/tally.h"
-#include "tools/vtctl/joblog/text_view.h"
 #include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/system_text.h"
 
 namespace vtctl {
 namespace {
 
-using namespace joblog;
+using namespace vtclass::joblog;
 
 constexpr const char* kExamples =
     "Reads any job log of the product: in UTF-16 or ANSI, with several logs appended to one file,\n"

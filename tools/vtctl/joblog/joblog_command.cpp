@@ -14,12 +14,12 @@
 #include "joblog/json_view.h"
 #include "joblog/tally.h"
 #include "joblog/text_view.h"
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/joblog/joblog_files.h"
-#include "tools/vtctl/session/paths.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {

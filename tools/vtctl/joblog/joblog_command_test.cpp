@@ -14,9 +14,9 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/joblog/joblog_files.h"
 #include "tools/vtctl/run_vtctl.h"
+#include "tools/vtctl/shared/exit_code.h"
 #include "vtclass/log.h"
 
 namespace vtctl {

@@ -5,13 +5,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/printable.h"
 #include "tools/vtctl/registry/key_reader.h"
-#include "tools/vtctl/registry/value.h"
 #include "tools/vtctl/registry/watch.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/value.h"
 #include "vtclass/config.h"
 
 namespace vtctl {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/exit_code.h"
-#include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/printable.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {

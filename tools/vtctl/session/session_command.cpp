@@ -6,12 +6,12 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/net/identity.h"
-#include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/session.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/net.h"
 #include "vtclass/product.h"
 

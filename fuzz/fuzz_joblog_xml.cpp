@@ -7,8 +7,8 @@
 
 #include "fuzz/fuzz_input.h"
 #include "joblog/utf8.h"
-#include "log/entry_text.h"
-#include "log/output_length.h"
+#include "log/job/entry_text.h"
+#include "log/job/output_length.h"
 #include "strings/xml_escape.h"
 #include "strings/xml_reference.h"
 

@@ -184,8 +184,7 @@ nlohmann::ordered_json ToJson(const AppsAnswers& answers) {
 int Run(const AppsArguments& arguments) {
   const std::wstring server = FromUtf8(arguments.server);
   if (server.find_first_not_of(L'\\') == std::wstring::npos) {
-    PrintError(L"vtctl: \"" + server + L"\" names no server.\n");
-    return kExitUsage;
+    return Fail(kExitUsage, L"\"" + server + L"\" names no server.");
   }
   const AppsAnswers answers = Ask(server);
   nlohmann::ordered_json json = ToJson(answers);

@@ -85,10 +85,7 @@ int Run(const IdentityArguments& arguments) {
                                      arguments.timeOut};
   const IdentityAnswer answer = AskIdentity(question);
   const int exitCode = ExitCodeOf(answer);
-  if (exitCode == kExitUsage) {
-    PrintError(L"vtctl: The name is empty.\n");
-    return exitCode;
-  }
+  if (exitCode == kExitUsage) return Fail(exitCode, L"The name is empty.");
   arguments.json ? PrintAnswerAsJson(question, answer) : PrintAnswer(question, answer);
   return exitCode;
 }

@@ -59,11 +59,6 @@ struct NameArguments {
   bool json = false;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 int Convert(const NameArguments& arguments) {
   const wcstring name = FromUtf8(arguments.name);
   wcstring converted;

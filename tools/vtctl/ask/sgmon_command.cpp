@@ -63,11 +63,6 @@ struct SgmonArguments {
   bool json = false;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 /* What the client's thread was told, for the thread that prints: the client's callback has no
  * context. */
 struct Told {

@@ -60,11 +60,6 @@ struct DebugLogArguments {
   bool json = false;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 /* The system's form of the file's path; empty when it has none. */
 std::wstring PathOf(const DebugLogArguments& arguments) {
   return SystemPath(FromUtf8(arguments.file));

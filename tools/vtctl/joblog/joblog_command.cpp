@@ -71,11 +71,6 @@ class Output {
   std::string buffer;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 std::wstring Quoted(const std::string& path) { return L"\"" + FromUtf8(path) + L"\""; }
 
 bool WantsColour(const ShowArguments& arguments) {

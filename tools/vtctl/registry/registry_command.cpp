@@ -42,11 +42,6 @@ struct RegistryArguments {
   unsigned timeout = 0;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 std::wstring StatusText(const Configuration& key) {
   if (key.GetErrorCode() == -1) return L"the value has another type than expected (-1)";
   return SystemText(static_cast<unsigned long>(key.GetErrorCode()));

@@ -55,9 +55,8 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
 }
 
 int Fail(const KeyTarget& target, long status) {
-  PrintError(L"vtctl: " + KeyName(target.path) + L" cannot be watched: " +
-             SystemText(static_cast<unsigned long>(status)) + L"\n");
-  return kExitNoInput;
+  return Fail(kExitNoInput, KeyName(target.path) + L" cannot be watched: " +
+                                SystemText(static_cast<unsigned long>(status)));
 }
 
 struct EventTraits {

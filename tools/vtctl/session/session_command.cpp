@@ -69,11 +69,6 @@ struct SessionArguments {
   bool json = false;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 bool IsUncPath(const std::wstring& server) {
   wcstring host;
   wcstring share;

@@ -40,11 +40,6 @@ struct SettingsArguments {
   bool json = false;
 };
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
-
 std::optional<SettingsKey> ChosenKey(const SettingsArguments& arguments) {
   if (arguments.key.empty()) return std::nullopt;
   return arguments.key == "debug" ? SettingsKey::debug : SettingsKey::logging;

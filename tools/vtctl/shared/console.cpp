@@ -60,6 +60,11 @@ void Print(std::wstring_view text) { WriteTo(STD_OUTPUT_HANDLE, text); }
 
 void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
 
+int Fail(int exitCode, const std::wstring& sentence) {
+  PrintError(L"vtctl: " + sentence + L"\n");
+  return exitCode;
+}
+
 void PrintUtf8(std::string_view text) { Print(FromUtf8(text)); }
 
 bool OutputIsTerminal() { return EnableEscapeSequences(::GetStdHandle(STD_OUTPUT_HANDLE)); }

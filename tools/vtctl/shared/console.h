@@ -12,6 +12,8 @@ namespace vtctl {
  */
 void Print(std::wstring_view text);
 void PrintError(std::wstring_view text);
+/* Says what went wrong, and returns the exit code. */
+int Fail(int exitCode, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
 

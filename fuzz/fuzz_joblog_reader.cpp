@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/vtctl/joblog/code_filter.h"
-#include "tools/vtctl/joblog/html_view.h"
-#include "tools/vtctl/joblog/joblog_reader.h"
-#include "tools/vtctl/joblog/text_view.h"
+#include "joblog/code_filter.h"
+#include "joblog/html_view.h"
+#include "joblog/joblog_reader.h"
+#include "joblog/text_view.h"
 
 /*
  * Any bytes are read as a job log, in one piece and in small ones; both must give the same events,
@@ -19,7 +19,7 @@
  */
 namespace {
 
-using namespace vtctl::joblog;
+using namespace vtclass::joblog;
 
 void Require(bool holds) {
   if (!holds) std::abort();

@@ -4,9 +4,9 @@
 
 #include "fuzz/fuzz_input.h"
 #include "log/buffer_growth.h"
-#include "log/directory_depth.h"
-#include "log/entry_text.h"
-#include "log/output_length.h"
+#include "log/job/directory_depth.h"
+#include "log/job/entry_text.h"
+#include "log/job/output_length.h"
 #include "log/plain_format.h"
 #include "log/wrap_marker.h"
 #include "strings/xml_escape.h"

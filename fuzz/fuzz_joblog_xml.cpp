@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
-#include "log/entry_text.h"
-#include "log/output_length.h"
+#include "joblog/utf8.h"
+#include "log/job/entry_text.h"
+#include "log/job/output_length.h"
 #include "strings/xml_escape.h"
 #include "strings/xml_reference.h"
-#include "tools/vtctl/joblog/utf8.h"
 
 using namespace vtclass;
 using namespace vtclass::log;
@@ -65,7 +65,7 @@ std::string Expected(std::uint32_t code, WideView text) {
   if (code & 0x20000000) {
     expected = "Q-79-" + std::to_string(code >> 16) + "-" + std::to_string(code & 0xFFFF);
   }
-  return expected + " - " + vtctl::joblog::Utf8(read);
+  return expected + " - " + vtclass::joblog::Utf8(read);
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/fuzz_input.h"
-#include "tools/vtctl/joblog/json_view.h"
+#include "joblog/json_view.h"
 
-using namespace vtctl::joblog;
+using namespace vtclass::joblog;
 using vtclass::fuzz::Check;
 using Json = nlohmann::json;
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <span>
 
-#include "log/log_names.h"
+#include "log/debug/log_names.h"
 #include "log/wrap_marker.h"
 
 using namespace vtclass;

@@ -1,5 +1,5 @@
 #include "fuzz/fuzz_input.h"
-#include "log/message_language.h"
+#include "log/messages/message_language.h"
 
 using namespace vtclass;
 using namespace vtclass::log;

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
-#include "tools/vtctl/registry/key_path_text.h"
-#include "tools/vtctl/registry/value_text.h"
+#include "tools/vtctl/shared/key_path_text.h"
+#include "tools/vtctl/shared/value_text.h"
 
 using namespace vtctl;
 using vtclass::WideText;

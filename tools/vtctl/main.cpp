@@ -11,9 +11,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/interrupt.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/interrupt.h"
 
 namespace {
 

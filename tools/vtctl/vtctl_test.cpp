@@ -10,9 +10,9 @@
 #include "tests/support/private_registry.h"
 #include "tests/support/random_name.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/run_vtctl.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/exit_code.h"
 
 namespace vtctl {
 namespace {

@@ -10,13 +10,13 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
 #include "tools/vtctl/debuglog/follow.h"
 #include "tools/vtctl/debuglog/trace_file.h"
-#include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/session/paths.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/product.h"
 #include "vtclass/settings_monitor.h"
@@ -59,11 +59,6 @@ struct DebugLogArguments {
   bool ansi = false;
   bool json = false;
 };
-
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
 
 /* The system's form of the file's path; empty when it has none. */
 std::wstring PathOf(const DebugLogArguments& arguments) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/vtctl/session/paths.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl::debuglog {
 namespace {

@@ -1,8 +1,8 @@
 #include "tools/vtctl/debuglog/follow.h"
 
-#include "log/debug_log_fixture.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/session/paths.h"
+#include "log/debug/debug_log_fixture.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl::debuglog {
 namespace {

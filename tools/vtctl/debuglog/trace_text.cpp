@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "tools/vtctl/printable.h"
+#include "tools/vtctl/shared/printable.h"
 
 namespace vtctl::debuglog {
 namespace {

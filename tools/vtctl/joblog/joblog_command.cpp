@@ -8,23 +8,23 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/joblog/code_filter.h"
-#include "tools/vtctl/joblog/html_view.h"
+#include "joblog/code_filter.h"
+#include "joblog/html_view.h"
+#include "joblog/joblog_reader.h"
+#include "joblog/json_view.h"
+#include "joblog/tally.h"
+#include "joblog/text_view.h"
 #include "tools/vtctl/joblog/joblog_files.h"
-#include "tools/vtctl/joblog/joblog_reader.h"
-#include "tools/vtctl/joblog/json_view.h"
-#include "tools/vtctl/joblog/tally.h"
-#include "tools/vtctl/joblog/text_view.h"
-#include "tools/vtctl/session/paths.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {
 
-using namespace joblog;
+using namespace vtclass::joblog;
 
 constexpr const char* kExamples =
     "Reads any job log of the product: in UTF-16 or ANSI, with several logs appended to one file,\n"
@@ -70,11 +70,6 @@ class Output {
   static constexpr std::size_t kFlushBytes = std::size_t{64} * 1024;
   std::string buffer;
 };
-
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
 
 std::wstring Quoted(const std::string& path) { return L"\"" + FromUtf8(path) + L"\""; }
 

@@ -14,9 +14,9 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/exit_code.h"
 #include "tools/vtctl/joblog/joblog_files.h"
 #include "tools/vtctl/run_vtctl.h"
+#include "tools/vtctl/shared/exit_code.h"
 #include "vtclass/log.h"
 
 namespace vtctl {
@@ -166,7 +166,7 @@ TEST_F(JobLogCommand, Reader_ShutsNoWriterOut) {
   Write(1, 0, nullptr);
   agentsLog = path;
   refusals = 0;
-  joblog::LogInput input;
+  LogInput input;
   {
     const ImportHook<decltype(::CreateFileW)> hook(
         "KERNEL32.dll", "CreateFileW", &OpenWithAnAgentBeside, ::GetModuleHandleW(nullptr));
@@ -207,7 +207,7 @@ TEST_F(JobLogCommand, Reader_AsksWhoElseHasTheLog) {
   for (const auto& row : rows) {
     userAnswer = row.answer;
     users = row.users;
-    joblog::LogInput input;
+    LogInput input;
     EXPECT_EQ(input.Open(path), 0u);
     EXPECT_EQ(input.IsOpenElsewhere(), row.open) << row.answer;
   }
@@ -247,7 +247,7 @@ DWORD WriteHooked(const std::wstring& path, std::string_view bytes) {
                                                    self);
   const ImportHook<decltype(::MoveFileExW)> move("KERNEL32.dll", "MoveFileExW", &Move, self);
   const ImportHook<decltype(::WriteFile)> write("KERNEL32.dll", "WriteFile", &WriteAPart, self);
-  return joblog::WriteWholeFile(path, bytes);
+  return WriteWholeFile(path, bytes);
 }
 
 /* A page goes through a new file of a name that nobody can foresee, and nothing of it stays. */

@@ -6,7 +6,7 @@
 #include <random>
 #include <span>
 
-namespace vtctl::joblog {
+namespace vtctl {
 namespace {
 
 using vtclass::platform::OwnedFile;
@@ -102,4 +102,4 @@ DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes) {
   return status;
 }
 
-}  // namespace vtctl::joblog
+}  // namespace vtctl

@@ -10,7 +10,7 @@
 
 #include "platform/owned.h"
 
-namespace vtctl::joblog {
+namespace vtctl {
 
 /* A job log opened for reading while its job may still be writing it. */
 class LogInput {
@@ -37,6 +37,6 @@ class LogInput {
  * The system's status. */
 DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes);
 
-}  // namespace vtctl::joblog
+}  // namespace vtctl
 
 #endif

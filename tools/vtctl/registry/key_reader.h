@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/owned.h"
-#include "tools/vtctl/registry/key_path.h"
-#include "tools/vtctl/registry/value.h"
+#include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/value.h"
 #include "vtclass/config.h"
 
 namespace vtctl {

@@ -5,13 +5,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/printable.h"
 #include "tools/vtctl/registry/key_reader.h"
-#include "tools/vtctl/registry/value.h"
 #include "tools/vtctl/registry/watch.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/value.h"
 #include "vtclass/config.h"
 
 namespace vtctl {
@@ -41,11 +41,6 @@ struct RegistryArguments {
   unsigned count = 0;
   unsigned timeout = 0;
 };
-
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
 
 std::wstring StatusText(const Configuration& key) {
   if (key.GetErrorCode() == -1) return L"the value has another type than expected (-1)";

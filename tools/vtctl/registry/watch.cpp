@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/exit_code.h"
-#include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/printable.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {
@@ -55,9 +55,8 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
 }
 
 int Fail(const KeyTarget& target, long status) {
-  PrintError(L"vtctl: " + KeyName(target.path) + L" cannot be watched: " +
-             SystemText(static_cast<unsigned long>(status)) + L"\n");
-  return kExitNoInput;
+  return Fail(kExitNoInput, KeyName(target.path) + L" cannot be watched: " +
+                                SystemText(static_cast<unsigned long>(status)));
 }
 
 struct EventTraits {

@@ -1,6 +1,6 @@
 #include "tools/vtctl/session/findings.h"
 
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {

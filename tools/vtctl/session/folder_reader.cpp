@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools/vtctl/session/paths.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/vtctl/console.h"
+#include "tools/vtctl/shared/console.h"
 
 namespace vtctl {
 namespace {

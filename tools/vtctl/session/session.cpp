@@ -1,7 +1,7 @@
 #include "tools/vtctl/session/session.h"
 
-#include "tools/vtctl/session/paths.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "tools/vtctl/interrupt.h"
 #include "tools/vtctl/session/findings.h"
 #include "tools/vtctl/session/folder_reader.h"
 #include "tools/vtctl/session/job_log.h"
@@ -17,6 +16,7 @@
 #include "tools/vtctl/session/statistics.h"
 #include "tools/vtctl/session/stop_sign.h"
 #include "tools/vtctl/session/tree_walk.h"
+#include "tools/vtctl/shared/interrupt.h"
 
 namespace vtctl {
 

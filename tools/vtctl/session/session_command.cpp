@@ -6,12 +6,12 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/net/identity.h"
-#include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/session.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/net.h"
 #include "vtclass/product.h"
 
@@ -68,11 +68,6 @@ struct SessionArguments {
   size_t show = 10;
   bool json = false;
 };
-
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
 
 bool IsUncPath(const std::wstring& server) {
   wcstring host;

@@ -11,8 +11,8 @@
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/session.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 

@@ -1,9 +1,9 @@
 /* What a session writes around its folders: header, settings, sections, totals, end. */
 #include <algorithm>
 
-#include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/session.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/config.h"
 
 namespace vtctl {

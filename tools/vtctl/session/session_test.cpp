@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-#include "tools/vtctl/console.h"
 #include "tools/vtctl/session/session_fixture.h"
+#include "tools/vtctl/shared/console.h"
 #include "vtclass/product.h"
 
 namespace vtctl {

@@ -1,8 +1,8 @@
 #include "tools/vtctl/session/session_trace.h"
 
-#include "tools/vtctl/printable.h"
-#include "tools/vtctl/session/paths.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/settings_monitor.h"
 
 namespace vtctl {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/vtctl/registry/key_path.h"
+#include "tools/vtctl/shared/key_path.h"
 
 namespace vtctl {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/vtctl/printable.h"
+#include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
 

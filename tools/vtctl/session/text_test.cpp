@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/vtctl/session/paths.h"
 #include "tools/vtctl/session/progress.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 namespace {

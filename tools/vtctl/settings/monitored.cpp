@@ -2,9 +2,9 @@
 
 #include <vtclass/win32.h>
 
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/registry/value.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/value.h"
 #include "vtclass/config.h"
 
 namespace vtctl {

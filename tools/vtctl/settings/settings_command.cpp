@@ -6,13 +6,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/vtctl/command.h"
-#include "tools/vtctl/console.h"
-#include "tools/vtctl/interrupt.h"
-#include "tools/vtctl/printable.h"
 #include "tools/vtctl/settings/monitored.h"
 #include "tools/vtctl/settings/watch_settings.h"
-#include "tools/vtctl/system_text.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
 #include "vtclass/product.h"
 
 namespace vtctl {
@@ -39,11 +39,6 @@ struct SettingsArguments {
   unsigned seconds = 0;
   bool json = false;
 };
-
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
-  return exitCode;
-}
 
 std::optional<SettingsKey> ChosenKey(const SettingsArguments& arguments) {
   if (arguments.key.empty()) return std::nullopt;

@@ -1,0 +1,56 @@
+#ifndef VTCLASS_LOG_DEBUG_SIZE_LIMITS_H
+#define VTCLASS_LOG_DEBUG_SIZE_LIMITS_H
+
+#include <cstdint>
+
+#include "strings/wide_text.h"
+
+namespace vtclass::log {
+
+/* What a log does when its file has become too large. */
+enum class LimitMode {
+  simpleRoll, /* goes on in a further file every 20 MB */
+  rename,     /* moves the file to the rotated ones */
+  wrap        /* moves the file's newest part to its front */
+};
+
+/* The values of the logging key, as they are stored; where one is missing, its default. */
+struct SizeSettings {
+  std::uint32_t enabled = 0;
+  std::uint32_t sizeMB = 4;
+  std::uint32_t retentionMB = 1;
+  std::uint32_t count = 1;
+  std::uint32_t limitMode = 0;
+  std::uint32_t message = 0;
+  std::uint32_t append = 0;
+  WideText extension = VTCLASS_WIDE(".bak");
+};
+
+/* What they come to. */
+struct SizeLimits {
+  LimitMode mode = LimitMode::simpleRoll;
+  std::uint64_t maximum = 0;   /* bytes */
+  std::uint64_t retention = 0; /* bytes */
+  std::uint32_t count = 0;     /* rotated files */
+  WideText extension;
+  bool message = false;
+
+  bool operator==(const SizeLimits&) const = default;
+
+  /* The size from which on the file is too large. */
+  std::uint64_t Threshold() const;
+};
+
+/* The size at which a log without limits of its own rolls. */
+inline constexpr std::uint64_t kSimpleRollSize = 0x1400000;
+
+/*
+ * The limits that the settings ask for. A size of 0 or 0xFFFFFFFF, or one that is not above the
+ * retention size, gives 4 MB and 1 MB. False when the settings cannot be used: a count beyond 1 to
+ * 200, or an extension that would lead to another folder; `*limits` is then the simple roll.
+ */
+bool LimitsFrom(const SizeSettings& settings, SizeLimits* limits);
+
+}  // namespace vtclass::log
+
+#endif

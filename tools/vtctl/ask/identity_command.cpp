@@ -1,0 +1,113 @@
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/resolution.h"
+
+namespace vtctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kExamples =
+    "Asks as an agent does: first this machine's own names and addresses, then its Oracle RAC\n"
+    "nodes, then DNS. NAME may be a UNC path; its server counts. DNS has the time of the\n"
+    "product's setting \"DnsQueryTimeOut\" (5000 ms if it is missing) or that of --timeout.\n"
+    "\n"
+    "Warning: DNS can say yes for the name of a cluster's virtual server whose address lies on "
+    "this\n"
+    "node now, also with --cluster-aware, although the test without DNS says no.\n"
+    "\n"
+    "Examples:\n"
+    "  vtctl identity backup01\n"
+    "  vtctl identity \\\\backup01\\data --cluster-aware\n"
+    "  vtctl identity backup.corp.example --timeout 2000 --json\n"
+    "\n"
+    "Exit codes: 0 this machine, 68 another one or no host at all, 69 no answer to be had (a name\n"
+    "server that does not answer, ...), 64 an empty name.";
+
+struct IdentityArguments {
+  std::string name;
+  int timeOut = 0;
+  bool clusterAware = false;
+  bool json = false;
+};
+
+std::wstring Joined(const std::vector<std::wstring>& texts) {
+  std::wstring joined;
+  for (const std::wstring& text : texts) joined += (joined.empty() ? L"" : L", ") + text;
+  return joined;
+}
+
+void PrintAnswer(const IdentityQuestion& question, const IdentityAnswer& answer) {
+  Print(Sentence(question, answer) + L"\n");
+  int number = 0;
+  for (const IdentityStep& step : ExplainIdentity(question, answer)) {
+    Print(L"\n" + std::to_wstring(++number) + L". " + step.title + L"\n");
+    if (!step.compared.empty())
+      Print(L"   compared with  " + Printable(Joined(step.compared)) + L"\n");
+    Print(L"   found          " + Printable(step.found) + L"\n");
+    if (!step.warning.empty()) Print(L"   warning        " + step.warning + L"\n");
+  }
+  Print(L"\nAnswered in " + std::to_wstring(answer.milliseconds) + L" ms, status " +
+        ResolverText(answer.code) + L"\n");
+}
+
+void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& answer) {
+  Json json = {{"name", ToUtf8(question.name)},
+               {"server", ToUtf8(answer.server)},
+               {"thisMachine", nullptr},
+               {"status", answer.code},
+               {"statusText", ToUtf8(ResolverText(answer.code))},
+               {"milliseconds", answer.milliseconds},
+               {"steps", Json::array()}};
+  if (answer.isMe || IsSettled(answer)) json["thisMachine"] = answer.isMe;
+  for (const IdentityStep& step : ExplainIdentity(question, answer)) {
+    Json compared = Json::array();
+    for (const std::wstring& text : step.compared) compared.push_back(ToUtf8(text));
+    json["steps"].push_back({{"step", ToUtf8(step.title)},
+                             {"compared", compared},
+                             {"found", ToUtf8(step.found)},
+                             {"decides", step.decides}});
+    if (!step.warning.empty()) json["steps"].back()["warning"] = ToUtf8(step.warning);
+  }
+  PrintUtf8(json.dump(2) + "\n");
+}
+
+int Run(const IdentityArguments& arguments) {
+  const IdentityQuestion question = {FromUtf8(arguments.name), arguments.clusterAware,
+                                     arguments.timeOut};
+  const IdentityAnswer answer = AskIdentity(question);
+  const int exitCode = ExitCodeOf(answer);
+  if (exitCode == kExitUsage) return Fail(exitCode, L"The name is empty.");
+  arguments.json ? PrintAnswerAsJson(question, answer) : PrintAnswer(question, answer);
+  return exitCode;
+}
+
+}  // namespace
+
+void AddIdentityCommand(CLI::App& app, ChosenCommand& chosen) {
+  const auto arguments = std::make_shared<IdentityArguments>();
+  CLI::App* identity =
+      app.add_subcommand("identity", "Tell whether a name or address is this machine, and why");
+  identity->add_option("NAME", arguments->name, "A server name, an address or a UNC path")
+      ->required()
+      ->option_text(" ");
+  identity->add_option("--timeout", arguments->timeOut, "Milliseconds for DNS; -1: no limit")
+      ->check(CLI::Range(-1, INT32_MAX))
+      ->option_text("MS");
+  identity->add_flag("--cluster-aware", arguments->clusterAware,
+                     "What a cluster's virtual server holds is not this machine");
+  identity->add_flag("--json", arguments->json, "One JSON object");
+  identity->footer(kExamples);
+  identity->callback(
+      [&chosen, arguments] { chosen.run = [arguments] { return Run(*arguments); }; });
+}
+
+}  // namespace vtctl

@@ -1,0 +1,99 @@
+#include "tools/vtctl/shared/console.h"
+
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace vtctl {
+namespace {
+
+/* A console takes only so much in one call; older systems share one 64 KB heap for it. */
+constexpr size_t kConsoleUnits = 8192;
+
+void WriteToConsole(HANDLE console, std::wstring_view text) {
+  while (!text.empty()) {
+    size_t count = std::min(text.size(), kConsoleUnits);
+    /* A surrogate pair that is cut in two shows as two boxes. */
+    if (count < text.size() && IS_HIGH_SURROGATE(text[count - 1])) --count;
+    DWORD written = 0;
+    if (!::WriteConsoleW(console, text.data(), static_cast<DWORD>(count), &written, nullptr) ||
+        written == 0) {
+      return;
+    }
+    text.remove_prefix(std::min<size_t>(written, text.size()));
+  }
+}
+
+void WriteToFile(HANDLE file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const size_t most = std::numeric_limits<int>::max();
+    const auto count = static_cast<DWORD>(std::min(bytes.size(), most));
+    DWORD written = 0;
+    if (!::WriteFile(file, bytes.data(), count, &written, nullptr) || written == 0) return;
+    bytes.remove_prefix(written);
+  }
+}
+
+void WriteTo(DWORD stream, std::wstring_view text) {
+  const HANDLE handle = ::GetStdHandle(stream);
+  DWORD mode = 0;
+  if (::GetConsoleMode(handle, &mode)) {
+    WriteToConsole(handle, text);
+  } else {
+    WriteToFile(handle, ToUtf8(text));
+  }
+}
+
+/* The console's mode with escape sequences switched on, or false when it knows none. */
+bool EnableEscapeSequences(HANDLE console) {
+  DWORD mode = 0;
+  if (!::GetConsoleMode(console, &mode)) return false;
+  if (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) return true;
+  return ::SetConsoleMode(
+             console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+}  // namespace
+
+void Print(std::wstring_view text) { WriteTo(STD_OUTPUT_HANDLE, text); }
+
+void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
+
+int Fail(int exitCode, const std::wstring& sentence) {
+  PrintError(L"vtctl: " + sentence + L"\n");
+  return exitCode;
+}
+
+void PrintUtf8(std::string_view text) { Print(FromUtf8(text)); }
+
+bool OutputIsTerminal() { return EnableEscapeSequences(::GetStdHandle(STD_OUTPUT_HANDLE)); }
+
+int TerminalWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  if (!::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 80;
+  return std::max(20, info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+std::wstring FromUtf8(std::string_view text) {
+  if (text.empty() || text.size() > std::numeric_limits<int>::max()) return {};
+  const int bytes = static_cast<int>(text.size());
+  std::wstring wide(text.size(), L'\0'); /* never more units than bytes */
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
+  const int units = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, wide.data(), bytes);
+  wide.resize(static_cast<size_t>(std::max(units, 0)));
+  return wide;
+}
+
+std::string ToUtf8(std::wstring_view text) {
+  if (text.empty() || text.size() > std::numeric_limits<int>::max() / 3) return {};
+  const int units = static_cast<int>(text.size());
+  std::string bytes(text.size() * 3, '\0'); /* never more than three bytes for a unit */
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
+  const int count = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), units * 3,
+                                          nullptr, nullptr);
+  bytes.resize(static_cast<size_t>(std::max(count, 0)));
+  return bytes;
+}
+
+}  // namespace vtctl

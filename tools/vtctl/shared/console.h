@@ -1,0 +1,30 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_CONSOLE_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_CONSOLE_H
+
+#include <string>
+#include <string_view>
+
+namespace vtctl {
+
+/*
+ * Text for people: UTF-16 to a console window, whatever its code page; UTF-8 bytes to a file or a
+ * pipe. A text that cannot be written (the reader has gone) is dropped. Not for several threads.
+ */
+void Print(std::wstring_view text);
+void PrintError(std::wstring_view text);
+/* Says what went wrong, and returns the exit code. */
+int Fail(int exitCode, const std::wstring& sentence);
+/* UTF-8 text, for what other libraries produce. */
+void PrintUtf8(std::string_view text);
+
+/* True when standard output is a terminal that shows colours and a moving progress bar. */
+bool OutputIsTerminal();
+/* The columns of that terminal; 80 when there is none. */
+int TerminalWidth();
+
+std::wstring FromUtf8(std::string_view text);
+std::string ToUtf8(std::wstring_view text);
+
+}  // namespace vtctl
+
+#endif

@@ -1,0 +1,50 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_IDENTITY_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_IDENTITY_H
+
+#include <string>
+#include <vector>
+
+namespace vtctl {
+
+/* Is this name or address this machine? */
+struct IdentityQuestion {
+  std::wstring name; /* as the operator wrote it; may be a UNC path */
+  bool clusterAware = false;
+  int timeOut = 0; /* milliseconds for DNS; 0: the product's setting */
+};
+
+/* What vtclass::IsThisMeEx said. */
+struct IdentityAnswer {
+  std::wstring server; /* what it was asked: the server of a UNC path, else the name */
+  bool isMe = false;
+  unsigned long code = 0;
+  unsigned long milliseconds = 0; /* how long it took */
+};
+
+IdentityAnswer AskIdentity(const IdentityQuestion& question);
+
+/* True when the answer is yes or no, and no failure keeps it open. */
+bool IsSettled(const IdentityAnswer& answer);
+
+/* "\\HOST\share is this machine.": the answer, or why there is none. */
+std::wstring Sentence(const IdentityQuestion& question, const IdentityAnswer& answer);
+
+/* kExitClean, kExitNotThisMachine, kExitNoAnswer; kExitUsage for an empty name. */
+int ExitCodeOf(const IdentityAnswer& answer);
+
+/* One step of the test, as one of the library's functions answers it. */
+struct IdentityStep {
+  std::wstring title;
+  std::vector<std::wstring> compared; /* with what */
+  std::wstring found;
+  bool decides = false; /* the answer comes from here */
+  std::wstring warning; /* what to mind about the answer; mostly empty */
+};
+
+/* The steps up to the one that decides. */
+std::vector<IdentityStep> ExplainIdentity(const IdentityQuestion& question,
+                                          const IdentityAnswer& answer);
+
+}  // namespace vtctl
+
+#endif

@@ -1,0 +1,60 @@
+#include "tools/vtctl/shared/paths.h"
+
+#include <vtclass/win32.h>
+
+#include "tools/vtctl/session/text.h"
+
+namespace vtctl {
+namespace {
+
+constexpr std::wstring_view kLong = L"\\\\?\\";
+constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
+
+bool IsFolder(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace
+
+std::wstring SystemPath(const std::wstring& path) {
+  if (path.starts_with(kLong)) return path;
+  std::wstring full(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD length =
+        ::GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    if (length == 0) return {};
+    const bool fits = length < full.size();
+    full.resize(length);
+    if (fits) break;
+  }
+  if (full.starts_with(L"\\\\.\\")) return full;
+  if (full.starts_with(L"\\\\")) return std::wstring(kLongShare) + full.substr(2);
+  return std::wstring(kLong) + full;
+}
+
+std::wstring ShownPath(const std::wstring& systemPath) {
+  if (systemPath.starts_with(kLongShare)) {
+    return Printable(L"\\\\" + systemPath.substr(kLongShare.size()));
+  }
+  return Printable(systemPath.starts_with(kLong) ? systemPath.substr(kLong.size()) : systemPath);
+}
+
+std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
+  return folder.ends_with(L'\\') ? folder + name : folder + L'\\' + name;
+}
+
+unsigned long MakeFolders(const std::wstring& systemPath) {
+  if (IsFolder(systemPath) || ::CreateDirectoryW(systemPath.c_str(), nullptr)) return ERROR_SUCCESS;
+  const DWORD error = ::GetLastError();
+  if (error == ERROR_ALREADY_EXISTS) return ERROR_DIRECTORY; /* a file has that name */
+  const size_t end = systemPath.find_last_of(L'\\');
+  if (error != ERROR_PATH_NOT_FOUND || end == std::wstring::npos || end <= kLong.size()) {
+    return error;
+  }
+  const unsigned long above = MakeFolders(systemPath.substr(0, end));
+  if (above != ERROR_SUCCESS) return above;
+  return ::CreateDirectoryW(systemPath.c_str(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
+}
+
+}  // namespace vtctl

@@ -1,0 +1,29 @@
+#include "tools/vtctl/shared/printable.h"
+
+namespace vtctl {
+namespace {
+
+constexpr wchar_t kReplacement = 0xFFFD;
+
+bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+bool IsForbidden(wchar_t unit) {
+  return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit >= 0xFFFE;
+}
+
+}  // namespace
+
+std::wstring Printable(std::wstring_view name) {
+  std::wstring text(name);
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+      ++i;
+    } else if (IsForbidden(text[i]) || IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
+      text[i] = kReplacement;
+    }
+  }
+  return text;
+}
+
+}  // namespace vtctl

@@ -1,0 +1,27 @@
+#include "tools/vtctl/shared/printable.h"
+
+#include <gtest/gtest.h>
+
+namespace vtctl {
+namespace {
+
+TEST(Printable, Printable_ReplacesWhatNeitherXmlNorATerminalTakes) {
+  const struct {
+    std::wstring given;
+    std::wstring expected;
+  } rows[] = {{L"plain \x00E9\x6F22 & <b>", L"plain \x00E9\x6F22 & <b>"},
+              {L"\xD83D\xDE00", L"\xD83D\xDE00"},
+              {L"a\xD83D", L"a\xFFFD"},
+              {L"\xDE00\xD83D", L"\xFFFD\xFFFD"},
+              {L"\xD83D\xD83D\xDE00", L"\xFFFD\xD83D\xDE00"},
+              {L"a\tb\nc\x1B[31m",
+               L"a\xFFFD"
+               L"b\xFFFD"
+               L"c\xFFFD[31m"},
+              {std::wstring(L"\0\x7F\x85", 3), L"\xFFFD\xFFFD\xFFFD"},
+              {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"}};
+  for (const auto& row : rows) EXPECT_EQ(Printable(row.given), row.expected);
+}
+
+}  // namespace
+}  // namespace vtctl

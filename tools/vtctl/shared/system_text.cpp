@@ -1,0 +1,31 @@
+#include "tools/vtctl/shared/system_text.h"
+
+#include <vtclass/win32.h>
+
+#include "platform/owned.h"
+
+namespace vtctl {
+
+std::wstring SystemText(unsigned long code) {
+  vtclass::platform::OwnedLocalMemory memory;
+  wchar_t* words = nullptr;
+  const DWORD length =
+      ::FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                           FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+                       nullptr, code, 0, reinterpret_cast<wchar_t*>(&words), 0, nullptr);
+  memory.Reset(words);
+  std::wstring text(words ? words : L"", length);
+  while (!text.empty() && text.back() <= L' ') text.pop_back();
+  const std::wstring number = std::to_wstring(code);
+  return text.empty() ? L"Win32 " + number : text + L" (" + number + L")";
+}
+
+std::wstring ClockTime() {
+  SYSTEMTIME now = {};
+  ::GetLocalTime(&now);
+  wchar_t text[16];
+  ::GetTimeFormatW(LOCALE_INVARIANT, 0, &now, L"HH':'mm':'ss", text, ARRAYSIZE(text));
+  return text;
+}
+
+}  // namespace vtctl

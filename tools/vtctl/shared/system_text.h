@@ -1,0 +1,17 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_SYSTEM_TEXT_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_SYSTEM_TEXT_H
+
+#include <string>
+
+namespace vtctl {
+
+/* "Access denied. (5)": the system's words for a Win32 code on one line, in the language of the
+ * calling thread; "Win32 5" when the system has no words for it. */
+std::wstring SystemText(unsigned long code);
+
+/* "22:03:59": the local time, for lines that are printed as things happen. */
+std::wstring ClockTime();
+
+}  // namespace vtctl
+
+#endif

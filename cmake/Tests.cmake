@@ -11,7 +11,10 @@ function(vtclass_add_test_executable name)
   target_link_libraries(${name} PRIVATE
     vtclass_options vtclass_mini vtclass_core vtclass_platform vtclass_test_support gtest advapi32 ${arg_LIBRARIES})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
-  set_property(GLOBAL APPEND PROPERTY vtclass_test_files ${arg_FILES})
+  foreach(file ${arg_FILES})
+    get_filename_component(file ${file} ABSOLUTE)
+    set_property(GLOBAL APPEND PROPERTY vtclass_test_files ${file})
+  endforeach()
 endfunction()
 
 function(vtclass_add_test_program name)
@@ -43,12 +46,11 @@ endfunction()
 
 # A test file that no program compiles would pass for ever.
 function(vtclass_check_every_test_is_registered)
-  file(GLOB_RECURSE files CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR} *_test.cpp)
-  list(FILTER files EXCLUDE REGEX "^build/")
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/*_test.cpp)
+  list(FILTER files EXCLUDE REGEX "^${CMAKE_SOURCE_DIR}/build/")
   get_property(registered GLOBAL PROPERTY vtclass_test_files)
   foreach(file ${files})
-    get_filename_component(name ${file} NAME)
-    if(NOT name IN_LIST registered)
+    if(NOT file IN_LIST registered)
       message(FATAL_ERROR "${file} belongs to no test program. Name it in a vtclass_test() of its "
         "folder's CMakeLists.txt.")
     endif()

@@ -273,5 +273,28 @@ TEST_F(JobLogCommand, Page_IsThereWholeOrNotAtAll) {
   EXPECT_EQ(names.size(), 2 * std::size(rows)) << "a name came twice";
 }
 
+TEST(WriteWholeFile, Failure_LeavesTheOldFileAndNothingElse) {
+  const ScratchFolder folder;
+  const std::wstring path = folder / L"page.html";
+  EXPECT_EQ(WriteWholeFile(path, "old"), ERROR_SUCCESS);
+  {
+    LogInput reader;
+    ASSERT_EQ(reader.Open(path), ERROR_SUCCESS);
+    EXPECT_TRUE(reader.IsSameFile(path));
+  }
+  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  const HANDLE held =
+      ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+  LogInput reader;
+  EXPECT_EQ(reader.Open(path), ERROR_SUCCESS);
+  EXPECT_NE(WriteWholeFile(path, "new"), ERROR_SUCCESS);
+  ::CloseHandle(held);
+  EXPECT_EQ(FileBytes(path), "old");
+  WIN32_FIND_DATAW found = {};
+  const HANDLE search = ::FindFirstFileW((folder / L"*.vtctl-*").c_str(), &found);
+  EXPECT_EQ(search, INVALID_HANDLE_VALUE);
+}
+
 }  // namespace
 }  // namespace vtctl

@@ -2,7 +2,7 @@
 
 #include <vtclass/win32.h>
 
-#include "tools/vtctl/session/text.h"
+#include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
 namespace {

@@ -113,6 +113,7 @@ std::shared_ptr<const LocalNames> RememberedNames() {
 bool IsSameName(WideView a, WideView b) noexcept {
   const auto length = platform::CheckedCast<int>(a.size());
   if (a.size() != b.size() || !length) return false;
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with them
   return ::CompareStringOrdinal(a.data(), *length, b.data(), *length, TRUE) == CSTR_EQUAL;
 }
 

@@ -4,9 +4,7 @@
 /* What vtclass/cluster.h compiles into its callers: texts are filled on the caller's side. Included
  * by that header. */
 
-namespace vtclass {
-
-namespace border {
+namespace vtclass::border {
 
 /* The functions of these names. */
 VTCLASS_API bool GetVtActiveNodeName(const wchar_t* name, const WideSink& out) noexcept;
@@ -31,9 +29,11 @@ VTCLASS_API bool GetDatabaseServerNames(const DatabaseNames& out) noexcept;
 VTCLASS_API bool GetVTDatabaseServerNames(const DatabaseNames& out) noexcept;
 VTCLASS_API bool GetCATDatabaseServerNames(const DatabaseNames& out) noexcept;
 
-}  // namespace border
+}  // namespace vtclass::border
 
 #if !defined(VTCLASS_MINI_BUILD)
+
+namespace vtclass {
 
 inline bool GetVtActiveNodeName(const wchar_t* name, wcstring& out) {
   return border::GetVtActiveNodeName(name, out);
@@ -76,8 +76,8 @@ inline bool GetCATDatabaseServerNames(std::wstring& server, std::wstring& active
   return border::GetCATDatabaseServerNames({server, activeNode, instance, database, isLocal});
 }
 
-#endif
-
 }  // namespace vtclass
+
+#endif
 
 #endif

@@ -39,9 +39,9 @@ struct DatabaseArguments {
 using Query = bool (*)(std::wstring&, std::wstring&, std::wstring&, std::wstring&, bool&);
 
 struct Database {
-  const wchar_t* title;
-  const wchar_t* key; /* below HKEY_LOCAL_MACHINE, for people */
-  Query query;
+  const wchar_t* title = nullptr;
+  const wchar_t* key = nullptr; /* below HKEY_LOCAL_MACHINE, for people */
+  Query query = nullptr;
   bool isKnown = false;
   unsigned long error = 0; /* why the cluster could not be asked for it */
   std::wstring server;

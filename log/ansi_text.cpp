@@ -37,9 +37,10 @@ void ReplaceUnassigned(char* bytes, std::size_t count) {
   constexpr unsigned kWestern = 1252;
   if (::GetACP() != kWestern) return;
   constexpr std::string_view kUnassigned = "\x81\x8D\x8F\x90\x9D";
-  std::replace_if(
-      bytes, bytes + count, [&](char byte) { return kUnassigned.find(byte) != kUnassigned.npos; },
-      '?');
+  const auto isUnassigned = [&](char byte) {
+    return kUnassigned.find(byte) != std::string_view::npos;
+  };
+  std::replace_if(bytes, bytes + count, isUnassigned, '?');
 }
 
 }  // namespace

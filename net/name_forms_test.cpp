@@ -63,10 +63,8 @@ TEST(NameForms, RacShape) {
   for (const wchar_t* name : {L"RAC-ORCL-12", L"rac-x-", L"RACK-a-b-0", L"Rac--"}) {
     EXPECT_TRUE(HasRacShape(name));
   }
-  for (const wchar_t* name :
-       {L"RAC-ORCL12", L"RAC", L"", L"XRAC-a-1", L"RA-C-1", L"RAC-a-1x", L"RAC-a-\x0661",
-        L"\x0152"
-        L"AC-a-1"}) {
+  for (const wchar_t* name : {L"RAC-ORCL12", L"RAC", L"", L"XRAC-a-1", L"RA-C-1", L"RAC-a-1x",
+                              L"RAC-a-\x0661", L"\u0152AC-a-1"}) {
     EXPECT_FALSE(HasRacShape(name));
   }
 }

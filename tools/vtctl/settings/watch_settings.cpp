@@ -88,6 +88,7 @@ bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DW
   const ULONGLONG start = ::GetTickCount64();
   Changes changes;
   std::vector<Subscription> subscriptions;
+  subscriptions.reserve(settings.size());
   std::vector<std::optional<std::wstring>> last(settings.size());
   for (size_t i = 0; i < settings.size(); ++i) subscriptions.push_back({&changes, i});
   const MonitorScope scope;

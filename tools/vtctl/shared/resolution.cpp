@@ -30,10 +30,10 @@ ResolvedAddress Described(const addrinfo& entry) {
                 nullptr, 0, NI_NUMERICHOST);
   ResolvedAddress described = {wcstring(cstring(text)), {}};
   if (!vtclass::IsIpAddr(described.text.c_str())) return described;
-  if (vtclass::IsIpAddrLocal(described.text.c_str())) described.notes.push_back(L"this machine");
+  if (vtclass::IsIpAddrLocal(described.text.c_str())) described.notes.emplace_back(L"this machine");
   const auto address = VTIPAddress::CreateIPAddress(described.text.c_str());
   for (const auto& kind : kKinds) {
-    if ((address.get()->*kind.is)()) described.notes.push_back(kind.note);
+    if ((address.get()->*kind.is)()) described.notes.emplace_back(kind.note);
   }
   return described;
 }

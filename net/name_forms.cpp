@@ -1,5 +1,6 @@
 #include "net/name_forms.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace vtclass::net {
@@ -64,10 +65,7 @@ bool HasRacShape(WideView name) noexcept {
   if (last == WideView::npos || name.find(WideUnit('-')) == last || !IsRac(name.substr(0, 3))) {
     return false;
   }
-  for (const WideUnit unit : name.substr(last + 1)) {
-    if (!IsDigit(unit)) return false;
-  }
-  return true;
+  return std::ranges::all_of(name.substr(last + 1), IsDigit);
 }
 
 bool SplitUnc(WideView path, UncParts& parts) noexcept {

@@ -63,7 +63,7 @@ void VTSetTraceSink(VTTraceSink sink, void* context) {
   sinkCall = sink;
 }
 
-BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, void* processEnds) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, void* processEnds) {
   if (reason == DLL_PROCESS_DETACH && !processEnds) lock.Close();
   return TRUE;
 }

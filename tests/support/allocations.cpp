@@ -1,6 +1,7 @@
 #include "tests/support/allocations.h"
 
 #include <atomic>
+#include <bit>
 
 namespace vtclass::test {
 
@@ -15,8 +16,7 @@ bool CountOne() { return allocationCount.fetch_add(1) + 1 == failAt.load(); }
 // The functions themselves: this program's way to them may be the hooked one.
 template <typename Function>
 Function* Real(const char* function) {
-  return reinterpret_cast<Function*>(
-      reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), function)));
+  return std::bit_cast<Function*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), function));
 }
 const auto realMalloc = Real<decltype(std::malloc)>("malloc");
 const auto realCalloc = Real<decltype(std::calloc)>("calloc");

@@ -6,7 +6,9 @@
 ThreadCall::ThreadCall(WorkerThread* thread, Runner run) noexcept
     : thread(thread), creatorThreadId(::GetCurrentThreadId()), run(run) {}
 
-ThreadCall::~ThreadCall() = default;
+// Exported: a destructor that callers could see through would become theirs.
+// NOLINTNEXTLINE(modernize-use-equals-default)
+ThreadCall::~ThreadCall() {}
 
 RefThreadCall::RefThreadCall(WorkerThread* thread, Runner run) noexcept : ThreadCall(thread, run) {}
 

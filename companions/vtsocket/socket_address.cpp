@@ -14,13 +14,13 @@ unsigned short NetworkOrder(unsigned short port) {
 std::optional<AddressValue> FromSocketAddress(const sockaddr* address) {
   AddressValue value;
   if (address && address->sa_family == AF_INET) {
-    sockaddr_in in;
+    sockaddr_in in = {};
     std::memcpy(&in, address, sizeof(in));
     std::memcpy(value.bytes.data(), &in.sin_addr, sizeof(in.sin_addr));
     return value;
   }
   if (address && address->sa_family == AF_INET6) {
-    sockaddr_in6 in;
+    sockaddr_in6 in = {};
     std::memcpy(&in, address, sizeof(in));
     std::memcpy(value.bytes.data(), &in.sin6_addr, sizeof(in.sin6_addr));
     value.isIPv6 = true;

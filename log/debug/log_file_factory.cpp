@@ -7,8 +7,10 @@
 #include "vtclass/debug_log.h"
 #include "vtclass/log.h"
 
+static constexpr unsigned short kUtf16 = 1;
+
 LogFileFactory::LogFileFactory(const StringResourceMgr& messages, int debugLogMode)
-    : messages(messages), unicode(1), debugLogMode(debugLogMode) {}
+    : messages(messages), unicode(kUtf16), debugLogMode(debugLogMode) {}
 
 LogFile* LogFileFactory::Create(const wchar_t* path) {
   constexpr int kCreateNew = 2;

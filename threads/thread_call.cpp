@@ -6,7 +6,7 @@
 ThreadCall::ThreadCall(WorkerThread* thread, Runner run) noexcept
     : thread(thread), creatorThreadId(::GetCurrentThreadId()), run(run) {}
 
-// Exported: a destructor that callers could see through would become theirs.
+// Exported with a body: defaulted in the header it would be compiled into the callers for good.
 // NOLINTNEXTLINE(modernize-use-equals-default)
 ThreadCall::~ThreadCall() {}
 

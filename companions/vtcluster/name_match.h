@@ -17,8 +17,7 @@ bool BeginsWith(std::wstring_view text, std::wstring_view start) noexcept;
 /* A server name without leading backslashes. */
 std::wstring WithoutBackslashes(const wchar_t* name);
 
-/* The same host, where the domain is the one of this machine, which all nodes of its cluster have.
- */
+/* NamesHost with the DNS domain of this machine, which is the one of all nodes of its cluster. */
 bool NamesHost(std::wstring_view name, std::wstring_view host);
 
 /* A name of this machine itself, whatever name of a cluster a program sees as the computer's. No

@@ -61,7 +61,7 @@ struct LookUp {
  * caller has given up keeps its thread until the resolver returns, but not its place among the
  * awaited ones; the thread then frees it.
  *
- * Of equal look-ups one runs at a time, so that a silent name holds one thread however often it is
+ * Of equal look-ups one runs first, so that a silent name holds one thread however often it is
  * asked for. When it fails, all that wait behind it fail with it. When it succeeds, the name is not
  * silent, and they all run: a list that the system's freeaddrinfo takes cannot be copied.
  *

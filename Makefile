@@ -29,7 +29,7 @@ bench: ## benchmarks beside peers and raw calls, as ratios
 	@scripts/bench
 
 lint: ## formatting, clang-tidy on what has changed since it was last clean, shellcheck
-	@scripts/setup lint
+	@scripts/setup lint bench # benchmarks are sources too
 	@scripts/lint
 
 fuzz: ## native build with sanitizers; each fuzzer runs for SECONDS (300)

@@ -161,13 +161,17 @@ void WriteToCallback(benchmark::State& state, int settings) {
   }
 }
 
+// The pauses take longer than what is timed, so the number of rounds cannot follow the time.
+int RoundsFor(int settings) {
+  if (settings == 1) return 500;
+  return settings <= 100 ? 30 : 5;
+}
+
 template <typename Follower>
 void Register(const std::string& name, int settings) {
-  // The pauses take longer than what is timed, so the number of rounds cannot follow the time.
-  const int rounds = settings == 1 ? 500 : settings <= 100 ? 30 : 5;
   benchmark::RegisterBenchmark(name.c_str(), &WriteToCallback<Follower>, settings)
       ->UseManualTime()
-      ->Iterations(rounds);
+      ->Iterations(RoundsFor(settings));
 }
 
 void RegisterAll() {

@@ -8,12 +8,13 @@
 #include <random>
 
 #include "platform/owned.h"
+#include "tests/support/eventually.h"
 #include "tests/support/import_hook.h"
 
 namespace vtclass::platform {
 namespace {
 
-constexpr DWORD kLimit = 20000;
+using test::kLimit;
 
 int asked = 0;
 decltype(::CreateMutexW)* createMutex = nullptr;

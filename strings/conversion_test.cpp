@@ -50,10 +50,12 @@ TEST(wcstring, Assign_InEveryPage_GivesWhatThePlatformGives) {
     upper += static_cast<char>(value + 128);
   }
   std::vector<std::string> texts = {
-      "",         "\x83\x65\x83\x58\x83g",        "+AGE-", "\xC3", "\x1B$B%F\x1B(B",
-      "~{VPND~}", "\xE2\x82\xAC \xF0\x9F\x98\x80"};
+      "",         "\x83\x65\x83\x58\x83g",         "+AGE-", "\xC3", "\x1B$B%F\x1B(B",
+      "~{VPND~}", "\xE2\x82\xAC \xF0\x9F\x98\x80", "\x80"};
   const std::string longText(5000, 'x');
-  texts.insert(texts.end(), {ascii, upper, std::string(513, '\xE9'), longText, longText + '\xE9'});
+  texts.insert(texts.end(), {ascii, upper, longText, longText + '\xE9'});
+  // Up to 512 units are converted in one pass.
+  for (const std::size_t length : {512u, 513u}) texts.emplace_back(length, '\xE9');
   for (const char unit : ascii) texts.emplace_back(1, unit);
   for (const unsigned page : kPages) {
     for (const std::string& text : texts) {
@@ -70,7 +72,9 @@ TEST(cstring, Assign_InEveryPage_GivesWhatThePlatformGives) {
   const std::wstring longText(5000, L'x');
   const std::wstring texts[] = {L"",
                                 ascii,
+                                L"\x80",
                                 std::wstring(400, L'\u65E5'),
+                                std::wstring(512, L'\u00E9'),
                                 longText,
                                 L"\u00E9 \u20AC \u0107 \u65E5\u672C e\u0301",
                                 L"x\xDC00y\xD83D\xDE00\xD800",
@@ -180,6 +184,7 @@ TEST(cstring, CodePage_AfterEachOperationThatTakesText) {
 TEST(Conversion, TextInTheStringsOwnMemory_IsReadBeforeItIsReplaced) {
   for (const std::size_t length : {20u, 3000u}) {
     wcstring wide(std::wstring(length, L'\x6261'));
+    wide.reserve(length * 2);  // so that it grows where it lies
     wide.assign(reinterpret_cast<const char*>(wide.data()), length * 2, cstring::windows1252);
     EXPECT_EQ(wide.substr(length * 2 - 4), L"abab");
     cstring narrow(std::string(length * 2, 'a').c_str(), cstring::utf8);

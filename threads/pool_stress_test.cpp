@@ -70,7 +70,7 @@ void StressPool(int workers, int keep) {
       if (random() % 512 == 0) ::Sleep(0);
     }
   });
-  EXPECT_TRUE(Await([&] {
+  EXPECT_TRUE(Eventually([&] {
     return PoolCall::alive == 5 && std::ranges::none_of(shared, [&pool](const Shared& each) {
              return pool.IsThreadCallExecuting(each.call);
            });

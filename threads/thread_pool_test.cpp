@@ -70,7 +70,7 @@ TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
       });
     }
     leave.Open();
-    EXPECT_TRUE(Await([] { return leaving == 2; }));
+    EXPECT_TRUE(Eventually([] { return leaving == 2; }));
     {
       const ImportHook<decltype(::WaitForSingleObject)> waits("KERNEL32.dll", "WaitForSingleObject",
                                                               &ReapByWaiting);
@@ -79,7 +79,7 @@ TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
       for (const HANDLE thread : threads)
         EXPECT_EQ(::WaitForSingleObject(thread, 0), WAIT_OBJECT_0);
       stay.Open();
-      EXPECT_TRUE(Await(&AllAreDead));
+      EXPECT_TRUE(Eventually(&AllAreDead));
     }
     gate.Open();
   }
@@ -97,11 +97,11 @@ TEST_F(Pool, PostingWaitsForNoDestructor) {
     EXPECT_TRUE(inFirst.Passed());
     if (!keep) Post(first, [] {});  // with it, the worker is idle and would not get to the call
     posted.Open();
-    EXPECT_TRUE(Await(&AllAreDead));
+    EXPECT_TRUE(Eventually(&AllAreDead));
     const Gate inThird;
     Post(first, [] {}, [&] { inThird.Open(), inSecond.Passed(), Post(second, [] {}); });
     Post(second, [] {}, [&] { inSecond.Open(), inThird.Passed(), Post(first, [] {}); });
-    EXPECT_TRUE(Await(&AllAreDead));
+    EXPECT_TRUE(Eventually(&AllAreDead));
   }
 }
 
@@ -131,7 +131,7 @@ TEST_F(Pool, ChainPostedByDestructors_PilesUpNoThreads) {
       if (--left > 0) Post(pool, [] {}, next);
     };
     next();
-    EXPECT_TRUE(Await(&AllAreDead));
+    EXPECT_TRUE(Eventually(&AllAreDead));
     EXPECT_EQ(left, 0);
   }
   EXPECT_EQ(unreaped, 0);
@@ -182,8 +182,8 @@ TEST_F(Pool, OverridesThatThrow_LoseNoWorker) {
         EXPECT_EQ(thrown, row.thrown && !waiting);
         Post(pool, [&] { ++others; });
         leave.Open();
-        EXPECT_TRUE(Await([&] { return PoolCall::alive == 1 && others == 1; }));
-        EXPECT_TRUE(Await([&] { return call->AddRef(), call->Release() == 1; }));
+        EXPECT_TRUE(Eventually([&] { return PoolCall::alive == 1 && others == 1; }));
+        EXPECT_TRUE(Eventually([&] { return call->AddRef(), call->Release() == 1; }));
         EXPECT_EQ(runs, row.runs);
         EXPECT_FALSE(pool.IsThreadCallExecuting(call) || pool.IsThreadCallQueued(call));
       }
@@ -214,7 +214,7 @@ TEST_F(Pool, CallsAreDestroyedOutsideTheLock) {
   ThreadPool pool(1, 0, kNoCom);
   used = &pool;
   Post(pool, [] {}, use);
-  EXPECT_TRUE(Await(&AllAreDead));
+  EXPECT_TRUE(Eventually(&AllAreDead));
 }
 
 // The call that never ran, as no thread started, dies with the pool, and posts.
@@ -247,7 +247,7 @@ void RunChains(int keep, int workers) {
     Post(*to, [&] { --left; }, next);
   };
   for (int i = 0; i < workers; ++i) post(&pool);
-  EXPECT_TRUE(Await(&AllAreDead)) << keep << workers;
+  EXPECT_TRUE(Eventually(&AllAreDead)) << keep << workers;
 }
 
 TEST_F(Pool, DestructorsThatPost_NeverHang) {
@@ -262,7 +262,7 @@ TEST_F(Pool, CallThatPostsItself_RunsEachTime) {
   Call self;
   self = new PoolCall(&pool, [&] { ++runs < 100 ? self->PostIt() : void(); });
   self->PostIt();
-  EXPECT_TRUE(Await([&] { return !pool.IsThreadCallExecuting(self); }));
+  EXPECT_TRUE(Eventually([&] { return !pool.IsThreadCallExecuting(self); }));
   EXPECT_EQ(runs, 100);
 }
 
@@ -307,7 +307,7 @@ TEST_F(Pool, Stop_WaitsForTheSemaphoresOfBusyWorkers_ThenKillsThem) {
         calls.back()->PostIt();
       }
       Post(pool, [] { ADD_FAILURE(); });  // is dropped
-      EXPECT_TRUE(Await([&] { return in == row.workers - (row.refused > 0); }));
+      EXPECT_TRUE(Eventually([&] { return in == row.workers - (row.refused > 0); }));
     }
     EXPECT_EQ(stopWait, row.wait);
     EXPECT_EQ(out, row.leave ? row.workers : 0);
@@ -361,7 +361,7 @@ TEST_F(Pool, EnqueueWithoutMemory_ThrowsAndChangesNothing_UntilItSucceeds) {
     EXPECT_EQ(second->AddRef(), 2);
     second->Release();
     leave.Open();
-    EXPECT_TRUE(Await([&] { return !pool.IsThreadCallExecuting(first); }));
+    EXPECT_TRUE(Eventually([&] { return !pool.IsThreadCallExecuting(first); }));
     ASSERT_LT(n, 50);
   }
 }
@@ -373,7 +373,7 @@ TEST_F(Pool, CallThatThrows_FreesItsWorker_WhichDestroysTheCall) {
   Post(pool, fail, [&] { destroyer = ::GetCurrentThreadId(); });
   bool ran = false;
   Post(pool, [&] { ran = true; });
-  EXPECT_TRUE(Await(&AllAreDead));
+  EXPECT_TRUE(Eventually(&AllAreDead));
   EXPECT_TRUE(ran);
   EXPECT_EQ(destroyer, worker);
 }

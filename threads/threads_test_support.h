@@ -8,11 +8,10 @@
 #include <utility>
 
 #include "platform/owned.h"
+#include "tests/support/eventually.h"
 #include "vtclass/threads.h"
 
 namespace vtclass::test {
-
-constexpr DWORD kLimit = 20000;  // of every wait that must end
 
 using Work = std::function<void()>;
 
@@ -63,13 +62,6 @@ template <typename Target>
 void Post(Target& target, Work work, Work ended = nullptr) {
   using Call = std::conditional_t<std::is_same_v<Target, ThreadPool>, PoolCall, WorkerCall>;
   (new Call(&target, std::move(work), std::move(ended)))->PostIt();
-}
-
-/* Waits for what will soon be so; false when it never is. */
-template <typename Happened>
-bool Await(Happened happened) {
-  for (DWORD waited = 0; !happened() && waited < kLimit; ++waited) ::Sleep(1);
-  return happened();
 }
 
 }  // namespace vtclass::test

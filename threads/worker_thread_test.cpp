@@ -79,7 +79,7 @@ void KillInItsSleepAndRestart(WorkerThread& worker) {
   call.AddRef();
   call.PostIt();
   worker.StartThread(0);
-  EXPECT_TRUE(Await([&] { return worker.NumberOfOutstandingCalls() == 0; }));
+  EXPECT_TRUE(Eventually([&] { return worker.NumberOfOutstandingCalls() == 0; }));
   EXPECT_EQ(worker.WaitForThread(20), static_cast<unsigned long>(WAIT_TIMEOUT));
   EXPECT_NE(worker.KillThread(), 0);
   EXPECT_EQ(worker.WaitForCall(0), 0);
@@ -417,7 +417,7 @@ TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
     EXPECT_TRUE(::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive()));
     ::RevertToSelf();
   });
-  EXPECT_TRUE(Await([] { return PoolCall::alive == 0; }));
+  EXPECT_TRUE(Eventually([] { return PoolCall::alive == 0; }));
   EXPECT_EQ(looked, 4);
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/owned.h"
+#include "tests/support/eventually.h"
 #include "tests/support/import_hook.h"
 #include "vtstdutl/vtstdutl.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 using vtclass::platform::OwnedKernelObject;
 using vtclass::test::ImportHook;
+using vtclass::test::kLimit;
 
 std::wstring debugger;
 void WINAPI KeepDebugText(LPCWSTR text) {
@@ -63,8 +65,6 @@ TEST_F(Trace, LongText_IsCut) {
   VTTrace(text.c_str(), 1, L"%s", text.c_str());
   EXPECT_EQ(debugger, text.substr(0, 128) + L": " + text.substr(0, 1023) + L"\n");
 }
-
-constexpr DWORD kLimit = 20000;
 
 // The threads of the last case.
 HANDLE inside, asked;

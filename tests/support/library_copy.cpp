@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include "tests/support/eventually.h"
 
 namespace vtclass::test {
 
@@ -20,11 +20,9 @@ LibraryCopy::LibraryCopy(const std::wstring& name, const std::vector<std::wstrin
 
 LibraryCopy::~LibraryCopy() {
   Free();
-  const auto isLoaded = [this](const std::wstring& name) { return Loaded(name) != nullptr; };
-  const ULONGLONG end = ::GetTickCount64() + 20'000;
-  while (std::ranges::any_of(names, isLoaded) && ::GetTickCount64() < end) ::Sleep(1);
   for (const std::wstring& name : names) {
-    EXPECT_FALSE(isLoaded(name)) << std::string(name.begin(), name.end()) << " stays loaded";
+    EXPECT_TRUE(Eventually([&] { return Loaded(name) == nullptr; }))
+        << std::string(name.begin(), name.end()) << " stays loaded";
   }
 }
 

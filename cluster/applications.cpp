@@ -1,3 +1,4 @@
+#include <array>
 #include <string>
 #include <utility>
 
@@ -15,6 +16,7 @@ using cluster::AnswerOr;
 using cluster::AskCluster;
 using cluster::CountsAsRunning;
 using cluster::ServiceManager;
+using platform::Steps;
 
 void Set(bool* flag, bool value) noexcept {
   if (flag) *flag = value;
@@ -36,19 +38,21 @@ wcstring ClusterName(const wchar_t* server) {
   return error == 0 ? converted : name;
 }
 
-bool SqlServiceRuns(const wchar_t* server, unsigned long& error) {
+bool SqlServiceRuns(const wchar_t* server, unsigned long& error, const Steps& steps) {
   wcstring node;
   const bool isVirtual = ClusterVirtualNameToNodeName(server, node);
   error = ::GetLastError();
-  const ServiceManager services(isVirtual ? node.c_str() : WithBackslashes(server).c_str());
+  const std::wstring computer = isVirtual ? std::wstring(node) : WithBackslashes(server);
+  const ServiceManager services(computer.c_str(), steps);
+  const bool runs = services.IsRunning(L"MSSQLServer");
+  if (runs && !steps.AreWanted()) return true;
   // The name stands in the second service's name as it was given: an instance that bears the
   // server's name is looked for, and none is taken out of it.
-  return services.IsRunning(L"MSSQLServer") ||
-         services.IsRunning((std::wstring(L"MSSQLServer$") + server).c_str());
+  return services.IsRunning(std::wstring(L"MSSQLServer$") + server) || runs;
 }
 
-bool IsRunningSql(const wchar_t* server, bool* flag, unsigned long& error) {
-  if (!SqlServiceRuns(server, error)) return false;
+bool SqlRuns(const wchar_t* server, bool* flag, unsigned long& error, const Steps& steps) {
+  if (!SqlServiceRuns(server, error, steps)) return false;
   // A server that belongs to no cluster has nobody to contradict.
   return AskCluster(server, error, true, [&](Cluster& cluster) {
     bool own = false;
@@ -63,17 +67,26 @@ struct ExchangeService {
   const wchar_t* name;
   bool* flag;
 };
+using ExchangeServices = std::array<ExchangeService, 4>;
 
-bool ExchangeServicesRun(const wchar_t* server, const ExchangeService (&parts)[4],
-                         bool requireRunning) {
+ExchangeServices Parts(bool* is, bool* ds, bool* srs, bool* kms) {
+  return {{{L"MSExchangeIS", is},
+           {L"MSExchangeDS", ds},
+           {L"MSExchangeSRS", srs},
+           {L"MSExchangeKMS", kms}}};
+}
+
+bool ExchangeServicesRun(const wchar_t* server, const ExchangeServices& parts, bool requireRunning,
+                         const Steps& steps) {
   bool isLocal = false;
   IsThisMe(server, &isLocal, true);
-  const ServiceManager services(isLocal ? nullptr : WithBackslashes(server).c_str());
-  if (!services.IsRunning(L"MSExchangeSA")) return false;
+  const ServiceManager services(isLocal ? nullptr : WithBackslashes(server).c_str(), steps);
+  const bool runs = services.IsRunning(L"MSExchangeSA");
+  if (!runs && !steps.AreWanted()) return false;
   for (const ExchangeService& part : parts) {
     Set(part.flag, requireRunning ? services.IsRunning(part.name) : services.Exists(part.name));
   }
-  return true;
+  return runs;
 }
 
 bool ClusterAgreesOnExchange(const wchar_t* server, unsigned long& error) {
@@ -85,13 +98,36 @@ bool ClusterAgreesOnExchange(const wchar_t* server, unsigned long& error) {
   });
 }
 
+bool IsRunningSql(const wchar_t* server, bool* flag, const Steps& steps) noexcept {
+  Set(flag, false);
+  return AnswerOr(false, [&](unsigned long& error) {
+    return server && *server && SqlRuns(server, flag, error, steps);
+  });
+}
+
+bool IsRunningExchange(const wchar_t* server, const ExchangeServices& parts, bool requireRunning,
+                       const Steps& steps) noexcept {
+  const auto clear = [&parts] {
+    for (const ExchangeService& part : parts) Set(part.flag, false);
+  };
+  clear();
+  const bool running = AnswerOr(false, [&](unsigned long& error) {
+    return server && *server && ExchangeServicesRun(server, parts, requireRunning, steps) &&
+           ClusterAgreesOnExchange(server, error);
+  });
+  if (!running) clear();
+  return running;
+}
+
 }  // namespace
 
 bool ServerIsRunningSQL(const wchar_t* server, bool* flag) {
-  Set(flag, false);
-  return AnswerOr(false, [&](unsigned long& error) {
-    return server && *server && IsRunningSql(server, flag, error);
-  });
+  return IsRunningSql(server, flag, Steps());
+}
+
+bool border::ServerIsRunningSQL(const wchar_t* server, bool* flag,
+                                const StepSink& services) noexcept {
+  return IsRunningSql(server, flag, Steps(services));
 }
 
 clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instance) {
@@ -111,20 +147,12 @@ clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, wcstring instan
 
 bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bool* srs, bool* kms,
                              bool requireRunning) {
-  const ExchangeService parts[] = {{L"MSExchangeDS", ds},
-                                   {L"MSExchangeIS", is},
-                                   {L"MSExchangeSRS", srs},
-                                   {L"MSExchangeKMS", kms}};
-  const auto clear = [&parts] {
-    for (const ExchangeService& part : parts) Set(part.flag, false);
-  };
-  clear();
-  const bool running = AnswerOr(false, [&](unsigned long& error) {
-    return server && *server && ExchangeServicesRun(server, parts, requireRunning) &&
-           ClusterAgreesOnExchange(server, error);
-  });
-  if (!running) clear();
-  return running;
+  return IsRunningExchange(server, Parts(is, ds, srs, kms), requireRunning, Steps());
+}
+
+bool border::ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bool* srs, bool* kms,
+                                     bool requireRunning, const StepSink& services) noexcept {
+  return IsRunningExchange(server, Parts(is, ds, srs, kms), requireRunning, Steps(services));
 }
 
 }  // namespace vtclass

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/owned.h"
+#include "tests/support/eventually.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "vtclass/cluster.h"
@@ -53,11 +54,10 @@ class TestService {
  private:
   void WaitFor(DWORD state) {
     SERVICE_STATUS status = {};
-    for (int i = 0; i < 3000 && status.dwCurrentState != state; ++i) {
-      ::Sleep(10);
-      ASSERT_TRUE(::QueryServiceStatus(service.Get(), &status)) << ::GetLastError();
-    }
-    ASSERT_EQ(status.dwCurrentState, state);
+    EXPECT_TRUE(test::Eventually([&] {
+      EXPECT_TRUE(::QueryServiceStatus(service.Get(), &status)) << ::GetLastError();
+      return status.dwCurrentState == state;
+    })) << status.dwCurrentState;
   }
 
   platform::OwnedService manager;
@@ -203,6 +203,16 @@ TEST_F(Applications, OnlyARunningServiceRuns) {
     const bool runs = playedState == SERVICE_RUNNING;
     EXPECT_EQ(Sql(node), runs ? "runs" : "no") << playedState;
     EXPECT_EQ(Exchange(node, true), runs ? "+1111" : "-0000") << playedState;
+    // All of them are looked at where the caller wants to see them.
+    std::vector<Step> services(9);
+    EXPECT_EQ(ServerIsRunningSQLWithServices(node.c_str(), nullptr, services), runs);
+    ASSERT_EQ(services.size(), 2u);
+    EXPECT_EQ(services[1].text, L"MSSQLServer$" + node);
+    EXPECT_EQ(services[1].answer, playedState);
+    EXPECT_EQ(ServerIsRunningExchangeWithServices(node.data(), nullptr, nullptr, nullptr, nullptr,
+                                                  false, services),
+              runs);
+    EXPECT_EQ(services.size(), 5u);
   }
   playedState = SERVICE_RUNNING;
   const std::pair<const wchar_t*, const char*> rows[] = {{L"MSExchangeIS", "+0111"},

@@ -2,7 +2,7 @@
 
 #include "cluster/answer_or.h"
 #include "cluster/odbc_text.h"
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "vtclass/cluster.h"
 #include "vtclass/config.h"
 #include "vtclass/net.h"
@@ -12,23 +12,23 @@ namespace {
 
 using cluster::AnswerOr;
 using cluster::AskForText;
+using config::RegistryValue;
 
 /* Where one database's location is stored. */
 struct StoredLocation {
-  const wchar_t* (*key)() noexcept;
-  const wchar_t* server;
-  const wchar_t* instance;
-  const wchar_t* database;
+  const RegistryValue& server;
+  const RegistryValue& instance;
+  const RegistryValue& database;
 };
 
-constexpr StoredLocation kProductDatabase = {&config::ProductDatabaseKey, L"Database Server Name",
-                                             L"Database Instance Name", L"Database Name"};
-constexpr StoredLocation kServerDatabase = {&config::VTDatabaseKey, L"Server Database Server Name",
-                                            L"Server Database Instance Name",
-                                            L"Server Database Name"};
-constexpr StoredLocation kCatalogDatabase = {
-    &config::VTDatabaseKey, L"Catalog Database Server Name", L"Catalog Database Instance Name",
-    L"Catalog Database Name"};
+constexpr StoredLocation kProductDatabase = {config::kDatabaseServerName,
+                                             config::kDatabaseInstanceName, config::kDatabaseName};
+constexpr StoredLocation kServerDatabase = {config::kServerDatabaseServerName,
+                                            config::kServerDatabaseInstanceName,
+                                            config::kServerDatabaseName};
+constexpr StoredLocation kCatalogDatabase = {config::kCatalogDatabaseServerName,
+                                             config::kCatalogDatabaseInstanceName,
+                                             config::kCatalogDatabaseName};
 
 constexpr unsigned long kLongestValue = 1023;  // bytes
 
@@ -49,14 +49,16 @@ struct Location {
 };
 
 /* False, with `text` empty, when there is no such text or it is too long. */
-bool ReadText(Configuration& key, const wchar_t* name, std::wstring& text) {
+bool ReadText(Configuration& key, const RegistryValue& value, std::wstring& text) {
   text.clear();
   unsigned long size = 0;
   unsigned long type = REG_NONE;
-  if (!key.GetDataSize(name, &size, &type)) return false;
+  if (!key.GetDataSize(value.name, &size, &type)) return false;
   if (type != REG_SZ && type != REG_EXPAND_SZ) return false;
   wchar_t area[kValueUnits] = {};
-  if (!key.LoadRaw(name, reinterpret_cast<unsigned char*>(area), kLongestValue, type)) return false;
+  if (!key.LoadRaw(value.name, reinterpret_cast<unsigned char*>(area), kLongestValue, type)) {
+    return false;
+  }
   text = area;
   return true;
 }
@@ -70,7 +72,8 @@ std::wstring LocalNodeName() {
 /* False when the key cannot be opened. */
 bool ReadLocation(const StoredLocation& stored, const Location& location) {
   Configuration key;
-  if (!key.Open(Configuration::openExisting, stored.key(), nullptr, Configuration::accessRead)) {
+  if (!key.Open(Configuration::openExisting, stored.server.key.Path(), nullptr,
+                Configuration::accessRead)) {
     return false;
   }
   ReadText(key, stored.server, location.server);
@@ -79,9 +82,9 @@ bool ReadLocation(const StoredLocation& stored, const Location& location) {
     location.isLocal = true;
   }
   // Stored as an empty text it is SQL Server's default instance, which has no name.
-  if (!ReadText(key, stored.instance, location.instance)) location.instance = L"Vantorl";
+  if (!ReadText(key, stored.instance, location.instance)) location.instance = stored.instance.text;
   ReadText(key, stored.database, location.database);
-  if (location.database.empty()) location.database = L"VTDB";
+  if (location.database.empty()) location.database = stored.database.text;
   return true;
 }
 

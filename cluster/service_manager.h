@@ -3,7 +3,10 @@
 
 #include <vtclass/win32.h>
 
+#include <string>
+
 #include "platform/owned.h"
+#include "platform/steps.h"
 
 namespace vtclass::cluster {
 
@@ -13,15 +16,23 @@ namespace vtclass::cluster {
  */
 class ServiceManager {
  public:
-  /* `computer` as the system takes it, with two leading backslashes; null is this machine. */
-  explicit ServiceManager(const wchar_t* computer) noexcept;
+  /* `computer` as the system takes it, with two leading backslashes; null is this machine. The
+   * services that are looked at are noted in `steps`, which outlive this object. */
+  ServiceManager(const wchar_t* computer, const platform::Steps& steps);
 
-  bool Exists(const wchar_t* service) const noexcept;
-  bool IsRunning(const wchar_t* service) const noexcept;
+  /* Both throw only when the steps find no memory. */
+  bool Exists(const std::wstring& service) const;
+  bool IsRunning(const std::wstring& service) const;
 
  private:
-  platform::OwnedService Find(const wchar_t* service) const noexcept;
+  struct Found {
+    bool exists = false;
+    DWORD state = 0; /* 0: not to be had */
+  };
+  platform::OwnedService Open(const std::wstring& service) const;
+  Found Look(const std::wstring& service) const;
 
+  const platform::Steps& steps;
   platform::OwnedService manager;
 };
 

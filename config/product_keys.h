@@ -1,39 +1,71 @@
 #ifndef VTCLASS_CONFIG_PRODUCT_KEYS_H
 #define VTCLASS_CONFIG_PRODUCT_KEYS_H
 
+/* The roots as narrow literals, of which help texts and wide paths are made: L"" VTCLASS_... "\\x".
+ * The products' databases stand beside the product root. */
+#define VTCLASS_PRODUCT_FOLDER "Software\\Norvane\\Vantorel For Windows"
+#define VTCLASS_PRODUCT_ROOT VTCLASS_PRODUCT_FOLDER "\\Vantorel"
+#define VTCLASS_SIBLING_ROOT "Software\\Quorrel\\Strandel\\VTDS"
+
 namespace vtclass::config {
 
-/*
- * The product's registry keys, as paths below HKEY_LOCAL_MACHINE without a leading or trailing
- * backslash. Every path that the library opens comes from here; each call follows the product that
- * CMS_SetProd has selected at that time. The texts live as long as the library.
- */
+/* One of the product's registry keys: paths below HKEY_LOCAL_MACHINE without a leading or trailing
+ * backslash. Every path that the product opens as its own comes from here. */
+struct ProductKey {
+  const wchar_t* ofProduct;
+  const wchar_t* ofSibling;
+  const char* purpose; /* for docs/registry-values.md */
 
-/* The product root. Its value "Language" selects the language of the messages. */
-const wchar_t* ProductRoot() noexcept;
+  /* The path under the product that CMS_SetProd has selected now. */
+  const wchar_t* Path() const noexcept;
+};
 
-/* Settings of the debug logs; the settings monitor watches it. */
-const wchar_t* LoggingKey() noexcept;
+#define VTCLASS_UNDER_ROOTS(path) L"" VTCLASS_PRODUCT_ROOT path, L"" VTCLASS_SIBLING_ROOT path
 
-/* Switches of debugging aids; the settings monitor watches it too. */
-const wchar_t* DebugKey() noexcept;
+inline constexpr ProductKey kProductRoot = {VTCLASS_UNDER_ROOTS(""), "The product as a whole."};
 
-/* The same of the default product, whichever is selected. */
-const wchar_t* DefaultProductDebugKey() noexcept;
+inline constexpr ProductKey kLoggingKey = {
+    VTCLASS_UNDER_ROOTS("\\Engine\\Logging"),
+    "Debug logs. The settings monitor watches this key. A debug log stores the defaults of missing "
+    "values: that of `MaxDebugFile Append` always, those of its size, retention size, count, `Msg` "
+    "and `Ext` while `MaxDebugFile Enabled` is not 0. A component may also keep its log's path "
+    "here, as a text under a name of its own."};
 
-/* Settings of name resolution. */
-const wchar_t* TcpIpKey() noexcept;
+inline constexpr ProductKey kDebugKey = {
+    VTCLASS_UNDER_ROOTS("\\Debug"),
+    "Debugging aids. The settings monitor watches this key too. Missing values of service-group "
+    "monitoring are stored as 0."};
 
-/* Settings of the agents: the logon type of job accounts, the advertisement. */
-const wchar_t* AgentsKey() noexcept;
+inline constexpr ProductKey kDefaultProductDebugKey = {
+    kDebugKey.ofProduct, kDebugKey.ofProduct,
+    "The default product's, whichever is selected: under the sibling product the settings monitor "
+    "watches another key, and nobody hears of a change."};
 
-/* The Oracle agent's databases, a key each. */
-const wchar_t* OracleAgentKey() noexcept;
+inline constexpr ProductKey kTcpIpKey = {
+    VTCLASS_UNDER_ROOTS("\\Network\\TcpIp"),
+    "Name resolution. A missing value is stored with its default where the process may write."};
 
-/* Where the product's own database is; where those of the server and the catalogue are. Both stand
- * beside the product root and are the same under both products. */
-const wchar_t* ProductDatabaseKey() noexcept;
-const wchar_t* VTDatabaseKey() noexcept;
+inline constexpr ProductKey kOracleAgentKey = {
+    VTCLASS_UNDER_ROOTS("\\Engine\\Agents\\Oracle"),
+    "The Oracle agent's databases: a subkey each, named after the database, with these values. The "
+    "product only reads them."};
+
+inline constexpr ProductKey kSessionKey = {
+    VTCLASS_UNDER_ROOTS("\\Session"),
+    "How `vtctl session` works. Missing values are stored with their defaults where the operator "
+    "may write. One beyond its range stays as it is and counts as missing, which is a warning of "
+    "the session."};
+
+#undef VTCLASS_UNDER_ROOTS
+
+inline constexpr ProductKey kProductDatabaseKey = {
+    L"" VTCLASS_PRODUCT_FOLDER "\\Pordex", L"" VTCLASS_PRODUCT_FOLDER "\\Pordex",
+    "Where the product's own database is. The product only reads it; a text of more than 1,023 "
+    "bytes counts as missing."};
+
+inline constexpr ProductKey kVTDatabaseKey = {
+    L"" VTCLASS_PRODUCT_FOLDER "\\VTDatabase", L"" VTCLASS_PRODUCT_FOLDER "\\VTDatabase",
+    "Where the databases of the server and of the catalogue are; read like the product's own."};
 
 }  // namespace vtclass::config
 

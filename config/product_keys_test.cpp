@@ -10,10 +10,11 @@ TEST(ProductKeys, EveryPath_LiesUnderTheRootOfTheSelectedProduct) {
   using namespace vtclass::config;
   for (const unsigned long product : {1ul, 2ul, 0ul}) {
     CMS_SetProd(product);
-    const std::wstring root = ProductRoot();
+    const std::wstring root = kProductRoot.Path();
     EXPECT_EQ(root.find(L"Quorrel") != std::wstring::npos, product == 1);
-    for (const auto key : {&LoggingKey, &DebugKey, &TcpIpKey, &AgentsKey, &OracleAgentKey}) {
-      EXPECT_EQ(std::wstring(key()).find(root + L"\\"), 0u);
+    for (const ProductKey& key :
+         {kLoggingKey, kDebugKey, kTcpIpKey, kOracleAgentKey, kSessionKey}) {
+      EXPECT_EQ(std::wstring(key.Path()).find(root + L"\\"), 0u);
     }
   }
 }

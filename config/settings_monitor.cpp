@@ -9,9 +9,9 @@
 #include "platform/hresult.h"
 #include "platform/this_module.h"
 
-using vtclass::config::DebugKey;
+using vtclass::config::kDebugKey;
 using vtclass::config::KeyWatcher;
-using vtclass::config::LoggingKey;
+using vtclass::config::kLoggingKey;
 using vtclass::config::StatusOf;
 using vtclass::config::WatchedEvent;
 using vtclass::platform::HoldThisModule;
@@ -35,7 +35,7 @@ DWORD WINAPI EnterThread(void* monitor) {
 }  // namespace
 
 SettingsMonitor::State::State()
-    : loggingWatcher(settings, LoggingKey()), debugWatcher(settings, DebugKey()) {
+    : loggingWatcher(settings, kLoggingKey.Path()), debugWatcher(settings, kDebugKey.Path()) {
   LookUpSpinCount();
   // Without an event to stop it by, the thread could never be ended, and is not started.
   if (!stopSignal.GetHandle() || !waitGroup.Add(&stopSignal)) return;

@@ -22,8 +22,8 @@
 namespace {
 
 using namespace vtclass::test;
-using vtclass::config::DebugKey;
-using vtclass::config::LoggingKey;
+using vtclass::config::kDebugKey;
+using vtclass::config::kLoggingKey;
 
 constexpr wchar_t kLevel[] = L"Engine NDMP Debug Level";
 
@@ -69,7 +69,7 @@ struct Subscriber {
 void Put(const std::wstring& key, const std::wstring& name, unsigned long number) {
   StoreValue(key, name, REG_DWORD, &number, sizeof number);
 }
-void PutLevel(unsigned long level) { Put(LoggingKey(), kLevel, level); }
+void PutLevel(unsigned long level) { Put(kLoggingKey.Path(), kLevel, level); }
 
 /* Where the library asks the system for a signal, and what the test does in that moment. */
 std::function<void()> beforeArming, beforeArmingAbove;
@@ -93,7 +93,7 @@ LSTATUS WINAPI Arm(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asyn
 class SettingsMonitorTest : public testing::Test {
  protected:
   SettingsMonitorTest() {
-    MakeKey(LoggingKey()), MakeKey(DebugKey());
+    MakeKey(kLoggingKey.Path()), MakeKey(kDebugKey.Path());
     loggingEvent = debugEvent = armedAbove = nullptr;
     refusals = 0;
   }
@@ -104,13 +104,13 @@ class SettingsMonitorTest : public testing::Test {
     Fence();
   }
   const void* Fence() {
-    return monitor->AddDWORDSetting(LoggingKey(), L"fence", &Subscriber::OnNumber, &fence);
+    return monitor->AddDWORDSetting(kLoggingKey.Path(), L"fence", &Subscriber::OnNumber, &fence);
   }
   /* Every change of the logging key made before has been looked at by all registrations when this
    * returns: the second change is found by a later look than the first, which is over by then. */
   void Settle() {
     for (int i = 0; i < 2; ++i) {
-      Put(LoggingKey(), L"fence", ++fenceValue);
+      Put(kLoggingKey.Path(), L"fence", ++fenceValue);
       ASSERT_EQ(fence.Next(), std::to_wstring(fenceValue));
     }
   }
@@ -129,10 +129,11 @@ TEST_F(SettingsMonitorTest, Level_ChangesCallWhateverTheRange_AndNothingElseCall
   Begin();
   ASSERT_TRUE(Level(first));
   for (const unsigned value : {2u, 2u, 5u}) PutLevel(value), Settle();
-  StoreValue(LoggingKey(), kLevel, REG_SZ, L"6", 4), Settle();
-  ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, LoggingKey(), kLevel), Settle();
+  StoreValue(kLoggingKey.Path(), kLevel, REG_SZ, L"6", 4), Settle();
+  ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), kLevel), Settle();
   PutLevel(5), Settle();
-  Put(std::wstring(LoggingKey()) + L"\\Below", kLevel, 3), Put(DebugKey(), kLevel, 3), Settle();
+  Put(std::wstring(kLoggingKey.Path()) + L"\\Below", kLevel, 3), Put(kDebugKey.Path(), kLevel, 3),
+      Settle();
   PutLevel(0), Settle();
   for (const wchar_t* expected : {L"2", L"5", L"0", L"none"}) EXPECT_EQ(first.Next(0), expected);
 }
@@ -149,8 +150,8 @@ TEST_F(SettingsMonitorTest, OtherKinds_CompareTextAndDerivedLevel) {
   } rows[] = {
       {L"C:\\a", 9, true}, {L"C:\\a", 11, false}, {L"c:\\A", 3, true}, {L"c:\\A", 15, false}};
   for (const auto& row : rows) {
-    StoreValue(DebugKey(), L"Path", REG_SZ, row.text, 10);
-    Put(DebugKey(), L"VTMSDKLevel", row.mask);
+    StoreValue(kDebugKey.Path(), L"Path", REG_SZ, row.text, 10);
+    Put(kDebugKey.Path(), L"VTMSDKLevel", row.mask);
     EXPECT_EQ(row.isTextTold ? first.Next() : other.Next(),
               row.isTextTold ? row.text : std::to_wstring(row.mask));
   }
@@ -159,33 +160,43 @@ TEST_F(SettingsMonitorTest, OtherKinds_CompareTextAndDerivedLevel) {
 
 TEST_F(SettingsMonitorTest, EveryRegistration_FollowsItsValue_OfTheSelectedProduct) {
   using M = SettingsMonitor;
-  using Register = const void* (M::*)(M::NumberCallback, void*);
-  const auto follow = [this](auto... operations) {
-    unsigned long number = 0;
-    for (const Register operation : {static_cast<Register>(operations)...}) {
+  const struct {
+    const void* (M::*operation)(M::NumberCallback, void*);
+    const wchar_t* name;
+  } rows[] = {{&M::RegisterCreateDebugLog, L"CreateDebugLog"},
+              {&M::KoltRegisterDebugLevel, L"KNTA NDMP Debug Level"},
+              {&M::EngineRegisterDebugLevel, L"Engine NDMP Debug Level"},
+              {&M::RegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
+              {&M::RegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
+              {&M::RegisterMaxRetention, L"MaxDebugFile Retention Size In MB"},
+              {&M::RegisterMaxDebugFileCount, L"MaxDebugFile Count"},
+              {&M::RegisterMaxDebugFileLimitMode, L"MaxDebugFile LimitMode"},
+              {&M::RegisterMaxDebugFileAppend, L"MaxDebugFile Append"},
+              {&M::VtmRegisterCreateDebugLog, L"VTMSDKLog"},
+              {&M::VtmRegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
+              {&M::VtmRegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
+              {&M::VtmRegisterMaxDebugFileCount, L"MaxDebugFile Count"},
+              {nullptr, L"Path"},  // the one text
+              {&M::VtmRegisterMaxDebugFileRetentionSize, L"MaxDebugFile Retention Size In MB"},
+              {&M::VtmRegisterLogLimitMode, L"MaxDebugFile LimitMode"},
+              {&M::VtmRegisterDebugLevel, L"VTMSDKLevel"}};
+  for (const unsigned long product : {0ul, 1ul}) {
+    CMS_SetProd(product);
+    Begin();
+    for (const auto& row : rows) {
       MonitoredValue value = {};
-      ASSERT_TRUE(M::GetMonitoredValue(number++, value));
-      if (!operation) continue;  // the one text
-      ASSERT_TRUE((*monitor.*operation)(&Subscriber::OnNumber, &first));
+      ASSERT_TRUE(M::GetMonitoredValue(static_cast<unsigned long>(&row - rows), value));
+      EXPECT_EQ(value.name, std::wstring(row.name));
+      if (!row.operation) continue;
+      ASSERT_TRUE((*monitor.*row.operation)(&Subscriber::OnNumber, &first));
       Put(value.key, value.name, 2);
       if (CMS_GetProd() == 1 && value.kind == Setting::sdkDebugLevelKind) {
         Settle();
         EXPECT_EQ(first.Next(0), L"none") << "its key is not the watched one";
       } else {
-        EXPECT_EQ(first.Next(), L"2") << number;
+        EXPECT_EQ(first.Next(), L"2") << &row - rows;
       }
     }
-  };
-  for (const unsigned long product : {0ul, 1ul}) {
-    CMS_SetProd(product);
-    Begin();
-    follow(&M::RegisterCreateDebugLog, &M::KoltRegisterDebugLevel, &M::EngineRegisterDebugLevel,
-           &M::RegisterMaxDebugFileEnabled, &M::RegisterMaxDebugFileSize, &M::RegisterMaxRetention,
-           &M::RegisterMaxDebugFileCount, &M::RegisterMaxDebugFileLimitMode,
-           &M::RegisterMaxDebugFileAppend, &M::VtmRegisterCreateDebugLog,
-           &M::VtmRegisterMaxDebugFileEnabled, &M::VtmRegisterMaxDebugFileSize,
-           &M::VtmRegisterMaxDebugFileCount, nullptr, &M::VtmRegisterMaxDebugFileRetentionSize,
-           &M::VtmRegisterLogLimitMode, &M::VtmRegisterDebugLevel);
     monitor.reset();
   }
 }
@@ -203,11 +214,11 @@ TEST_F(SettingsMonitorTest, BadInput_IsRefused) {
   }
   const void* cookie = monitor.get();
   for (const auto kind : {Setting::defaultNumberKind, Setting::expandStringKind}) {
-    Setting setting(HKEY_LOCAL_MACHINE, LoggingKey(), L"v", kind);
+    Setting setting(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), L"v", kind);
     EXPECT_EQ(monitor->AddSetting(&setting, cookie), E_NOTIMPL);
     EXPECT_FALSE(cookie);
   }
-  auto* text = new Setting(HKEY_LOCAL_MACHINE, LoggingKey(), L"v", Setting::stringKind);
+  auto* text = new Setting(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), L"v", Setting::stringKind);
   EXPECT_EQ(monitor->AddNumberSetting(&text, number, nullptr, cookie), E_FAIL);
   EXPECT_FALSE(text) << "destroyed";
   EXPECT_EQ(monitor->UnRegisterSetting(this), E_INVALIDARG) << "nothing is registered";
@@ -270,7 +281,8 @@ TEST_F(SettingsMonitorTest, ChangeWhileStopped_ArrivesAfterStart) {
 
 // The monitor is made after the changes, and so looks at nothing of its own accord.
 TEST_F(SettingsMonitorTest, SettingOfTheCaller_ChangedSinceItWasRead_IsTold) {
-  auto* const setting = new Setting(HKEY_LOCAL_MACHINE, LoggingKey(), kLevel, Setting::dwordKind);
+  auto* const setting =
+      new Setting(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), kLevel, Setting::dwordKind);
   PutLevel(1);
   EXPECT_EQ(setting->Read(), S_OK);
   setting->AttachNumber(&Subscriber::OnNumber, &first);
@@ -305,9 +317,9 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
   ASSERT_TRUE(monitor->VtmRegisterMaxDebugFileCount(&Subscriber::OnNumber, &other));
   unsigned long value = 0;
   for (const wchar_t* made :
-       {LoggingKey(), L"Software\\Norvane\\Vantorel For Windows", L"Software"}) {
+       {kLoggingKey.Path(), L"Software\\Norvane\\Vantorel For Windows", L"Software"}) {
     // From the key up to the root, a key at a time.
-    for (std::wstring key = LoggingKey();; key.resize(key.rfind(L'\\'))) {
+    for (std::wstring key = kLoggingKey.Path();; key.resize(key.rfind(L'\\'))) {
       ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str());
       ::SetEvent(loggingEvent), ::SetEvent(debugEvent);
       ASSERT_EQ(::WaitForSingleObject(above.Get(), 20000), WAIT_OBJECT_0) << value;
@@ -317,13 +329,13 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
     MakeKey(made);
     PutLevel(++value);
     EXPECT_EQ(first.Next(), std::to_wstring(value));
-    Put(DebugKey(), L"MaxDebugFile Count", value);
+    Put(kDebugKey.Path(), L"MaxDebugFile Count", value);
     EXPECT_EQ(other.Next(), std::to_wstring(value));
     Settle();
   }
   // It is back before its coming is waited for.
   beforeArmingAbove = [] { PutLevel(99); };
-  ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, LoggingKey());
+  ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kLoggingKey.Path());
   ::SetEvent(loggingEvent);
   EXPECT_EQ(first.Next(), L"99");
   Settle();
@@ -363,14 +375,14 @@ TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndTold
   unsigned long level = 0;
   for (const auto& [refused, lastLevel] : {std::pair(2 + 11, 12ul), {2, 13ul}}) {
     beforeArming = [count = refused] { refusals = count; };
-    Put(LoggingKey(), L"nobody's", lastLevel);
+    Put(kLoggingKey.Path(), L"nobody's", lastLevel);
     while (level < lastLevel) EXPECT_EQ(first.Next(), std::to_wstring(++level));
     Settle();
   }
   EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
                                         60000, 60000, 100}));
   ASSERT_EQ(lines.size(), 2u) << "once a trouble";
-  EXPECT_NE(lines[0].find(LoggingKey()), std::wstring::npos);
+  EXPECT_NE(lines[0].find(kLoggingKey.Path()), std::wstring::npos);
   EXPECT_EQ(lines[0].find(L'\n'), lines[0].size() - 1);
 }
 
@@ -412,7 +424,7 @@ TEST_F(SettingsMonitorTest, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldO
     EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
                                           60000}));
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].find(LoggingKey()), std::wstring::npos);
+    EXPECT_NE(lines[0].find(kLoggingKey.Path()), std::wstring::npos);
   }
 }
 
@@ -431,7 +443,7 @@ TEST_F(SettingsMonitorTest, RefusedWaits_DoNotHoldUpTheStop) {
   refusedAWait = refused.Get();
   Begin();
   waitsToRefuse = 50;
-  Put(LoggingKey(), L"fence", 1);  // ends the wait in hand
+  Put(kLoggingKey.Path(), L"fence", 1);  // ends the wait in hand
   EXPECT_EQ(::WaitForSingleObject(refused.Get(), 20000), WAIT_OBJECT_0);
   EXPECT_EQ(monitor->Stop(), S_OK);
   EXPECT_GT(waitsToRefuse.exchange(0), 0);
@@ -477,7 +489,8 @@ TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater
     const std::wstring text = L"C:\\a folder with a long name " + std::to_wstring(n);
     Allocations allocations;
     allocations.FailAt(n);
-    StoreValue(DebugKey(), L"Path", REG_SZ, text.c_str(), static_cast<DWORD>(text.size() * 2 + 2));
+    StoreValue(kDebugKey.Path(), L"Path", REG_SZ, text.c_str(),
+               static_cast<DWORD>(text.size() * 2 + 2));
     ASSERT_EQ(first.Next(), text) << n;
   }
 }
@@ -505,8 +518,8 @@ TEST_F(SettingsMonitorTest, ThousandWritesOfAnotherProcess_TheLastOneArrives) {
   ASSERT_TRUE(monitor->VtmRegisterMaxDebugFileCount(&Subscriber::OnNumber, &other));
   for (const wchar_t* seed : {L"1", L"2", L"3"}) {
     ChildProcess writer(L"config_test_child.exe",
-                        {registry.Path() + L"\\" + LoggingKey(), kLevel,
-                         registry.Path() + L"\\" + DebugKey(), L"MaxDebugFile Count", seed});
+                        {registry.Path() + L"\\" + kLoggingKey.Path(), kLevel,
+                         registry.Path() + L"\\" + kDebugKey.Path(), L"MaxDebugFile Count", seed});
     ASSERT_EQ(writer.ExitCode(), 0);
     const std::string output = writer.Output();
     const std::wstring last(output.begin(), output.end());

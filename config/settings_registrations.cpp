@@ -1,16 +1,33 @@
+#include <iterator>
 #include <memory>
 
-#include "config/monitored_values.h"
 #include "config/no_throw.h"
+#include "config/registry_values.h"
 #include "config/settings_monitor_state.h"
 #include "vtclass/settings_monitor.h"
 
-using vtclass::config::Registration;
+using vtclass::config::kMonitoredValues;
+using vtclass::config::RegistryValue;
 using vtclass::config::StatusOf;
-using vtclass::config::ValueOf;
+using vtclass::config::ValueKind;
 using vtclass::platform::ScopedLock;
 
 namespace {
+
+constexpr Setting::eKind KindOf(ValueKind kind) { return static_cast<Setting::eKind>(kind); }
+static_assert(KindOf(ValueKind::text) == Setting::stringKind &&
+              KindOf(ValueKind::number) == Setting::dwordKind &&
+              KindOf(ValueKind::range) == Setting::rangeKind &&
+              KindOf(ValueKind::toggle) == Setting::boolKind &&
+              KindOf(ValueKind::debugMask) == Setting::sdkDebugLevelKind);
+
+// A range that readers of a plain number have is theirs: it binds nobody who writes the value.
+MonitoredValue ValueOf(unsigned long number) noexcept {
+  const RegistryValue& value = *kMonitoredValues[number];
+  const bool binds = value.kind == ValueKind::range || value.kind == ValueKind::toggle;
+  return {value.key.Path(), value.name, KindOf(value.kind), binds ? value.minimum : 0,
+          binds ? value.maximum : 0};
+}
 
 std::unique_ptr<Setting> Make(const MonitoredValue& value) {
   return std::make_unique<Setting>(HKEY_LOCAL_MACHINE, value.key, value.name, value.kind,
@@ -20,8 +37,8 @@ std::unique_ptr<Setting> Make(const MonitoredValue& value) {
 }  // namespace
 
 bool SettingsMonitor::GetMonitoredValue(unsigned long number, MonitoredValue& value) {
-  if (number >= static_cast<unsigned long>(Registration::end)) return false;
-  value = ValueOf(static_cast<Registration>(number));
+  if (number >= std::size(kMonitoredValues)) return false;
+  value = ValueOf(number);
   return true;
 }
 
@@ -73,10 +90,10 @@ const void* SettingsMonitor::AddText(const MonitoredValue& value, TextCallback c
 
 const void* SettingsMonitor::Register(unsigned long number, NumberCallback callback, void* context,
                                       Setting::NumberRunner run) noexcept {
-  return AddNumber(ValueOf(static_cast<Registration>(number)), callback, context, run);
+  return AddNumber(ValueOf(number), callback, context, run);
 }
 
 const void* SettingsMonitor::Register(unsigned long number, TextCallback callback, void* context,
                                       Setting::TextRunner run) noexcept {
-  return AddText(ValueOf(static_cast<Registration>(number)), callback, context, run);
+  return AddText(ValueOf(number), callback, context, run);
 }

@@ -17,6 +17,11 @@ namespace vtclass::messages {
 constexpr long WarningCode(unsigned long id) { return static_cast<long>(0xA0510000UL | id); }
 constexpr long ErrorCode(unsigned long id) { return static_cast<long>(0xE0510000UL | id); }
 
+constexpr bool IsErrorCode(long code) {
+  constexpr unsigned long kSeverity = 0xC0000000;
+  return (static_cast<unsigned long>(code) & kSeverity) == kSeverity;
+}
+
 // Warnings.
 // The account may not read the file or folder.
 inline constexpr long kCodeAccessDenied = WarningCode(MSG_ACCESS_DENIED);
@@ -32,12 +37,8 @@ inline constexpr long kCodeFilePartlyRead = WarningCode(MSG_FILE_PARTLY_READ);
 inline constexpr long kCodeLinkNotFollowed = WarningCode(MSG_LINK_NOT_FOLLOWED);
 // Another volume is mounted at the folder.
 inline constexpr long kCodeMountPointNotFollowed = WarningCode(MSG_MOUNT_POINT_NOT_FOLLOWED);
-// The walk came to a folder that it is already inside of.
-inline constexpr long kCodeFolderCycle = WarningCode(MSG_FOLDER_CYCLE);
 // The system takes no path of that length.
 inline constexpr long kCodePathTooLong = WarningCode(MSG_PATH_TOO_LONG);
-// The name holds code units that form no character.
-inline constexpr long kCodeNameNotRepresentable = WarningCode(MSG_NAME_NOT_REPRESENTABLE);
 // The file's data are not on this machine.
 inline constexpr long kCodePlaceholderSkipped = WarningCode(MSG_PLACEHOLDER_SKIPPED);
 // The selection holds no file.
@@ -62,18 +63,8 @@ inline constexpr long kCodeAttributesFailed = ErrorCode(MSG_ATTRIBUTES_FAILED);
 inline constexpr long kCodeFolderListFailed = ErrorCode(MSG_FOLDER_LIST_FAILED);
 // The listing of the folder broke off; entries may be missing.
 inline constexpr long kCodeFolderListInterrupted = ErrorCode(MSG_FOLDER_LIST_INTERRUPTED);
-// The root folder of the selection is missing.
-inline constexpr long kCodeRootNotFound = ErrorCode(MSG_ROOT_NOT_FOUND);
-// The root of the selection is a file.
-inline constexpr long kCodeRootNotAFolder = ErrorCode(MSG_ROOT_NOT_A_FOLDER);
-// The second reading gave other data.
-inline constexpr long kCodeVerifyDifference = ErrorCode(MSG_VERIFY_DIFFERENCE);
-// The second reading failed.
-inline constexpr long kCodeVerifyReadFailed = ErrorCode(MSG_VERIFY_READ_FAILED);
 // The operator stopped the session.
 inline constexpr long kCodeJobCancelledBy = ErrorCode(MSG_JOB_CANCELLED_BY);
-// Memory ran out at the entry.
-inline constexpr long kCodeOutOfMemory = ErrorCode(MSG_OUT_OF_MEMORY);
 // The job log could not be made or written.
 inline constexpr long kCodeJobLogWriteFailed = ErrorCode(MSG_JOB_LOG_WRITE_FAILED);
 

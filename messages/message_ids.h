@@ -4,7 +4,8 @@
 /*
  * The ids of the message library vterrors, in ranges by subject. These are macros because the
  * resource compiler reads this file too. An id is at most 65535, the limit of string tables. It
- * names the same message in every release; an id that is given up is not used again.
+ * names the same message in every release; an id that is given up is not used again: those that are
+ * left out below, and behind the ends of their ranges 2021 to 2025, 6012 and 6013.
  *
  * Each text is a format of the wide msvcrt printf: %s takes a const wchar_t*, %u an unsigned.
  * Numbers that need grouping or units come as text. The English texts in vterrors_en.rc show the
@@ -20,9 +21,6 @@
 #define MSG_JOB_STARTED 1006
 #define MSG_JOB_LOG_FILE 1007
 #define MSG_JOB_LANGUAGE 1008
-#define MSG_JOB_ACCOUNT 1009
-#define MSG_AGENT_STARTED 1010
-#define MSG_AGENT_VERSION 1011
 #define MSG_AGENT_PLATFORM 1012
 
 /* Settings. */
@@ -32,35 +30,18 @@
 
 /* Set. */
 #define MSG_SET_NUMBER 2001
-#define MSG_SET_NAME 2002
-#define MSG_SET_DESCRIPTION 2003
 #define MSG_BACKUP_METHOD 2004
-#define MSG_METHOD_FULL 2005
-#define MSG_METHOD_INCREMENTAL 2006
-#define MSG_METHOD_DIFFERENTIAL 2007
 #define MSG_METHOD_COPY 2008
 #define MSG_VOLUME_NAME 2009
 #define MSG_ROOT_FOLDER 2010
-#define MSG_COMPRESSION 2011
-#define MSG_COMPRESSION_NONE 2012
-#define MSG_COMPRESSION_SOFTWARE 2013
-#define MSG_ENCRYPTION 2014
-#define MSG_ENCRYPTION_NONE 2015
 #define MSG_DESTINATION 2016
 #define MSG_DESTINATION_DRY_RUN 2017
 #define MSG_DESTINATION_DISCARDED 2018
 #define MSG_SET_STARTED 2019
 #define MSG_SET_ENDED 2020
-#define MSG_VERIFY_NONE 2021
-#define MSG_VERIFY_CHECKSUM 2022
-#define MSG_VERIFY_STARTED 2023
-#define MSG_VERIFY_ENDED 2024
-#define MSG_VERIFY_RESULT 2025
 
 /* Folders and files. */
-#define MSG_DIRECTORY_NAME 3001
 #define MSG_DIRECTORY 3002
-#define MSG_FILE_NAME 3003
 #define MSG_FILE_WITH_SIZE 3004
 
 /* Warnings. message_codes.h holds their unique message identifiers. */
@@ -71,9 +52,7 @@
 #define MSG_FILE_PARTLY_READ 4005
 #define MSG_LINK_NOT_FOLLOWED 4006
 #define MSG_MOUNT_POINT_NOT_FOLLOWED 4007
-#define MSG_FOLDER_CYCLE 4008
 #define MSG_PATH_TOO_LONG 4009
-#define MSG_NAME_NOT_REPRESENTABLE 4010
 #define MSG_PLACEHOLDER_SKIPPED 4011
 #define MSG_ROOT_EMPTY 4012
 #define MSG_SETTING_OUT_OF_RANGE 4013
@@ -89,10 +68,7 @@
 #define MSG_FOLDER_LIST_INTERRUPTED 5006
 #define MSG_ROOT_NOT_FOUND 5007
 #define MSG_ROOT_NOT_A_FOLDER 5008
-#define MSG_VERIFY_DIFFERENCE 5009
-#define MSG_VERIFY_READ_FAILED 5010
 #define MSG_JOB_CANCELLED_BY 5011
-#define MSG_OUT_OF_MEMORY 5012
 #define MSG_JOB_LOG_WRITE_FAILED 5013
 
 /* Totals. */
@@ -100,19 +76,13 @@
 #define MSG_TOTAL_DIRECTORIES 6002
 #define MSG_TOTAL_BYTES 6003
 #define MSG_TOTAL_SKIPPED 6004
-#define MSG_TOTAL_CORRUPT 6005
-#define MSG_TOTAL_IN_USE 6006
 #define MSG_TOTAL_WARNINGS 6007
 #define MSG_TOTAL_ERRORS 6008
-#define MSG_THROUGHPUT_PER_MINUTE 6009
 #define MSG_THROUGHPUT_PER_SECOND 6010
 #define MSG_ELAPSED_TIME 6011
-#define MSG_LARGEST_FILE 6012
-#define MSG_LONGEST_PATH 6013
 
 /* Sections that are collected and written at the end. */
 #define MSG_SKIPPED_SUMMARY 6101
-#define MSG_SKIPPED_LINE 6102
 #define MSG_LARGE_FILES_SUMMARY 6103
 #define MSG_LARGE_FILE_LINE 6104
 #define MSG_EXTENSIONS_SUMMARY 6105
@@ -135,10 +105,7 @@
 #define MSG_CATEGORY_JOB 7012
 
 /* Labels of a report of the log. */
-#define MSG_LABEL_JOB 8001
 #define MSG_LABEL_SETTINGS 8002
-#define MSG_LABEL_SETS 8003
-#define MSG_LABEL_FOLDERS 8004
 #define MSG_LABEL_WARNINGS 8005
 #define MSG_LABEL_ERRORS 8006
 #define MSG_LABEL_SUMMARY 8007

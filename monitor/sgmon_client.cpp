@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "monitor/wake_up_event.h"
 #include "platform/owned.h"
 #include "platform/this_module.h"
@@ -12,7 +12,8 @@
 #include "vtclass/monitor.h"
 #include "vtclass/threads.h"
 
-using vtclass::config::DebugKey;
+using vtclass::config::kSGMonComponents;
+using vtclass::config::kSGMonEnabled;
 using vtclass::monitor::OpenWakeUpEvent;
 using vtclass::platform::HoldThisModule;
 using vtclass::platform::OwnedKernelObject;
@@ -35,15 +36,16 @@ DWORD StatusOfWait(DWORD result) {
 
 bool IsOnFor(SGMonClient::eClient client) {
   Configuration key;
-  if (!key.Open(Configuration::openOrCreate, DebugKey(), nullptr,
+  const wchar_t* const path = kSGMonEnabled.key.Path();
+  if (!key.Open(Configuration::openOrCreate, path, nullptr,
                 Configuration::accessRead | Configuration::accessWrite)) {
     // Who may not write is still told what is stored.
-    key.Open(Configuration::openExisting, DebugKey(), nullptr, Configuration::accessRead);
+    key.Open(Configuration::openExisting, path, nullptr, Configuration::accessRead);
   }
   unsigned long enabled = 0;
   unsigned long components = 0;
-  key.Load(L"SGMon Enabled", enabled, 0);
-  key.Load(L"SGMon Components", components, 0);
+  key.Load(kSGMonEnabled.name, enabled, kSGMonEnabled.number);
+  key.Load(kSGMonComponents.name, components, kSGMonComponents.number);
   return enabled != 0 && (components & client) != 0;
 }
 

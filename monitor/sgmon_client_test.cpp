@@ -8,6 +8,7 @@
 
 #include "config/product_keys.h"
 #include "tests/support/child_process.h"
+#include "tests/support/eventually.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/monitor.h"
@@ -18,8 +19,6 @@ namespace {
 using namespace vtclass::test;
 using vtclass::platform::OwnedKernelObject;
 using Client = RefPointer<SGMonClient>;
-
-constexpr DWORD kLimit = 20000;
 
 void (*inCallback)();
 std::atomic<int> told; /* how often; negative: monitoring is off */
@@ -35,12 +34,10 @@ class SGMonClientTest : public testing::Test {
     CMS_SetProd(0);
     // A client that was dropped in its callback is on its way out, and has the event until then.
     wakeUp.Reset();
-    bool isLeft = true;
-    for (int i = 0; i < 2000 && isLeft; ++i) {
-      isLeft = OwnedKernelObject(::OpenEventW(SYNCHRONIZE, FALSE, L"Global\\SGMonWakeUp")).Get();
-      if (isLeft) ::Sleep(10);
-    }
-    EXPECT_FALSE(isLeft) << "a client stays";
+    const auto isGone = [] {
+      return !OwnedKernelObject(::OpenEventW(SYNCHRONIZE, FALSE, L"Global\\SGMonWakeUp"));
+    };
+    EXPECT_TRUE(Eventually(isGone)) << "a client stays";
   }
   static Client Make(unsigned long component = SGMonClient::eAgent) {
     return new SGMonClient(static_cast<SGMonClient::eClient>(component), &OnMonitoring);
@@ -52,8 +49,8 @@ class SGMonClientTest : public testing::Test {
     return told;
   }
   static void Switch(unsigned long enabled, unsigned long components) {
-    StoreValue(vtclass::config::DebugKey(), L"SGMon Enabled", REG_DWORD, &enabled, 4);
-    StoreValue(vtclass::config::DebugKey(), L"SGMon Components", REG_DWORD, &components, 4);
+    StoreValue(vtclass::config::kDebugKey.Path(), L"SGMon Enabled", REG_DWORD, &enabled, 4);
+    StoreValue(vtclass::config::kDebugKey.Path(), L"SGMon Components", REG_DWORD, &components, 4);
   }
 
   PrivateRegistry registry;
@@ -66,7 +63,7 @@ TEST_F(SGMonClientTest, Switches_DecideForEachComponent_AndAreWrittenAsZeroWhenM
     CMS_SetProd(product);
     EXPECT_EQ(Told(), -1);
     for (const wchar_t* name : {L"SGMon Enabled", L"SGMon Components"}) {
-      EXPECT_EQ(StoredValue(vtclass::config::DebugKey(), name), std::string(4, '\0'));
+      EXPECT_EQ(StoredValue(vtclass::config::kDebugKey.Path(), name), std::string(4, '\0'));
     }
     for (const auto& [enabled, components, client, on] : rows) {
       Switch(enabled, components);
@@ -84,12 +81,10 @@ TEST_F(SGMonClientTest, WakeUp_ReachesTheOneClientOfEveryProcess) {
        {std::tuple(0u, '0', '0'), {6u, '0', '1'}, {1u, '1', '0'}}) {
     Switch(1, components);
     // A client that is between two waits misses a short signal, so it is repeated.
-    bool areTold = false;
-    for (int i = 0; i < 1000 && !areTold; ++i) {
-      ::SetEvent(wakeUp.Get()), ::ResetEvent(wakeUp.Get()), ::Sleep(20);
-      areTold = one.Output().ends_with(ofOne) && four.Output().ends_with(ofFour);
-    }
-    EXPECT_TRUE(areTold) << components;
+    EXPECT_TRUE(Eventually([&] {
+      ::SetEvent(wakeUp.Get()), ::ResetEvent(wakeUp.Get());
+      return one.Output().ends_with(ofOne) && four.Output().ends_with(ofFour);
+    })) << components;
   }
   ::SetEvent(end.Get());
   EXPECT_EQ(one.ExitCode() + four.ExitCode(), 0);
@@ -99,8 +94,7 @@ TEST_F(SGMonClientTest, End_SignalsAReplacedShutdownHandle_EvenWhileSomebodyKeep
   const OwnedKernelObject mine(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
   Client client = Make();
   client->SetShutdownHandle(mine.Get());
-  for (int i = 0; i < 2000 && told > -9; ++i) ::SetEvent(wakeUp.Get()), ::Sleep(1);
-  EXPECT_LE(told, -9);
+  EXPECT_TRUE(Eventually([&] { return ::SetEvent(wakeUp.Get()), told <= -9; }));
   client = nullptr;
   ::ResetEvent(wakeUp.Get());
   EXPECT_EQ(::WaitForSingleObject(mine.Get(), 0), WAIT_OBJECT_0) << "and is still open";
@@ -130,9 +124,9 @@ TEST_F(SGMonClientTest, Callback_MayThrow_AndMayDropTheLastReference) {
   };
   Client client = Make();
   heldByCallback = &client;
-  for (int i = 0; i < 20000 && (told < 77 || itsEvent); ++i) ::Sleep(1);
+  EXPECT_TRUE(Eventually([] { return told >= 77; }));
   EXPECT_EQ(told, 77);
-  EXPECT_EQ(itsEvent, nullptr) << "the client is left behind";
+  EXPECT_TRUE(Eventually([] { return !itsEvent; })) << "the client is left behind";
 }
 
 std::atomic<DWORD> paused; /* milliseconds */
@@ -167,8 +161,7 @@ TEST_F(SGMonClientTest, EventLeftSignalled_CostsTwentyLooksASecond) {
   };
   ::SetEvent(wakeUp.Get());
   const Client client = Make();
-  for (int i = 0; i < 20000 && told < 101; ++i) ::Sleep(1);
-  EXPECT_EQ(told, 101) << "on";
+  EXPECT_TRUE(Eventually([] { return told == 101; })) << "on";
   EXPECT_FALSE(isTooFast);
 }
 
@@ -188,10 +181,9 @@ TEST_F(SGMonClientTest, EventOfOthers_NeedsTheRightToWaitOnly) {
   refusedRights = ~DWORD{SYNCHRONIZE};
   Client client = Make();
   client->WaitInitComplete(kLimit);
-  for (int i = 0; i < 2000 && told > -2; ++i) {
-    ::SetEvent(wakeUp.Get()), ::Sleep(10), ::ResetEvent(wakeUp.Get());
-  }
-  EXPECT_LE(told, -2) << "woken";
+  // Signalled until it has been heard.
+  EXPECT_TRUE(Eventually([&] { return ::SetEvent(wakeUp.Get()), told <= -2; })) << "woken";
+  ::ResetEvent(wakeUp.Get());
   EXPECT_EQ(client->GetErrorCode(), 0u);
   refusedRights = SYNCHRONIZE;
   client = Make();

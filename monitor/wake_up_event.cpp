@@ -4,7 +4,10 @@
 
 #include <aclapi.h>
 
+#include <iterator>
+
 #include "platform/os_version.h"
+#include "vtclass/monitor.h"
 
 namespace vtclass::monitor {
 
@@ -51,8 +54,8 @@ unsigned long OpenWakeUpEvent(platform::OwnedKernelObject& event) noexcept {
   }
   SECURITY_ATTRIBUTES attributes = {sizeof(attributes), &descriptor, FALSE};
   // Older systems know no name spaces of sessions, and take the prefix for part of a path.
-  const wchar_t* const name =
-      platform::IsSystemAtLeast(5, 0) ? L"Global\\SGMonWakeUp" : L"SGMonWakeUp";
+  constexpr std::size_t kPrefix = std::size(L"Global\\") - 1;
+  const wchar_t* const name = kSGMonWakeUpEvent + (platform::IsSystemAtLeast(5, 0) ? 0 : kPrefix);
   event.Reset(::CreateEventW(&attributes, TRUE, FALSE, name));
   // The call above asks for every right to an event that exists. To be woken takes one.
   if (!event && ::GetLastError() == ERROR_ACCESS_DENIED) {

@@ -1,6 +1,6 @@
 #include "net/agent_configuration.h"
 
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "net/local_names.h"
 #include "vtclass/config.h"
 
@@ -9,7 +9,7 @@ namespace vtclass::net {
 namespace {
 
 bool OpenDatabase(Configuration& key, const wcstring& database) {
-  const std::wstring path = config::OracleAgentKey() + (L"\\" + database);
+  const std::wstring path = config::kOracleAgentKey.Path() + (L"\\" + database);
   return key.Open(Configuration::openExisting, path.c_str(), nullptr, Configuration::accessRead);
 }
 
@@ -33,21 +33,22 @@ AgentConfiguration::AgentConfiguration(const wcstring& sid) {
 }
 
 bool AgentConfiguration::GetOracleDBNames(std::vector<wcstring>& names) {
-  return Configuration().Enum(config::OracleAgentKey(), names);
+  return Configuration().Enum(config::kOracleAgentKey.Path(), names);
 }
 
 bool AgentConfiguration::GetIsRAC(const wcstring& database) {
   Configuration key;
   unsigned long isRac = 0;
-  return OpenDatabase(key, database) && key.LoadDWORD(L"Is RAC", isRac) && isRac != 0;
+  return OpenDatabase(key, database) && key.LoadDWORD(config::kOracleIsRac.name, isRac) &&
+         isRac != 0;
 }
 
 bool AgentConfiguration::GetSidnamefromDBName(const wcstring& database, wcstring& sid) {
-  return LoadText(database, L"SID", sid);
+  return LoadText(database, config::kOracleSid.name, sid);
 }
 
 bool AgentConfiguration::GetOracleDBID(wcstring& id) const {
-  return !database.empty() && LoadText(database, L"DBID", id);
+  return !database.empty() && LoadText(database, config::kOracleDbId.name, id);
 }
 
 }  // namespace vtclass::net

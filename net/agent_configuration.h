@@ -9,7 +9,7 @@ namespace vtclass::net {
 
 /*
  * What the Oracle agent has stored of this machine's databases: one registry key a database below
- * config::OracleAgentKey(), named after it, with its SID, its identifier and whether it is a RAC
+ * config::kOracleAgentKey, named after it, with its SID, its identifier and whether it is a RAC
  * database. Only reads. What is missing or of another type counts as not stored.
  */
 class AgentConfiguration {

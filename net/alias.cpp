@@ -6,6 +6,7 @@
 #include "net/ansi_name.h"
 #include "net/contained.h"
 #include "net/dns_time_out.h"
+#include "net/noted.h"
 #include "net/resolver.h"
 #include "vtclass/net.h"
 
@@ -43,13 +44,18 @@ bool HasLoopback(const addrinfo* list) {
   return false;
 }
 
+bool IsAmong(const addrinfo& address, const addrinfo* list) {
+  for (; list; list = list->ai_next) {
+    if (IsSameHost(address, *list)) return true;
+  }
+  return false;
+}
+
 bool HasAddressOfThisMachine(const addrinfo* list) {
   const auto own = VTDnsResolver::GetHostByName(kThisMachine);
   if (!own->HasEntries()) return false;
   for (; list; list = list->ai_next) {
-    for (const addrinfo* mine = own->GetAddressList(); mine; mine = mine->ai_next) {
-      if (IsSameHost(*list, *mine)) return true;
-    }
+    if (IsAmong(*list, own->GetAddressList())) return true;
   }
   return false;
 }
@@ -82,42 +88,85 @@ unsigned long IsOwnName(const char* name, cstring& fullName, bool& isOwn) {
   return ERROR_SUCCESS;
 }
 
-unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeOut) {
+std::wstring TextOf(const addrinfo& address) {
+  char text[NI_MAXHOST] = {};
+  Resolver().nameInfo(address.ai_addr, static_cast<socklen_t>(address.ai_addrlen), text,
+                      sizeof(text), nullptr, 0, NI_NUMERICHOST);
+  return wcstring(cstring(text));
+}
+
+// Each address for itself: the answer needs one of them only, and the steps show them all.
+void NoteAddresses(const addrinfo* list, const Steps& steps) {
+  const auto own = VTDnsResolver::GetHostByName(kThisMachine);
+  for (; list; list = list->ai_next) {
+    const bool isOwn = VTIPAddress::IsLoopback(list->ai_addr) ||
+                       (own->HasEntries() && IsAmong(*list, own->GetAddressList()));
+    steps.Add(stepDnsAddress, isOwn, ERROR_SUCCESS, TextOf(*list));
+  }
+}
+
+// Notes why the host is none, and returns `status`.
+unsigned long NoHost(unsigned long status, const Steps& steps) {
+  steps.Add(stepDnsHost, false, status);
+  return status == WSAHOST_NOT_FOUND ? ERROR_SUCCESS : status;
+}
+
+unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeOut,
+                      const Steps& steps) {
   if (VTIPAddress::IsIPAddress(name)) return ERROR_SUCCESS;
   cstring fullName;
   bool isOwn = false;
   unsigned long status = IsOwnName(name, fullName, isOwn);
-  if (status != ERROR_SUCCESS || isOwn) return status;
-  OwnedAddressList list;
-  status = Resolve(name, timeOut, list);
-  if (status == WSAHOST_NOT_FOUND) return ERROR_SUCCESS;
-  if (status != ERROR_SUCCESS) return status;
-  if (!list || !list.Get()->ai_canonname) return ERROR_INVALID_PARAMETER;
-  isMe = IsSameAnsi(list.Get()->ai_canonname, fullName.c_str()) || HasLoopback(list.Get()) ||
-         HasAddressOfThisMachine(list.Get());
+  if (status != ERROR_SUCCESS) return NoHost(status, steps);
+  if (isOwn) {
+    steps.Add(stepOwnDnsName, true);
+    return ERROR_SUCCESS;
+  }
+  OwnedAddressList found;
+  status = Resolve(name, timeOut, found);
+  if (status != ERROR_SUCCESS) return NoHost(status, steps);
+  const addrinfo* const list = found.Get();
+  if (!list || !list->ai_canonname) return NoHost(ERROR_INVALID_PARAMETER, steps);
+  const bool isCanonical = IsSameAnsi(list->ai_canonname, fullName.c_str());
+  if (steps.AreWanted()) {
+    steps.Add(stepDnsHost, isCanonical, ERROR_SUCCESS, wcstring(cstring(list->ai_canonname)));
+    NoteAddresses(list, steps);
+  }
+  isMe = isCanonical || HasLoopback(list) || HasAddressOfThisMachine(list);
   return ERROR_SUCCESS;
 }
 
 }  // namespace
 
-}  // namespace net
-
-unsigned long IsThisAnAliasForMe(const char* name, bool* isMe, unsigned long* timeout) {
+unsigned long IsThisAnAliasForMe(const char* name, bool* isMe, const unsigned long* timeout,
+                                 const Steps& steps) {
   if (isMe) *isMe = false;
   if (!name || !isMe) return ERROR_INVALID_PARAMETER;
   if (name[0] == '\\' && name[1] == '\\') name += 2;
   if (!*name) return ERROR_INVALID_PARAMETER;  // to the resolver, "" would be this machine
-  return net::StatusOf([&] { return net::IsAlias(name, *isMe, timeout); });
+  return StatusOf([&] { return IsAlias(name, *isMe, timeout, steps); });
+}
+
+unsigned long IsThisAnAliasForMe(const wchar_t* name, bool* isMe, const unsigned long* timeout,
+                                 const Steps& steps) {
+  if (isMe) *isMe = false;
+  if (!name || !isMe) return ERROR_INVALID_PARAMETER;
+  return StatusOf([&] {
+    std::string ansi;
+    const unsigned long status = ToAnsi(name, ansi);
+    return status != ERROR_SUCCESS ? NoHost(status, steps)
+                                   : IsThisAnAliasForMe(ansi.c_str(), isMe, timeout, steps);
+  });
+}
+
+}  // namespace net
+
+unsigned long IsThisAnAliasForMe(const char* name, bool* isMe, unsigned long* timeout) {
+  return net::IsThisAnAliasForMe(name, isMe, timeout, platform::Steps());
 }
 
 unsigned long IsThisAnAliasForMe(const wchar_t* name, bool* isMe, unsigned long* timeout) {
-  if (isMe) *isMe = false;
-  if (!name || !isMe) return ERROR_INVALID_PARAMETER;
-  return net::StatusOf([&] {
-    std::string ansi;
-    const unsigned long status = net::ToAnsi(name, ansi);
-    return status != ERROR_SUCCESS ? status : IsThisAnAliasForMe(ansi.c_str(), isMe, timeout);
-  });
+  return net::IsThisAnAliasForMe(name, isMe, timeout, platform::Steps());
 }
 
 }  // namespace vtclass

@@ -3,16 +3,18 @@
 
 #include <cstdint>
 
+#include "config/registry_values.h"
+
 /* The rules of the time limit for name queries. All values are milliseconds. */
 namespace vtclass::net {
 
 inline constexpr std::uint32_t kNoTimeLimit = 0xFFFFFFFF;
-inline constexpr std::uint32_t kStandardTimeOut = 5000;
 
 /* The limit for a stored "DnsQueryTimeOut": the standard one when it is out of bounds. */
 constexpr std::uint32_t UsableTimeOut(std::uint32_t stored) noexcept {
-  if (stored == kNoTimeLimit || (stored >= 1000 && stored <= 60000)) return stored;
-  return kStandardTimeOut;
+  constexpr const config::RegistryValue& limit = config::kDnsQueryTimeOut;
+  if (stored == kNoTimeLimit || (stored >= limit.minimum && stored <= limit.maximum)) return stored;
+  return limit.number;
 }
 
 /*

@@ -1,11 +1,12 @@
 #include <atomic>
 #include <cwchar>
 
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "net/agent_configuration.h"
 #include "net/contained.h"
 #include "net/dns_time_out.h"
 #include "net/name_forms.h"
+#include "net/noted.h"
 #include "vtclass/config.h"
 #include "vtclass/net.h"
 
@@ -19,16 +20,17 @@ constexpr std::uint32_t kNotRead = 0xFFFFFFFE;
 std::atomic<std::uint32_t> rememberedTimeOut{kNotRead};
 
 std::uint32_t ReadTimeOut() {
+  constexpr const config::RegistryValue& limit = config::kDnsQueryTimeOut;
   Configuration key;
-  unsigned long stored = kStandardTimeOut;
+  unsigned long stored = limit.number;
   // With write access, so that a missing value shows up in the registry for the administrator; an
   // account that may only read still gets what is stored.
-  if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
+  if (key.Open(Configuration::openExisting, limit.key.Path(), nullptr,
                Configuration::accessRead | Configuration::accessWrite)) {
-    key.Load(L"DnsQueryTimeOut", stored, kStandardTimeOut);
-  } else if (key.Open(Configuration::openExisting, config::TcpIpKey(), nullptr,
+    key.Load(limit.name, stored, limit.number);
+  } else if (key.Open(Configuration::openExisting, limit.key.Path(), nullptr,
                       Configuration::accessRead)) {
-    key.LoadDWORD(L"DnsQueryTimeOut", stored);
+    key.LoadDWORD(limit.name, stored);
   }
   return UsableTimeOut(stored);
 }
@@ -60,7 +62,7 @@ bool BeginsWith(const wcstring& name, const wcstring& beginning) {
 }
 
 // Throws when memory runs out.
-bool IsVirtualNode(const wcstring& name, bool& isMe) {
+bool IsVirtualNode(const wcstring& name, bool& isMe, const Steps& steps) {
   isMe = false;
   // Every virtual node begins so; no other name needs a look into the registry.
   if (BeginsWith(name, L"RAC-")) {
@@ -69,28 +71,28 @@ bool IsVirtualNode(const wcstring& name, bool& isMe) {
     for (const wcstring& database : databases) {
       if (!AgentConfiguration::GetIsRAC(database)) continue;
       if (BeginsWith(name, VirtualNodeOf(database))) {
+        steps.Add(stepRacNode, true);
         isMe = true;
         return true;
       }
     }
   }
-  return HasRacShape(name);
+  const bool hasShape = HasRacShape(name);
+  steps.Add(stepRacNode, false);
+  steps.Add(stepRacShape, hasShape);
+  return hasShape;
 }
 
-}  // namespace
-
-}  // namespace net
-
-unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
+unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware, const Steps& steps) {
   if (!isMe) return ERROR_INVALID_PARAMETER;
   *isMe = false;
-  return net::StatusOf([&]() -> unsigned long {
-    const wcstring server(std::wstring(net::ServerIn(name)));
+  return StatusOf([&]() -> unsigned long {
+    const wcstring server(std::wstring(ServerIn(name)));
     wcstring unused;
     bool isLocal = false;
     unsigned long status = 0;
     const unsigned long result = VTConvertServerNamePlus(server, unused, computerNameNoConversion,
-                                                         clusterAware, &isLocal, &status);
+                                                         clusterAware, &isLocal, &status, steps);
     if (result == ERROR_NOT_ENOUGH_MEMORY) return result;
     // What is left undone tells neither yes nor no.
     constexpr unsigned long kNothingDone = 4;
@@ -99,26 +101,45 @@ unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
       *isMe = true;
       return ERROR_SUCCESS;
     }
-    const bool isSettled = net::IsVirtualNode(server, *isMe);
+    const bool isSettled = IsVirtualNode(server, *isMe, steps);
     if (isSettled && (*isMe || isTold)) return ERROR_SUCCESS;
     return isTold ? ERROR_INVALID_PARAMETER : result;
   });
 }
 
-unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs) {
-  const unsigned long result = IsThisMe(name, isMe, clusterAware);
+unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs,
+                         const Steps& steps) {
+  const unsigned long result = IsThisMe(name, isMe, clusterAware, steps);
   if (result == ERROR_SUCCESS && *isMe) return result;
   // An alias of this machine's addresses may be a virtual server that the node holds now.
   if (result != ERROR_SUCCESS && result != ERROR_INVALID_PARAMETER) return result;
-  unsigned long timeOut = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : net::TimeOut();
-  return IsThisAnAliasForMe(name.c_str(), isMe, timeOut == net::kNoTimeLimit ? nullptr : &timeOut);
+  const unsigned long timeOut = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : TimeOut();
+  return IsThisAnAliasForMe(name.c_str(), isMe, timeOut == kNoTimeLimit ? nullptr : &timeOut,
+                            steps);
+}
+
+}  // namespace
+
+}  // namespace net
+
+unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware) {
+  return net::IsThisMe(name, isMe, clusterAware, platform::Steps());
+}
+
+unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs) {
+  return net::IsThisMeEx(name, isMe, clusterAware, timeoutMs, platform::Steps());
+}
+
+unsigned long border::IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, int timeoutMs,
+                                 const StepSink& steps) noexcept {
+  return net::IsThisMeEx(name, isMe, clusterAware, timeoutMs, platform::Steps(steps));
 }
 
 bool IsOracleRACVNodeName(const wcstring& name, bool* isMe) {
   bool isOwn = false;
   bool isNode = false;
   const unsigned long status = net::StatusOf([&] {
-    isNode = net::IsVirtualNode(name, isOwn);
+    isNode = net::IsVirtualNode(name, isOwn, platform::Steps());
     return ERROR_SUCCESS;
   });
   if (isMe) *isMe = status == ERROR_SUCCESS && isOwn;

@@ -121,6 +121,28 @@ TEST(IsOracleRACVNodeName, DatabasesOfThisMachine) {
   expect(L"RAC-ORCL-12", true, false);
 }
 
+/* "own name 1; ...": the steps of an answer. */
+std::wstring StepsOf(const wcstring& name, bool clusterAware, unsigned long expected) {
+  std::vector<Step> steps(9);
+  bool isMe = true;
+  EXPECT_EQ(IsThisMeExWithSteps(name, &isMe, clusterAware, 1, steps), expected);
+  const wchar_t* const words[] = {L"name",  L"address",  L"virtual", L"node",
+                                  L"shape", L"dns name", L"host",    L"dns address"};
+  std::wstring text;
+  for (const Step& step : steps) {
+    text += words[step.what] + std::wstring(step.answer != 0 ? L"+ " : L"- ");
+  }
+  return text;
+}
+
+TEST(IsThisMeExWithSteps, NamesWhatWasAsked) {
+  const wcstring own = NameOf(ComputerNameNetBIOS);
+  EXPECT_EQ(StepsOf(own, false, 0), L"name+ ");
+  EXPECT_EQ(StepsOf(L"\\\\127.0.0.1", false, 0), L"address+ ");
+  EXPECT_EQ(StepsOf(L"192.0.2.1", true, 0), L"address- node- shape- ");
+  EXPECT_EQ(StepsOf(L"far\x4E2D", false, 0xFFFFFFFF), L"name- node- shape- host- ");
+}
+
 TEST(Addresses, ParsedAndLocal) {
   EXPECT_TRUE(IsIpAddr(L"::1"));
   EXPECT_TRUE(IsIpAddrLocal(L"127.0.0.1"));

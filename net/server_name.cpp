@@ -9,6 +9,7 @@
 #include "net/contained.h"
 #include "net/local_names.h"
 #include "net/name_forms.h"
+#include "net/noted.h"
 #include "net/resolver.h"
 #include "vtclass/net.h"
 
@@ -106,7 +107,7 @@ bool IsKnownFormat(_COMPUTER_NAME_FORMAT format) {
 // Each of the platform's forms is asked for once at most: a round trip to the system is most of
 // what a check costs.
 Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT format,
-                         bool clusterAware, const LocalNames& own) {
+                         bool clusterAware, const LocalNames& own, const Steps& steps) {
   const wcstring netBios = SystemName(ComputerNameNetBIOS);
   const RefPointer<VTSocket::VTIPAddress> address = AddressIn(server);
   bool isLocal = false;
@@ -116,6 +117,7 @@ Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT forma
     isLocal = IsSameName(server, netBios) || IsSameName(server, own.dnsHost) ||
               IsSameName(server, own.fullName);
   }
+  steps.Add(address ? stepOwnAddress : stepOwnName, isLocal);
   if (format == computerNameNoConversion) return {std::nullopt, isLocal};
   if (!IsKnownFormat(format)) return Failed(kNoUsableName, ERROR_INVALID_PARAMETER);
   return address ? ConvertAddress(*address, server, format, isLocal, own)
@@ -158,23 +160,22 @@ Conversion ConvertVirtualServer(const std::wstring& server, const std::wstring& 
 }
 
 // A server without a name in that form is none for the cluster either: what fails stays failed.
-Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware) {
+Conversion Convert(const std::wstring& server, _COMPUTER_NAME_FORMAT format, bool clusterAware,
+                   const Steps& steps) {
   const std::shared_ptr<const LocalNames> own = RememberedNames();
-  Conversion conversion = ConvertServer(server, format, clusterAware, *own);
+  Conversion conversion = ConvertServer(server, format, clusterAware, *own, steps);
   if (!clusterAware || !IsClusterAsked(conversion, format)) return conversion;
   const Holder holder = FindHolder(server);
+  steps.Add(stepVirtualServer, holder.isVirtual, holder.error, holder.name);
   if (holder.isVirtual) return ConvertVirtualServer(server, holder.name, format, *own);
   return holder.error == ERROR_SUCCESS ? conversion : Failed(kNothingDone, holder.error);
 }
 
 }  // namespace
 
-}  // namespace net
-
 unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
                                       _COMPUTER_NAME_FORMAT format, bool clusterAware,
-                                      bool* isLocal, unsigned long* status) {
-  using namespace net;
+                                      bool* isLocal, unsigned long* status, const Steps& steps) {
   if (isLocal) *isLocal = false;
   const bool isUsable = status && isLocal && !ServerIn(in).empty();
   if (!isUsable) {
@@ -186,7 +187,7 @@ unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
   wcstring text;
   const unsigned long result = StatusOf([&] {
     const std::wstring server(ServerIn(in));
-    const Conversion conversion = Convert(server, format, clusterAware);
+    const Conversion conversion = Convert(server, format, clusterAware, steps);
     if (conversion.name) text = Replaced(in, server, *conversion.name);
     *isLocal = conversion.isLocal;
     *status = conversion.status;
@@ -194,6 +195,15 @@ unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
   });
   out = std::move(text);
   return result;
+}
+
+}  // namespace net
+
+unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
+                                      _COMPUTER_NAME_FORMAT format, bool clusterAware,
+                                      bool* isLocal, unsigned long* status) {
+  return net::VTConvertServerNamePlus(in, out, format, clusterAware, isLocal, status,
+                                      platform::Steps());
 }
 
 }  // namespace vtclass

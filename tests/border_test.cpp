@@ -332,8 +332,8 @@ std::vector<Operation> ObjectOperations(StringResourceMgr& messages, const std::
   return {
       {"messages",
        [] {
-         return IsWhole(StringResourceMgr(L"vterrors.dll").Get(MSG_METHOD_DIFFERENTIAL)) &&
-                IsWhole(ErrorMessageBase::GetMessages().Get(MSG_METHOD_DIFFERENTIAL));
+         return IsWhole(StringResourceMgr(L"vterrors.dll").Get(MSG_ROOT_EMPTY)) &&
+                IsWhole(ErrorMessageBase::GetMessages().Get(MSG_ROOT_EMPTY));
        }},
       {"job log",
        [&messages, path] {

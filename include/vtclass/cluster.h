@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "vtclass/border.h"
 #include "vtclass/export.h"
+#include "vtclass/steps.h"
 #include "vtclass/strings.h"
 
 /*
@@ -108,6 +110,19 @@ VTCLASS_CLIENT clusAppState ServerIsRunningSQL2KInstance(const wchar_t* server, 
  */
 VTCLASS_API bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bool* srs, bool* kms,
                                          bool requireRunning);
+
+/*
+ * Both with the services that were looked at, all of them, in place of what `services` held: the
+ * step's text is the service's name, its answer the state (SERVICE_RUNNING, ...), its code why
+ * there is none (1060: there is no such service). A single step without a name tells why the
+ * server's service manager cannot be reached. When the steps find no memory the answer is "no",
+ * without steps, and the last error 8.
+ */
+inline bool ServerIsRunningSQLWithServices(const wchar_t* server, bool* flag,
+                                           std::vector<Step>& services);
+inline bool ServerIsRunningExchangeWithServices(wchar_t* server, bool* is, bool* ds, bool* srs,
+                                                bool* kms, bool requireRunning,
+                                                std::vector<Step>& services);
 
 /*
  * The product's databases.

@@ -7,6 +7,9 @@
 #include "vtclass/export.h"
 #include "vtclass/ref_pointer.h"
 
+/* The machine-wide wake-up event of SGMonClient, for whoever changes the switches. */
+inline constexpr wchar_t kSGMonWakeUpEvent[] = L"Global\\SGMonWakeUp";
+
 /*
  * Tells its owner whether service-group monitoring is on for the owner's component, and tells it
  * again each time somebody signals the machine-wide wake-up event:
@@ -21,7 +24,7 @@
  * Missing ones are written as 0, a missing key is made. Where the process may not write, what is
  * stored counts all the same; what cannot be read counts as 0.
  *
- * The wake-up event is "Global\SGMonWakeUp" ("SGMonWakeUp" before system version 5.0),
+ * The wake-up event is kSGMonWakeUpEvent (without "Global\" before system version 5.0),
  * manual-reset. The first client makes it, open to everyone; of one that exists a client needs the
  * right to wait (SYNCHRONIZE) only. Contract: the client never resets it. Whoever has changed the
  * switches sets the event, waits a tenth of a second, resets it, and does all three once more: a

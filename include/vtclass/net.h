@@ -6,6 +6,7 @@
 #include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/ref_pointer.h"
+#include "vtclass/steps.h"
 #include "vtclass/strings.h"
 
 /*
@@ -88,6 +89,24 @@ VTCLASS_API unsigned long IsThisMe(const wcstring& name, bool* isMe, bool cluste
  */
 VTCLASS_API unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware,
                                      int timeoutMs);
+
+/* What a step of IsThisMeEx asks; its answer is 1 for yes, 0 for no. */
+enum IdentityStep : int {
+  stepOwnName,       /* is the server one of this machine's names? */
+  stepOwnAddress,    /* is it one of this machine's addresses? */
+  stepVirtualServer, /* with `clusterAware`: does a virtual server hold it? the text is whose name
+                      */
+  stepRacNode,       /* is it the virtual node of one of this machine's RAC databases? */
+  stepRacShape,      /* if not, has it the shape of a virtual node? */
+  stepOwnDnsName,    /* yes: it is this machine's own DNS name, which is no alias */
+  stepDnsHost,       /* is its canonical name, the text, this machine's? A code: there is none */
+  stepDnsAddress /* is an address of that host, the text, a loopback or one of this machine's? */
+};
+
+/* IsThisMeEx with the steps that led to the answer, in their order, in place of what `steps` held.
+ * 8, without an answer and without steps, also when the steps find no memory. */
+inline unsigned long IsThisMeExWithSteps(const wcstring& name, bool* isMe, bool clusterAware,
+                                         int timeoutMs, std::vector<Step>& steps);
 
 /*
  * Does DNS (or the hosts file) know `name` as another name of this machine? True when its canonical

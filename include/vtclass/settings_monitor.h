@@ -272,7 +272,7 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
   /*
    * The registrations of the product's own settings. Each reads the value at once and returns a
    * cookie, or null without a callback or without memory. What each watches stands in
-   * config/monitored_values.cpp, and GetMonitoredValue tells it.
+   * config/registry_values.h and docs/registry-values.md, and GetMonitoredValue tells it.
    * Who also reads the value himself heeds "Own copies" above.
    *
    * Contract: "CreateDebugLog" is a plain number, "VTMSDKLog" a Bool. VtmRegisterDebugLevel watches

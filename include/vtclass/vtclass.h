@@ -14,6 +14,7 @@
 #include "vtclass/ref_pointer.h"
 #include "vtclass/security.h"
 #include "vtclass/settings_monitor.h"
+#include "vtclass/steps.h"
 #include "vtclass/strings.h"
 #include "vtclass/threads.h"
 

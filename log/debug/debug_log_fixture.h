@@ -35,10 +35,10 @@ class DebugLogTest : public ::testing::Test {
   ~DebugLogTest() override { SettingsMonitor::DestroyInstance(); }
 
   static void Set(const wchar_t* name, DWORD value) {
-    StoreValue(config::LoggingKey(), name, REG_DWORD, &value, sizeof(value));
+    StoreValue(config::kLoggingKey.Path(), name, REG_DWORD, &value, sizeof(value));
   }
   static void SetText(const wchar_t* name, const std::wstring& text) {
-    StoreValue(config::LoggingKey(), name, REG_SZ, text.c_str(),
+    StoreValue(config::kLoggingKey.Path(), name, REG_SZ, text.c_str(),
                static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
   }
   /* A log of one line each is then above its limit. */

@@ -89,7 +89,7 @@ class DebugLogLive : public DebugLogTest {
     return S_OK;
   }
   const void* Watch(const wchar_t* name) {
-    auto setting = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, config::LoggingKey(), name,
+    auto setting = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, config::kLoggingKey.Path(), name,
                                              Setting::dwordKind);
     setting->AttachNumber(&OnFence, this);
     return SettingsMonitor::GetInstance()->RegisterSetting(setting.release());
@@ -196,7 +196,7 @@ TEST_F(DebugLogLive, UnreadableSetting_KeepsWhatWasInForce) {
   Set(kLevel, 2);
   SetText(L"MaxDebugFile Ext", L".old");
   SetText(L"Path", stored);
-  const std::string before = StoredValue(config::LoggingKey(), L"Path");
+  const std::string before = StoredValue(config::kLoggingKey.Path(), L"Path");
   for (const Refusal& row : rows) {
     MakeFile(stored, "\xFF\xFE");
     auto log = Make(L"Path");
@@ -212,7 +212,7 @@ TEST_F(DebugLogLive, UnreadableSetting_KeepsWhatWasInForce) {
     log = Make(L"Path");
     EXPECT_EQ(log->GetErrorCode(), static_cast<DWORD>(row.status)) << row.value;
     refusal = {};
-    EXPECT_EQ(StoredValue(config::LoggingKey(), L"Path"), before) << row.value;
+    EXPECT_EQ(StoredValue(config::kLoggingKey.Path(), L"Path"), before) << row.value;
     // It takes the numbers in when the monitor can read them.
     const void* const watch = Watch(L"fence");
     Settle();
@@ -354,7 +354,7 @@ TEST_F(DebugLogLive, HeldFile_IsOpenedByALaterLine) {
     EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"one", L"two"}));
     EXPECT_EQ(log->GetLostLines(), 3u);
     log.reset();
-    const std::string stored = StoredValue(config::LoggingKey(), L"Path");
+    const std::string stored = StoredValue(config::kLoggingKey.Path(), L"Path");
     EXPECT_EQ(stored.size(), (path.size() + 1) * sizeof(wchar_t)) << "remembered";
   }
 }

@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "config/stored_text.h"
 #include "log/ansi_text.h"
 #include "log/debug/debug_log_state.h"
@@ -14,17 +14,15 @@
 #include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
 
+using namespace vtclass::config;
 using namespace vtclass::log;
 using vtclass::WideText;
-using vtclass::config::LoggingKey;
 
 namespace {
 
 constexpr unsigned kReadAndWrite = Configuration::accessRead | Configuration::accessWrite;
 constexpr vtclass::WideView kLoggingOn = L"<<<<<<<<<<<< LOGGING ON >>>>>>>>>>>>>>>>>>>\r\n";
 constexpr vtclass::WideView kLoggingOff = L"<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>>>>>>>>>\r\n";
-
-constexpr wchar_t kLevelName[] = L"Engine NDMP Debug Level";
 
 // The followed values that are no limits.
 constexpr std::size_t kSwitch = 0;
@@ -39,8 +37,9 @@ class SettingReader {
  public:
   // A process that may not write the key still follows what others have stored there.
   SettingReader() {
-    if (key.Open(Configuration::openOrCreate, LoggingKey(), nullptr, kReadAndWrite) ||
-        key.Open(Configuration::openExisting, LoggingKey(), nullptr, Configuration::accessRead)) {
+    const wchar_t* const path = kLoggingKey.Path();
+    if (key.Open(Configuration::openOrCreate, path, nullptr, kReadAndWrite) ||
+        key.Open(Configuration::openExisting, path, nullptr, Configuration::accessRead)) {
       return;
     }
     unopened = key.GetErrorCode();
@@ -62,9 +61,9 @@ class SettingReader {
     *value = found;
     return true;
   }
-  void Load(const wchar_t* name, std::uint32_t fallback, std::uint32_t* value) {
+  void Load(const RegistryValue& value, std::uint32_t* number) {
     unsigned long found = 0;
-    if (Load(name, static_cast<unsigned long>(fallback), &found)) *value = found;
+    if (Load(value.name, value.number, &found)) *number = found;
   }
   bool Load(const wchar_t* name, const WideText& fallback, WideText* value) {
     wcstring found;
@@ -96,17 +95,16 @@ class SettingReader {
 // Defaults are stored only where the limits are to count. All of them are read in any case: a log
 // that follows the settings hears of changes alone.
 void LoadSizeSettings(SettingReader& reader, bool storeDefaults, SizeSettings* stored) {
-  const SizeSettings defaults;
-  reader.Load(L"MaxDebugFile Enabled", defaults.enabled, &stored->enabled);
-  reader.Load(L"MaxDebugFile LimitMode", defaults.limitMode, &stored->limitMode);
+  reader.Load(kMaxDebugFileEnabled, &stored->enabled);
+  reader.Load(kMaxDebugFileLimitMode, &stored->limitMode);
   reader.StoreDefaults(storeDefaults);
-  reader.Load(L"MaxDebugFile Append", defaults.append, &stored->append);
+  reader.Load(kMaxDebugFileAppend, &stored->append);
   reader.StoreDefaults(storeDefaults && stored->enabled != 0);
-  reader.Load(L"MaxDebugFile Size In MB", defaults.sizeMB, &stored->sizeMB);
-  reader.Load(L"MaxDebugFile Retention Size In MB", defaults.retentionMB, &stored->retentionMB);
-  reader.Load(L"MaxDebugFile Count", defaults.count, &stored->count);
-  reader.Load(L"MaxDebugFile Msg", defaults.message, &stored->message);
-  reader.Load(L"MaxDebugFile Ext", defaults.extension, &stored->extension);
+  reader.Load(kMaxDebugFileSize, &stored->sizeMB);
+  reader.Load(kMaxDebugFileRetentionSize, &stored->retentionMB);
+  reader.Load(kMaxDebugFileCount, &stored->count);
+  reader.Load(kMaxDebugFileMsg, &stored->message);
+  reader.Load(kMaxDebugFileExt.name, kMaxDebugFileExt.text, &stored->extension);
   reader.StoreDefaults(false);
 }
 
@@ -120,7 +118,7 @@ DebugLogSettings::Mode ModeOf(LimitMode mode) {
 unsigned long DebugLog::State::LoadSettings(bool storeDefaults, bool* switchIsKnown) {
   SettingReader reader;
   LoadSizeSettings(reader, storeDefaults, &stored);
-  const bool isKnown = reader.Load(L"CreateDebugLog", 0UL, &createDebugLog);
+  const bool isKnown = reader.Load(kCreateDebugLog.name, kCreateDebugLog.number, &createDebugLog);
   if (switchIsKnown) *switchIsKnown = isKnown;
   ApplySettings();
   if (reader.Failure() != ERROR_SUCCESS) lastError = reader.Failure();
@@ -193,7 +191,7 @@ int DebugLog::State::Reopen(unsigned long* unread) {
 void DebugLog::State::RememberPath() {
   if (!remembersPath) return;
   Configuration key;
-  key.Open(Configuration::openOrCreate, LoggingKey(), nullptr, kReadAndWrite);
+  key.Open(Configuration::openOrCreate, kLoggingKey.Path(), nullptr, kReadAndWrite);
   key.Save(pathValueName.c_str(), fileName);
 }
 
@@ -231,14 +229,14 @@ struct DebugLog::State::Followed {
 };
 
 const DebugLog::State::Followed DebugLog::State::kFollowed[] = {
-    {L"CreateDebugLog", &OnChange<kSwitch>},
-    {kLevelName, &OnChange<kLevel>},
-    {L"MaxDebugFile Enabled", &OnChange<2>, &SizeSettings::enabled},
-    {L"MaxDebugFile Size In MB", &OnChange<3>, &SizeSettings::sizeMB},
-    {L"MaxDebugFile Retention Size In MB", &OnChange<4>, &SizeSettings::retentionMB},
-    {L"MaxDebugFile Count", &OnChange<5>, &SizeSettings::count},
-    {L"MaxDebugFile LimitMode", &OnChange<6>, &SizeSettings::limitMode},
-    {L"MaxDebugFile Append", &OnChange<7>, &SizeSettings::append}};
+    {kCreateDebugLog.name, &OnChange<kSwitch>},
+    {kEngineDebugLevel.name, &OnChange<kLevel>},
+    {kMaxDebugFileEnabled.name, &OnChange<2>, &SizeSettings::enabled},
+    {kMaxDebugFileSize.name, &OnChange<3>, &SizeSettings::sizeMB},
+    {kMaxDebugFileRetentionSize.name, &OnChange<4>, &SizeSettings::retentionMB},
+    {kMaxDebugFileCount.name, &OnChange<5>, &SizeSettings::count},
+    {kMaxDebugFileLimitMode.name, &OnChange<6>, &SizeSettings::limitMode},
+    {kMaxDebugFileAppend.name, &OnChange<7>, &SizeSettings::append}};
 
 // Who registers first and reads then misses no change: one that comes after the registration is
 // told, and is taken in after what was read under the lock. The values are told at every look: one
@@ -247,7 +245,7 @@ void DebugLog::State::Subscribe() {
   SettingsMonitor* const monitor = SettingsMonitor::GetInstance();
   subscribed = true;
   for (const Followed& followed : kFollowed) {
-    auto setting = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, LoggingKey(), followed.name,
+    auto setting = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), followed.name,
                                              Setting::dwordKind);
     setting->AttachNumber(followed.callback, this);
     setting->TellAlways();
@@ -257,7 +255,7 @@ void DebugLog::State::Subscribe() {
   }
   const Hold hold(*this);
   unsigned long level = logLevel;
-  SettingReader().Load(kLevelName, level, &level);
+  SettingReader().Load(kEngineDebugLevel.name, level, &level);
   logLevel = level;
   LoadSettings(false, nullptr);
   if (createDebugLog != 0 && !isOpen) SwitchOn();

@@ -5,6 +5,7 @@
 #include "log/debug/debug_log_fixture.h"
 #include "log/file_faults.h"
 #include "tests/support/allocations.h"
+#include "tests/support/eventually.h"
 
 namespace vtclass::test {
 namespace {
@@ -238,7 +239,7 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_TRUE(log->UpdateSettings() && log->print(L"x\n"));
   EXPECT_EQ(LinesIn(path).back(), L"x");
   EXPECT_EQ(LinesIn(path).front(), kOn);
-  const auto stored = StoredValue(config::LoggingKey(), L"Path");
+  const auto stored = StoredValue(config::kLoggingKey.Path(), L"Path");
   EXPECT_EQ(stored.size(), (path.size() + 1) * sizeof(wchar_t)) << "remembered";
   // A stored path that does not open gives way to the log's own; one that does comes first.
   SetText(L"Path", folder / L"missing.log");
@@ -252,17 +253,9 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_TRUE(log->UpdateSettings());
   EXPECT_EQ(LinesIn(folder / L"other.log").back(), kOff);
   EXPECT_EQ(log->print(L"x"), 0);
-  EXPECT_EQ(StoredValue(config::LoggingKey(), L"MaxDebugFile Append").size(), 4u);
-  EXPECT_TRUE(StoredValue(config::LoggingKey(), L"MaxDebugFile Enabled").empty()) << "not written";
-}
-
-template <typename Condition>
-bool Soon(Condition condition) {
-  for (int n = 0; n < 1000; ++n) {
-    if (condition()) return true;
-    ::Sleep(5);
-  }
-  return false;
+  EXPECT_EQ(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Append").size(), 4u);
+  EXPECT_TRUE(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Enabled").empty())
+      << "not written";
 }
 
 TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
@@ -271,18 +264,18 @@ TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
   const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(nullptr, path.c_str()));
   EXPECT_EQ(log->GetLogLevel(), 2u);
   Set(L"Engine NDMP Debug Level", 0);
-  EXPECT_TRUE(Soon([&] { return log->GetLogLevel() == 0; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->GetLogLevel() == 0; }));
   Set(L"CreateDebugLog", 1);
-  EXPECT_TRUE(Soon([&] { return log->print(L"on\n") == 1; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->print(L"on\n") == 1; }));
   Limit(7);
-  EXPECT_TRUE(Soon([&] { return log->GetSettings().count == 7; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().count == 7; }));
   Set(L"MaxDebugFile Count", 0);
-  EXPECT_TRUE(Soon([&] { return log->GetSettings().refused; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().refused; }));
   EXPECT_EQ(log->GetSettings().mode, DebugLogSettings::rollsSimply);
   Set(L"MaxDebugFile LimitMode", 1);
-  EXPECT_TRUE(Soon([&] { return log->GetSettings().mode == DebugLogSettings::wraps; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().mode == DebugLogSettings::wraps; }));
   Set(L"CreateDebugLog", 0);
-  EXPECT_TRUE(Soon([&] { return log->print(L"x\n") == 0; }));
+  EXPECT_TRUE(test::Eventually([&] { return log->print(L"x\n") == 0; }));
   EXPECT_EQ(LinesIn(path).front(), kOn);
   EXPECT_EQ(LinesIn(path).back(), kOff);
 }
@@ -356,7 +349,7 @@ TEST_F(DebugLogTest, Live_LogsDieWhileSettingsChange) {
   std::atomic<DebugLog*> last = factory.CreateDebugLog(L"Path", path.c_str());
   SettingsMonitor::GetInstance()->KoltRegisterDebugLevel(&DeleteLog, &last);
   Set(L"KNTA NDMP Debug Level", 1);
-  EXPECT_TRUE(Soon([&] { return !last; }));
+  EXPECT_TRUE(test::Eventually([&] { return !last; }));
   stop = true;
   changes.join();
 }

@@ -4,11 +4,14 @@
 
 namespace vtclass::log {
 
+using config::kMaxDebugFileCount;
+using config::kMaxDebugFileRetentionSize;
+using config::kMaxDebugFileSize;
+
 namespace {
 
 constexpr std::uint64_t kMegabyte = 0x100000;
 constexpr std::uint32_t kUnlimited = 0xFFFFFFFF;
-constexpr std::uint32_t kMostFiles = 200;
 constexpr std::uint32_t kWrap = 1;
 
 }  // namespace
@@ -29,15 +32,17 @@ bool LimitsFrom(const SizeSettings& settings, SizeLimits* limits) {
   if (settings.enabled == 0) return true;
   const bool renames = settings.limitMode != kWrap;
   // A wrapped log has one file: neither count nor extension says anything about it.
-  if (renames && (settings.count < 1 || settings.count > kMostFiles ||
-                  !IsRotationExtension(settings.extension))) {
+  if (renames &&
+      (settings.count < kMaxDebugFileCount.minimum || settings.count > kMaxDebugFileCount.maximum ||
+       !IsRotationExtension(settings.extension))) {
     return false;
   }
   const bool usable = settings.sizeMB != 0 && settings.sizeMB != kUnlimited &&
                       settings.sizeMB > settings.retentionMB;
   limits->mode = renames ? LimitMode::rename : LimitMode::wrap;
-  limits->maximum = (usable ? settings.sizeMB : 4) * kMegabyte;
-  limits->retention = (usable ? settings.retentionMB : 1) * kMegabyte;
+  limits->maximum = (usable ? settings.sizeMB : kMaxDebugFileSize.number) * kMegabyte;
+  limits->retention =
+      (usable ? settings.retentionMB : kMaxDebugFileRetentionSize.number) * kMegabyte;
   limits->count = renames ? settings.count : 0;
   if (renames) limits->extension = settings.extension;
   limits->message = settings.message == 1;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "config/registry_values.h"
 #include "strings/wide_text.h"
 
 namespace vtclass::log {
@@ -16,14 +17,14 @@ enum class LimitMode {
 
 /* The values of the logging key, as they are stored; where one is missing, its default. */
 struct SizeSettings {
-  std::uint32_t enabled = 0;
-  std::uint32_t sizeMB = 4;
-  std::uint32_t retentionMB = 1;
-  std::uint32_t count = 1;
-  std::uint32_t limitMode = 0;
-  std::uint32_t message = 0;
-  std::uint32_t append = 0;
-  WideText extension = VTCLASS_WIDE(".bak");
+  std::uint32_t enabled = config::kMaxDebugFileEnabled.number;
+  std::uint32_t sizeMB = config::kMaxDebugFileSize.number;
+  std::uint32_t retentionMB = config::kMaxDebugFileRetentionSize.number;
+  std::uint32_t count = config::kMaxDebugFileCount.number;
+  std::uint32_t limitMode = config::kMaxDebugFileLimitMode.number;
+  std::uint32_t message = config::kMaxDebugFileMsg.number;
+  std::uint32_t append = config::kMaxDebugFileAppend.number;
+  WideText extension = config::kMaxDebugFileExt.text;
 };
 
 /* What they come to. */

@@ -3,12 +3,13 @@
 #include <string>
 #include <utility>
 
-#include "config/product_keys.h"
+#include "config/registry_values.h"
 #include "log/messages/message_language.h"
 #include "log/messages/string_resource_state.h"
 #include "platform/border.h"
 #include "vtclass/config.h"
 
+using vtclass::config::kLanguage;
 using vtclass::platform::CriticalSection;
 using vtclass::platform::OwnedModule;
 using vtclass::platform::ScopedLock;
@@ -46,9 +47,9 @@ std::wstring FolderOf(HINSTANCE module) {
 std::wstring SelectedLanguage() {
   Configuration product;
   wcstring language;
-  const bool found = product.Open(Configuration::openExisting, vtclass::config::ProductRoot(),
-                                  nullptr, Configuration::accessRead) &&
-                     product.Load(L"Language", language);
+  const bool found = product.Open(Configuration::openExisting, kLanguage.key.Path(), nullptr,
+                                  Configuration::accessRead) &&
+                     product.Load(kLanguage.name, language);
   if (!found || !vtclass::log::IsLanguageCode(language)) return {};
   return std::move(language);
 }

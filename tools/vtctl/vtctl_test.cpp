@@ -1,12 +1,11 @@
 /* vtctl as its users run it: a process with arguments, output and an exit code. */
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <memory>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/eventually.h"
 #include "tests/support/private_registry.h"
 #include "tests/support/random_name.h"
 #include "tests/support/scratch_folder.h"
@@ -18,7 +17,7 @@ namespace vtctl {
 namespace {
 
 using test::VtctlRun;
-using vtclass::test::FileBytes;
+using vtclass::test::Eventually;
 using vtclass::test::MakeFile;
 using vtclass::test::ScratchFolder;
 using Words = std::vector<std::wstring>;
@@ -44,52 +43,18 @@ class VtctlTest : public testing::Test {
   ScratchFolder scratch;
 };
 
-wchar_t OfEntity(std::wstring_view name) {
-  static constexpr struct {
-    std::wstring_view name;
-    wchar_t unit;
-  } kEntities[] = {{L"amp", L'&'}, {L"lt", L'<'}, {L"gt", L'>'}, {L"apos", L'\''}, {L"quot", L'"'}};
-  for (const auto& entity : kEntities) {
-    if (entity.name == name) return entity.unit;
-  }
-  ADD_FAILURE() << "no entity: " << ToUtf8(std::wstring(name));
-  return L'?';
-}
-
-/* Opens or closes an element. */
-void TakeTag(const std::wstring& tag, std::vector<std::wstring>& open) {
-  if (tag.starts_with(L'/')) {
-    EXPECT_TRUE(!open.empty() && L"/" + open.back() == tag) << ToUtf8(tag);
-    if (!open.empty()) open.pop_back();
-  } else if (!tag.ends_with(L'/')) {
-    open.push_back(tag.substr(0, tag.find(L' ')));
-  }
-}
-
-/* The text of a job log as an XML reader sees it. Checks on the way that every element is closed
- * in its place and that no markup is left in a text. */
+/* The texts of a job log, a line each, as its reader sees them. */
 std::wstring TextOfLog(const std::wstring& path) {
-  const std::string bytes = FileBytes(path);
-  std::wstring xml(bytes.size() / sizeof(wchar_t), L'\0');
-  std::memcpy(xml.data(), bytes.data(), xml.size() * sizeof(wchar_t));
-  EXPECT_TRUE(xml.starts_with(L"\xFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?>"));
-  std::wstring text;
-  std::vector<std::wstring> open;
-  for (size_t i = xml.find(L"<joblog>"); i < xml.size();) {
-    if (xml[i] == L'<') {
-      const size_t end = std::min(xml.find(L'>', i), xml.size());
-      TakeTag(xml.substr(i + 1, end - i - 1), open);
-      i = end + 1;
-    } else if (xml[i] == L'&') {
-      const size_t end = std::min(xml.find(L';', i), xml.size());
-      text += OfEntity(std::wstring_view(xml).substr(i + 1, end - i - 1));
-      i = end + 1;
-    } else {
-      text += xml[i++];
-    }
+  VtctlRun show({L"joblog", L"show", path, L"--json"});
+  EXPECT_LE(show.ExitCode(), kExitErrors) << show.ErrorOutput();
+  std::istringstream lines(show.Output());
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    const auto event = nlohmann::json::parse(line);
+    if (event.contains("code")) text += event["code"].get<std::string>() + " - ";
+    if (event.contains("text")) text += event["text"].get<std::string>() + "\n";
   }
-  EXPECT_TRUE(open.empty());
-  return text;
+  return FromUtf8(text);
 }
 
 std::wstring OnlyFileIn(const std::wstring& folder) {
@@ -148,15 +113,28 @@ TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
   }
 }
 
-TEST_F(VtctlTest, Help_NamesExamplesAndExitCodes) {
-  for (const Words& words :
-       {Words{L"--help"}, Words{L"session", L"--help"}, Words{L"registry", L"--help"},
-        Words{L"registry", L"set", L"--help"}}) {
-    VtctlRun run(words);
-    EXPECT_EQ(run.ExitCode(), kExitClean);
-    EXPECT_NE(run.Output().find("Examples:"), std::string::npos);
-    EXPECT_EQ(run.ErrorOutput(), "");
+TEST_F(VtctlTest, GlobalOptions_StandAnywhere) {
+  ASSERT_EQ(VtctlRun({L"registry", L"set", Key(), L"V", L"x"}).ExitCode(), kExitClean);
+  const Words get = {L"registry", L"get", Key(), L"V"};
+  for (size_t place = 0; place <= get.size(); ++place) {
+    for (const std::wstring option : {L"--json", L"--quiet"}) {
+      Words words = get;
+      words.insert(words.begin() + static_cast<std::ptrdiff_t>(place), option);
+      VtctlRun run(words);
+      EXPECT_EQ(run.ExitCode(), kExitClean) << run.ErrorOutput();
+      EXPECT_EQ(run.Output().starts_with("{"), option == L"--json") << place;
+      EXPECT_EQ(run.Output().empty(), option == L"--quiet") << place;
+    }
   }
+  VtctlRun failed({L"registry", L"get", Key(), L"none", L"--quiet"});
+  EXPECT_EQ(failed.ExitCode(), kExitNoInput);
+  EXPECT_NE(failed.ErrorOutput(), "");
+  VtctlRun sibling({L"--product", L"1", L"settings", L"list", L"--no-color"});
+  EXPECT_EQ(sibling.ExitCode(), kExitClean);
+  EXPECT_NE(sibling.Output().find("\\Quorrel\\"), std::string::npos) << sibling.Output();
+  VtctlRun help({L"registry", L"set", L"--help"});
+  EXPECT_EQ(help.ExitCode(), kExitClean);
+  EXPECT_NE(help.Output().find("--quiet"), std::string::npos);
 }
 
 TEST_F(VtctlTest, Session_LockedFile_StandsInTheLogAsOnTheScreen) {
@@ -246,9 +224,7 @@ TEST_F(VtctlTest, Registry_Watch_PrintsTheChange) {
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"1"}).ExitCode(), 0);
   VtctlRun watch({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"30"});
   /* It says so once it is armed. */
-  for (int i = 0; i < 3000 && watch.Output().find("Watching") == std::string::npos; ++i) {
-    ::Sleep(10);
-  }
+  ASSERT_TRUE(Eventually([&] { return watch.Output().find("Watching") != std::string::npos; }));
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"2"}).ExitCode(), 0);
   EXPECT_EQ(watch.ExitCode(), kExitClean);
   EXPECT_NE(watch.Output().find("\\Sub  Level = 2  [REG_SZ]"), std::string::npos) << watch.Output();

@@ -29,7 +29,30 @@ VTCLASS_API bool GetDatabaseServerNames(const DatabaseNames& out) noexcept;
 VTCLASS_API bool GetVTDatabaseServerNames(const DatabaseNames& out) noexcept;
 VTCLASS_API bool GetCATDatabaseServerNames(const DatabaseNames& out) noexcept;
 
+VTCLASS_API bool ServerIsRunningSQL(const wchar_t* server, bool* flag,
+                                    const StepSink& services) noexcept;
+VTCLASS_API bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bool* srs, bool* kms,
+                                         bool requireRunning, const StepSink& services) noexcept;
+
 }  // namespace vtclass::border
+
+namespace vtclass {
+
+inline bool ServerIsRunningSQLWithServices(const wchar_t* server, bool* flag,
+                                           std::vector<Step>& services) {
+  services.clear();
+  return border::ServerIsRunningSQL(server, flag, border::StepSink(services));
+}
+
+inline bool ServerIsRunningExchangeWithServices(wchar_t* server, bool* is, bool* ds, bool* srs,
+                                                bool* kms, bool requireRunning,
+                                                std::vector<Step>& services) {
+  services.clear();
+  return border::ServerIsRunningExchange(server, is, ds, srs, kms, requireRunning,
+                                         border::StepSink(services));
+}
+
+}  // namespace vtclass
 
 #if !defined(VTCLASS_MINI_BUILD)
 

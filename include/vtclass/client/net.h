@@ -26,7 +26,20 @@ struct UncPath {
 };
 VTCLASS_API bool SplitUncPath(const wcstring& path, UncPath& parts) noexcept;
 
+VTCLASS_API unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware,
+                                     int timeoutMs, const StepSink& steps) noexcept;
+
 }  // namespace border
+
+inline unsigned long IsThisMeExWithSteps(const wcstring& name, bool* isMe, bool clusterAware,
+                                         int timeoutMs, std::vector<Step>& steps) {
+  constexpr unsigned long kNoMemory = 8;
+  steps.clear();
+  const border::StepSink sink(steps);
+  const unsigned long status = border::IsThisMeEx(name, isMe, clusterAware, timeoutMs, sink);
+  if (status == kNoMemory) steps.clear();
+  return status;
+}
 
 inline int SplitUncPath(const wcstring& path, wcstring& server, wcstring& share) {
   border::UncPath parts;

@@ -3,17 +3,15 @@
 #include <vtcluster/vtcluster.h>
 
 #include <algorithm>
-#include <memory>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include "tools/vtctl/ask/service_facts.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/cluster.h"
@@ -32,10 +30,9 @@ constexpr const char* kFooter =
     "  vtctl apps SQL01\n"
     "  vtctl apps SQLV --instance INST2 --json";
 
-struct AppsArguments {
-  std::string server;
-  std::optional<std::string> instance;
-  bool json = false;
+struct AppsArguments : CommonArguments {
+  std::wstring server;
+  std::optional<std::wstring> instance;
 };
 
 struct Application {
@@ -45,7 +42,7 @@ struct Application {
   bool isRunning = false;
   unsigned long error = 0; /* why the cluster could not be asked */
   std::wstring reason;
-  ServiceFacts facts;
+  std::vector<vtclass::Step> services; /* as they were looked at */
 };
 
 struct AppsAnswers {
@@ -60,16 +57,41 @@ struct AppsAnswers {
   Application exchange = {"exchange", L"Exchange", 1, false, 0, {}, {}};
 };
 
-/* Why the library says so: the services as they are, and what the cluster makes of them. */
-std::wstring Reason(const AppsAnswers& answers, const Application& application) {
-  if (!application.facts.problem.empty()) {
-    return L"the services of " + answers.computer + L" cannot be looked at: " +
-           application.facts.problem;
+bool IsRunning(const vtclass::Step& service) { return service.answer == SERVICE_RUNNING; }
+
+/* No service can have a name that the system refuses. */
+bool IsInstalled(const vtclass::Step& service) {
+  return service.code != ERROR_SERVICE_DOES_NOT_EXIST && service.code != ERROR_INVALID_NAME;
+}
+
+/* "running", "not installed", ... */
+std::wstring StateText(const vtclass::Step& service) {
+  if (!IsInstalled(service)) return L"not installed";
+  if (service.code != 0) return L"not visible: " + SystemText(service.code);
+  switch (service.answer) {
+    case SERVICE_STOPPED:
+      return L"stopped";
+    case SERVICE_START_PENDING:
+      return L"starting";
+    case SERVICE_STOP_PENDING:
+      return L"stopping";
+    case SERVICE_RUNNING:
+      return L"running";
+    default:
+      return L"paused";
   }
-  const auto& services = application.facts.services;
-  const auto end = services.begin() + static_cast<std::ptrdiff_t>(application.deciding);
-  const bool serviceRuns =
-      std::any_of(services.begin(), end, [](const ServiceFact& fact) { return fact.isRunning; });
+}
+
+/* Why the library says so: the services as they were, and what the cluster makes of them. */
+std::wstring Reason(const AppsAnswers& answers, const Application& application) {
+  const auto& services = application.services;
+  if (services.empty() || services.front().text.empty()) {
+    return L"the services of " + answers.computer + L" cannot be looked at" +
+           (services.empty() ? L"" : L": " + SystemText(services.front().code));
+  }
+  const auto deciding =
+      std::views::take(services, static_cast<std::ptrdiff_t>(application.deciding));
+  const bool serviceRuns = std::ranges::any_of(deciding, IsRunning);
   if (serviceRuns && application.error != 0) {
     return L"its service runs there, but the cluster cannot be asked: " +
            SystemText(application.error);
@@ -79,14 +101,11 @@ std::wstring Reason(const AppsAnswers& answers, const Application& application) 
     return L"its service runs there, and the cluster agrees";
   }
   if (serviceRuns) {
-    return answers.cluster.empty()
-               ? L"its service runs there now, but did not a moment ago"
-               : L"its service runs there, but the cluster does not confirm it for this server";
+    return L"its service runs there, but the cluster does not confirm it for this server";
   }
-  const bool isInstalled =
-      std::any_of(services.begin(), end, [](const ServiceFact& fact) { return fact.isInstalled; });
-  return isInstalled ? L"its service does not run there"
-                     : services.front().name + L" is not installed there";
+  return std::ranges::any_of(deciding, IsInstalled)
+             ? L"its service does not run there"
+             : services.front().text + L" is not installed there";
 }
 
 AppsAnswers Ask(const std::wstring& server) {
@@ -98,16 +117,13 @@ AppsAnswers Ask(const std::wstring& server) {
   const auto cluster = Cluster::GetInstance(server.c_str());
   if (cluster->Open()) answers.cluster = cluster->GetClusterName();
 
-  answers.sql.isRunning = vtclass::ServerIsRunningSQL(server.c_str(), &answers.sqlIsClustered);
+  answers.sql.isRunning = vtclass::ServerIsRunningSQLWithServices(
+      server.c_str(), &answers.sqlIsClustered, answers.sql.services);
   answers.sql.error = ::GetLastError();
-  answers.sql.facts = LookAtServices(answers.computer, {L"MSSQLServer", L"MSSQLServer$" + server});
   std::wstring writable = server;
-  answers.exchange.isRunning =
-      vtclass::ServerIsRunningExchange(writable.data(), nullptr, nullptr, nullptr, nullptr, false);
+  answers.exchange.isRunning = vtclass::ServerIsRunningExchangeWithServices(
+      writable.data(), nullptr, nullptr, nullptr, nullptr, false, answers.exchange.services);
   answers.exchange.error = ::GetLastError();
-  answers.exchange.facts = LookAtServices(
-      answers.computer,
-      {L"MSExchangeSA", L"MSExchangeIS", L"MSExchangeDS", L"MSExchangeSRS", L"MSExchangeKMS"});
   for (Application* application : {&answers.sql, &answers.exchange}) {
     application->reason = Reason(answers, *application);
     if (answers.error == 0) answers.error = application->error;
@@ -132,13 +148,14 @@ void PrintApplication(const Application& application) {
   Print(application.title + std::wstring(application.isRunning ? L": running" : L": not running") +
         L" (" + Printable(application.reason) + L")\n");
   size_t width = 0;
-  for (const ServiceFact& service : application.facts.services) {
-    width = std::max(width, Printable(service.name).size());
+  for (const vtclass::Step& service : application.services) {
+    width = std::max(width, Printable(service.text).size());
   }
-  for (const ServiceFact& service : application.facts.services) {
-    std::wstring name = Printable(service.name);
+  for (const vtclass::Step& service : application.services) {
+    if (service.text.empty()) continue;
+    std::wstring name = Printable(service.text);
     name.resize(width, L' ');
-    Print(L"  " + name + L"  " + service.state + L"\n");
+    Print(L"  " + name + L"  " + StateText(service) + L"\n");
   }
 }
 
@@ -157,23 +174,23 @@ void PrintText(const AppsAnswers& answers) {
   PrintApplication(answers.exchange);
 }
 
-nlohmann::ordered_json ToJson(const Application& application) {
-  nlohmann::ordered_json services = nlohmann::ordered_json::object();
-  for (const ServiceFact& service : application.facts.services) {
-    services[ToUtf8(service.name)] = ToUtf8(service.state);
+Json ToJson(const Application& application) {
+  Json services = Json::object();
+  for (const vtclass::Step& service : application.services) {
+    if (!service.text.empty()) services[ToUtf8(service.text)] = ToUtf8(StateText(service));
   }
   return {{"running", application.isRunning},
           {"reason", ToUtf8(application.reason)},
           {"services", services}};
 }
 
-nlohmann::ordered_json ToJson(const AppsAnswers& answers) {
-  nlohmann::ordered_json json = {{"server", ToUtf8(answers.server)},
-                                 {"node", nullptr},
-                                 {"cluster", nullptr},
-                                 {"error", nullptr},
-                                 {answers.sql.key, ToJson(answers.sql)},
-                                 {answers.exchange.key, ToJson(answers.exchange)}};
+Json ToJson(const AppsAnswers& answers) {
+  Json json = {{"server", ToUtf8(answers.server)},
+               {"node", nullptr},
+               {"cluster", nullptr},
+               {"error", nullptr},
+               {answers.sql.key, ToJson(answers.sql)},
+               {answers.exchange.key, ToJson(answers.exchange)}};
   if (answers.isVirtual) json["node"] = ToUtf8(answers.node);
   if (answers.error != 0) json["error"] = ToUtf8(SystemText(answers.error));
   if (!answers.cluster.empty()) json["cluster"] = ToUtf8(answers.cluster);
@@ -182,44 +199,38 @@ nlohmann::ordered_json ToJson(const AppsAnswers& answers) {
 }
 
 int Run(const AppsArguments& arguments) {
-  const std::wstring server = FromUtf8(arguments.server);
+  const std::wstring& server = arguments.server;
   if (server.find_first_not_of(L'\\') == std::wstring::npos) {
     return Fail(kExitUsage, L"\"" + server + L"\" names no server.");
   }
   const AppsAnswers answers = Ask(server);
-  nlohmann::ordered_json json = ToJson(answers);
+  Json json = ToJson(answers);
   if (!arguments.json) PrintText(answers);
   unsigned long instanceError = 0;
   if (arguments.instance) {
-    const auto state =
-        vtclass::ServerIsRunningSQL2KInstance(server.c_str(), FromUtf8(*arguments.instance));
+    const auto state = vtclass::ServerIsRunningSQL2KInstance(server.c_str(), *arguments.instance);
     instanceError = ::GetLastError();
     const std::wstring word =
         instanceError == 0 ? InstanceWord(state) : L"cannot be told: " + SystemText(instanceError);
     if (arguments.json) {
-      json["instance"] = {{"name", *arguments.instance}, {"state", ToUtf8(word)}};
+      json["instance"] = {{"name", ToUtf8(*arguments.instance)}, {"state", ToUtf8(word)}};
     } else {
-      Print(L"Instance " + Printable(FromUtf8(*arguments.instance)) + L": " + word + L"\n");
+      Print(L"Instance " + Printable(*arguments.instance) + L": " + word + L"\n");
     }
   }
-  if (arguments.json) PrintUtf8(json.dump(2) + "\n");
+  if (arguments.json) PrintJson(json);
   return answers.error == 0 && instanceError == 0 ? kExitClean : kExitNoAnswer;
 }
 
 }  // namespace
 
-void AddAppsCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* command =
-      app.add_subcommand("apps", "Tell whether SQL Server and Exchange run on a server, and why");
-  command->footer(kFooter);
-  const auto arguments = std::make_shared<AppsArguments>();
-  command->add_option("SERVER", arguments->server, "The server")->required()->option_text(" ");
-  command
-      ->add_option("--instance", arguments->instance,
-                   "Tell the state of this SQL Server instance in the server's cluster, too")
-      ->option_text("NAME");
-  command->add_flag("--json", arguments->json, "One JSON object with everything");
-  command->callback([&chosen, arguments] { chosen.run = [arguments] { return Run(*arguments); }; });
+void AddAppsCommand(Command& program) {
+  auto apps = program.Add("apps", "Tell whether SQL Server and Exchange run on a server, and why",
+                          kFooter, Run);
+  apps.Text("SERVER", apps->server, "The server").Required();
+  apps.Text("--instance NAME", apps->instance,
+            "Tell the state of this SQL Server instance in the server's cluster, too");
+  apps.Json("One JSON object with everything");
 }
 
 }  // namespace vtctl

@@ -2,14 +2,12 @@
 
 #include <vtcluster/vtcluster.h>
 
-#include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/cluster.h"
@@ -27,9 +25,8 @@ constexpr const char* kFooter =
     "  vtctl cluster\n"
     "  vtctl cluster \\\\SQLV --json";
 
-struct ClusterArguments {
-  std::string name;
-  bool json = false;
+struct ClusterArguments : CommonArguments {
+  std::wstring name;
 };
 
 /* What the library's functions answer; an empty text is "none". */
@@ -126,44 +123,37 @@ void PrintText(const ClusterAnswers& answers) {
   Print(L"Product:       " + ProductSentence(answers) + L"\n");
 }
 
-nlohmann::ordered_json TextOrNull(const std::wstring& text, bool present = true) {
-  if (!present || text.empty()) return nullptr;
-  return ToUtf8(text);
-}
-
-void PrintJson(const ClusterAnswers& answers) {
-  nlohmann::ordered_json json = {
-      {"computer", ToUtf8(answers.computer)},
-      {"node", ToUtf8(answers.node)},
-      {"name", TextOrNull(answers.name)},
-      {"nodeOfName", TextOrNull(answers.nodeOfName, answers.isVirtual)},
-      {"cluster", TextOrNull(answers.clusterName)},
-      {"clusterType", answers.type == Cluster::xcsCluster ? "xcs" : "windows"},
-      {"productActiveNode", TextOrNull(answers.activeNode, answers.hasActiveNode)},
-      {"productVirtualServer", TextOrNull(answers.virtualServer)},
-      {"error", nullptr}};
+Json ToJson(const ClusterAnswers& answers) {
+  Json json = {{"computer", ToUtf8(answers.computer)},
+               {"node", ToUtf8(answers.node)},
+               {"name", TextOrNull(answers.name)},
+               {"nodeOfName", nullptr},
+               {"cluster", TextOrNull(answers.clusterName)},
+               {"clusterType", answers.type == Cluster::xcsCluster ? "xcs" : "windows"},
+               {"productActiveNode", nullptr},
+               {"productVirtualServer", TextOrNull(answers.virtualServer)},
+               {"error", nullptr}};
+  if (answers.isVirtual) json["nodeOfName"] = TextOrNull(answers.nodeOfName);
+  if (answers.hasActiveNode) json["productActiveNode"] = TextOrNull(answers.activeNode);
   if (answers.error != ERROR_SUCCESS) json["error"] = ToUtf8(SystemText(answers.error));
   if (!answers.found) json["clusterType"] = nullptr;
-  PrintUtf8(json.dump(2) + "\n");
+  return json;
+}
+
+int Run(const ClusterArguments& arguments) {
+  const ClusterAnswers answers = Ask(arguments.name);
+  arguments.json ? PrintJson(ToJson(answers)) : PrintText(answers);
+  return answers.error == ERROR_SUCCESS ? kExitClean : kExitNoAnswer;
 }
 
 }  // namespace
 
-void AddClusterCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* command = app.add_subcommand(
-      "cluster", "Tell the cluster of this machine or a server, and where the product runs in it");
-  command->footer(kFooter);
-  const auto arguments = std::make_shared<ClusterArguments>();
-  command->add_option("NAME", arguments->name, "The server; without it this machine")
-      ->option_text(" ");
-  command->add_flag("--json", arguments->json, "One JSON object with everything");
-  command->callback([&chosen, arguments] {
-    chosen.run = [arguments] {
-      const ClusterAnswers answers = Ask(FromUtf8(arguments->name));
-      arguments->json ? PrintJson(answers) : PrintText(answers);
-      return static_cast<int>(answers.error == ERROR_SUCCESS ? kExitClean : kExitNoAnswer);
-    };
-  });
+void AddClusterCommand(Command& program) {
+  auto cluster = program.Add(
+      "cluster", "Tell the cluster of this machine or a server, and where the product runs in it",
+      kFooter, Run);
+  cluster.Text("NAME", cluster->name, "The server; without it this machine");
+  cluster.Json("One JSON object with everything");
 }
 
 }  // namespace vtctl

@@ -3,20 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "platform/owned.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/ask/service_facts.h"
 #include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 
 namespace vtctl {
@@ -35,39 +34,62 @@ std::wstring ThisComputer() {
   return name;
 }
 
-TEST(ServiceFacts, RunningStoppedAndMissing) {
-  const ServiceFacts facts =
-      LookAtServices(L"\\\\" + ThisComputer(), {L"RpcSs", L"no such service", L"a/b"});
-  EXPECT_EQ(facts.problem, L"");
-  ASSERT_EQ(facts.services.size(), 3u);
-  EXPECT_TRUE(facts.services[0].isInstalled); /* and may still be starting */
-  EXPECT_EQ(facts.services[0].isRunning, facts.services[0].state == L"running");
-  for (const size_t missing : {1u, 2u}) {
-    EXPECT_EQ(facts.services[missing].state, L"not installed");
-    EXPECT_FALSE(facts.services[missing].isInstalled);
-  }
+/* What a command of this process prints, and its exit code before that. */
+std::string Printed(AddCommand add, const std::string& line) {
+  const vtclass::test::ScratchFolder folder;
+  const std::wstring path = folder / L"output";
+  std::istringstream parts(line);
+  std::vector<std::string> words;
+  for (std::string word; parts >> word;) words.push_back(word);
+  const HANDLE before = ::GetStdHandle(STD_OUTPUT_HANDLE);
+  const vtclass::platform::OwnedFile file(
+      ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr));
+  EXPECT_TRUE(file) << ::GetLastError();
+  ::SetStdHandle(STD_OUTPUT_HANDLE, file.Get());
+  const int code = RunCommandLine({"vtctl", "", "", ""}, {&add, 1}, words);
+  ::SetStdHandle(STD_OUTPUT_HANDLE, before);
+  return std::to_string(code) + " " + vtclass::test::FileBytes(path);
 }
 
-DWORD playedState;
+DWORD playedState; /* 0: there is no service, for the reason below */
+DWORD playedError;
+
+SC_HANDLE WINAPI PlayedService(SC_HANDLE manager, LPCWSTR, DWORD access) {
+  if (playedState != 0) return ::OpenServiceW(manager, L"RpcSs", access);
+  ::SetLastError(playedError);
+  return nullptr;
+}
 
 BOOL WINAPI PlayedStatus(SC_HANDLE, SERVICE_STATUS* status) {
   status->dwCurrentState = playedState;
   return TRUE;
 }
 
-TEST(ServiceFacts, OnlyRunningRuns) {
-  const vtclass::test::ImportHook<decltype(::QueryServiceStatus)> hook(
-      "ADVAPI32.dll", "QueryServiceStatus", &PlayedStatus, ::GetModuleHandleW(nullptr));
-  const std::pair<DWORD, const wchar_t*> rows[] = {
-      {SERVICE_STOPPED, L"stopped"},         {SERVICE_START_PENDING, L"starting"},
-      {SERVICE_STOP_PENDING, L"stopping"},   {SERVICE_RUNNING, L"running"},
-      {SERVICE_CONTINUE_PENDING, L"paused"}, {SERVICE_PAUSED, L"paused"}};
-  for (const auto& [state, word] : rows) {
-    playedState = state;
-    const ServiceFacts facts = LookAtServices(L"\\\\" + ThisComputer(), {L"RpcSs"});
-    ASSERT_EQ(facts.services.size(), 1u);
-    EXPECT_EQ(facts.services[0].state, word);
-    EXPECT_EQ(facts.services[0].isRunning, state == SERVICE_RUNNING);
+TEST(ClusterCommands, Apps_SayWhatTheServicesAre) {
+  const vtclass::test::ImportHook<decltype(::OpenServiceW)> open("ADVAPI32.dll", "OpenServiceW",
+                                                                 &PlayedService);
+  const vtclass::test::ImportHook<decltype(::QueryServiceStatus)> status(
+      "ADVAPI32.dll", "QueryServiceStatus", &PlayedStatus);
+  const struct {
+    DWORD state;
+    DWORD error;
+    const char* word;
+    const char* sentence;
+  } rows[] = {{SERVICE_STOPPED, 0, "stopped", "not running (its service does not run there)"},
+              {SERVICE_START_PENDING, 0, "starting", "does not run there"},
+              {SERVICE_STOP_PENDING, 0, "stopping", "does not run there"},
+              {SERVICE_RUNNING, 0, "running", "running (its service runs there)"},
+              {SERVICE_CONTINUE_PENDING, 0, "paused", "does not run there"},
+              {SERVICE_PAUSED, 0, "paused", "does not run there"},
+              {0, ERROR_SERVICE_DOES_NOT_EXIST, "not installed", "MSExchangeSA is not installed"},
+              {0, ERROR_INVALID_NAME, "not installed", "MSSQLServer is not installed there"},
+              {0, ERROR_ACCESS_DENIED, "not visible: ", "does not run there"}};
+  for (const auto& row : rows) {
+    playedState = row.state;
+    playedError = row.error;
+    const std::string text = Printed(&AddAppsCommand, "apps " + ToUtf8(ThisComputer()));
+    EXPECT_NE(text.find(std::string("  MSExchangeKMS  ") + row.word), std::string::npos) << text;
+    EXPECT_NE(text.find(row.sentence), std::string::npos) << text;
   }
 }
 
@@ -102,35 +124,11 @@ TEST(ClusterCommands, ClusterAndDatabase) {
   EXPECT_EQ(code, none ? kExitNoInput : kExitClean);
 }
 
-/* What a command of this process prints, and its exit code before that. */
-std::string Printed(void (*add)(CLI::App&, ChosenCommand&), const std::string& line) {
-  const vtclass::test::ScratchFolder folder;
-  const std::wstring path = folder / L"output";
-  CLI::App app;
-  ChosenCommand chosen;
-  add(app, chosen);
-  app.parse(line, false);
-  const HANDLE before = ::GetStdHandle(STD_OUTPUT_HANDLE);
-  const vtclass::platform::OwnedFile file(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                                        0, nullptr, CREATE_NEW, 0, nullptr));
-  EXPECT_TRUE(file) << ::GetLastError();
-  ::SetStdHandle(STD_OUTPUT_HANDLE, file.Get());
-  std::string text = std::to_string(chosen.run()) + " ";
-  ::SetStdHandle(STD_OUTPUT_HANDLE, before);
-  char buffer[4096];
-  DWORD size = 0;
-  ::SetFilePointer(file.Get(), 0, nullptr, FILE_BEGIN);
-  while (::ReadFile(file.Get(), buffer, sizeof buffer, &size, nullptr) && size > 0) {
-    text.append(buffer, size);
-  }
-  return text;
-}
-
 TEST(ClusterCommands, InACluster_SayWhatCannotBeTold) {
   FakeCluster fake(vtclass::test::TwoNodes());
   fake.table.reachedBy.emplace_back(L"STRANGER");
   struct Row {
-    void (*add)(CLI::App&, ChosenCommand&);
+    AddCommand add;
     const char* line;
     const char* part;
   };

@@ -1,14 +1,13 @@
 #include <vtclass/win32.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
+#include "config/product_keys.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/cluster.h"
@@ -27,13 +26,9 @@ constexpr const char* kFooter =
     "  vtctl database\n"
     "  vtctl database --application Reports --json";
 
-constexpr wchar_t kPordex[] = L"Software\\Norvane\\Vantorel For Windows\\Pordex";
-constexpr wchar_t kVTDatabase[] = L"Software\\Norvane\\Vantorel For Windows\\VTDatabase";
-
-struct DatabaseArguments {
-  std::string application;
+struct DatabaseArguments : CommonArguments {
+  std::wstring application;
   bool physicalName = false;
-  bool json = false;
 };
 
 using Query = bool (*)(std::wstring&, std::wstring&, std::wstring&, std::wstring&, bool&);
@@ -55,21 +50,20 @@ struct Database {
 std::vector<Database> AskAll(const DatabaseArguments& arguments) {
   std::vector<Database> databases(3);
   databases[0].title = L"product";
-  databases[0].key = kPordex;
+  databases[0].key = vtclass::config::kProductDatabaseKey.Path();
   databases[0].query = &vtclass::GetDatabaseServerNames;
   databases[1].title = L"server";
-  databases[1].key = kVTDatabase;
+  databases[1].key = vtclass::config::kVTDatabaseKey.Path();
   databases[1].query = &vtclass::GetVTDatabaseServerNames;
   databases[2].title = L"catalogue";
-  databases[2].key = kVTDatabase;
+  databases[2].key = vtclass::config::kVTDatabaseKey.Path();
   databases[2].query = &vtclass::GetCATDatabaseServerNames;
-  const std::wstring application = FromUtf8(arguments.application);
   for (Database& each : databases) {
     each.isKnown = each.query(each.server, each.activeNode, each.instance, each.name, each.isLocal);
     if (each.isKnown) {
       each.error = ::GetLastError();
       vtclass::GetOdbcConnectionString(each.odbc, each.server, each.instance, each.name,
-                                       application.c_str(), arguments.physicalName);
+                                       arguments.application.c_str(), arguments.physicalName);
     }
   }
   return databases;
@@ -97,22 +91,21 @@ void PrintText(const Database& database) {
   Print(L"  ODBC:      " + Printable(database.odbc) + L"\n");
 }
 
-nlohmann::ordered_json ToJson(const Database& database) {
+Json ToJson(const Database& database) {
   if (!database.isKnown) return nullptr;
-  nlohmann::ordered_json json = {{"server", ToUtf8(database.server)},
-                                 {"isLocal", database.isLocal},
-                                 {"activeNode", nullptr},
-                                 {"instance", ToUtf8(database.instance)},
-                                 {"database", ToUtf8(database.name)},
-                                 {"odbc", ToUtf8(database.odbc)},
-                                 {"error", nullptr}};
+  Json json = {{"server", ToUtf8(database.server)},
+               {"isLocal", database.isLocal},
+               {"activeNode", TextOrNull(database.activeNode)},
+               {"instance", ToUtf8(database.instance)},
+               {"database", ToUtf8(database.name)},
+               {"odbc", ToUtf8(database.odbc)},
+               {"error", nullptr}};
   if (database.error != 0) json["error"] = ToUtf8(SystemText(database.error));
-  if (!database.activeNode.empty()) json["activeNode"] = ToUtf8(database.activeNode);
   return json;
 }
 
 int Run(const DatabaseArguments& arguments) {
-  nlohmann::ordered_json json;
+  Json json;
   bool anyIsKnown = false;
   bool anyFailed = false;
   for (const Database& database : AskAll(arguments)) {
@@ -124,24 +117,21 @@ int Run(const DatabaseArguments& arguments) {
       PrintText(database);
     }
   }
-  if (arguments.json) PrintUtf8(json.dump(2) + "\n");
+  if (arguments.json) PrintJson(json);
   if (!anyIsKnown) return kExitNoInput;
   return anyFailed ? kExitNoAnswer : kExitClean;
 }
 
 }  // namespace
 
-void AddDatabaseCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* command = app.add_subcommand(
-      "database", "Tell where the product's databases are, and the ODBC strings for them");
-  command->footer(kFooter);
-  const auto arguments = std::make_shared<DatabaseArguments>();
-  command->add_option("--application", arguments->application, "The application in the ODBC string")
-      ->option_text("NAME");
-  command->add_flag("--physical-name", arguments->physicalName,
-                    "Put this machine's own host name into the ODBC string");
-  command->add_flag("--json", arguments->json, "One JSON object with all databases");
-  command->callback([&chosen, arguments] { chosen.run = [arguments] { return Run(*arguments); }; });
+void AddDatabaseCommand(Command& program) {
+  auto database = program.Add(
+      "database", "Tell where the product's databases are, and the ODBC strings for them", kFooter,
+      Run);
+  database.Text("--application NAME", database->application, "The application in the ODBC string");
+  database.Flag("--physical-name", database->physicalName,
+                "Put this machine's own host name into the ODBC string");
+  database.Json("One JSON object with all databases");
 }
 
 }  // namespace vtctl

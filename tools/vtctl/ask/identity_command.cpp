@@ -1,19 +1,15 @@
-#include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/resolution.h"
 
 namespace vtctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kExamples =
     "Asks as an agent does: first this machine's own names and addresses, then its Oracle RAC\n"
@@ -32,11 +28,10 @@ constexpr const char* kExamples =
     "Exit codes: 0 this machine, 68 another one or no host at all, 69 no answer to be had (a name\n"
     "server that does not answer, ...), 64 an empty name.";
 
-struct IdentityArguments {
-  std::string name;
+struct IdentityArguments : CommonArguments {
+  std::wstring name;
   int timeOut = 0;
   bool clusterAware = false;
-  bool json = false;
 };
 
 std::wstring Joined(const std::vector<std::wstring>& texts) {
@@ -48,7 +43,7 @@ std::wstring Joined(const std::vector<std::wstring>& texts) {
 void PrintAnswer(const IdentityQuestion& question, const IdentityAnswer& answer) {
   Print(Sentence(question, answer) + L"\n");
   int number = 0;
-  for (const IdentityStep& step : ExplainIdentity(question, answer)) {
+  for (const ExplainedStep& step : ExplainIdentity(answer)) {
     Print(L"\n" + std::to_wstring(++number) + L". " + step.title + L"\n");
     if (!step.compared.empty())
       Print(L"   compared with  " + Printable(Joined(step.compared)) + L"\n");
@@ -68,7 +63,7 @@ void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& a
                {"milliseconds", answer.milliseconds},
                {"steps", Json::array()}};
   if (answer.isMe || IsSettled(answer)) json["thisMachine"] = answer.isMe;
-  for (const IdentityStep& step : ExplainIdentity(question, answer)) {
+  for (const ExplainedStep& step : ExplainIdentity(answer)) {
     Json compared = Json::array();
     for (const std::wstring& text : step.compared) compared.push_back(ToUtf8(text));
     json["steps"].push_back({{"step", ToUtf8(step.title)},
@@ -77,12 +72,11 @@ void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& a
                              {"decides", step.decides}});
     if (!step.warning.empty()) json["steps"].back()["warning"] = ToUtf8(step.warning);
   }
-  PrintUtf8(json.dump(2) + "\n");
+  PrintJson(json);
 }
 
 int Run(const IdentityArguments& arguments) {
-  const IdentityQuestion question = {FromUtf8(arguments.name), arguments.clusterAware,
-                                     arguments.timeOut};
+  const IdentityQuestion question = {arguments.name, arguments.clusterAware, arguments.timeOut};
   const IdentityAnswer answer = AskIdentity(question);
   const int exitCode = ExitCodeOf(answer);
   if (exitCode == kExitUsage) return Fail(exitCode, L"The name is empty.");
@@ -92,22 +86,15 @@ int Run(const IdentityArguments& arguments) {
 
 }  // namespace
 
-void AddIdentityCommand(CLI::App& app, ChosenCommand& chosen) {
-  const auto arguments = std::make_shared<IdentityArguments>();
-  CLI::App* identity =
-      app.add_subcommand("identity", "Tell whether a name or address is this machine, and why");
-  identity->add_option("NAME", arguments->name, "A server name, an address or a UNC path")
-      ->required()
-      ->option_text(" ");
-  identity->add_option("--timeout", arguments->timeOut, "Milliseconds for DNS; -1: no limit")
-      ->check(CLI::Range(-1, INT32_MAX))
-      ->option_text("MS");
-  identity->add_flag("--cluster-aware", arguments->clusterAware,
-                     "What a cluster's virtual server holds is not this machine");
-  identity->add_flag("--json", arguments->json, "One JSON object");
-  identity->footer(kExamples);
-  identity->callback(
-      [&chosen, arguments] { chosen.run = [arguments] { return Run(*arguments); }; });
+void AddIdentityCommand(Command& program) {
+  auto identity = program.Add("identity", "Tell whether a name or address is this machine, and why",
+                              kExamples, Run);
+  identity.Text("NAME", identity->name, "A server name, an address or a UNC path").Required();
+  identity.Count("--timeout MS", identity->timeOut, "Milliseconds for DNS; -1: no limit",
+                 NumberRange<int>{-1, INT32_MAX});
+  identity.Flag("--cluster-aware", identity->clusterAware,
+                "What a cluster's virtual server holds is not this machine");
+  identity.Json("One JSON object");
 }
 
 }  // namespace vtctl

@@ -1,16 +1,13 @@
 #include <vtclass/win32.h>
 
-#include <algorithm>
-#include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+#include <vector>
 
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/resolution.h"
 #include "tools/vtctl/shared/system_text.h"
@@ -19,8 +16,6 @@
 /* vtctl convert and vtctl resolve. */
 namespace vtctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kConvertExamples =
     "Prints NAME with its server converted; a UNC path keeps its backslashes and its tail.\n"
@@ -41,33 +36,37 @@ constexpr const char* kResolveExamples =
     "\n"
     "Exit codes: 0 resolved, 66 there is no such host, 69 no answer to be had, 64 an empty name.";
 
-constexpr std::pair<std::string_view, vtclass::_COMPUTER_NAME_FORMAT> kFormats[] = {
-    {"netbios", vtclass::computerNameNetBIOS},
-    {"dns", vtclass::computerNameDnsHostname},
-    {"fqdn", vtclass::computerNameDnsFullyQualified},
-    {"ip", vtclass::computerNameIpAddress}};
+struct Form {
+  const char* name;
+  vtclass::_COMPUTER_NAME_FORMAT format;
+};
+constexpr Form kForms[] = {{"netbios", vtclass::computerNameNetBIOS},
+                           {"dns", vtclass::computerNameDnsHostname},
+                           {"fqdn", vtclass::computerNameDnsFullyQualified},
+                           {"ip", vtclass::computerNameIpAddress}};
 
 /* What the conversion's status says, in the operator's words. */
 constexpr unsigned long kInvalidArgument = 2;
 constexpr unsigned long kReverseLookupFailed = 3;
 
-struct NameArguments {
-  std::string name;
-  std::string to;
-  unsigned long timeOut = 0;
+struct ConvertArguments : CommonArguments {
+  std::wstring name;
+  const Form* to = nullptr;
   bool clusterAware = false;
-  bool json = false;
 };
 
-int Convert(const NameArguments& arguments) {
-  const wcstring name = FromUtf8(arguments.name);
+struct ResolveArguments : CommonArguments {
+  std::wstring name;
+  unsigned timeOut = 0;
+};
+
+int Convert(const ConvertArguments& arguments) {
+  const wcstring name = arguments.name;
   wcstring converted;
   bool isLocal = false;
   unsigned long status = 0;
-  const auto* const format =
-      std::ranges::find(kFormats, arguments.to, [](const auto& row) { return row.first; });
   const unsigned long result = vtclass::VTConvertServerNamePlus(
-      name, converted, format->second, arguments.clusterAware, &isLocal, &status);
+      name, converted, arguments.to->format, arguments.clusterAware, &isLocal, &status);
   if (result == ERROR_NOT_ENOUGH_MEMORY) return Fail(kExitInternal, SystemText(result));
   if (status == kInvalidArgument) return Fail(kExitUsage, L"The name is empty.");
   if (status == kReverseLookupFailed) {
@@ -78,11 +77,10 @@ int Convert(const NameArguments& arguments) {
     return Fail(kExitNoInput, Printable(name) + L" has no name or address in that form.");
   }
   if (arguments.json) {
-    const Json json = {{"name", arguments.name},
-                       {"to", arguments.to},
-                       {"converted", ToUtf8(converted)},
-                       {"thisMachine", isLocal}};
-    PrintUtf8(json.dump() + "\n");
+    PrintJsonLine({{"name", ToUtf8(arguments.name)},
+                   {"to", arguments.to->name},
+                   {"converted", ToUtf8(converted)},
+                   {"thisMachine", isLocal}});
   } else {
     Print(Printable(converted) + L"\n");
   }
@@ -97,9 +95,9 @@ void PrintResolution(const Resolution& resolution, const std::wstring& chosen) {
   Print(L"Preferred       " + (chosen.empty() ? L"(none)" : chosen) + L"\n");
 }
 
-void PrintResolutionAsJson(const NameArguments& arguments, const Resolution& resolution,
+void PrintResolutionAsJson(const ResolveArguments& arguments, const Resolution& resolution,
                            const std::wstring& chosen) {
-  Json json = {{"name", arguments.name},
+  Json json = {{"name", ToUtf8(arguments.name)},
                {"canonicalName", ToUtf8(resolution.canonicalName)},
                {"addresses", Json::array()},
                {"preferred", ToUtf8(chosen)}};
@@ -108,11 +106,11 @@ void PrintResolutionAsJson(const NameArguments& arguments, const Resolution& res
     for (const std::wstring& note : address.notes) notes.push_back(ToUtf8(note));
     json["addresses"].push_back({{"address", ToUtf8(address.text)}, {"notes", notes}});
   }
-  PrintUtf8(json.dump(2) + "\n");
+  PrintJson(json);
 }
 
-int ResolveName(const NameArguments& arguments) {
-  const std::wstring server = ServerOf(FromUtf8(arguments.name));
+int ResolveName(const ResolveArguments& arguments) {
+  const std::wstring server = ServerOf(arguments.name);
   if (server.empty()) return Fail(kExitUsage, L"The name is empty.");
   const Resolution resolution = Resolve(server, arguments.timeOut);
   if (resolution.error != ERROR_SUCCESS) {
@@ -126,41 +124,30 @@ int ResolveName(const NameArguments& arguments) {
   return kExitClean;
 }
 
-CLI::App* AddCommand(CLI::App& app, ChosenCommand& chosen, const char* name,
-                     const char* description, const char* examples,
-                     const std::shared_ptr<NameArguments>& arguments,
-                     int (*operation)(const NameArguments&)) {
-  CLI::App* command = app.add_subcommand(name, description);
-  command->add_option("NAME", arguments->name, "A server name, an address or a UNC path")
-      ->required()
-      ->option_text(" ");
-  command->add_flag("--json", arguments->json, "One JSON object");
-  command->footer(examples);
-  command->callback([&chosen, arguments, operation] {
-    chosen.run = [arguments, operation] { return operation(*arguments); };
-  });
-  return command;
-}
+constexpr const char* kNameText = "A server name, an address or a UNC path";
 
 }  // namespace
 
-void AddNameCommands(CLI::App& app, ChosenCommand& chosen) {
-  const auto arguments = std::make_shared<NameArguments>();
-  CLI::App* convert = AddCommand(app, chosen, "convert", "Print a server name in another form",
-                                 kConvertExamples, arguments, &Convert);
-  convert->add_option("--to", arguments->to, "netbios, dns, fqdn or ip")
-      ->required()
-      ->check(CLI::IsMember({"netbios", "dns", "fqdn", "ip"}))
-      ->option_text("FORM");
-  convert->add_flag("--cluster-aware", arguments->clusterAware,
-                    "What a cluster's virtual server holds becomes that server's name");
-  CLI::App* resolve = AddCommand(app, chosen, "resolve", "Print the addresses of a host",
-                                 kResolveExamples, arguments, &ResolveName);
-  resolve
-      ->add_option("--timeout", arguments->timeOut,
-                   "Milliseconds; without it the system's own limits hold")
-      ->check(CLI::Range(1UL, 2000000000UL))
-      ->option_text("MS");
+void AddConvertCommand(Command& program) {
+  auto convert =
+      program.Add("convert", "Print a server name in another form", kConvertExamples, Convert);
+  convert.Text("NAME", convert->name, kNameText).Required();
+  convert.Json("One JSON object");
+  std::vector<std::pair<const char*, const Form*>> forms;
+  for (const Form& form : kForms) forms.emplace_back(form.name, &form);
+  convert.Choice("--to FORM", convert->to, forms, "netbios, dns, fqdn or ip").Required();
+  convert.Flag("--cluster-aware", convert->clusterAware,
+               "What a cluster's virtual server holds becomes that server's name");
+}
+
+void AddResolveCommand(Command& program) {
+  auto resolve =
+      program.Add("resolve", "Print the addresses of a host", kResolveExamples, ResolveName);
+  resolve.Text("NAME", resolve->name, kNameText).Required();
+  resolve.Json("One JSON object");
+  resolve.Count("--timeout MS", resolve->timeOut,
+                "Milliseconds; without it the system's own limits hold",
+                NumberRange<unsigned>{1, 2000000000});
 }
 
 }  // namespace vtctl

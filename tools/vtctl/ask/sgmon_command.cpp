@@ -1,34 +1,26 @@
 #include <vtclass/win32.h>
 
-#include <algorithm>
 #include <atomic>
-#include <iterator>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
-#include "platform/critical_section.h"
+#include "config/product_keys.h"
 #include "platform/owned.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
-#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/wait.h"
 #include "vtclass/monitor.h"
-#include "vtclass/product.h"
 
 namespace vtctl {
 namespace {
 
-using vtclass::platform::CriticalSection;
 using vtclass::platform::OwnedKernelObject;
-using vtclass::platform::ScopedLock;
 
 constexpr ULONGLONG kOneSignal = 500; /* milliseconds */
-constexpr wchar_t kWakeUpEvent[] = L"Global\\SGMonWakeUp";
 
 constexpr const char* kExamples =
     "Monitoring is switched on by two values of the product's debug key: \"SGMon Enabled\" (1 is "
@@ -37,7 +29,8 @@ constexpr const char* kExamples =
     "job-manager\n"
     "16, ndmp 32, library 64). Components look again when they are woken.\n"
     "\n"
-    "Examples (KEY is \"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Debug\"):\n"
+    "Examples (KEY is \"" VTCLASS_PRODUCT_ROOT
+    "\\Debug\"):\n"
     "  vtctl sgmon watch agent --for 60\n"
     "      what the agent is told, now and at each wake-up\n"
     "  vtctl registry set KEY \"SGMon Enabled\" 1 --type dword\n"
@@ -56,11 +49,11 @@ constexpr struct {
                    {"ndmp", SGMonClient::eNdmp},
                    {"library", SGMonClient::eLibrary}};
 
-struct SgmonArguments {
-  std::string component;
-  unsigned long product = 0;
+using Component = decltype(&kComponents[0]);
+
+struct WatchArguments : CommonArguments {
+  Component component = nullptr;
   unsigned seconds = 0;
-  bool json = false;
 };
 
 /* What the client's thread was told, for the thread that prints: the client's callback has no
@@ -77,28 +70,23 @@ void OnMonitoring(bool on) {
   ::SetEvent(told.arrived.Get());
 }
 
-void PrintTold(const SgmonArguments& arguments, bool isOn) {
+void PrintTold(const WatchArguments& arguments, bool isOn) {
   if (arguments.json) {
-    const nlohmann::ordered_json line = {{"component", arguments.component}, {"monitoring", isOn}};
-    PrintUtf8(line.dump() + "\n");
+    PrintJsonLine({{"component", arguments.component->name}, {"monitoring", isOn}});
     return;
   }
-  Print(ClockTime() + L"  " + FromUtf8(arguments.component) + L": monitoring is " +
+  Print(ClockTime() + L"  " + FromUtf8(arguments.component->name) + L": monitoring is " +
         (isOn ? L"on\n" : L"off\n"));
 }
 
-/* Prints until the time is over; false when the operator interrupts. */
-bool PrintAsItComes(const SgmonArguments& arguments) {
-  const ULONGLONG end = ::GetTickCount64() + arguments.seconds * 1000ULL;
-  const HANDLE handles[] = {told.arrived.Get(), InterruptEvent()};
+/* Prints until the time is over or the operator interrupts; the exit code. */
+int PrintAsItComes(const WatchArguments& arguments) {
+  const Deadline deadline(arguments.seconds);
   std::optional<bool> shown;
   ULONGLONG shownAt = 0;
   for (;;) {
-    const ULONGLONG now = ::GetTickCount64();
-    const DWORD limit = now >= end ? 0 : static_cast<DWORD>(end - now);
-    const DWORD result = ::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE,
-                                                  arguments.seconds == 0 ? INFINITE : limit);
-    if (result != WAIT_OBJECT_0) return result != WAIT_OBJECT_0 + 1;
+    const WaitEnd end = WaitFor(told.arrived.Get(), deadline.Left());
+    if (end != WaitEnd::signalled) return ExitCodeOf(end);
     /* One signal may make the component look several times in a row, which is one line. */
     const bool isOn = told.isOn;
     if (shown == isOn && ::GetTickCount64() - shownAt < kOneSignal) continue;
@@ -108,24 +96,22 @@ bool PrintAsItComes(const SgmonArguments& arguments) {
   }
 }
 
-int Watch(const SgmonArguments& arguments) {
-  const auto component = std::ranges::find_if(
-      kComponents, [&](const auto& row) { return arguments.component == row.name; });
+int Watch(const WatchArguments& arguments) {
   told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
-  const RefPointer<SGMonClient> client(new SGMonClient(component->client, &OnMonitoring));
+  const RefPointer<SGMonClient> client(new SGMonClient(arguments.component->client, &OnMonitoring));
   /* Returns without a callback when there is nothing to wait for. */
   client->WaitInitComplete(INFINITE);
   if (told.count == 0) {
     return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened: " +
                                   SystemText(client->GetErrorCode()));
   }
-  return PrintAsItComes(arguments) ? kExitClean : kExitCancelled;
+  return PrintAsItComes(arguments);
 }
 
-int Wake(const SgmonArguments&) {
+int Wake(const CommonArguments&) {
   constexpr int kSignals = 2;
   constexpr DWORD kHeld = 100;
-  const OwnedKernelObject event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, kWakeUpEvent));
+  const OwnedKernelObject event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, kSGMonWakeUpEvent));
   if (!event) {
     const DWORD status = ::GetLastError();
     if (status == ERROR_FILE_NOT_FOUND) {
@@ -144,44 +130,18 @@ int Wake(const SgmonArguments&) {
   return kExitClean;
 }
 
-void SetRun(CLI::App* command, ChosenCommand& chosen,
-            const std::shared_ptr<SgmonArguments>& arguments,
-            int (*operation)(const SgmonArguments&)) {
-  command->footer(kExamples);
-  command->callback([&chosen, arguments, operation] {
-    chosen.run = [arguments, operation] {
-      CMS_SetProd(arguments->product);
-      return operation(*arguments);
-    };
-  });
-}
-
 }  // namespace
 
-void AddSgmonCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* sgmon = app.add_subcommand(
-      "sgmon", "See whether service-group monitoring is on, and wake its components");
-  sgmon->require_subcommand(1);
-  sgmon->footer(kExamples);
-  const auto arguments = std::make_shared<SgmonArguments>();
-  std::vector<std::string> names;
-  for (const auto& row : kComponents) names.emplace_back(row.name);
-
-  CLI::App* watch = sgmon->add_subcommand("watch", "Print what a component is told, as it comes");
-  watch->add_option("COMPONENT", arguments->component, "One of the components below")
-      ->required()
-      ->check(CLI::IsMember(names))
-      ->option_text(" ");
-  watch->add_option("--for", arguments->seconds, "End after so many seconds")
-      ->check(CLI::Range(1U, 1000000U))
-      ->option_text("SECONDS");
-  watch->add_option("--product", arguments->product, "1 for the sibling product's registry root")
-      ->option_text("N");
-  watch->add_flag("--json", arguments->json, "One JSON object each time");
-  SetRun(watch, chosen, arguments, Watch);
-
-  CLI::App* wake = sgmon->add_subcommand("wake", "Make every component of this machine look again");
-  SetRun(wake, chosen, arguments, Wake);
+void AddSgmonCommand(Command& program) {
+  Command sgmon = program.AddGroup(
+      "sgmon", "See whether service-group monitoring is on, and wake its components", kExamples);
+  auto watch = sgmon.Add("watch", "Print what a component is told, as it comes", kExamples, Watch);
+  std::vector<std::pair<const char*, Component>> components;
+  for (const auto& row : kComponents) components.emplace_back(row.name, &row);
+  watch.Choice("COMPONENT", watch->component, components, "One of the components below").Required();
+  watch.Count("--for SECONDS", watch->seconds, "End after so many seconds", kSeconds);
+  watch.Json("One JSON object each time");
+  sgmon.Add("wake", "Make every component of this machine look again", kExamples, Wake);
 }
 
 }  // namespace vtctl

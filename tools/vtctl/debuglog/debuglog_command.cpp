@@ -1,31 +1,29 @@
 #include <vtclass/win32.h>
 
-#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-
+#include "log/debug/size_limits.h"
 #include "tools/vtctl/debuglog/follow.h"
 #include "tools/vtctl/debuglog/trace_file.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/wait.h"
 #include "vtclass/debug_log.h"
-#include "vtclass/product.h"
 #include "vtclass/settings_monitor.h"
 
 namespace vtctl {
 namespace {
 
 using namespace debuglog;
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kExamples =
     "A debug log is written only while \"CreateDebugLog\" is not 0, and goes by the other values "
@@ -48,39 +46,30 @@ constexpr const char* kExamples =
 
 constexpr DWORD kPollMilliseconds = 100;
 
-struct DebugLogArguments {
-  std::string file;
-  std::string text = "The quick brown fox jumps over the lazy dog";
-  unsigned long product = 0;
+/* What all of the group take. */
+struct FileArguments : CommonArguments {
+  Path file;
+};
+
+struct WriteArguments : FileArguments {
+  std::wstring text = L"The quick brown fox jumps over the lazy dog";
   unsigned lines = 10;
   unsigned interval = 100;
   unsigned threads = 1;
   unsigned seconds = 0;
   bool ansi = false;
-  bool json = false;
 };
 
-/* The system's form of the file's path; empty when it has none. */
-std::wstring PathOf(const DebugLogArguments& arguments) {
-  return SystemPath(FromUtf8(arguments.file));
-}
-
-int CannotOpen(const DebugLogArguments& arguments, DWORD status) {
-  return Fail(kExitNoInput,
-              L"\"" + FromUtf8(arguments.file) + L"\" cannot be opened: " + SystemText(status));
-}
-
-/* A moment at which to end; never, when the operator has set none. */
-class Deadline {
- public:
-  explicit Deadline(unsigned seconds)
-      : end(seconds == 0 ? 0 : ::GetTickCount64() + seconds * 1000ULL) {}
-
-  bool IsOver() const { return end != 0 && ::GetTickCount64() >= end; }
-
- private:
-  ULONGLONG end;
+struct FollowArguments : FileArguments {
+  unsigned lines = 10;
+  unsigned seconds = 0;
 };
+
+std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
+
+int CannotOpen(const Path& file, DWORD status) {
+  return Fail(kExitNoInput, Quoted(file) + L" cannot be opened: " + SystemText(status));
+}
 
 std::wstring Megabytes(unsigned long long bytes) { return std::to_wstring(bytes >> 20) + L" MB"; }
 
@@ -98,15 +87,14 @@ std::wstring LimitText(const DebugLogSettings& settings) {
       return L"one file that wraps at " + Megabytes(settings.maximumSize) + L" and keeps " +
              Megabytes(settings.retentionSize);
     default:
-      return L"none; a further file every 20 MB" + refused;
+      return L"none; a further file every " + Megabytes(vtclass::log::kSimpleRollSize) + refused;
   }
 }
 
 /* Lines of one thread, until they are all written or the command is to end. */
 struct Writing {
   DebugLog& log;
-  const DebugLogArguments& arguments;
-  const std::wstring text;
+  const WriteArguments& arguments;
   const Deadline deadline;
   std::atomic<unsigned> written = 0;
   std::atomic<unsigned> refused = 0;
@@ -114,9 +102,9 @@ struct Writing {
   void Run(unsigned thread) {
     for (unsigned n = 1; arguments.lines == 0 || n <= arguments.lines; ++n) {
       const int result = log.print(L"%s  thread %u  line %u  level %lu  %s\n", ClockTime().c_str(),
-                                   thread, n, log.GetLogLevel(), text.c_str());
+                                   thread, n, log.GetLogLevel(), arguments.text.c_str());
       ++(result ? written : refused);
-      if (arguments.interval != 0) ::WaitForSingleObject(InterruptEvent(), arguments.interval);
+      if (arguments.interval != 0) WaitFor(nullptr, arguments.interval);
       if (Interrupted() || deadline.IsOver()) return;
     }
   }
@@ -124,7 +112,7 @@ struct Writing {
 
 void PrintWritten(const DebugLog& log, const Writing& writing) {
   const std::wstring where =
-      writing.written == 0 ? L"" : L", the last ones to " + ShownPath(log.GetFileName());
+      writing.written == 0 ? L"" : L", the last ones to " + Path(log.GetFileName()).Shown();
   Print(L"Written: " + std::to_wstring(writing.written) + L" lines" + where + L"\n");
   const unsigned long long lost = log.GetLostLines();
   if (writing.refused > lost) {
@@ -135,15 +123,16 @@ void PrintWritten(const DebugLog& log, const Writing& writing) {
   }
 }
 
-int Write(const DebugLogArguments& arguments) {
+int Write(const WriteArguments& arguments) {
   StringResourceMgr messages;
   LogFileFactory factory(messages, arguments.ansi ? 0 : 1);
   /* The path is not stored: that value belongs to a component. */
-  const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(nullptr, PathOf(arguments).c_str()));
+  const std::unique_ptr<DebugLog> log(
+      factory.CreateDebugLog(nullptr, arguments.file.System().c_str()));
   const DebugLogSettings settings = log->GetSettings();
   if (settings.createDebugLog != 0 && log->GetErrorCode() != 0) {
-    return Fail(kExitCannotWrite, L"\"" + FromUtf8(arguments.file) + L"\" cannot be written: " +
-                                      SystemText(log->GetErrorCode()));
+    return Fail(kExitCannotWrite,
+                Quoted(arguments.file) + L" cannot be written: " + SystemText(log->GetErrorCode()));
   }
   Print(L"Limits: " + LimitText(settings) + L"\n");
   if (settings.createDebugLog == 0) {
@@ -151,7 +140,7 @@ int Write(const DebugLogArguments& arguments) {
         L"vtctl: The log is off, so nothing is written until it is switched on: "
         L"vtctl settings set CreateDebugLog 1\n");
   }
-  Writing writing{*log, arguments, FromUtf8(arguments.text), Deadline(arguments.seconds)};
+  Writing writing{*log, arguments, Deadline(arguments.seconds)};
   std::vector<std::thread> others;
   for (unsigned n = 2; n <= arguments.threads; ++n) others.emplace_back([&, n] { writing.Run(n); });
   writing.Run(1);
@@ -161,13 +150,15 @@ int Write(const DebugLogArguments& arguments) {
   return writing.refused == 0 ? kExitClean : kExitWarnings;
 }
 
-int Follow(const DebugLogArguments& arguments) {
+int Follow(const FollowArguments& arguments) {
   Follower follower(
-      PathOf(arguments), [](const std::wstring& text) { Print(text); },
+      arguments.file, [](const std::wstring& text) { Print(text); },
       [](const std::wstring& sentence) { PrintError(L"vtctl: " + sentence + L"\n"); });
   const Deadline deadline(arguments.seconds);
-  if (const DWORD status = follower.Start(arguments.lines)) return CannotOpen(arguments, status);
-  while (::WaitForSingleObject(InterruptEvent(), kPollMilliseconds) == WAIT_TIMEOUT) {
+  if (const DWORD status = follower.Start(arguments.lines)) {
+    return CannotOpen(arguments.file, status);
+  }
+  while (WaitFor(nullptr, kPollMilliseconds) == WaitEnd::timeOut) {
     follower.Poll();
     if (deadline.IsOver()) return kExitClean;
   }
@@ -180,9 +171,9 @@ const char* ModeName(const DebugLogSettings& settings) {
   return settings.mode == DebugLogSettings::wraps ? "wrap" : "simple-roll";
 }
 
-Json InfoAsJson(const std::wstring& path, const TraceFile& file,
-                const std::vector<RotatedFile>& rotated, const DebugLogSettings& settings) {
-  Json json = {{"file", ToUtf8(ShownPath(path))},
+Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
+                const DebugLogSettings& settings) {
+  Json json = {{"file", ToUtf8(path.Shown())},
                {"size", file.Size()},
                {"encoding", file.TextEncoding() == Encoding::utf16 ? "UTF-16" : "ANSI"},
                {"rotated", Json::array()},
@@ -194,108 +185,85 @@ Json InfoAsJson(const std::wstring& path, const TraceFile& file,
                {"count", settings.count},
                {"extension", ToUtf8(settings.extension)}};
   for (const RotatedFile& one : rotated) {
-    json["rotated"].push_back({{"file", ToUtf8(ShownPath(one.path))}, {"size", one.size}});
+    json["rotated"].push_back({{"file", ToUtf8(one.path.Shown())}, {"size", one.size}});
   }
   return json;
 }
 
-void PrintInfo(const std::wstring& path, const TraceFile& file,
-               const std::vector<RotatedFile>& rotated, const DebugLogSettings& settings) {
+void PrintInfo(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
+               const DebugLogSettings& settings) {
   const bool wide = file.TextEncoding() == Encoding::utf16;
-  std::wstring text = L"File:      " + ShownPath(path) + L"\nSize:      " +
+  std::wstring text = L"File:      " + path.Shown() + L"\nSize:      " +
                       std::to_wstring(file.Size()) + L" bytes\nEncoding:  " +
                       (wide ? L"UTF-16" : L"ANSI") + L"\nRotated:   " +
                       (rotated.empty() ? L"none" : std::to_wstring(rotated.size())) +
                       (rotated.size() > 1 ? L", oldest first\n" : L"\n");
   for (const RotatedFile& one : rotated) {
-    text += L"  " + ShownPath(one.path) + L"  " + std::to_wstring(one.size) + L" bytes\n";
+    text += L"  " + one.path.Shown() + L"  " + std::to_wstring(one.size) + L" bytes\n";
   }
   text += L"Switch:    CreateDebugLog is " + std::to_wstring(settings.createDebugLog) +
           (settings.createDebugLog != 0 ? L", on\n" : L", off\n");
   Print(text + L"Limits:    " + LimitText(settings) + L"\n");
 }
 
-int Info(const DebugLogArguments& arguments) {
-  const std::wstring path = PathOf(arguments);
+int Info(const FileArguments& arguments) {
+  const Path& path = arguments.file;
   TraceFile file;
-  const DWORD status = path.empty() ? ::GetLastError() : file.Open(path);
-  if (status != ERROR_SUCCESS) return CannotOpen(arguments, status);
+  if (const DWORD status = file.Open(path)) return CannotOpen(path, status);
   const std::vector<RotatedFile> rotated = RotatedFilesOf(path);
   /* The limits as a component reads them, by a log that opens no file. */
   StringResourceMgr messages;
   const DebugLogSettings settings = DebugLog(messages, 1, nullptr).GetSettings();
   if (arguments.json) {
-    PrintUtf8(InfoAsJson(path, file, rotated, settings).dump(2) + "\n");
+    PrintJson(InfoAsJson(path, file, rotated, settings));
   } else {
     PrintInfo(path, file, rotated, settings);
   }
   return kExitClean;
 }
 
-using Operation = int (*)(const DebugLogArguments&);
+/* Ends the monitor that a log has started. */
+template <typename Arguments, int (*operation)(const Arguments&)>
+int Monitored(const Arguments& arguments) {
+  const int result = operation(arguments);
+  SettingsMonitor::DestroyInstance();
+  return result;
+}
 
-CLI::App* AddOperation(CLI::App& group, ChosenCommand& chosen, const char* name,
-                       const char* description, const std::shared_ptr<DebugLogArguments>& arguments,
-                       Operation operation) {
-  CLI::App* command = group.add_subcommand(name, description);
-  command->add_option("FILE", arguments->file, "The debug log")->required()->option_text("FILE");
-  command->add_option("--product", arguments->product, "1 for the sibling product's registry root")
-      ->option_text("N");
-  command->footer(kExamples);
-  command->callback([&chosen, arguments, operation] {
-    chosen.run = [arguments, operation] {
-      CMS_SetProd(arguments->product);
-      const int result = operation(*arguments);
-      SettingsMonitor::DestroyInstance();
-      return result;
-    };
-  });
+template <typename Arguments>
+CommandWith<Arguments> AddOperation(Command& group, const char* name, const char* description,
+                                    int (*operation)(const Arguments&)) {
+  CommandWith<Arguments> command = group.Add(name, description, kExamples, operation);
+  command.File("FILE FILE", command->file, "The debug log").Required();
   return command;
 }
 
-void AddSeconds(CLI::App* command, const std::shared_ptr<DebugLogArguments>& arguments) {
-  command->add_option("--for", arguments->seconds, "End after so many seconds")
-      ->check(CLI::Range(1U, 1000000U))
-      ->option_text("SECONDS");
-}
-
-void AddWriteOptions(CLI::App* write, const std::shared_ptr<DebugLogArguments>& arguments) {
-  write->add_option("--lines", arguments->lines, "Lines of each thread, 0 for no end (10)")
-      ->option_text("N");
-  write->add_option("--interval", arguments->interval, "Milliseconds between two of them (100)")
-      ->check(CLI::Range(0U, 3600000U))
-      ->option_text("MS");
-  write->add_option("--threads", arguments->threads, "Threads that share the log, 1 to 64 (1)")
-      ->check(CLI::Range(1U, 64U))
-      ->option_text("N");
-  write->add_option("--text", arguments->text, "What each line ends with")->option_text("TEXT");
-  write->add_flag("--ansi", arguments->ansi, "Write in the ANSI code page, not in UTF-16");
-}
+constexpr const char* kForText = "End after so many seconds";
 
 }  // namespace
 
-void AddDebugLogCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* group =
-      app.add_subcommand("debuglog", "Follow, examine and try out the debug logs of components");
-  group->require_subcommand(1);
-  group->footer(kExamples);
-  const auto arguments = std::make_shared<DebugLogArguments>();
-
-  CLI::App* write = AddOperation(*group, chosen, "write",
-                                 "Write lines as a component does, following the settings live",
-                                 arguments, Write);
-  AddWriteOptions(write, arguments);
-  AddSeconds(write, arguments);
-  CLI::App* follow =
-      AddOperation(*group, chosen, "follow", "Print the last lines and what comes; Ctrl+C ends it",
-                   arguments, Follow);
-  follow->add_option("--lines", arguments->lines, "How many lines to begin with (10)")
-      ->option_text("N");
-  AddSeconds(follow, arguments);
-  CLI::App* info =
-      AddOperation(*group, chosen, "info",
-                   "Print size, encoding, rotated files and the limits in force", arguments, Info);
-  info->add_flag("--json", arguments->json, "One JSON object");
+void AddDebugLogCommand(Command& program) {
+  Command group = program.AddGroup(
+      "debuglog", "Follow, examine and try out the debug logs of components", kExamples);
+  auto write =
+      AddOperation(group, "write", "Write lines as a component does, following the settings live",
+                   Monitored<WriteArguments, Write>);
+  write.Count("--lines N", write->lines, "Lines of each thread, 0 for no end (10)");
+  write.Count("--interval MS", write->interval, "Milliseconds between two of them (100)",
+              NumberRange<unsigned>{0, 3600000});
+  write.Count("--threads N", write->threads, "Threads that share the log, 1 to 64 (1)",
+              NumberRange<unsigned>{1, 64});
+  write.Text("--text TEXT", write->text, "What each line ends with");
+  write.Flag("--ansi", write->ansi, "Write in the ANSI code page, not in UTF-16");
+  write.Count("--for SECONDS", write->seconds, kForText, kSeconds);
+  auto follow =
+      AddOperation(group, "follow", "Print the last lines and what comes; Ctrl+C ends it", Follow);
+  follow.Count("--lines N", follow->lines, "How many lines to begin with (10)");
+  follow.Count("--for SECONDS", follow->seconds, kForText, kSeconds);
+  auto info =
+      AddOperation(group, "info", "Print size, encoding, rotated files and the limits in force",
+                   Monitored<FileArguments, Info>);
+  info.Json("One JSON object");
 }
 
 }  // namespace vtctl

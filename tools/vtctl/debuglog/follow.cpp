@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/vtctl/shared/paths.h"
+#include "log/debug/size_limits.h"
 
 namespace vtctl::debuglog {
 namespace {
@@ -13,13 +13,11 @@ constexpr std::size_t kChunk = 0x40000;
 constexpr std::size_t kRemembered = 4096;
 /* A line that is longer is shown in pieces. */
 constexpr std::size_t kLongestLine = 0x100000;
-/* At this size a log without limits goes on in a further file. */
-constexpr uint64_t kSimpleRollSize = 0x1400000;
 
 }  // namespace
 
-Follower::Follower(std::wstring systemPath, Sink print, Sink notice)
-    : firstPath(std::move(systemPath)),
+Follower::Follower(Path log, Sink print, Sink notice)
+    : firstPath(std::move(log)),
       path(firstPath),
       print(std::move(print)),
       notice(std::move(notice)) {}
@@ -121,7 +119,7 @@ void Follower::FindPlaceAfterWrap() {
     if (begin == 0) break;
     end = begin + wanted.size() - 1;
   }
-  notice(ShownPath(path) + L" has wrapped; lines in between are missing here.");
+  notice(path.Shown() + L" has wrapped; lines in between are missing here.");
   pending.clear();
   position = 0;
 }
@@ -177,8 +175,8 @@ void Follower::GoTo(TraceFile&& next) {
 
 /* An older file of that name may lie about from an earlier run. */
 bool Follower::GoToFurtherFile() {
-  if (file.Size() < kSimpleRollSize) return false;
-  const std::wstring next = FurtherName(firstPath, number);
+  if (file.Size() < vtclass::log::kSimpleRollSize) return false;
+  const Path next(FurtherName(firstPath.System(), number));
   TraceFile opened;
   if (opened.Open(next) != ERROR_SUCCESS) return false;
   const FILETIME theirs = opened.LastWrite();
@@ -188,7 +186,7 @@ bool Follower::GoToFurtherFile() {
   Flush();
   path = next;
   ++number;
-  notice(L"The log goes on in " + ShownPath(path) + L".");
+  notice(L"The log goes on in " + path.Shown() + L".");
   GoTo(std::move(opened));
   return true;
 }

@@ -27,7 +27,7 @@ class Follower {
   using Sink = std::function<void(const std::wstring&)>;
 
   /* `print` takes the log's text, `notice` a sentence for the operator. */
-  Follower(std::wstring systemPath, Sink print, Sink notice);
+  Follower(Path log, Sink print, Sink notice);
 
   /* Opens the log and prints its last lines. The system's status. */
   DWORD Start(std::size_t lines);
@@ -37,7 +37,7 @@ class Follower {
 
  private:
   struct Successor {
-    std::wstring path;
+    Path path;
     std::optional<FileIdentity> identity; /* none for the live file */
     bool isGap = false;
   };
@@ -54,8 +54,8 @@ class Follower {
   void GoTo(TraceFile&& next);
   bool GoToFurtherFile();
 
-  const std::wstring firstPath;
-  std::wstring path; /* of the live file */
+  const Path firstPath;
+  Path path; /* of the live file */
   const Sink print;
   const Sink notice;
   TraceFile file; /* open while it is looked at */

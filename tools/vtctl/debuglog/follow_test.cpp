@@ -54,7 +54,7 @@ class FollowerTest : public vtclass::test::DebugLogTest {
   }
   void Follow(std::size_t lines) {
     follower = std::make_unique<Follower>(
-        SystemPath(path), [this](const std::wstring& text) { shown += text; },
+        Path(path), [this](const std::wstring& text) { shown += text; },
         [this](const std::wstring&) { ++notices; });
     ASSERT_EQ(follower->Start(lines), 0u);
   }
@@ -123,10 +123,10 @@ TEST_F(FollowerTest, OpenFiles_KeepNobodyFromAnything) {
   Begin(1);
   Print(1);
   TraceFile live;
-  ASSERT_EQ(live.Open(SystemPath(path)), 0u);
+  ASSERT_EQ(live.Open(Path(path)), 0u);
   EXPECT_TRUE(log->Open(DebugLog::openAppend, path.c_str()) && log->Close());
   EXPECT_TRUE(::MoveFileW(path.c_str(), Rotated(1).c_str()));
-  EXPECT_EQ(RotatedFilesOf(SystemPath(path)).at(0).index, live.Identity().index);
+  EXPECT_EQ(RotatedFilesOf(Path(path)).at(0).index, live.Identity().index);
   EXPECT_TRUE(::DeleteFileW(Rotated(1).c_str()));
 }
 

@@ -44,8 +44,9 @@ void ForEachEntry(HANDLE folder, Take take) {
 
 }  // namespace
 
-DWORD TraceFile::Open(const std::wstring& systemPath) {
-  OwnedFile opened = OpenShared(systemPath, GENERIC_READ, FILE_ATTRIBUTE_NORMAL);
+DWORD TraceFile::Open(const Path& path) {
+  if (path.Error() != ERROR_SUCCESS) return path.Error();
+  OwnedFile opened = OpenShared(path.System(), GENERIC_READ, FILE_ATTRIBUTE_NORMAL);
   if (!opened) return ::GetLastError();
   file = std::move(opened);
   return ERROR_SUCCESS;
@@ -78,7 +79,8 @@ std::string TraceFile::Read(uint64_t position, std::size_t most) const {
   return bytes;
 }
 
-std::vector<RotatedFile> RotatedFilesOf(const std::wstring& livePath) {
+std::vector<RotatedFile> RotatedFilesOf(const Path& live) {
+  const std::wstring& livePath = live.System();
   const std::size_t name = livePath.find_last_of(L'\\') + 1;
   const std::wstring folder = livePath.substr(0, name);
   std::vector<RotatedFile> files;
@@ -87,7 +89,8 @@ std::vector<RotatedFile> RotatedFilesOf(const std::wstring& livePath) {
       listed.Get(), [&](const FILE_ID_BOTH_DIR_INFO& entry, const std::wstring& entryName) {
         const auto part = RotatedPartOf(std::wstring_view(livePath).substr(name), entryName);
         if (!part || (entry.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return;
-        files.push_back({folder + entryName, *part, static_cast<uint64_t>(entry.EndOfFile.QuadPart),
+        files.push_back({Path(folder + entryName), *part,
+                         static_cast<uint64_t>(entry.EndOfFile.QuadPart),
                          static_cast<uint64_t>(entry.FileId.QuadPart)});
       });
   std::ranges::sort(files, {}, [](const RotatedFile& file) {

@@ -9,6 +9,7 @@
 
 #include "platform/owned.h"
 #include "tools/vtctl/debuglog/trace_text.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl::debuglog {
 
@@ -23,8 +24,8 @@ struct FileIdentity {
 /* A file of a debug log, opened so that its writer may go on writing, moving and deleting it. */
 class TraceFile {
  public:
-  /* The system's status. */
-  DWORD Open(const std::wstring& systemPath);
+  /* The system's status, also of a path that it does not take. */
+  DWORD Open(const Path& path);
   void Close() { file.Reset(); }
   bool IsOpen() const { return static_cast<bool>(file); }
 
@@ -42,7 +43,7 @@ class TraceFile {
 
 /* A rotated file, as its name said at one moment. */
 struct RotatedFile {
-  std::wstring path;
+  Path path;
   RotatedPart part;
   uint64_t size = 0;
   uint64_t index = 0; /* of its identity: the volume is that of all files of the folder */
@@ -51,7 +52,7 @@ struct RotatedFile {
 /* The rotated files of a log, oldest first; those of different extensions one after the other. None
  * of them is opened: the name of one that is deleted meanwhile would stay as long as it is open,
  * and its writer could move no other file there. */
-std::vector<RotatedFile> RotatedFilesOf(const std::wstring& livePath);
+std::vector<RotatedFile> RotatedFilesOf(const Path& live);
 
 }  // namespace vtctl::debuglog
 

@@ -1,12 +1,10 @@
 #include <vtclass/win32.h>
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 #include "joblog/code_filter.h"
 #include "joblog/html_view.h"
@@ -16,6 +14,7 @@
 #include "joblog/text_view.h"
 #include "tools/vtctl/joblog/joblog_files.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/interrupt.h"
 #include "tools/vtctl/shared/paths.h"
@@ -44,13 +43,13 @@ constexpr const char* kExamples =
     "65 no job log, 66 the file cannot be read, 73 the page cannot be written. They tell what is\n"
     "shown: --code leaves the other messages out.";
 
-struct ShowArguments {
-  std::string file;
-  std::string html;
-  std::string colour = "auto";
-  std::vector<std::string> codes;
-  bool json = false;
-  bool noColour = false;
+enum class Colours { automatic, always, never };
+
+struct ShowArguments : CommonArguments {
+  Path file;
+  Path html;
+  std::vector<std::wstring> codes;
+  Colours colours = Colours::automatic;
 };
 
 /* Gathers lines, so that a long log is not a system call a line. */
@@ -71,12 +70,12 @@ class Output {
   std::string buffer;
 };
 
-std::wstring Quoted(const std::string& path) { return L"\"" + FromUtf8(path) + L"\""; }
+std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
 
-bool WantsColour(const ShowArguments& arguments) {
-  if (arguments.noColour || arguments.colour == "never") return false;
+bool WantsColour(Colours colours) {
   /* Asked in any case: the question switches the terminal's colours on. */
-  return OutputIsTerminal() || arguments.colour == "always";
+  const bool isTerminal = ColoursWanted();
+  return colours == Colours::automatic ? isTerminal : colours == Colours::always;
 }
 
 int ExitCodeOf(Severity verdict) {
@@ -84,17 +83,20 @@ int ExitCodeOf(Severity verdict) {
   return verdict == Severity::kWarning ? kExitWarnings : kExitClean;
 }
 
-std::string FileNameOf(const std::string& path) {
-  return path.substr(path.find_last_of("\\/:") + 1); /* npos + 1 is 0 */
+/* As the operator wrote it, for the page's title. */
+std::string NameOf(const Path& file) {
+  const std::wstring& path = file.Written();
+  return ToUtf8(path.substr(path.find_last_of(L"\\/:") + 1)); /* npos + 1 is 0 */
 }
 
 /* One run of the command. */
 class Show {
  public:
-  explicit Show(const ShowArguments& given)
+  Show(const ShowArguments& given, std::vector<std::string> codes)
       : arguments(given),
-        text([this](std::string_view lines) { output.Add(lines); }, WantsColour(given)),
-        page(FileNameOf(given.file)) {}
+        codes(std::move(codes)),
+        text([this](std::string_view lines) { output.Add(lines); }, WantsColour(given.colours)),
+        page(NameOf(given.file)) {}
 
   int Run();
 
@@ -104,10 +106,13 @@ class Show {
   void Handle(const Event& event);
   int Close();
   int WritePage();
+  int PageFailure(DWORD status) const;
+
+  bool WantsPage() const { return !arguments.html.Written().empty(); }
 
   const ShowArguments& arguments;
+  const std::vector<std::string> codes;
   LogInput input;
-  std::wstring pagePath;
   Output output;
   TextView text;
   HtmlView page;
@@ -115,35 +120,34 @@ class Show {
 };
 
 int Show::Open() {
-  const std::wstring path = SystemPath(FromUtf8(arguments.file));
-  const DWORD status = path.empty() ? ::GetLastError() : input.Open(path);
-  if (status != ERROR_SUCCESS) {
+  if (const DWORD status = input.Open(arguments.file)) {
     return Fail(kExitNoInput, Quoted(arguments.file) + L" cannot be opened: " + SystemText(status));
   }
-  if (arguments.html.empty()) return kExitClean;
-  pagePath = SystemPath(FromUtf8(arguments.html));
-  if (pagePath.empty()) {
-    return Fail(kExitCannotWrite,
-                Quoted(arguments.html) + L" cannot be written: " + SystemText(::GetLastError()));
-  }
-  if (input.IsSameFile(pagePath)) {
+  if (!WantsPage()) return kExitClean;
+  if (arguments.html.Error() != ERROR_SUCCESS) return PageFailure(arguments.html.Error());
+  if (input.IsSameFile(arguments.html)) {
     return Fail(kExitUsage, L"--html would overwrite the job log itself.");
   }
   return kExitClean;
 }
 
+int Show::PageFailure(DWORD status) const {
+  return Fail(kExitCannotWrite,
+              Quoted(arguments.html) + L" cannot be written: " + SystemText(status));
+}
+
 void Show::Handle(const Event& event) {
   tally.Add(event);
-  if (!arguments.html.empty()) page.Handle(event);
+  if (WantsPage()) page.Handle(event);
   if (arguments.json) {
     output.Add(JsonLine(event));
-  } else if (arguments.html.empty()) {
+  } else if (!WantsPage()) {
     text.Handle(event);
   }
 }
 
 int Show::Read() {
-  CodeFilter filter(arguments.codes, [this](const Event& event) { Handle(event); });
+  CodeFilter filter(codes, [this](const Event& event) { Handle(event); });
   JobLogReader reader([this](char* to, std::size_t room) { return input.Read(to, room); });
   Event event;
   while (reader.Next(event)) {
@@ -164,12 +168,9 @@ int Show::Read() {
 }
 
 int Show::WritePage() {
-  const DWORD status = WriteWholeFile(pagePath, page.Page(tally, input.IsOpenElsewhere()));
-  if (status != ERROR_SUCCESS) {
-    return Fail(kExitCannotWrite,
-                Quoted(arguments.html) + L" cannot be written: " + SystemText(status));
-  }
-  if (!arguments.json) output.Add("\nPage: " + ToUtf8(ShownPath(pagePath)) + "\n");
+  const DWORD status = WriteWholeFile(arguments.html, page.Page(tally, input.IsOpenElsewhere()));
+  if (status != ERROR_SUCCESS) return PageFailure(status);
+  if (!arguments.json) output.Add("\nPage: " + ToUtf8(arguments.html.Shown()) + "\n");
   return kExitClean;
 }
 
@@ -179,7 +180,7 @@ int Show::Close() {
   } else {
     text.Close(tally, input.IsOpenElsewhere());
   }
-  if (!arguments.html.empty()) {
+  if (WantsPage()) {
     if (const int failed = WritePage()) return failed;
   }
   return ExitCodeOf(tally.Verdict());
@@ -191,40 +192,30 @@ int Show::Run() {
   return Close();
 }
 
-int RunShow(ShowArguments arguments) {
-  for (std::string& code : arguments.codes) {
-    const std::string normal = NormalCode(code);
-    if (normal.empty()) {
-      return Fail(kExitUsage,
-                  Quoted(code) + L" is no message identifier such as Q-79-57344-33928.");
-    }
-    code = normal;
+int RunShow(const ShowArguments& arguments) {
+  std::vector<std::string> codes;
+  for (const std::wstring& code : arguments.codes) {
+    codes.push_back(NormalCode(ToUtf8(code)));
+    if (!codes.back().empty()) continue;
+    return Fail(kExitUsage,
+                L"\"" + code + L"\" is no message identifier such as Q-79-57344-33928.");
   }
-  return Show(arguments).Run();
+  return Show(arguments, std::move(codes)).Run();
 }
 
 }  // namespace
 
-void AddJobLogCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* group = app.add_subcommand("joblog", "Read the job logs that the product writes");
-  group->require_subcommand(1);
-  const auto arguments = std::make_shared<ShowArguments>();
-  CLI::App* show = group->add_subcommand("show", "Show a job log as people read it");
-  show->add_option("FILE", arguments->file, "The job log")->required()->option_text("FILE");
-  show->add_option("--code", arguments->codes,
-                   "Show only messages with this identifier; repeatable")
-      ->allow_extra_args(false) /* or it would swallow a FILE that follows */
-      ->option_text("Q-79-N-N");
-  show->add_option("--html", arguments->html, "Write one self-contained page for a browser")
-      ->option_text("OUT");
-  show->add_flag("--json", arguments->json, "Print one JSON object a line");
-  show->add_option("--color", arguments->colour, "Colours: auto, always, never (auto)")
-      ->transform(CLI::IsMember({"auto", "always", "never"}))
-      ->option_text("WHEN");
-  show->add_flag("--no-color", arguments->noColour, "Print without colours");
-  show->footer(kExamples);
-  show->callback(
-      [&chosen, arguments] { chosen.run = [arguments] { return RunShow(*arguments); }; });
+void AddJobLogCommand(Command& program) {
+  Command group = program.AddGroup("joblog", "Read the job logs that the product writes");
+  auto show = group.Add("show", "Show a job log as people read it", kExamples, RunShow);
+  show.File("FILE FILE", show->file, "The job log").Required();
+  show.Texts("--code Q-79-N-N", show->codes, "Show only messages with this identifier; repeatable");
+  show.File("--html OUT", show->html, "Write one self-contained page for a browser");
+  show.Json("Print one JSON object a line");
+  show.Choice<Colours>(
+      "--color WHEN", show->colours,
+      {{"auto", Colours::automatic}, {"always", Colours::always}, {"never", Colours::never}},
+      "Colours: auto, always, never (auto)");
 }
 
 }  // namespace vtctl

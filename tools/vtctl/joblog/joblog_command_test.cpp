@@ -170,8 +170,8 @@ TEST_F(JobLogCommand, Reader_ShutsNoWriterOut) {
   {
     const ImportHook<decltype(::CreateFileW)> hook(
         "KERNEL32.dll", "CreateFileW", &OpenWithAnAgentBeside, ::GetModuleHandleW(nullptr));
-    EXPECT_EQ(input.Open(path), 0u);
-    EXPECT_TRUE(input.IsSameFile(path));
+    EXPECT_EQ(input.Open(Path(path)), 0u);
+    EXPECT_TRUE(input.IsSameFile(Path(path)));
   }
   EXPECT_EQ(refusals, 0);
   EXPECT_TRUE(AgentGetsIn());
@@ -208,7 +208,7 @@ TEST_F(JobLogCommand, Reader_AsksWhoElseHasTheLog) {
     userAnswer = row.answer;
     users = row.users;
     LogInput input;
-    EXPECT_EQ(input.Open(path), 0u);
+    EXPECT_EQ(input.Open(Path(path)), 0u);
     EXPECT_EQ(input.IsOpenElsewhere(), row.open) << row.answer;
   }
 }
@@ -247,7 +247,7 @@ DWORD WriteHooked(const std::wstring& path, std::string_view bytes) {
                                                    self);
   const ImportHook<decltype(::MoveFileExW)> move("KERNEL32.dll", "MoveFileExW", &Move, self);
   const ImportHook<decltype(::WriteFile)> write("KERNEL32.dll", "WriteFile", &WriteAPart, self);
-  return WriteWholeFile(path, bytes);
+  return WriteWholeFile(Path(path), bytes);
 }
 
 /* A page goes through a new file of a name that nobody can foresee, and nothing of it stays. */
@@ -266,7 +266,7 @@ TEST_F(JobLogCommand, Page_IsThereWholeOrNotAtAll) {
     EXPECT_EQ(WriteHooked(page, "a page of more bytes"), failure);
     EXPECT_EQ(FileBytes(page), failure != 0 ? "before" : "a page of more bytes");
     ASSERT_EQ(created.size(), 2u);
-    EXPECT_TRUE(created[1].starts_with(page + L".")) << "not beside the page";
+    EXPECT_TRUE(created[1].starts_with(Path(page).System() + L".")) << "not beside the page";
     EXPECT_EQ(::GetFileAttributesW(created[1].c_str()), INVALID_FILE_ATTRIBUTES);
     names.insert(created.begin(), created.end());
   }
@@ -276,19 +276,19 @@ TEST_F(JobLogCommand, Page_IsThereWholeOrNotAtAll) {
 TEST(WriteWholeFile, Failure_LeavesTheOldFileAndNothingElse) {
   const ScratchFolder folder;
   const std::wstring path = folder / L"page.html";
-  EXPECT_EQ(WriteWholeFile(path, "old"), ERROR_SUCCESS);
+  EXPECT_EQ(WriteWholeFile(Path(path), "old"), ERROR_SUCCESS);
   {
     LogInput reader;
-    ASSERT_EQ(reader.Open(path), ERROR_SUCCESS);
-    EXPECT_TRUE(reader.IsSameFile(path));
+    ASSERT_EQ(reader.Open(Path(path)), ERROR_SUCCESS);
+    EXPECT_TRUE(reader.IsSameFile(Path(path)));
   }
   ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
   const HANDLE held =
       ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                     nullptr, OPEN_EXISTING, 0, nullptr);
   LogInput reader;
-  EXPECT_EQ(reader.Open(path), ERROR_SUCCESS);
-  EXPECT_NE(WriteWholeFile(path, "new"), ERROR_SUCCESS);
+  EXPECT_EQ(reader.Open(Path(path)), ERROR_SUCCESS);
+  EXPECT_NE(WriteWholeFile(Path(path), "new"), ERROR_SUCCESS);
   ::CloseHandle(held);
   EXPECT_EQ(FileBytes(path), "old");
   WIN32_FIND_DATAW found = {};

@@ -37,11 +37,11 @@ std::optional<bool> AskWhetherOpenElsewhere(HANDLE file) {
   return std::ranges::any_of(ids, [](ULONG_PTR id) { return id != ::GetCurrentProcessId(); });
 }
 
-/* A new file beside `systemPath` with a name that nobody can have prepared. */
-DWORD MakeBeside(const std::wstring& systemPath, std::wstring& path, OwnedFile& file) {
+/* A new file beside `place` with a name that nobody can have prepared. */
+DWORD MakeBeside(const Path& place, std::wstring& path, OwnedFile& file) {
   std::random_device random;
   for (int attempts = 0; attempts < 16; ++attempts) {
-    path = systemPath + L".vtctl-" + std::to_wstring(random()) + std::to_wstring(random());
+    path = place.System() + L".vtctl-" + std::to_wstring(random()) + std::to_wstring(random());
     file.Reset(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                              FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file) return ERROR_SUCCESS;
@@ -64,8 +64,9 @@ DWORD WriteAll(HANDLE file, std::string_view bytes) {
 
 }  // namespace
 
-DWORD LogInput::Open(const std::wstring& systemPath) {
-  file.Reset(::CreateFileW(systemPath.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+DWORD LogInput::Open(const Path& path) {
+  if (path.Error() != ERROR_SUCCESS) return path.Error();
+  file.Reset(::CreateFileW(path.System().c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return ::GetLastError();
   isOpenElsewhere = AskWhetherOpenElsewhere(file.Get());
@@ -80,8 +81,8 @@ std::size_t LogInput::Read(char* to, std::size_t room) {
   return 0;
 }
 
-bool LogInput::IsSameFile(const std::wstring& systemPath) const {
-  const OwnedFile other(::CreateFileW(systemPath.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+bool LogInput::IsSameFile(const Path& path) const {
+  const OwnedFile other(::CreateFileW(path.System().c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr));
   BY_HANDLE_FILE_INFORMATION mine = {}, its = {};
   return Identify(file.Get(), mine) && Identify(other.Get(), its) &&
@@ -89,14 +90,14 @@ bool LogInput::IsSameFile(const std::wstring& systemPath) const {
          mine.nFileIndexHigh == its.nFileIndexHigh && mine.nFileIndexLow == its.nFileIndexLow;
 }
 
-DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes) {
+DWORD WriteWholeFile(const Path& path, std::string_view bytes) {
   std::wstring temporary;
   OwnedFile file;
-  if (const DWORD failure = MakeBeside(systemPath, temporary, file)) return failure;
+  if (const DWORD failure = MakeBeside(path, temporary, file)) return failure;
   DWORD status = WriteAll(file.Get(), bytes);
   file.Reset();
   if (status == ERROR_SUCCESS &&
-      !::MoveFileExW(temporary.c_str(), systemPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+      !::MoveFileExW(temporary.c_str(), path.System().c_str(), MOVEFILE_REPLACE_EXISTING)) {
     status = ::GetLastError();
   }
   if (status != ERROR_SUCCESS) ::DeleteFileW(temporary.c_str());

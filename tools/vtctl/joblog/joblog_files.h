@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/owned.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 
@@ -16,7 +17,7 @@ namespace vtctl {
 class LogInput {
  public:
   /* The system's status. Nobody else is refused the file, at no moment. */
-  DWORD Open(const std::wstring& systemPath);
+  DWORD Open(const Path& path);
 
   /* 0 at the end and after a failure, which Error tells. */
   std::size_t Read(char* to, std::size_t room);
@@ -25,7 +26,7 @@ class LogInput {
   /* Whether another program had the log open then; nothing when the system cannot tell. */
   std::optional<bool> IsOpenElsewhere() const { return isOpenElsewhere; }
   /* True when the path leads to this very file. */
-  bool IsSameFile(const std::wstring& systemPath) const;
+  bool IsSameFile(const Path& path) const;
 
  private:
   vtclass::platform::OwnedFile file;
@@ -35,7 +36,7 @@ class LogInput {
 
 /* Writes a file that is there whole or not at all: it is written beside its place and then moved.
  * The system's status. */
-DWORD WriteWholeFile(const std::wstring& systemPath, std::string_view bytes);
+DWORD WriteWholeFile(const Path& path, std::string_view bytes);
 
 }  // namespace vtctl
 

@@ -1,14 +1,15 @@
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
+#include "config/product_keys.h"
 #include "tools/vtctl/registry/key_reader.h"
 #include "tools/vtctl/registry/watch.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/value.h"
@@ -22,22 +23,34 @@ constexpr const char* kExamples =
     "HKLM.\n"
     "\n"
     "Examples:\n"
-    "  vtctl registry list \"Software\\Norvane\\Vantorel For Windows\\Vantorel\"\n"
+    "  vtctl registry list \"" VTCLASS_PRODUCT_ROOT
+    "\"\n"
     "  vtctl registry get HKCU\\Software\\Test Level\n"
     "  vtctl registry set HKCU\\Software\\Test Level 3 --type dword\n"
     "  vtctl registry set HKCU\\Software\\Test Mask \"0f ff 00\" --type binary\n"
     "  vtctl registry set HKCU\\Software\\Test Servers alpha beta --type multi\n"
     "  vtctl registry watch HKCU\\Software\\Test --count 1 --timeout 60";
 
-/* The words of the command line, in UTF-8 as the parser stores them. */
-struct RegistryArguments {
-  std::string key;
-  std::string value;
-  std::vector<std::string> data;
-  std::string type = "sz";
-  std::string machine;
-  std::string view;
-  bool json = false;
+/* What all of the group take. */
+struct KeyArguments : CommonArguments {
+  std::optional<KeyPath> key;
+  std::wstring machine;
+  unsigned view = 0;
+
+  KeyTarget Target() const { return {*key, machine, view}; }
+};
+
+struct GetArguments : KeyArguments {
+  std::wstring value;
+};
+
+struct SetArguments : KeyArguments {
+  std::wstring value;
+  std::vector<std::wstring> data;
+  DWORD type = REG_SZ;
+};
+
+struct WatchArguments : KeyArguments {
   unsigned count = 0;
   unsigned timeout = 0;
 };
@@ -47,37 +60,26 @@ std::wstring StatusText(const Configuration& key) {
   return SystemText(static_cast<unsigned long>(key.GetErrorCode()));
 }
 
-bool ReadTarget(const RegistryArguments& arguments, KeyTarget& target) {
-  const auto path = ParseKeyPath(FromUtf8(arguments.key));
-  if (!path) return false;
-  target.path = *path;
-  target.machine = FromUtf8(arguments.machine);
-  if (arguments.view == "64") target.view = Configuration::access64BitView;
-  if (arguments.view == "32") target.view = Configuration::access32BitView;
-  return true;
-}
-
 bool Open(Configuration& key, const KeyTarget& target, Configuration::openMode mode,
           unsigned access) {
   return key.Open(mode, target.path.subkey.c_str(), target.machine.c_str(), access | target.view);
 }
 
-int Get(const KeyTarget& target, const RegistryArguments& arguments) {
+int Get(const GetArguments& arguments) {
+  const KeyTarget target = arguments.Target();
   Configuration key(target.path.root);
   if (!Open(key, target, Configuration::openExisting, Configuration::accessRead)) {
     return Fail(kExitNoInput, KeyName(target.path) + L" cannot be opened: " + StatusText(key));
   }
-  const std::wstring name = FromUtf8(arguments.value);
   Value value;
-  if (!LoadValue(key, name.c_str(), value)) {
-    return Fail(kExitNoInput, L"The value \"" + name + L"\" of " + KeyName(target.path) +
+  if (!LoadValue(key, arguments.value.c_str(), value)) {
+    return Fail(kExitNoInput, L"The value \"" + arguments.value + L"\" of " + KeyName(target.path) +
                                   L" cannot be read: " + StatusText(key));
   }
   if (arguments.json) {
-    nlohmann::ordered_json line = {{"key", ToUtf8(KeyName(target.path))},
-                                   {"value", arguments.value}};
+    Json line = {{"key", ToUtf8(KeyName(target.path))}, {"value", ToUtf8(arguments.value)}};
     line.update(ToJson(value));
-    PrintUtf8(line.dump() + "\n");
+    PrintJsonLine(line);
   } else {
     Print(FullText(value));
   }
@@ -92,10 +94,10 @@ struct NewData {
   std::wstring problem; /* why the words cannot be used */
 };
 
-NewData ReadData(const RegistryArguments& arguments) {
+NewData ReadData(const SetArguments& arguments) {
   NewData data;
-  for (const std::string& word : arguments.data) data.texts.emplace_back(FromUtf8(word));
-  if (arguments.type == "multi") {
+  data.texts.assign(arguments.data.begin(), arguments.data.end());
+  if (arguments.type == REG_MULTI_SZ) {
     for (const wcstring& item : data.texts) {
       if (item.empty()) {
         data.problem = L"an empty item of a multi-string would be gone on reading";
@@ -112,11 +114,11 @@ NewData ReadData(const RegistryArguments& arguments) {
     return data;
   }
   const wcstring& word = data.texts.front();
-  if (arguments.type == "dword") {
+  if (arguments.type == REG_DWORD) {
     const auto number = ParseNumber(word);
     if (!number) data.problem = L"\"" + word + L"\" is no number from 0 to 4294967295 (0xffffffff)";
     data.number = number.value_or(0);
-  } else if (arguments.type == "binary") {
+  } else if (arguments.type == REG_BINARY) {
     const auto bytes = ParseHex(word);
     if (!bytes)
       data.problem = L"\"" + word + L"\" does not consist of bytes of two hexadecimal digits";
@@ -125,17 +127,23 @@ NewData ReadData(const RegistryArguments& arguments) {
   return data;
 }
 
-bool Store(Configuration& key, const wchar_t* name, const std::string& type, NewData& data) {
-  if (type == "multi") return key.Save(name, data.texts);
-  if (type == "dword") return key.SaveDWORD(name, data.number);
-  if (type == "binary") {
-    return key.Save(name, data.bytes.data(), static_cast<unsigned long>(data.bytes.size()));
+bool Store(Configuration& key, const wchar_t* name, DWORD type, NewData& data) {
+  switch (type) {
+    case REG_MULTI_SZ:
+      return key.Save(name, data.texts);
+    case REG_DWORD:
+      return key.SaveDWORD(name, data.number);
+    case REG_BINARY:
+      return key.Save(name, data.bytes.data(), static_cast<unsigned long>(data.bytes.size()));
+    case REG_EXPAND_SZ:
+      return key.Save(name, data.texts.front(), REG_EXPAND_SZ);
+    default:
+      return key.Save(name, data.texts.front());
   }
-  if (type == "expand") return key.Save(name, data.texts.front(), REG_EXPAND_SZ);
-  return key.Save(name, data.texts.front());
 }
 
-int Set(const KeyTarget& target, const RegistryArguments& arguments) {
+int Set(const SetArguments& arguments) {
+  const KeyTarget target = arguments.Target();
   NewData data = ReadData(arguments);
   if (!data.problem.empty()) {
     return Fail(kExitUsage, L"The data cannot be used: " + data.problem + L".");
@@ -145,10 +153,10 @@ int Set(const KeyTarget& target, const RegistryArguments& arguments) {
     return Fail(kExitCannotWrite,
                 KeyName(target.path) + L" cannot be opened for writing: " + StatusText(key));
   }
-  const std::wstring name = FromUtf8(arguments.value);
-  if (!Store(key, name.c_str(), arguments.type, data)) {
-    return Fail(kExitCannotWrite, L"The value \"" + name + L"\" of " + KeyName(target.path) +
-                                      L" cannot be written: " + StatusText(key));
+  if (!Store(key, arguments.value.c_str(), arguments.type, data)) {
+    return Fail(kExitCannotWrite, L"The value \"" + arguments.value + L"\" of " +
+                                      KeyName(target.path) + L" cannot be written: " +
+                                      StatusText(key));
   }
   return kExitClean;
 }
@@ -163,19 +171,19 @@ void PrintContents(const KeyTarget& target, const KeyContents& contents) {
 }
 
 void PrintContentsAsJson(const KeyTarget& target, const KeyContents& contents) {
-  nlohmann::ordered_json json = {{"key", ToUtf8(KeyName(target.path))},
-                                 {"subkeys", nlohmann::ordered_json::array()},
-                                 {"values", nlohmann::ordered_json::array()}};
+  Json json = {
+      {"key", ToUtf8(KeyName(target.path))}, {"subkeys", Json::array()}, {"values", Json::array()}};
   for (const std::wstring& name : contents.subkeys) json["subkeys"].push_back(ToUtf8(name));
   for (const auto& [name, value] : contents.values) {
-    nlohmann::ordered_json entry = {{"name", ToUtf8(name)}};
+    Json entry = {{"name", ToUtf8(name)}};
     entry.update(ToJson(value));
     json["values"].push_back(entry);
   }
-  PrintUtf8(json.dump(2) + "\n");
+  PrintJson(json);
 }
 
-int List(const KeyTarget& target, const RegistryArguments& arguments) {
+int List(const KeyArguments& arguments) {
+  const KeyTarget target = arguments.Target();
   KeyHandle key;
   const LSTATUS status = key.Open(target);
   if (status != ERROR_SUCCESS) {
@@ -189,86 +197,54 @@ int List(const KeyTarget& target, const RegistryArguments& arguments) {
                                  L" entries of the key could not be read; it may have changed.");
 }
 
-int WatchKey(const KeyTarget& target, const RegistryArguments& arguments) {
-  WatchOptions options;
-  if (arguments.count > 0) options.count = arguments.count;
-  if (arguments.timeout > 0) options.seconds = arguments.timeout;
-  options.json = arguments.json;
-  return Watch(target, options);
+int WatchKey(const WatchArguments& arguments) {
+  return Watch(arguments.Target(), {arguments.count, arguments.timeout, arguments.json});
 }
 
-using Operation = int (*)(const KeyTarget&, const RegistryArguments&);
-
-/* A subcommand with what all of them take. */
-CLI::App* AddOperation(CLI::App& registry, ChosenCommand& chosen, const char* name,
-                       const char* description, const std::shared_ptr<RegistryArguments>& arguments,
-                       Operation operation) {
-  CLI::App* command = registry.add_subcommand(name, description);
-  command->add_option("KEY", arguments->key, "The key")->required()->option_text(" ");
-  command->add_option("--view", arguments->view, "The 32-bit or the 64-bit view of the registry")
-      ->check(CLI::IsMember({"32", "64"}))
-      ->option_text("32|64");
-  command->add_option("--machine", arguments->machine, "The computer whose registry is meant")
-      ->option_text("NAME");
-  command->callback([&chosen, arguments, operation] {
-    chosen.run = [arguments, operation] {
-      KeyTarget target;
-      if (!ReadTarget(*arguments, target)) {
-        return Fail(kExitUsage, L"\"" + FromUtf8(arguments->key) + L"\" names no registry key.");
-      }
-      return operation(target, *arguments);
-    };
-  });
+template <typename Arguments>
+CommandWith<Arguments> AddOperation(Command& registry, const char* name, const char* description,
+                                    int (*operation)(const Arguments&)) {
+  CommandWith<Arguments> command = registry.Add(name, description, kExamples, operation);
+  command.Key("KEY", command->key, "The key").Required();
+  command.template Choice<unsigned>(
+      "--view 32|64", command->view,
+      {{"32", Configuration::access32BitView}, {"64", Configuration::access64BitView}},
+      "The 32-bit or the 64-bit view of the registry");
+  command.Text("--machine NAME", command->machine, "The computer whose registry is meant");
   return command;
-}
-
-void AddJson(CLI::App* command, const std::shared_ptr<RegistryArguments>& arguments,
-             const char* description) {
-  command->add_flag("--json", arguments->json, description);
 }
 
 }  // namespace
 
-void AddRegistryCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* registry =
-      app.add_subcommand("registry", "Read, write and watch registry keys as the product does");
-  registry->require_subcommand(1);
-  registry->footer(kExamples);
-  const auto arguments = std::make_shared<RegistryArguments>();
+void AddRegistryCommand(Command& program) {
+  Command registry = program.AddGroup(
+      "registry", "Read, write and watch registry keys as the product does", kExamples);
+  auto get = AddOperation(registry, "get", "Print one value", Get);
+  get.Text("VALUE", get->value, "The value; without it the key's default value");
+  get.Json("One JSON object with the type and the data");
 
-  CLI::App* get = AddOperation(*registry, chosen, "get", "Print one value", arguments, Get);
-  get->add_option("VALUE", arguments->value, "The value; without it the key's default value")
-      ->option_text(" ");
-  AddJson(get, arguments, "One JSON object with the type and the data");
+  auto set = AddOperation(registry, "set", "Write one value, making the key if needed", Set);
+  set.Text("VALUE", set->value, "The value; \"\" for the key's default value").Required();
+  set.Texts("DATA ...", set->data, "The data; for multi one word an item");
+  set.Choice<DWORD>("--type TYPE", set->type,
+                    {{"sz", REG_SZ},
+                     {"expand", REG_EXPAND_SZ},
+                     {"dword", REG_DWORD},
+                     {"binary", REG_BINARY},
+                     {"multi", REG_MULTI_SZ}},
+                    "sz (if not given), expand, dword, binary or multi");
 
-  CLI::App* set = AddOperation(*registry, chosen, "set",
-                               "Write one value, making the key if needed", arguments, Set);
-  set->add_option("VALUE", arguments->value, "The value; \"\" for the key's default value")
-      ->required()
-      ->option_text(" ");
-  set->add_option("DATA", arguments->data, "The data; for multi one word an item")
-      ->option_text("...");
-  set->add_option("--type", arguments->type, "sz (if not given), expand, dword, binary or multi")
-      ->check(CLI::IsMember({"sz", "expand", "dword", "binary", "multi"}))
-      ->option_text("TYPE");
+  auto list = AddOperation(registry, "list", "Print the subkeys and values of a key", List);
+  list.Json("One JSON object with everything");
 
-  CLI::App* list = AddOperation(*registry, chosen, "list", "Print the subkeys and values of a key",
-                                arguments, List);
-  AddJson(list, arguments, "One JSON object with everything");
-
-  CLI::App* watch = AddOperation(*registry, chosen, "watch",
-                                 "Print the changes of a key and of everything below as they come",
-                                 arguments, WatchKey);
-  watch->add_option("--count", arguments->count, "End with 0 after so many changes")
-      ->check(CLI::Range(1U, UINT32_MAX))
-      ->option_text("N");
-  watch
-      ->add_option("--timeout", arguments->timeout,
-                   "End after so many seconds, with 1 if --count was not reached")
-      ->check(CLI::Range(1U, 1000000U))
-      ->option_text("SECONDS");
-  AddJson(watch, arguments, "One JSON object a change");
-  for (CLI::App* command : {get, set, list, watch}) command->footer(kExamples);
+  auto watch =
+      AddOperation(registry, "watch",
+                   "Print the changes of a key and of everything below as they come", WatchKey);
+  watch.Count("--count N", watch->count, "End with 0 after so many changes",
+              NumberRange<unsigned>{1, UINT32_MAX});
+  watch.Count("--timeout SECONDS", watch->timeout,
+              "End after so many seconds, with 1 if --count was not reached", kSeconds);
+  watch.Json("One JSON object a change");
 }
 
 }  // namespace vtctl

@@ -1,12 +1,11 @@
 #include "tools/vtctl/registry/watch.h"
 
-#include <algorithm>
-
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
-#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/wait.h"
 
 namespace vtctl {
 namespace {
@@ -37,13 +36,12 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
   const bool isValue = change.kind >= KeyChange::valueAdded;
   const std::wstring key = Joined(KeyName(target.path), change.key);
   if (json) {
-    nlohmann::ordered_json line = {{"change", ToUtf8(kKindNames[change.kind])},
-                                   {"key", ToUtf8(key)}};
+    Json line = {{"change", ToUtf8(kKindNames[change.kind])}, {"key", ToUtf8(key)}};
     if (isValue) {
       line["value"] = ToUtf8(change.name);
       line.update(ToJson(change.value));
     }
-    PrintUtf8(line.dump() + "\n");
+    PrintJsonLine(line);
     return;
   }
   std::wstring line = ClockTime() + L"  " + kKindNames[change.kind] + L"  " + Printable(key);
@@ -58,12 +56,6 @@ int Fail(const KeyTarget& target, long status) {
   return Fail(kExitNoInput, KeyName(target.path) + L" cannot be watched: " +
                                 SystemText(static_cast<unsigned long>(status)));
 }
-
-struct EventTraits {
-  using Type = HANDLE;
-  static Type Empty() noexcept { return nullptr; }
-  static bool Close(Type event) noexcept { return ::CloseHandle(event) != FALSE; }
-};
 
 /* The registration, the last state that was read, and how much time is left. */
 class Watcher {
@@ -91,18 +83,17 @@ class Watcher {
 
  private:
   int Loop() {
-    const ULONGLONG start = ::GetTickCount64();
+    const Deadline deadline(options.seconds);
     unsigned seen = 0;
     for (;;) {
-      const HANDLE handles[] = {event.Get(), InterruptEvent()};
-      switch (::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE, TimeLeft(start))) {
-        case WAIT_OBJECT_0:
+      switch (WaitFor(event.Get(), deadline.Left())) {
+        case WaitEnd::signalled:
           break;
-        case WAIT_OBJECT_0 + 1:
+        case WaitEnd::interrupted:
           return kExitCancelled;
-        case WAIT_TIMEOUT:
-          return options.count ? kExitWarnings : kExitClean;
-        default:
+        case WaitEnd::timeOut:
+          return options.count != 0 ? kExitWarnings : kExitClean;
+        case WaitEnd::failed:
           return Fail(target, static_cast<long>(::GetLastError()));
       }
       /* Armed again before reading: a change in between is then either read now or signalled. */
@@ -110,7 +101,7 @@ class Watcher {
         return Fail(target, configuration.GetErrorCode());
       }
       seen += PrintChanges();
-      if (options.count && seen >= *options.count) return kExitClean;
+      if (options.count != 0 && seen >= options.count) return kExitClean;
     }
   }
 
@@ -122,16 +113,9 @@ class Watcher {
     return static_cast<unsigned>(changes.size());
   }
 
-  DWORD TimeLeft(ULONGLONG start) const {
-    if (!options.seconds) return INFINITE;
-    const ULONGLONG end = start + *options.seconds * 1000ULL;
-    const ULONGLONG now = ::GetTickCount64();
-    return now >= end ? 0 : static_cast<DWORD>(std::min<ULONGLONG>(end - now, INFINITE - 1));
-  }
-
   const KeyTarget& target;
   const WatchOptions& options;
-  vtclass::platform::Owned<EventTraits> event;
+  vtclass::platform::OwnedKernelObject event;
   KeyHandle handle;
   Configuration configuration;
   KeyTree tree;

@@ -2,7 +2,6 @@
 #define VTCLASS_TOOLS_VTCTL_REGISTRY_WATCH_H
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,8 +25,8 @@ KeyTree ReadTree(HKEY key);
 std::vector<KeyChange> Compare(const KeyTree& before, const KeyTree& after);
 
 struct WatchOptions {
-  std::optional<unsigned> count;   /* end after so many changes */
-  std::optional<unsigned> seconds; /* end after that time */
+  unsigned count = 0;   /* end after so many changes; 0: no limit */
+  unsigned seconds = 0; /* end after that time; 0: no limit */
   bool json = false;
 };
 

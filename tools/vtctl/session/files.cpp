@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "tools/vtctl/shared/paths.h"
-
 namespace vtctl {
 namespace {
 
@@ -20,8 +18,8 @@ bool Differ(const BY_HANDLE_FILE_INFORMATION& a, const BY_HANDLE_FILE_INFORMATIO
 
 }  // namespace
 
-FolderListing::FolderListing(const std::wstring& systemPath) {
-  find.Reset(::FindFirstFileExW(Joined(systemPath, L"*").c_str(), FindExInfoBasic, &first,
+FolderListing::FolderListing(const Path& folder) {
+  find.Reset(::FindFirstFileExW((folder / L"*").System().c_str(), FindExInfoBasic, &first,
                                 FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH));
   opened = firstPending = static_cast<bool>(find);
   if (opened) return;
@@ -54,7 +52,7 @@ bool FolderListing::Advance(WIN32_FIND_DATAW& entry) {
   return false;
 }
 
-ReadResult FileReader::Read(const std::wstring& systemPath) {
+ReadResult FileReader::Read(const Path& path) {
   buffer.resize(bufferBytes);
   ReadResult result = {ReadResult::complete};
   const auto failed = [&result](ReadResult::Outcome outcome) {
@@ -63,7 +61,7 @@ ReadResult FileReader::Read(const std::wstring& systemPath) {
     return result;
   };
   const vtclass::platform::OwnedFile file(::CreateFileW(
-      systemPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      path.System().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
       nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return failed(ReadResult::cannotOpen);
   BY_HANDLE_FILE_INFORMATION before = {};

@@ -9,6 +9,7 @@
 
 #include "platform/owned.h"
 #include "tools/vtctl/session/stop_sign.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 
@@ -21,7 +22,7 @@ struct FindTraits {
 /* The entries of one folder, without "." and "..", as the system lists them. */
 class FolderListing {
  public:
-  explicit FolderListing(const std::wstring& systemPath);
+  explicit FolderListing(const Path& folder);
 
   /* The next entry; false at the end and after a failure, which Error tells apart. */
   bool Next(WIN32_FIND_DATAW& entry);
@@ -59,7 +60,7 @@ class FileReader {
   /* Reads the file up to the size that it has when it is opened: a file that grows as fast as it
    * is read would never end. Lets every other program go on reading, writing and deleting. Stops
    * between two chunks when the stop sign is given. */
-  ReadResult Read(const std::wstring& systemPath);
+  ReadResult Read(const Path& path);
 
  private:
   size_t bufferBytes;

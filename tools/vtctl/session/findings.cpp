@@ -60,10 +60,7 @@ Finding ReadFailure(const Messages& messages, const std::wstring& path, const Re
 
 }  // namespace
 
-bool Finding::IsError() const {
-  constexpr unsigned long kErrorSeverity = 0xC0000000;
-  return (static_cast<unsigned long>(code) & kErrorSeverity) == kErrorSeverity;
-}
+bool Finding::IsError() const { return IsErrorCode(code); }
 
 Finding FolderFinding(const Messages& messages, const std::wstring& shownPath,
                       const FolderListing& listing, bool isRoot) {

@@ -2,15 +2,13 @@
 
 #include <utility>
 
-#include "tools/vtctl/shared/paths.h"
-
 namespace vtctl {
 namespace {
 
 using namespace vtclass::messages;
 
-bool SamePath(const std::wstring& a, const std::wstring& b) {
-  return ::CompareStringOrdinal(a.c_str(), -1, b.c_str(), -1, TRUE) == CSTR_EQUAL;
+bool IsSame(const Path& a, const Path& b) {
+  return ::CompareStringOrdinal(a.System().c_str(), -1, b.System().c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
 /* True for what stands for another place of the file system. Other reparse points of files, such
@@ -30,10 +28,11 @@ bool IsPlaceholder(const WIN32_FIND_DATAW& entry) {
   return (entry.dwFileAttributes & kElsewhere) != 0;
 }
 
-bool IsMountPoint(const std::wstring& path, const WIN32_FIND_DATAW& entry) {
+bool IsMountPoint(const Path& path, const WIN32_FIND_DATAW& entry) {
   if (entry.dwReserved0 != IO_REPARSE_TAG_MOUNT_POINT) return false;
   wchar_t volume[64];
-  return ::GetVolumeNameForVolumeMountPointW((path + L"\\").c_str(), volume, ARRAYSIZE(volume));
+  return ::GetVolumeNameForVolumeMountPointW((path.System() + L"\\").c_str(), volume,
+                                             ARRAYSIZE(volume));
 }
 
 void Skip(const wchar_t* tag, const std::wstring& text, FolderRecord& record) {
@@ -45,41 +44,40 @@ void Skip(const wchar_t* tag, const std::wstring& text, FolderRecord& record) {
 FolderReader::FolderReader(const ReadingPlan& plan, LiveCount& live)
     : plan(plan), live(live), files(size_t{plan.settings.bufferSizeKB} * 1024, plan.stop) {}
 
-FolderRecord FolderReader::Read(const std::wstring& path) {
+FolderRecord FolderReader::Read(const Path& path) {
   FolderRecord record(plan.settings.largestFiles);
-  record.shownPath = ShownPath(path);
+  record.shownPath = path.Shown();
   FolderListing listing(path);
   WIN32_FIND_DATAW entry;
   while (!plan.stop.IsGiven() && listing.Next(entry)) {
-    ReadEntry(Joined(path, entry.cFileName), entry, record);
+    ReadEntry(path / entry.cFileName, entry, record);
   }
   if (listing.Error() != ERROR_SUCCESS) {
-    record.lines.push_back(
-        FolderFinding(plan.messages, record.shownPath, listing, path == plan.root));
+    record.lines.push_back(FolderFinding(plan.messages, record.shownPath, listing,
+                                         path.System() == plan.root.System()));
     Skip(kTagExcludedItem, record.lines.back().text, record);
   }
   if (listing.Opened()) ++record.totals.folders;
   return record;
 }
 
-void FolderReader::ReadEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry,
+void FolderReader::ReadEntry(const Path& path, const WIN32_FIND_DATAW& entry,
                              FolderRecord& record) {
   if (IsLink(entry)) {
     SkipLink(path, entry, record);
   } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
     record.subfolders.push_back(path);
   } else if (IsPlaceholder(entry)) {
-    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {ShownPath(path)});
+    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {path.Shown()});
     record.lines.push_back(
         {kCodePlaceholderSkipped, kTagWarningFilePlaceholderSkipped, text, MSG_CATEGORY_DATA});
     Skip(kTagOfflineFile, text, record);
-  } else if (!SamePath(path, plan.logPath)) {
+  } else if (!IsSame(path, plan.logPath)) {
     ReadFile(path, entry, record);
   }
 }
 
-void FolderReader::ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& entry,
-                            FolderRecord& record) {
+void FolderReader::ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record) {
   if (plan.settings.readFileData == 0) {
     CountFile(path, entry.cFileName, uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow,
               record);
@@ -88,7 +86,7 @@ void FolderReader::ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& en
   const ReadResult read = files.Read(path);
   if (read.outcome == ReadResult::stopped) return;
   if (read.outcome != ReadResult::complete) {
-    record.lines.push_back(FileFinding(plan.messages, ShownPath(path), read));
+    record.lines.push_back(FileFinding(plan.messages, path.Shown(), read));
   }
   if (read.outcome == ReadResult::complete || read.outcome == ReadResult::changed ||
       read.outcome == ReadResult::shorter) {
@@ -98,13 +96,13 @@ void FolderReader::ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& en
   }
 }
 
-void FolderReader::CountFile(const std::wstring& path, const wchar_t* name, uint64_t bytes,
+void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t bytes,
                              FolderRecord& record) {
   ++record.totals.files;
   record.totals.bytes += bytes;
   ++live.files;
   live.bytes += bytes;
-  const std::wstring shown = ShownPath(path);
+  const std::wstring shown = path.Shown();
   record.statistics.Add(shown, Printable(ExtensionOf(name)), bytes);
   if (bytes >= uint64_t{plan.settings.reportLargeFilesMB} << 20) {
     record.lines.push_back(
@@ -113,11 +111,10 @@ void FolderReader::CountFile(const std::wstring& path, const wchar_t* name, uint
   }
 }
 
-void FolderReader::SkipLink(const std::wstring& path, const WIN32_FIND_DATAW& entry,
-                            FolderRecord& record) {
+void FolderReader::SkipLink(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record) {
   const bool isMountPoint = IsMountPoint(path, entry);
   const std::wstring text = plan.messages.Text(
-      isMountPoint ? MSG_MOUNT_POINT_NOT_FOLLOWED : MSG_LINK_NOT_FOLLOWED, {ShownPath(path)});
+      isMountPoint ? MSG_MOUNT_POINT_NOT_FOLLOWED : MSG_LINK_NOT_FOLLOWED, {path.Shown()});
   if (isMountPoint) {
     record.lines.push_back(
         {kCodeMountPointNotFollowed, kTagWarningMountPointNotFollowed, text, MSG_CATEGORY_JOB});

@@ -11,6 +11,7 @@
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/session/statistics.h"
 #include "tools/vtctl/session/stop_sign.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 
@@ -26,7 +27,7 @@ struct FolderRecord {
   FileStatistics statistics;
   std::vector<FolderLine> lines;   /* in the order of the entries */
   std::vector<FolderLine> skipped; /* for the summary of skipped items: the first ones */
-  std::vector<std::wstring> subfolders;
+  std::vector<Path> subfolders;
 };
 
 /* What has been read so far, for the progress that is shown meanwhile. */
@@ -40,8 +41,8 @@ struct ReadingPlan {
   const SessionSettings& settings;
   const Messages& messages;
   StopSign& stop;
-  std::wstring root;    /* a failure there is an error */
-  std::wstring logPath; /* the one file that is not read */
+  Path root;    /* a failure there is an error */
+  Path logPath; /* the one file that is not read */
 };
 
 /* The summary of skipped items names so many; the folders above it name all of them. */
@@ -54,14 +55,13 @@ class FolderReader {
 
   /* Ends in the middle of the folder, with what was read until then, when the stop sign is given.
    */
-  FolderRecord Read(const std::wstring& path);
+  FolderRecord Read(const Path& path);
 
  private:
-  void ReadEntry(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
-  void ReadFile(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
-  void SkipLink(const std::wstring& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
-  void CountFile(const std::wstring& path, const wchar_t* name, uint64_t bytes,
-                 FolderRecord& record);
+  void ReadEntry(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void SkipLink(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void CountFile(const Path& path, const wchar_t* name, uint64_t bytes, FolderRecord& record);
 
   const ReadingPlan& plan;
   LiveCount& live;

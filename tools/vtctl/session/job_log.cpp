@@ -2,8 +2,6 @@
 
 #include <cwchar>
 
-#include "tools/vtctl/shared/paths.h"
-
 namespace vtctl {
 namespace {
 
@@ -18,11 +16,11 @@ std::wstring FileName(const SYSTEMTIME& time, int attempt) {
 
 }  // namespace
 
-bool JobLog::Create(const Messages& messages, const std::wstring& folder, const SYSTEMTIME& now) {
+bool JobLog::Create(const Messages& messages, const vtctl::Path& folder, const SYSTEMTIME& now) {
   LogFileFactory factory(messages.Source(), 0);
   for (int attempt = 1; attempt <= kMostNames; ++attempt) {
-    path = Joined(folder, FileName(now, attempt));
-    log.reset(factory.Create(path.c_str()));
+    path = folder / FileName(now, attempt);
+    log.reset(factory.Create(path.System().c_str()));
     error = log->GetErrorCode();
     if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) break;
   }

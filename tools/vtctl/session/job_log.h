@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tools/vtctl/session/messages.h"
+#include "tools/vtctl/shared/paths.h"
 #include "vtclass/log.h"
 
 namespace vtctl {
@@ -22,10 +23,9 @@ class JobLog {
    * Makes "joblog-YYYYMMDD-HHMMSS.xml" in the folder, with "-2", "-3", ... behind the time when
    * that name is taken: a log is never overwritten. False, with Error set, when it cannot be made.
    */
-  bool Create(const Messages& messages, const std::wstring& folder, const SYSTEMTIME& now);
+  bool Create(const Messages& messages, const vtctl::Path& folder, const SYSTEMTIME& now);
 
-  /* The system's path of the file. */
-  const std::wstring& Path() const { return path; }
+  const vtctl::Path& Path() const { return path; }
   DWORD Error() const { return error; }
 
   void Begin(const wchar_t* tag);
@@ -45,7 +45,7 @@ class JobLog {
   void EndLine(int result, Section section);
 
   std::unique_ptr<LogFile> log;
-  std::wstring path;
+  vtctl::Path path;
   DWORD error = 0;
   bool inFolder = false;
   bool used[3] = {};

@@ -1,17 +1,13 @@
 #include "tools/vtctl/session/messages.h"
 
+#include "log/messages/message_language.h"
+#include "tools/vtctl/shared/console.h"
+
 namespace vtctl {
 namespace {
 
-struct Language {
-  const char* code;
-  WORD id;
-};
-
-/* The product's language codes; the message libraries carry them in their names. */
-const Language kLanguages[] = {{"EN", 1033}, {"FR", 1036}, {"ES", 1034}, {"JP", 1041},
-                               {"DE", 1031}, {"IT", 1040}, {"ZH", 2052}, {"CH", 1028},
-                               {"KO", 1042}, {"RU", 1049}, {"PT", 1046}};
+using vtclass::log::kLanguages;
+using vtclass::log::Language;
 
 /* The folder of the program, with the backslash. */
 std::wstring ProgramFolder() {
@@ -29,9 +25,7 @@ std::wstring ProgramFolder() {
 
 void UseLanguage(const std::wstring& code) {
   for (const Language& language : kLanguages) {
-    if (std::wstring(language.code, language.code + 2) == code) {
-      ::SetThreadLocale(MAKELCID(language.id, SORT_DEFAULT));
-    }
+    if (language.code == code) ::SetThreadLocale(MAKELCID(language.locale, SORT_DEFAULT));
   }
 }
 
@@ -68,7 +62,7 @@ std::wstring Messages::Text(unsigned id, const std::vector<std::wstring>& argume
 
 std::vector<std::string> KnownLanguages() {
   std::vector<std::string> codes;
-  for (const Language& language : kLanguages) codes.emplace_back(language.code);
+  for (const Language& language : kLanguages) codes.push_back(ToUtf8(language.code));
   return codes;
 }
 

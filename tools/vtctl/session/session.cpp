@@ -1,6 +1,5 @@
 #include "tools/vtctl/session/session.h"
 
-#include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -24,8 +23,8 @@ bool Session::Start() {
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
-  trace.Write(1, L"Session of " + ShownPath(request.root) + L" begins, job log " +
-                     ShownPath(log.Path()) + L", status " + std::to_wstring(result.logError));
+  trace.Write(1, L"Session of " + request.root.Shown() + L" begins, job log " + log.Path().Shown() +
+                     L", status " + std::to_wstring(result.logError));
   return created;
 }
 
@@ -65,7 +64,7 @@ void Session::ReportEndOfReading() {
     /* The log cannot tell of it any more; the operator hears of it. */
     Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
             messages.Text(MSG_JOB_LOG_WRITE_FAILED,
-                          {ShownPath(log.Path()), Printable(SystemText(log.Error()))}),
+                          {log.Path().Shown(), Printable(SystemText(log.Error()))}),
             MSG_CATEGORY_RESOURCE});
   } else if (request.stopRequested()) {
     cancelled = true;
@@ -76,7 +75,7 @@ void Session::ReportEndOfReading() {
             messages.Text(MSG_JOB_CANCELLED_BY, {Printable(user)}), MSG_CATEGORY_JOB});
   } else if (result.totals.files == 0 && result.totals.skipped == 0) {
     Report({kCodeRootEmpty, kTagWarningSelectionEmpty,
-            messages.Text(MSG_ROOT_EMPTY, {ShownPath(request.root)}), MSG_CATEGORY_JOB});
+            messages.Text(MSG_ROOT_EMPTY, {request.root.Shown()}), MSG_CATEGORY_JOB});
   }
 }
 

@@ -17,18 +17,19 @@
 #include "tools/vtctl/session/stop_sign.h"
 #include "tools/vtctl/session/tree_walk.h"
 #include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/paths.h"
 
 namespace vtctl {
 
 /* What the operator asks of a session. */
 struct SessionRequest {
-  std::wstring root;     /* system path of the folder */
-  std::wstring out;      /* system path of the folder for the job log */
+  Path root;
+  Path out;              /* the folder for the job log */
   std::wstring jobName;  /* empty: the setting */
   std::wstring language; /* empty: the product's setting */
   KeyPath settingsKey;
   size_t shownFindings = 10;             /* how many SessionResult keeps */
-  unsigned long workers = 0;             /* 0: the setting */
+  unsigned workers = 0;                  /* 0: the setting */
   bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading, by each
                                           * worker; once it says yes it never says no again */
 };
@@ -47,7 +48,7 @@ struct SessionResult {
   std::vector<ShownFinding> findings; /* the first ones */
   std::vector<std::wstring> settings; /* as the job log has them */
   std::vector<std::wstring> summary;  /* as the job log has them */
-  std::wstring logPath;               /* system path */
+  Path logPath;
   DWORD logError = 0; /* why the job log ends early; everything else is then incomplete */
 };
 

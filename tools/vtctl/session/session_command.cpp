@@ -1,24 +1,21 @@
 #include <vtclass/win32.h>
 
-#include <memory>
+#include <optional>
 #include <string>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+#include <vector>
 
 #include "tools/vtctl/session/session.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/net.h"
-#include "vtclass/product.h"
 
 namespace vtctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kExamples =
     "Reads every file below the folder, keeps nothing, and writes the job log that an agent's\n"
@@ -55,18 +52,15 @@ constexpr const char* kExamples =
     "is another machine, 69 whether it is cannot be told, 73 the job log cannot be written, 130\n"
     "interrupted (the job log is finished properly).";
 
-/* The words of the command line, in UTF-8 as the parser stores them. */
-struct SessionArguments {
-  std::string server;
-  std::string root;
-  std::string out;
-  std::string language;
-  std::string name;
-  std::string settings;
-  unsigned long product = 0;
-  unsigned long workers = 0;
-  size_t show = 10;
-  bool json = false;
+struct SessionArguments : CommonArguments {
+  std::wstring server;
+  Path root;
+  Path out;
+  std::wstring language;
+  std::wstring name;
+  std::optional<KeyPath> settings;
+  unsigned workers = 0;
+  unsigned show = 10;
 };
 
 bool IsUncPath(const std::wstring& server) {
@@ -87,15 +81,15 @@ int CheckServer(const std::wstring& server, bool json) {
 }
 
 /* Checks the folder that is to be read. An exit code when it cannot be. */
-int CheckRoot(const Messages& messages, const std::wstring& root, const std::wstring& asGiven) {
-  const DWORD attributes =
-      root.empty() ? INVALID_FILE_ATTRIBUTES : ::GetFileAttributesW(root.c_str());
-  const DWORD error = ::GetLastError();
-  if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return Fail(kExitNoInput, messages.Text(MSG_ROOT_NOT_FOUND, {asGiven, SystemText(error)}));
+int CheckRoot(const Messages& messages, const Path& root) {
+  const DWORD attributes = ::GetFileAttributesW(root.System().c_str());
+  const DWORD error = root.System().empty() ? root.Error() : ::GetLastError();
+  if (root.System().empty() || attributes == INVALID_FILE_ATTRIBUTES) {
+    return Fail(kExitNoInput,
+                messages.Text(MSG_ROOT_NOT_FOUND, {root.Written(), SystemText(error)}));
   }
   if (!(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    return Fail(kExitNoInput, messages.Text(MSG_ROOT_NOT_A_FOLDER, {asGiven}));
+    return Fail(kExitNoInput, messages.Text(MSG_ROOT_NOT_A_FOLDER, {root.Written()}));
   }
   return kExitClean;
 }
@@ -122,7 +116,7 @@ void PrintLines(const std::wstring& title, const std::vector<std::wstring>& line
 
 void PrintFindings(const Messages& messages, const SessionResult& result) {
   if (result.findings.empty()) return;
-  const bool colours = OutputIsTerminal();
+  const bool colours = ColoursWanted();
   std::vector<std::wstring> lines;
   for (const ShownFinding& finding : result.findings) {
     const std::wstring start = finding.isError ? L"\x1b[31m" : L"\x1b[33m";
@@ -138,7 +132,7 @@ void PrintFindings(const Messages& messages, const SessionResult& result) {
 void PrintResult(const Messages& messages, const SessionResult& result) {
   PrintFindings(messages, result);
   PrintLines(messages.Text(MSG_LABEL_SUMMARY), result.summary);
-  Print(messages.Text(MSG_JOB_LOG_FILE, {ShownPath(result.logPath)}) + L"\n");
+  Print(messages.Text(MSG_JOB_LOG_FILE, {result.logPath.Shown()}) + L"\n");
 }
 
 const char* StatusName(const SessionResult& result) {
@@ -158,8 +152,8 @@ const char* StatusName(const SessionResult& result) {
 void PrintResultAsJson(const SessionRequest& request, const SessionResult& result) {
   const Totals& totals = result.totals;
   Json json = {{"status", StatusName(result)},
-               {"root", ToUtf8(ShownPath(request.root))},
-               {"jobLog", ToUtf8(ShownPath(result.logPath))},
+               {"root", ToUtf8(request.root.Shown())},
+               {"jobLog", ToUtf8(result.logPath.Shown())},
                {"folders", totals.folders},
                {"files", totals.files},
                {"bytes", totals.bytes},
@@ -172,13 +166,13 @@ void PrintResultAsJson(const SessionRequest& request, const SessionResult& resul
     json["findings"].push_back(
         {{"severity", finding.isError ? "error" : "warning"}, {"text", ToUtf8(finding.line)}});
   }
-  PrintUtf8(json.dump(2) + "\n");
+  PrintJson(json);
 }
 
 int LogFailure(const Messages& messages, const SessionResult& result) {
   return Fail(kExitCannotWrite,
               messages.Text(MSG_JOB_LOG_WRITE_FAILED,
-                            {ShownPath(result.logPath), SystemText(result.logError)}));
+                            {result.logPath.Shown(), SystemText(result.logError)}));
 }
 
 int RunSession(const SessionRequest& request, const Messages& messages, bool json) {
@@ -187,7 +181,7 @@ int RunSession(const SessionRequest& request, const Messages& messages, bool jso
   if (!session.Start()) return LogFailure(messages, session.Result());
   if (!json) {
     PrintLines(messages.Text(MSG_LABEL_SETTINGS), session.Result().settings);
-    Print(messages.Text(MSG_ROOT_FOLDER, {ShownPath(request.root)}) + L"\n\n");
+    Print(messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}) + L"\n\n");
   }
   const SessionResult result = session.Run();
   if (json) {
@@ -199,36 +193,27 @@ int RunSession(const SessionRequest& request, const Messages& messages, bool jso
 }
 
 int Run(const SessionArguments& arguments) {
-  CMS_SetProd(arguments.product);
   if (!arguments.server.empty()) {
-    const int serverCheck = CheckServer(FromUtf8(arguments.server), arguments.json);
+    const int serverCheck = CheckServer(arguments.server, arguments.json);
     if (serverCheck != kExitClean) return serverCheck;
   }
   SessionRequest request;
-  request.language = FromUtf8(arguments.language);
-  request.settingsKey = SessionKey();
-  if (!arguments.settings.empty()) {
-    const auto key = ParseKeyPath(FromUtf8(arguments.settings));
-    if (!key) {
-      return Fail(kExitUsage, L"\"" + FromUtf8(arguments.settings) + L"\" names no registry key.");
-    }
-    request.settingsKey = *key;
-  }
+  request.language = arguments.language;
+  request.settingsKey = arguments.settings.value_or(SessionKey());
   Messages messages;
   if (!messages.Load(request.language)) {
     return Fail(kExitInternal, L"The message library vterrors.dll is missing beside vtctl.exe.");
   }
-  const std::wstring folder = FromUtf8(arguments.root.empty() ? arguments.server : arguments.root);
-  request.root = SystemPath(folder);
-  const int rootCheck = CheckRoot(messages, request.root, folder);
+  request.root = arguments.root.Written().empty() ? Path(arguments.server) : arguments.root;
+  const int rootCheck = CheckRoot(messages, request.root);
   if (rootCheck != kExitClean) return rootCheck;
-  request.out = SystemPath(FromUtf8(arguments.out));
-  const DWORD status = request.out.empty() ? ::GetLastError() : MakeFolders(request.out);
+  request.out = arguments.out;
+  const DWORD status = MakeFolders(request.out);
   if (status != ERROR_SUCCESS) {
-    return Fail(kExitCannotWrite, L"The folder " + FromUtf8(arguments.out) + L" cannot be made: " +
-                                      SystemText(status));
+    return Fail(kExitCannotWrite,
+                L"The folder " + request.out.Written() + L" cannot be made: " + SystemText(status));
   }
-  request.jobName = FromUtf8(arguments.name);
+  request.jobName = arguments.name;
   request.shownFindings = arguments.show;
   request.workers = arguments.workers;
   return RunSession(request, messages, arguments.json);
@@ -236,44 +221,25 @@ int Run(const SessionArguments& arguments) {
 
 }  // namespace
 
-void AddSessionCommand(CLI::App& app, ChosenCommand& chosen) {
-  const auto arguments = std::make_shared<SessionArguments>();
-  CLI::App* session =
-      app.add_subcommand("session", "Play a backup job over a folder tree and write its job log");
-  session->add_option("SERVER", arguments->server, "The server whose folder it is, or a UNC path")
-      ->option_text(" ");
-  const CLI::Option* root =
-      session->add_option("--root", arguments->root, "The folder to read")->option_text("DIR");
-  session->add_option("--out", arguments->out, "The folder for the job log; made if missing")
-      ->required()
-      ->option_text("DIR");
-  session
-      ->add_option("--language", arguments->language,
-                   "Language of the messages: EN, DE, FR, JP (if not given: the registry's)")
-      ->transform(CLI::IsMember(KnownLanguages(), CLI::ignore_case))
-      ->option_text("XX");
-  session->add_option("--name", arguments->name, "Name of the job")->option_text("JOB");
-  session
-      ->add_option("--settings", arguments->settings,
-                   "The registry key with the settings, in place of the product's")
-      ->option_text("KEY");
-  session->add_option("--product", arguments->product, "1 for the sibling product's registry root")
-      ->option_text("N");
-  session
-      ->add_option(
-          "--workers", arguments->workers,
-          "Threads, 1 to 64 (if not given: the registry's); the job log is always the same")
-      ->check(CLI::Range(1UL, kMostWorkers))
-      ->option_text("N");
-  session->add_option("--show", arguments->show, "How many warnings and errors to print (10)")
-      ->option_text("N");
-  session->add_flag("--json", arguments->json, "Print the result as one JSON object, nothing else");
-  session->footer(kExamples);
-  session->callback([&chosen, arguments, root] {
-    if (root->count() == 0 && !IsUncPath(FromUtf8(arguments->server))) {
-      throw CLI::RequiredError("--root, or a UNC path as SERVER,");
-    }
-    chosen.run = [arguments] { return Run(*arguments); };
+void AddSessionCommand(Command& program) {
+  auto session = program.Add(
+      "session", "Play a backup job over a folder tree and write its job log", kExamples, Run);
+  session.Text("SERVER", session->server, "The server whose folder it is, or a UNC path");
+  const Argument root = session.File("--root DIR", session->root, "The folder to read");
+  session.File("--out DIR", session->out, "The folder for the job log; made if missing").Required();
+  session.Word("--language XX", session->language, KnownLanguages(),
+               "Language of the messages: EN, DE, FR, JP (if not given: the registry's)");
+  session.Text("--name JOB", session->name, "Name of the job");
+  session.Key("--settings KEY", session->settings,
+              "The registry key with the settings, in place of the product's");
+  session.Count("--workers N", session->workers,
+                "Threads, 1 to 64 (if not given: the registry's); the job log is always the same",
+                NumberRange<unsigned>{1, kMostWorkers});
+  session.Count("--show N", session->show, "How many warnings and errors to print (10)");
+  session.Json("Print the result as one JSON object, nothing else");
+  session.Require([root, session] {
+    const bool isThere = root.IsGiven() || IsUncPath(session->server);
+    return isThere ? std::string() : "--root, or a UNC path as SERVER,";
   });
 }
 

@@ -25,8 +25,8 @@ class SessionTest : public testing::Test {
     ::CreateDirectoryW((scratch / L"tree\\sub").c_str(), nullptr);
     vtclass::test::MakeFile(scratch / L"tree\\one.txt", "0123456789");
     vtclass::test::MakeFile(scratch / L"tree\\sub\\two.bin", std::string(300000, 'x'));
-    request.root = SystemPath(scratch / L"tree");
-    request.out = SystemPath(scratch.Path());
+    request.root = Path(scratch / L"tree");
+    request.out = Path(scratch.Path());
     request.settingsKey = SessionKey();
     request.stopRequested = [] { return false; };
   }
@@ -39,7 +39,7 @@ class SessionTest : public testing::Test {
   }
 
   std::wstring LogText(const SessionResult& result) {
-    const std::string bytes = vtclass::test::FileBytes(result.logPath);
+    const std::string bytes = vtclass::test::FileBytes(result.logPath.System());
     std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
     return text;

@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "tools/vtctl/session/session.h"
-#include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/config.h"
 
@@ -43,13 +42,14 @@ std::wstring PlatformName() {
                                           : Printable(product);
 }
 
-std::wstring VolumeOf(const std::wstring& path) {
-  std::wstring volume(path.size() + MAX_PATH, L'\0');
-  if (!::GetVolumePathNameW(path.c_str(), volume.data(), static_cast<DWORD>(volume.size()))) {
+std::wstring VolumeOf(const Path& path) {
+  std::wstring volume(path.System().size() + MAX_PATH, L'\0');
+  if (!::GetVolumePathNameW(path.System().c_str(), volume.data(),
+                            static_cast<DWORD>(volume.size()))) {
     return {};
   }
   volume.resize(volume.find(L'\0'));
-  return ShownPath(volume);
+  return Path(volume).Shown();
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ void Session::WriteHeader() {
   log.Entry(kTagJobName, messages.Text(MSG_JOB_NAME, {Printable(name)}));
   log.Entry(kTagJobType, messages.Text(MSG_JOB_TYPE, {messages.Text(MSG_JOB_TYPE_BACKUP)}));
   log.Entry(kTagJobStarted, messages.Text(MSG_JOB_STARTED, {LocalTime()}));
-  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {ShownPath(log.Path())}));
+  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {log.Path().Shown()}));
   log.Entry(kTagJobLogLanguage,
             messages.Text(MSG_JOB_LANGUAGE, {messages.Text(MSG_LANGUAGE_NAME)}));
   const std::wstring platform = PlatformName();
@@ -109,7 +109,7 @@ void Session::WriteSetHeader() {
   log.Entry(kTagBackupMethod, messages.Text(MSG_BACKUP_METHOD, {messages.Text(MSG_METHOD_COPY)}));
   const std::wstring volume = VolumeOf(request.root);
   if (!volume.empty()) log.Entry(kTagVolumeName, messages.Text(MSG_VOLUME_NAME, {volume}));
-  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {ShownPath(request.root)}));
+  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}));
   log.Entry(kTagBackupDestination,
             messages.Text(MSG_DESTINATION,
                           {messages.Text(settings.readFileData ? MSG_DESTINATION_DISCARDED

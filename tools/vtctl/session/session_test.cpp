@@ -29,7 +29,7 @@ TEST_F(SessionTest, Run_CountsWhatItRead) {
 
 TEST_F(SessionTest, Run_EmptyTreeIsAWarning) {
   ::CreateDirectoryW((scratch / L"empty").c_str(), nullptr);
-  request.root = SystemPath(scratch / L"empty");
+  request.root = Path(scratch / L"empty");
   const SessionResult result = Run();
   EXPECT_EQ(result.status, SessionResult::exceptions);
   ASSERT_EQ(result.findings.size(), 1U);
@@ -37,7 +37,7 @@ TEST_F(SessionTest, Run_EmptyTreeIsAWarning) {
 }
 
 TEST_F(SessionTest, Run_DoesNotReadItsOwnLog) {
-  request.out = SystemPath(scratch / L"tree");
+  request.out = Path(scratch / L"tree");
   const SessionResult result = Run();
   EXPECT_EQ(result.totals.files, 2U);
   EXPECT_EQ(result.totals.warnings, 0U);
@@ -59,8 +59,8 @@ TEST_F(SessionTest, JobLog_SameSecond_NeverOverwrites) {
   JobLog first, second;
   ASSERT_TRUE(first.Create(messages, request.out, time));
   ASSERT_TRUE(second.Create(messages, request.out, time));
-  EXPECT_TRUE(first.Path().ends_with(L"\\joblog-20250131-220304.xml"));
-  EXPECT_TRUE(second.Path().ends_with(L"\\joblog-20250131-220304-2.xml"));
+  EXPECT_TRUE(first.Path().System().ends_with(L"\\joblog-20250131-220304.xml"));
+  EXPECT_TRUE(second.Path().System().ends_with(L"\\joblog-20250131-220304-2.xml"));
   first.Close();
   second.Close();
 }
@@ -102,7 +102,7 @@ TEST_F(SessionTest, SessionKey_FollowsTheProductSwitch) {
 }
 
 TEST_F(SessionTest, FolderFinding_MissingRootIsAnErrorAMissingSubfolderAWarning) {
-  const FolderListing listing(SystemPath(scratch / L"missing"));
+  const FolderListing listing(Path(scratch / L"missing"));
   EXPECT_FALSE(listing.Opened());
   EXPECT_TRUE(FolderFinding(messages, L"C:\\r", listing, true).IsError());
   EXPECT_FALSE(FolderFinding(messages, L"C:\\r", listing, false).IsError());

@@ -1,17 +1,16 @@
 #include "tools/vtctl/session/session_trace.h"
 
-#include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/settings_monitor.h"
 
 namespace vtctl {
 
-SessionTrace::SessionTrace(const StringResourceMgr& messages, const std::wstring& folder) {
+SessionTrace::SessionTrace(const StringResourceMgr& messages, const Path& folder) {
   constexpr int kUnicode = 1;
   LogFileFactory factory(messages, kUnicode);
   /* Beside each job log its own trace: the path is not one for all, so it is not stored. */
-  log.reset(factory.CreateDebugLog(nullptr, Joined(folder, L"vtctl-session.log").c_str()));
+  log.reset(factory.CreateDebugLog(nullptr, (folder / L"vtctl-session.log").System().c_str()));
 }
 
 SessionTrace::~SessionTrace() {

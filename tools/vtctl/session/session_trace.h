@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "tools/vtctl/shared/paths.h"
 #include "vtclass/debug_log.h"
 
 namespace vtctl {
@@ -16,7 +17,7 @@ namespace vtctl {
  */
 class SessionTrace {
  public:
-  SessionTrace(const StringResourceMgr& messages, const std::wstring& folder);
+  SessionTrace(const StringResourceMgr& messages, const Path& folder);
   ~SessionTrace();
   SessionTrace(const SessionTrace&) = delete;
   SessionTrace& operator=(const SessionTrace&) = delete;

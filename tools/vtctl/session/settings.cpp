@@ -5,27 +5,24 @@
 #include <algorithm>
 
 #include "vtclass/config.h"
-#include "vtclass/product.h"
 
 namespace vtctl {
 namespace {
 
-constexpr unsigned long kSiblingProduct = 1;
+using namespace vtclass::config;
 
 struct NumberSetting {
-  const wchar_t* name;
+  const RegistryValue& value;
   unsigned long SessionSettings::* member;
-  unsigned long least;
-  unsigned long most;
 };
 
 const NumberSetting kNumbers[] = {
-    {L"Read File Data", &SessionSettings::readFileData, 0, 1},
-    {L"Buffer Size KB", &SessionSettings::bufferSizeKB, 4, 65536},
-    {L"Report Large Files MB", &SessionSettings::reportLargeFilesMB, 1, 1048576},
-    {L"Largest Files Listed", &SessionSettings::largestFiles, 0, 100},
-    {L"Report Links", &SessionSettings::reportLinks, 0, 1},
-    {L"Workers", &SessionSettings::workers, 1, kMostWorkers},
+    {kSessionReadFileData, &SessionSettings::readFileData},
+    {kSessionBufferSize, &SessionSettings::bufferSizeKB},
+    {kSessionReportLargeFiles, &SessionSettings::reportLargeFilesMB},
+    {kSessionLargestFiles, &SessionSettings::largestFiles},
+    {kSessionReportLinks, &SessionSettings::reportLinks},
+    {kSessionWorkers, &SessionSettings::workers},
 };
 
 /* Agents run with the right to write; an operator may have less, and reads then. */
@@ -37,13 +34,14 @@ bool Open(Configuration& key, const KeyPath& path) {
 }
 
 void LoadNumber(Configuration& key, const NumberSetting& setting, SessionSettings& settings) {
+  const RegistryValue& value = setting.value;
   const unsigned long standard = settings.*setting.member;
   unsigned long number = 0;
-  SettingReport report = {SettingReport::read, setting.name, L"", L""};
-  if (!key.LoadDWORD(setting.name, number)) {
-    report.origin = key.Load(setting.name, number, standard) ? SettingReport::defaultWritten
-                                                             : SettingReport::defaultUsed;
-  } else if (number < setting.least || number > setting.most) {
+  SettingReport report = {SettingReport::read, value.name, L"", L""};
+  if (!key.LoadDWORD(value.name, number)) {
+    report.origin = key.Load(value.name, number, standard) ? SettingReport::defaultWritten
+                                                           : SettingReport::defaultUsed;
+  } else if (number < value.minimum || number > value.maximum) {
     report.origin = SettingReport::outOfRange;
     report.used = std::to_wstring(standard);
   }
@@ -54,9 +52,9 @@ void LoadNumber(Configuration& key, const NumberSetting& setting, SessionSetting
 
 void LoadJobName(Configuration& key, SessionSettings& settings) {
   wcstring name;
-  SettingReport report = {SettingReport::read, L"Job Name", L"", L""};
-  if (!key.Load(L"Job Name", name)) {
-    report.origin = key.Load(L"Job Name", name, settings.jobName.c_str())
+  SettingReport report = {SettingReport::read, kSessionJobName.name, L"", L""};
+  if (!key.Load(kSessionJobName.name, name)) {
+    report.origin = key.Load(kSessionJobName.name, name, settings.jobName.c_str())
                         ? SettingReport::defaultWritten
                         : SettingReport::defaultUsed;
   }
@@ -74,12 +72,7 @@ unsigned long UsualWorkers() {
   return std::clamp<unsigned long>(system.dwNumberOfProcessors, 1, kMostUsual);
 }
 
-KeyPath SessionKey() {
-  const wchar_t* root = CMS_GetProd() == kSiblingProduct
-                            ? L"Software\\Quorrel\\Strandel\\VTDS"
-                            : L"Software\\Norvane\\Vantorel For Windows\\Vantorel";
-  return {HKEY_LOCAL_MACHINE, std::wstring(root) + L"\\Session"};
-}
+KeyPath SessionKey() { return {HKEY_LOCAL_MACHINE, kSessionKey.Path()}; }
 
 SessionSettings LoadSettings(const KeyPath& path) {
   SessionSettings settings;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "config/registry_values.h"
 #include "tools/vtctl/shared/key_path.h"
 
 namespace vtctl {
@@ -17,19 +18,19 @@ struct SettingReport {
 };
 
 /* How many threads a session has: more than a few gain nothing on most disks. */
-inline constexpr unsigned long kMostWorkers = 64;
+inline constexpr unsigned long kMostWorkers = vtclass::config::kSessionWorkers.maximum;
 /* One for each processor, 8 at most. */
 unsigned long UsualWorkers();
 
-/* What the registry says of how a session works. */
+/* What the registry says of how a session works; config/registry_values.h tells what each is. */
 struct SessionSettings {
-  std::wstring jobName = L"Backup session";
-  unsigned long readFileData = 1;         /* 0: folders are listed and no file is opened */
-  unsigned long bufferSizeKB = 256;       /* of each reading */
-  unsigned long reportLargeFilesMB = 100; /* files from that size on get an entry of their own */
-  unsigned long largestFiles = 10;        /* how many the summary names */
-  unsigned long reportLinks = 0;          /* 1: a link that is not followed is a warning */
-  unsigned long workers = UsualWorkers(); /* threads that read and write, 1 to kMostWorkers */
+  std::wstring jobName = vtclass::config::kSessionJobName.text;
+  unsigned long readFileData = vtclass::config::kSessionReadFileData.number;
+  unsigned long bufferSizeKB = vtclass::config::kSessionBufferSize.number;
+  unsigned long reportLargeFilesMB = vtclass::config::kSessionReportLargeFiles.number;
+  unsigned long largestFiles = vtclass::config::kSessionLargestFiles.number;
+  unsigned long reportLinks = vtclass::config::kSessionReportLinks.number;
+  unsigned long workers = UsualWorkers();
 
   std::vector<SettingReport> reports;
   unsigned long error = 0; /* why the key could not be opened; everything is default then */

@@ -58,11 +58,11 @@ TEST(Paths, SystemPathAndBack) {
                       {L"\\\\?\\C:\\name. ", L"\\\\?\\C:\\name. "},
                       {L"C:\\" + std::wstring(400, L'x'), L"\\\\?\\C:\\" + std::wstring(400, L'x')},
                       {L"", L""}};
-  for (const Row& row : rows) EXPECT_EQ(SystemPath(row.given), row.expected);
-  EXPECT_EQ(ShownPath(L"\\\\?\\UNC\\server\\share\\d"), L"\\\\server\\share\\d");
-  EXPECT_EQ(ShownPath(L"\\\\?\\C:\\a\x01"), L"C:\\a\xFFFD");
-  EXPECT_EQ(Joined(L"\\\\?\\C:\\", L"a"), L"\\\\?\\C:\\a");
-  EXPECT_EQ(Joined(L"\\\\?\\C:\\d", L"a"), L"\\\\?\\C:\\d\\a");
+  for (const Row& row : rows) EXPECT_EQ(Path(row.given).System(), row.expected);
+  EXPECT_EQ(Path(L"\\\\server\\share\\d").Shown(), L"\\\\server\\share\\d");
+  EXPECT_EQ(Path(L"\\\\?\\C:\\a\x01").Shown(), L"C:\\a\xFFFD");
+  EXPECT_EQ((Path(L"C:\\") / L"a").System(), L"\\\\?\\C:\\a");
+  EXPECT_EQ((Path(L"C:\\d") / L"a").System(), L"\\\\?\\C:\\d\\a");
 }
 
 TEST(Progress, ProgressBar_KeepsItsWidth) {

@@ -128,7 +128,7 @@ double TreeWalk::FractionDone() {
 void TreeWalk::Publish(Folders::iterator folder, FolderRecord&& record) {
   const double part = folder->weight / static_cast<double>(record.subfolders.size() + 1);
   Folders below;
-  for (std::wstring& path : record.subfolders) {
+  for (Path& path : record.subfolders) {
     below.push_back({std::move(path), part, Folder::waiting, 0, nullptr});
   }
   record.subfolders.clear();

@@ -54,7 +54,7 @@ class TreeWalk {
   class Writing;
 
   struct Folder {
-    std::wstring path;
+    Path path;
     double weight;
     enum State { waiting, reading, read } state = waiting;
     size_t held = 0;                      /* what it counts in `ahead` */

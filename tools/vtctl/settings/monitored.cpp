@@ -2,6 +2,7 @@
 
 #include <vtclass/win32.h>
 
+#include "config/registry_values.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/value.h"
@@ -10,18 +11,11 @@
 namespace vtctl {
 namespace {
 
+using namespace vtclass::config;
+
 bool SameName(std::wstring_view a, std::wstring_view b) {
   return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
                                 static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
-}
-
-/* The numbers that the debug log falls back to; everything else counts as 0 or empty. */
-std::wstring UsualValue(const MonitoredValue& value) {
-  if (value.kind == Setting::stringKind) return {};
-  const std::wstring_view name = value.name;
-  if (name == L"MaxDebugFile Size In MB") return L"4";
-  if (name == L"MaxDebugFile Retention Size In MB" || name == L"MaxDebugFile Count") return L"1";
-  return L"0";
 }
 
 bool IsStored(const MonitoredSetting& setting) {
@@ -33,26 +27,17 @@ bool IsStored(const MonitoredSetting& setting) {
          key.GetDataSize(setting.value.name, &size, &type);
 }
 
-/* The first registration watches the logging key, the one of the log path the debug key. */
-const wchar_t* WatchedKey(SettingsKey key) {
-  MonitoredValue value = {};
-  for (unsigned long i = 0; SettingsMonitor::GetMonitoredValue(i, value); ++i) {
-    if (key == SettingsKey::logging || value.kind == Setting::stringKind) break;
-  }
-  return value.key;
-}
-
 }  // namespace
 
 std::vector<MonitoredSetting> MonitoredSettings() {
-  const std::wstring_view logging = WatchedKey(SettingsKey::logging);
-  const std::wstring_view debug = WatchedKey(SettingsKey::debug);
   std::vector<MonitoredSetting> settings;
   MonitoredValue value = {};
   for (unsigned long i = 0; SettingsMonitor::GetMonitoredValue(i, value); ++i) {
-    const SettingsKey key = value.key == logging ? SettingsKey::logging : SettingsKey::debug;
-    const bool isWatched = key == SettingsKey::logging || value.key == debug;
-    settings.push_back({key, isWatched, value, UsualValue(value)});
+    const bool isLogging = std::wstring_view(value.key) == kLoggingKey.Path();
+    const bool isWatched = isLogging || std::wstring_view(value.key) == kDebugKey.Path();
+    const bool isText = value.kind == Setting::stringKind;
+    settings.push_back({isLogging ? SettingsKey::logging : SettingsKey::debug, isWatched, value,
+                        isText ? L"" : std::to_wstring(kMonitoredValues[i]->number)});
   }
   return settings;
 }
@@ -115,11 +100,10 @@ StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {
   return {{}, stored.WriteNumber(*number)};
 }
 
-nlohmann::ordered_json ToJson(const MonitoredSetting& setting) {
-  nlohmann::ordered_json json = {
-      {"key", ToUtf8(L"HKEY_LOCAL_MACHINE\\" + std::wstring(setting.value.key))},
-      {"name", ToUtf8(setting.value.name)},
-      {"type", ToUtf8(TypeText(setting))}};
+Json ToJson(const MonitoredSetting& setting) {
+  Json json = {{"key", ToUtf8(L"HKEY_LOCAL_MACHINE\\" + std::wstring(setting.value.key))},
+               {"name", ToUtf8(setting.value.name)},
+               {"type", ToUtf8(TypeText(setting))}};
   if (setting.HasRange()) {
     json["minimum"] = setting.value.minimum;
     json["maximum"] = setting.value.maximum;
@@ -127,8 +111,7 @@ nlohmann::ordered_json ToJson(const MonitoredSetting& setting) {
   return json;
 }
 
-nlohmann::ordered_json ValueAsJson(const MonitoredSetting& setting,
-                                   const std::optional<std::wstring>& value) {
+Json ValueAsJson(const MonitoredSetting& setting, const std::optional<std::wstring>& value) {
   if (!value) return nullptr;
   if (setting.IsText()) return ToUtf8(*value);
   return ParseNumber(*value).value_or(0);

@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "tools/vtctl/shared/json.h"
 #include "vtclass/settings_monitor.h"
 
 namespace vtctl {
@@ -58,11 +57,10 @@ struct StoreResult {
 StoreResult Store(const MonitoredSetting& setting, const std::wstring& text);
 
 /* {"key": ..., "name": ..., "type": ..., "value": ...}, with the range where there is one. */
-nlohmann::ordered_json ToJson(const MonitoredSetting& setting);
+Json ToJson(const MonitoredSetting& setting);
 
 /* The value as JSON: a number, a text, or null. */
-nlohmann::ordered_json ValueAsJson(const MonitoredSetting& setting,
-                                   const std::optional<std::wstring>& value);
+Json ValueAsJson(const MonitoredSetting& setting, const std::optional<std::wstring>& value);
 
 /* "Access denied. (5)" of an HRESULT that carries a Win32 code. */
 std::wstring StatusText(long status);

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "platform/owned.h"
 #include "tests/support/private_registry.h"
 #include "tools/vtctl/settings/watch_settings.h"
+#include "tools/vtctl/shared/interrupt.h"
 #include "vtclass/product.h"
 
 namespace vtctl {
@@ -64,10 +64,11 @@ TEST_F(SettingsTest, Watch_TellsTheChangeWithTheValueBefore) {
   const auto level = FindSetting(L"Engine NDMP Debug Level", {});
   const auto path = FindSetting(L"Path", {});
   ASSERT_TRUE(Store(*level, L"1").problem.empty());
-  const vtclass::platform::OwnedKernelObject end(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  static const bool isCaught = (CatchInterrupts(), true);
+  ASSERT_TRUE(isCaught && ::ResetEvent(InterruptEvent()));
   int seen = 0;
-  EXPECT_TRUE(WatchSettings(
-      MonitoredSettings(), end.Get(), 20000, [&] { Store(*level, L"2"); },
+  const auto end = WatchSettings(
+      MonitoredSettings(), 20, [&] { Store(*level, L"2"); },
       [&](const MonitoredSetting& setting, const auto& before, const std::wstring& now) {
         if (++seen == 1) {
           EXPECT_EQ(setting.value.name, std::wstring(L"Engine NDMP Debug Level"));
@@ -77,9 +78,10 @@ TEST_F(SettingsTest, Watch_TellsTheChangeWithTheValueBefore) {
         } else {
           EXPECT_FALSE(before);
           EXPECT_EQ(now, L"C:\\Logs");
-          ::SetEvent(end.Get());
+          ::SetEvent(InterruptEvent());
         }
-      }));
+      });
+  EXPECT_EQ(end, WaitEnd::interrupted);
   EXPECT_EQ(seen, 2);
 }
 

@@ -1,19 +1,16 @@
 #include <algorithm>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/vtctl/settings/monitored.h"
 #include "tools/vtctl/settings/watch_settings.h"
 #include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
-#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
-#include "vtclass/product.h"
 
 namespace vtctl {
 namespace {
@@ -31,19 +28,12 @@ constexpr const char* kExamples =
     "  vtctl settings watch --for 60\n"
     "      print changes as a service sees them; Ctrl+C ends it";
 
-struct SettingsArguments {
-  std::string name;
-  std::string data;
-  std::string key;
-  unsigned long product = 0;
+struct SettingsArguments : CommonArguments {
+  std::wstring name;
+  std::wstring data;
+  std::optional<SettingsKey> key;
   unsigned seconds = 0;
-  bool json = false;
 };
-
-std::optional<SettingsKey> ChosenKey(const SettingsArguments& arguments) {
-  if (arguments.key.empty()) return std::nullopt;
-  return arguments.key == "debug" ? SettingsKey::debug : SettingsKey::logging;
-}
 
 /* "HKEY_LOCAL_MACHINE\...\Debug", with what speaks against relying on it. */
 std::wstring KeyLine(const MonitoredSetting& setting) {
@@ -76,16 +66,15 @@ int NotReadable(long status) {
 }
 
 int List(const SettingsArguments& arguments) {
-  const auto key = ChosenKey(arguments);
-  auto json = nlohmann::ordered_json::array();
+  auto json = Json::array();
   std::wstring heading;
   long worst = 0;
   for (const MonitoredSetting& setting : MonitoredSettings()) {
-    if (key && setting.key != *key) continue;
+    if (arguments.key && setting.key != *arguments.key) continue;
     const StoredSetting stored = ReadStored(setting);
     if (stored.status != 0) worst = stored.status;
     if (arguments.json) {
-      nlohmann::ordered_json row = ToJson(setting);
+      Json row = ToJson(setting);
       row["value"] = ValueAsJson(setting, stored.value);
       if (stored.hasOtherType) row["hasWrongType"] = true;
       row["ifNotStored"] = ValueAsJson(setting, setting.usual);
@@ -95,18 +84,18 @@ int List(const SettingsArguments& arguments) {
     if (KeyLine(setting) != heading) Print(heading = KeyLine(setting));
     PrintRow(setting, stored);
   }
-  if (arguments.json) PrintUtf8(json.dump(2) + "\n");
+  if (arguments.json) PrintJson(json);
   return worst == 0 ? kExitClean : NotReadable(worst);
 }
 
 int UnknownName(const SettingsArguments& arguments) {
-  return Fail(kExitUsage, L"\"" + FromUtf8(arguments.name) + L"\" is no monitored setting" +
-                              (arguments.key.empty() ? L"" : L" of that key") +
+  return Fail(kExitUsage, L"\"" + arguments.name + L"\" is no monitored setting" +
+                              (!arguments.key ? L"" : L" of that key") +
                               L"; 'vtctl settings list' names them.");
 }
 
 int Get(const SettingsArguments& arguments) {
-  const auto setting = FindSetting(FromUtf8(arguments.name), ChosenKey(arguments));
+  const auto setting = FindSetting(arguments.name, arguments.key);
   if (!setting) return UnknownName(arguments);
   const StoredSetting stored = ReadStored(*setting);
   if (!stored.value) {
@@ -120,9 +109,9 @@ int Get(const SettingsArguments& arguments) {
                                   L"\" cannot be read: " + reason);
   }
   if (arguments.json) {
-    nlohmann::ordered_json line = ToJson(*setting);
+    Json line = ToJson(*setting);
     line["value"] = ValueAsJson(*setting, stored.value);
-    PrintUtf8(line.dump() + "\n");
+    PrintJsonLine(line);
   } else {
     Print(Printable(*stored.value) + L"\n");
   }
@@ -130,9 +119,9 @@ int Get(const SettingsArguments& arguments) {
 }
 
 int Set(const SettingsArguments& arguments) {
-  const auto setting = FindSetting(FromUtf8(arguments.name), ChosenKey(arguments));
+  const auto setting = FindSetting(arguments.name, arguments.key);
   if (!setting) return UnknownName(arguments);
-  const StoreResult result = Store(*setting, FromUtf8(arguments.data));
+  const StoreResult result = Store(*setting, arguments.data);
   const std::wstring name = L"\"" + std::wstring(setting->value.name) + L"\"";
   if (!result.problem.empty()) {
     return Fail(kExitUsage, name + L" is not changed: " + result.problem + L".");
@@ -144,10 +133,10 @@ int Set(const SettingsArguments& arguments) {
 void PrintChange(const MonitoredSetting& setting, const std::optional<std::wstring>& before,
                  const std::wstring& now, bool json) {
   if (json) {
-    nlohmann::ordered_json line = ToJson(setting);
+    Json line = ToJson(setting);
     line["before"] = ValueAsJson(setting, before);
     line["value"] = ValueAsJson(setting, now);
-    PrintUtf8(line.dump() + "\n");
+    PrintJsonLine(line);
     return;
   }
   const std::wstring key = setting.key == SettingsKey::logging ? L"logging" : L"debug";
@@ -156,10 +145,9 @@ void PrintChange(const MonitoredSetting& setting, const std::optional<std::wstri
 }
 
 int Watch(const SettingsArguments& arguments) {
-  const auto key = ChosenKey(arguments);
   std::vector<MonitoredSetting> settings;
   for (MonitoredSetting& setting : MonitoredSettings()) {
-    if (!setting.isWatched || (key && setting.key != *key)) continue;
+    if (!setting.isWatched || (arguments.key && setting.key != *arguments.key)) continue;
     const StoredSetting stored = ReadStored(setting);
     /* The monitor would be silent for ever. */
     if (stored.status != 0) return NotReadable(stored.status);
@@ -174,68 +162,44 @@ int Watch(const SettingsArguments& arguments) {
                            const std::optional<std::wstring>& before, const std::wstring& now) {
     PrintChange(setting, before, now, arguments.json);
   };
-  const DWORD limit = arguments.seconds > 0 ? arguments.seconds * 1000 : INFINITE;
-  if (!WatchSettings(settings, InterruptEvent(), limit, ready, changed)) {
-    return Fail(kExitInternal, L"The settings monitor does not take the settings.");
-  }
-  return Interrupted() ? kExitCancelled : kExitClean;
+  const std::optional<WaitEnd> end = WatchSettings(settings, arguments.seconds, ready, changed);
+  if (!end) return Fail(kExitInternal, L"The settings monitor does not take the settings.");
+  return ExitCodeOf(*end);
 }
 
-using Operation = int (*)(const SettingsArguments&);
+using Settings = CommandWith<SettingsArguments>;
 
-CLI::App* AddOperation(CLI::App& settings, ChosenCommand& chosen, const char* name,
-                       const char* description, const std::shared_ptr<SettingsArguments>& arguments,
-                       Operation operation) {
-  CLI::App* command = settings.add_subcommand(name, description);
-  command->add_option("--key", arguments->key, "Only the values of one key: logging or debug")
-      ->check(CLI::IsMember({"logging", "debug"}))
-      ->option_text("logging|debug");
-  command->add_option("--product", arguments->product, "1 for the sibling product's registry root")
-      ->option_text("N");
-  command->footer(kExamples);
-  command->callback([&chosen, arguments, operation] {
-    chosen.run = [arguments, operation] {
-      CMS_SetProd(arguments->product);
-      return operation(*arguments);
-    };
-  });
+Settings AddOperation(Command& group, const char* name, const char* description,
+                      int (*operation)(const SettingsArguments&)) {
+  Settings command = group.Add(name, description, kExamples, operation);
+  command.Choice<std::optional<SettingsKey>>(
+      "--key logging|debug", command->key,
+      {{"logging", SettingsKey::logging}, {"debug", SettingsKey::debug}},
+      "Only the values of one key: logging or debug");
   return command;
 }
 
-void AddName(CLI::App* command, const std::shared_ptr<SettingsArguments>& arguments) {
-  command->add_option("NAME", arguments->name, "The setting, as 'list' names it; in any case")
-      ->required()
-      ->option_text(" ");
+void AddName(Settings& command) {
+  command.Text("NAME", command->name, "The setting, as 'list' names it; in any case").Required();
 }
 
 }  // namespace
 
-void AddSettingsCommand(CLI::App& app, ChosenCommand& chosen) {
-  CLI::App* settings = app.add_subcommand(
-      "settings", "Read, change and watch the settings that services follow live");
-  settings->require_subcommand(1);
-  settings->footer(kExamples);
-  const auto arguments = std::make_shared<SettingsArguments>();
-
-  CLI::App* list = AddOperation(*settings, chosen, "list",
-                                "Print all of them with type, range and what counts if not stored",
-                                arguments, List);
-  CLI::App* get = AddOperation(*settings, chosen, "get", "Print one value", arguments, Get);
-  AddName(get, arguments);
-  CLI::App* set = AddOperation(*settings, chosen, "set",
-                               "Write one value, if it is within its range", arguments, Set);
-  AddName(set, arguments);
-  set->add_option("DATA", arguments->data, "The value; numbers in decimal or 0x...")
-      ->required()
-      ->option_text(" ");
-  CLI::App* watch =
-      AddOperation(*settings, chosen, "watch", "Print changes as they come", arguments, Watch);
-  watch->add_option("--for", arguments->seconds, "End after so many seconds")
-      ->check(CLI::Range(1U, 1000000U))
-      ->option_text("SECONDS");
-  list->add_flag("--json", arguments->json, "One JSON array with everything");
-  get->add_flag("--json", arguments->json, "One JSON object with type and range");
-  watch->add_flag("--json", arguments->json, "One JSON object a change");
+void AddSettingsCommand(Command& program) {
+  Command group = program.AddGroup(
+      "settings", "Read, change and watch the settings that services follow live", kExamples);
+  Settings list = AddOperation(
+      group, "list", "Print all of them with type, range and what counts if not stored", List);
+  list.Json("One JSON array with everything");
+  Settings get = AddOperation(group, "get", "Print one value", Get);
+  AddName(get);
+  get.Json("One JSON object with type and range");
+  Settings set = AddOperation(group, "set", "Write one value, if it is within its range", Set);
+  AddName(set);
+  set.Text("DATA", set->data, "The value; numbers in decimal or 0x...").Required();
+  Settings watch = AddOperation(group, "watch", "Print changes as they come", Watch);
+  watch.Count("--for SECONDS", watch->seconds, "End after so many seconds", kSeconds);
+  watch.Json("One JSON object a change");
 }
 
 }  // namespace vtctl

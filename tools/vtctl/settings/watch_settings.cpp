@@ -75,17 +75,12 @@ struct MonitorScope {
   MonitorScope& operator=(const MonitorScope&) = delete;
 };
 
-DWORD TimeLeft(ULONGLONG start, DWORD milliseconds) {
-  if (milliseconds == INFINITE) return INFINITE;
-  const ULONGLONG gone = ::GetTickCount64() - start;
-  return gone >= milliseconds ? 0 : static_cast<DWORD>(milliseconds - gone);
-}
-
 }  // namespace
 
-bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DWORD milliseconds,
-                   const std::function<void()>& ready, const SettingChanged& changed) {
-  const ULONGLONG start = ::GetTickCount64();
+std::optional<WaitEnd> WatchSettings(const std::vector<MonitoredSetting>& settings,
+                                     unsigned seconds, const std::function<void()>& ready,
+                                     const SettingChanged& changed) {
+  const Deadline deadline(seconds);
   Changes changes;
   std::vector<Subscription> subscriptions;
   subscriptions.reserve(settings.size());
@@ -93,18 +88,17 @@ bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DW
   for (size_t i = 0; i < settings.size(); ++i) subscriptions.push_back({&changes, i});
   const MonitorScope scope;
   for (size_t i = 0; i < settings.size(); ++i) {
-    if (!Register(settings[i], subscriptions[i], last[i])) return false;
+    if (!Register(settings[i], subscriptions[i], last[i])) return std::nullopt;
   }
   ready();
-  const HANDLE handles[] = {changes.arrived.Get(), end};
-  while (::WaitForMultipleObjects(ARRAYSIZE(handles), handles, FALSE,
-                                  TimeLeft(start, milliseconds)) == WAIT_OBJECT_0) {
+  for (;;) {
+    const WaitEnd end = WaitFor(changes.arrived.Get(), deadline.Left());
+    if (end != WaitEnd::signalled) return end;
     for (auto& [setting, value] : changes.Take()) {
       changed(settings[setting], last[setting], value);
       last[setting] = std::move(value);
     }
   }
-  return true;
 }
 
 }  // namespace vtctl

@@ -4,10 +4,12 @@
 #include <vtclass/win32.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/vtctl/settings/monitored.h"
+#include "tools/vtctl/shared/wait.h"
 
 namespace vtctl {
 
@@ -17,12 +19,14 @@ using SettingChanged =
                        const std::wstring& now)>;
 
 /*
- * Follows `settings` through the settings monitor, as the product's components do, until `end` is
- * signalled or the milliseconds are over. `ready` is called once changes are followed. Both
- * functions run on the calling thread. False when the monitor could not take the settings.
+ * Follows `settings` through the settings monitor, as the product's components do, until the
+ * operator interrupts or the seconds (0: no limit) are over. `ready` is called once changes are
+ * followed. Both functions run on the calling thread. Nothing when the monitor could not take the
+ * settings.
  */
-bool WatchSettings(const std::vector<MonitoredSetting>& settings, HANDLE end, DWORD milliseconds,
-                   const std::function<void()>& ready, const SettingChanged& changed);
+std::optional<WaitEnd> WatchSettings(const std::vector<MonitoredSetting>& settings,
+                                     unsigned seconds, const std::function<void()>& ready,
+                                     const SettingChanged& changed);
 
 }  // namespace vtctl
 

@@ -11,6 +11,9 @@ namespace {
 /* A console takes only so much in one call; older systems share one 64 KB heap for it. */
 constexpr size_t kConsoleUnits = 8192;
 
+bool outputIsDropped = false;
+bool coloursAreForbidden = false;
+
 void WriteToConsole(HANDLE console, std::wstring_view text) {
   while (!text.empty()) {
     size_t count = std::min(text.size(), kConsoleUnits);
@@ -56,7 +59,9 @@ bool EnableEscapeSequences(HANDLE console) {
 
 }  // namespace
 
-void Print(std::wstring_view text) { WriteTo(STD_OUTPUT_HANDLE, text); }
+void Print(std::wstring_view text) {
+  if (!outputIsDropped) WriteTo(STD_OUTPUT_HANDLE, text);
+}
 
 void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
 
@@ -67,7 +72,17 @@ int Fail(int exitCode, const std::wstring& sentence) {
 
 void PrintUtf8(std::string_view text) { Print(FromUtf8(text)); }
 
+void DropOutput() { outputIsDropped = true; }
+
 bool OutputIsTerminal() { return EnableEscapeSequences(::GetStdHandle(STD_OUTPUT_HANDLE)); }
+
+void ForbidColours() { coloursAreForbidden = true; }
+
+bool ColoursWanted() {
+  wchar_t forbidden[2] = L"";
+  ::GetEnvironmentVariableW(L"NO_COLOR", forbidden, ARRAYSIZE(forbidden));
+  return !coloursAreForbidden && forbidden[0] == L'\0' && OutputIsTerminal();
+}
 
 int TerminalWidth() {
   CONSOLE_SCREEN_BUFFER_INFO info = {};

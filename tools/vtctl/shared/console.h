@@ -17,8 +17,16 @@ int Fail(int exitCode, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
 
+/* From now on nothing is printed but errors. */
+void DropOutput();
+
 /* True when standard output is a terminal that shows colours and a moving progress bar. */
 bool OutputIsTerminal();
+/* From now on ColoursWanted is false. */
+void ForbidColours();
+/* True when that terminal is there and the operator has nothing against colours: NO_COLOR in the
+ * environment, when it is not empty, forbids them. */
+bool ColoursWanted();
 /* The columns of that terminal; 80 when there is none. */
 int TerminalWidth();
 

@@ -2,6 +2,8 @@
 
 #include <vtclass/win32.h>
 
+#include <algorithm>
+
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/resolution.h"
@@ -16,14 +18,12 @@ constexpr const wchar_t* kMayBeVirtual =
     L"in a cluster this may be a virtual server whose address lies on this node now; without DNS "
     L"the answer is no";
 
-/* What vtclass says of a name without asking DNS; `error` is why it cannot tell. */
-bool IsLocal(const std::wstring& name, bool clusterAware, unsigned long& error) {
-  wcstring unused;
-  bool isLocal = false;
-  unsigned long status = 0;
-  error = vtclass::VTConvertServerNamePlus(name, unused, vtclass::computerNameNoConversion,
-                                           clusterAware, &isLocal, &status);
-  return error == ERROR_SUCCESS && isLocal;
+using vtclass::Step;
+
+/* The first step of that kind; null when it was not taken. */
+const Step* Find(const IdentityAnswer& answer, vtclass::IdentityStep what) {
+  const auto step = std::ranges::find(answer.steps, int{what}, &Step::what);
+  return step == answer.steps.end() ? nullptr : &*step;
 }
 
 std::wstring OwnForm(const wcstring& node, vtclass::_COMPUTER_NAME_FORMAT format) {
@@ -57,75 +57,83 @@ std::vector<std::wstring> OwnAddresses() {
   return texts;
 }
 
-IdentityStep NameStep(const IdentityQuestion& question, const std::wstring& server) {
-  const bool isAddress = vtclass::IsIpAddr(server.c_str());
-  IdentityStep step;
+ExplainedStep NameStep(const IdentityAnswer& answer) {
+  const bool isAddress = Find(answer, vtclass::stepOwnAddress) != nullptr;
+  ExplainedStep step;
   step.title = isAddress ? L"This machine's addresses" : L"This machine's names";
   step.compared = isAddress ? OwnAddresses() : OwnNames();
-  unsigned long error = ERROR_SUCCESS;
-  unsigned long unused = ERROR_SUCCESS;
-  step.decides = IsLocal(server, question.clusterAware, error);
-  if (step.decides) {
-    step.found = L"one of them";
-  } else if (question.clusterAware && IsLocal(server, false, unused)) {
-    step.found = error == ERROR_SUCCESS
-                     ? L"one of them, but a virtual server of a cluster holds it"
-                     : L"one of them, but whether a virtual server of the cluster holds it cannot "
-                       L"be read: " +
-                           ResolverText(error);
-  } else {
+  const Step* const own = Find(answer, isAddress ? vtclass::stepOwnAddress : vtclass::stepOwnName);
+  const Step* const holder = Find(answer, vtclass::stepVirtualServer);
+  if (!own) {
+    step.found = L"cannot be compared: " + ResolverText(answer.code);
+  } else if (own->answer == 0) {
     step.found = L"none of them";
+  } else if (holder && holder->code != ERROR_SUCCESS) {
+    step.found =
+        L"one of them, but whether a virtual server of the cluster holds it cannot be read: " +
+        ResolverText(holder->code);
+  } else if (holder && holder->answer != 0) {
+    step.found = L"one of them, but a virtual server of a cluster holds it";
+  } else {
+    step.found = L"one of them";
+    step.decides = true;
   }
   return step;
 }
 
-IdentityStep RacStep(const std::wstring& server) {
-  IdentityStep step;
+ExplainedStep RacStep(const IdentityAnswer& answer) {
+  ExplainedStep step;
   step.title = L"Oracle RAC virtual nodes";
   step.compared = {L"RAC-<database>-<identifier> of this machine's databases"};
-  const bool isNode = vtclass::IsOracleRACVNodeName(server, &step.decides);
+  const Step* const node = Find(answer, vtclass::stepRacNode);
+  const Step* const shape = Find(answer, vtclass::stepRacShape);
+  step.decides = node && node->answer != 0;
   if (step.decides) {
     step.found = L"one of them";
+  } else if (shape && shape->answer != 0) {
+    step.found = L"the name of a virtual node, but not of this machine's databases";
   } else {
-    step.found = isNode ? L"the name of a virtual node, but not of this machine's databases"
-                        : L"not the name of a virtual node";
+    step.found = L"not the name of a virtual node";
   }
   return step;
 }
 
-/* What DNS knows of the name, as far as it answers. */
-void AddResolution(IdentityStep& step, const std::wstring& server, const IdentityAnswer& answer) {
-  if (vtclass::IsIpAddr(server.c_str())) {
-    step.found = L"an address is no alias";
-    return;
-  }
-  wcstring full;
-  vtclass::VTGetFQDN(full);
-  step.compared = {L"fully qualified name " + full, L"loopback addresses",
-                   L"this machine's addresses"};
-  /* It has just been answered in time, so it is answered at once now. */
-  const Resolution resolution = Resolve(server, answer.milliseconds + 1000);
-  if (resolution.error != ERROR_SUCCESS) {
-    step.found = L"no host: " + ResolverText(resolution.error);
-    return;
-  }
-  step.found = answer.isMe ? L"an alias" : L"none of them";
-  if (answer.isMe) step.warning = kMayBeVirtual;
-  step.found += L": DNS calls it " + Printable(resolution.canonicalName);
-  for (const ResolvedAddress& address : resolution.addresses) {
-    step.found += L", " + AddressLine(address);
-  }
+std::wstring NoHostText(unsigned long code) {
+  if (code == kNotInAnsi) return L"the ANSI code page cannot hold the name";
+  return (code == WSAHOST_NOT_FOUND ? L"no host: " : L"no answer: ") + ResolverText(code);
 }
 
-IdentityStep AliasStep(const std::wstring& server, const IdentityAnswer& answer) {
-  IdentityStep step;
+/* What DNS knows of the name. */
+std::wstring HostText(const IdentityAnswer& answer, const Step& host) {
+  std::wstring text = (answer.isMe ? L"an alias: DNS calls it " : L"none of them: DNS calls it ") +
+                      Printable(host.text);
+  for (const Step& step : answer.steps) {
+    if (step.what != vtclass::stepDnsAddress) continue;
+    text += L", " + AddressLine(Described(step.text, step.answer != 0));
+  }
+  return text;
+}
+
+ExplainedStep AliasStep(const IdentityAnswer& answer) {
+  ExplainedStep step;
   step.title = L"Aliases in DNS";
   step.decides = true;
-  if (IsSettled(answer) && answer.code != kNotInAnsi) {
-    AddResolution(step, server, answer);
+  const Step* const host = Find(answer, vtclass::stepDnsHost);
+  if (host && IsSettled(answer) && host->code != kNotInAnsi) {
+    wcstring full;
+    vtclass::VTGetFQDN(full);
+    step.compared = {L"fully qualified name " + full, L"loopback addresses",
+                     L"this machine's addresses"};
+  }
+  if (host) {
+    step.found = host->code != ERROR_SUCCESS ? NoHostText(host->code) : HostText(answer, *host);
+    if (answer.isMe) step.warning = kMayBeVirtual;
+  } else if (Find(answer, vtclass::stepOwnDnsName)) {
+    step.found = L"this machine's own DNS name is no alias";
+  } else if (answer.code == ERROR_SUCCESS && Find(answer, vtclass::stepOwnAddress)) {
+    step.found = L"an address is no alias";
   } else {
-    step.found = answer.code == kNotInAnsi ? L"the ANSI code page cannot hold the name"
-                                           : L"no answer: " + ResolverText(answer.code);
+    step.found = L"no answer: " + ResolverText(answer.code);
   }
   return step;
 }
@@ -138,8 +146,8 @@ IdentityAnswer AskIdentity(const IdentityQuestion& question) {
   wcstring share;
   answer.server = vtclass::SplitUncPath(question.name, server, share) ? server : question.name;
   const ULONGLONG start = ::GetTickCount64();
-  answer.code =
-      vtclass::IsThisMeEx(answer.server, &answer.isMe, question.clusterAware, question.timeOut);
+  answer.code = vtclass::IsThisMeExWithSteps(answer.server, &answer.isMe, question.clusterAware,
+                                             question.timeOut, answer.steps);
   answer.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
   return answer;
 }
@@ -162,12 +170,10 @@ int ExitCodeOf(const IdentityAnswer& answer) {
   return ServerOf(answer.server).empty() ? kExitUsage : kExitNoAnswer;
 }
 
-std::vector<IdentityStep> ExplainIdentity(const IdentityQuestion& question,
-                                          const IdentityAnswer& answer) {
-  const std::wstring server = ServerOf(answer.server);
-  std::vector<IdentityStep> steps = {NameStep(question, server)};
-  if (!steps.back().decides) steps.push_back(RacStep(server));
-  if (!steps.back().decides) steps.push_back(AliasStep(server, answer));
+std::vector<ExplainedStep> ExplainIdentity(const IdentityAnswer& answer) {
+  std::vector<ExplainedStep> steps = {NameStep(answer)};
+  if (!steps.back().decides) steps.push_back(RacStep(answer));
+  if (!steps.back().decides) steps.push_back(AliasStep(answer));
   return steps;
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "vtclass/net.h"
+
 namespace vtctl {
 
 /* Is this name or address this machine? */
@@ -19,6 +21,7 @@ struct IdentityAnswer {
   bool isMe = false;
   unsigned long code = 0;
   unsigned long milliseconds = 0; /* how long it took */
+  std::vector<vtclass::Step> steps;
 };
 
 IdentityAnswer AskIdentity(const IdentityQuestion& question);
@@ -32,8 +35,8 @@ std::wstring Sentence(const IdentityQuestion& question, const IdentityAnswer& an
 /* kExitClean, kExitNotThisMachine, kExitNoAnswer; kExitUsage for an empty name. */
 int ExitCodeOf(const IdentityAnswer& answer);
 
-/* One step of the test, as one of the library's functions answers it. */
-struct IdentityStep {
+/* One step of the test, in words. */
+struct ExplainedStep {
   std::wstring title;
   std::vector<std::wstring> compared; /* with what */
   std::wstring found;
@@ -41,9 +44,8 @@ struct IdentityStep {
   std::wstring warning; /* what to mind about the answer; mostly empty */
 };
 
-/* The steps up to the one that decides. */
-std::vector<IdentityStep> ExplainIdentity(const IdentityQuestion& question,
-                                          const IdentityAnswer& answer);
+/* The steps as they were taken, up to the one that decides. */
+std::vector<ExplainedStep> ExplainIdentity(const IdentityAnswer& answer);
 
 }  // namespace vtctl
 

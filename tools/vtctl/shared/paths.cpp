@@ -10,13 +10,7 @@ namespace {
 constexpr std::wstring_view kLong = L"\\\\?\\";
 constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
 
-bool IsFolder(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-}  // namespace
-
+/* Empty, with the reason in ::GetLastError(), when the system cannot make it absolute. */
 std::wstring SystemPath(const std::wstring& path) {
   if (path.starts_with(kLong)) return path;
   std::wstring full(MAX_PATH, L'\0');
@@ -33,15 +27,9 @@ std::wstring SystemPath(const std::wstring& path) {
   return std::wstring(kLong) + full;
 }
 
-std::wstring ShownPath(const std::wstring& systemPath) {
-  if (systemPath.starts_with(kLongShare)) {
-    return Printable(L"\\\\" + systemPath.substr(kLongShare.size()));
-  }
-  return Printable(systemPath.starts_with(kLong) ? systemPath.substr(kLong.size()) : systemPath);
-}
-
-std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
-  return folder.ends_with(L'\\') ? folder + name : folder + L'\\' + name;
+bool IsFolder(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 unsigned long MakeFolders(const std::wstring& systemPath) {
@@ -55,6 +43,29 @@ unsigned long MakeFolders(const std::wstring& systemPath) {
   const unsigned long above = MakeFolders(systemPath.substr(0, end));
   if (above != ERROR_SUCCESS) return above;
   return ::CreateDirectoryW(systemPath.c_str(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
+}
+
+}  // namespace
+
+Path::Path(const std::wstring& written) : system(SystemPath(written)), written(written) {
+  if (system.empty()) error = ::GetLastError();
+}
+
+std::wstring Path::Shown() const {
+  if (system.starts_with(kLongShare)) {
+    return Printable(L"\\\\" + system.substr(kLongShare.size()));
+  }
+  return Printable(system.starts_with(kLong) ? system.substr(kLong.size()) : system);
+}
+
+Path Path::operator/(const std::wstring& name) const {
+  Path below;
+  below.system = system.ends_with(L'\\') ? system + name : system + L'\\' + name;
+  return below;
+}
+
+unsigned long MakeFolders(const Path& folder) {
+  return folder.Error() != ERROR_SUCCESS ? folder.Error() : MakeFolders(folder.System());
 }
 
 }  // namespace vtctl

@@ -5,20 +5,34 @@
 
 namespace vtctl {
 
-/*
- * The absolute form of a path behind "\\?\", for the system: no limit of 260 characters, and names
- * with blanks or dots at their end are taken as they are. Empty, with the reason in
- * ::GetLastError(), when the system cannot make it absolute.
- */
-std::wstring SystemPath(const std::wstring& path);
+/* A file or folder: the path for the system, and the one for people. */
+class Path {
+ public:
+  Path() = default;
+  /* As somebody wrote it. When the system cannot make it absolute, it has no path for the system,
+   * and Error tells why. */
+  explicit Path(const std::wstring& written);
 
-/* The same path as people write it, and fit for a log. */
-std::wstring ShownPath(const std::wstring& systemPath);
+  /* Absolute, behind "\\?\": no limit of 260 characters, and names with blanks or dots at their
+   * end are taken as they are. Empty when there is none. */
+  const std::wstring& System() const { return system; }
+  /* The same path as people write it, and fit for a log. */
+  std::wstring Shown() const;
+  /* What the path was made of: the operator's own words, for what is said of them. */
+  const std::wstring& Written() const { return written; }
+  unsigned long Error() const { return error; }
 
-std::wstring Joined(const std::wstring& folder, const std::wstring& name);
+  /* What has that name below the folder. */
+  Path operator/(const std::wstring& name) const;
+
+ private:
+  std::wstring system;
+  std::wstring written;
+  unsigned long error = 0;
+};
 
 /* Makes a folder and the ones above it that are missing. The system's status. */
-unsigned long MakeFolders(const std::wstring& systemPath);
+unsigned long MakeFolders(const Path& folder);
 
 }  // namespace vtctl
 

@@ -24,21 +24,25 @@ const struct {
               {L"IPv4-compatible", &VTIPAddress::IsV4Compatible},
               {L"IPv4-mapped", &VTIPAddress::IsV4Mapped}};
 
-ResolvedAddress Described(const addrinfo& entry) {
+wcstring TextOf(const addrinfo& entry) {
   char text[NI_MAXHOST] = {};
   ::getnameinfo(entry.ai_addr, static_cast<socklen_t>(entry.ai_addrlen), text, sizeof(text),
                 nullptr, 0, NI_NUMERICHOST);
-  ResolvedAddress described = {wcstring(cstring(text)), {}};
-  if (!vtclass::IsIpAddr(described.text.c_str())) return described;
-  if (vtclass::IsIpAddrLocal(described.text.c_str())) described.notes.emplace_back(L"this machine");
-  const auto address = VTIPAddress::CreateIPAddress(described.text.c_str());
-  for (const auto& kind : kKinds) {
-    if ((address.get()->*kind.is)()) described.notes.emplace_back(kind.note);
-  }
-  return described;
+  return wcstring(cstring(text));
 }
 
 }  // namespace
+
+ResolvedAddress Described(const std::wstring& address, bool isOwn) {
+  ResolvedAddress described = {address, {}};
+  if (!vtclass::IsIpAddr(address.c_str())) return described;
+  if (isOwn) described.notes.emplace_back(L"this machine");
+  const auto parsed = VTIPAddress::CreateIPAddress(address.c_str());
+  for (const auto& kind : kKinds) {
+    if ((parsed.get()->*kind.is)()) described.notes.emplace_back(kind.note);
+  }
+  return described;
+}
 
 Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
   addrinfo hints = {};
@@ -62,7 +66,9 @@ Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
   if (resolution.error != 0 || !list) return resolution;
   if (list->ai_canonname) resolution.canonicalName = wcstring(cstring(list->ai_canonname));
   for (const addrinfo* entry = list.get(); entry; entry = entry->ai_next) {
-    resolution.addresses.push_back(Described(*entry));
+    const wcstring text = TextOf(*entry);
+    const bool isOwn = vtclass::IsIpAddr(text.c_str()) && vtclass::IsIpAddrLocal(text.c_str());
+    resolution.addresses.push_back(Described(text, isOwn));
   }
   return resolution;
 }

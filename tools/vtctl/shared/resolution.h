@@ -18,6 +18,9 @@ struct Resolution {
   std::vector<ResolvedAddress> addresses; /* in the resolver's order */
 };
 
+/* An address with what it is; `isOwn`: this machine has it. */
+ResolvedAddress Described(const std::wstring& address, bool isOwn);
+
 /* Asks for a name without backslashes. `timeOut` in milliseconds, 0: no limit. */
 Resolution Resolve(const std::wstring& name, unsigned long timeOut);
 

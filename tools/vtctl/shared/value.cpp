@@ -118,14 +118,14 @@ std::wstring FullText(const Value& value) {
   return lines;
 }
 
-nlohmann::ordered_json ToJson(const Value& value) {
-  nlohmann::ordered_json json = {{"type", ToUtf8(TypeName(value.type))}};
+Json ToJson(const Value& value) {
+  Json json = {{"type", ToUtf8(TypeName(value.type))}};
   if (IsText(value.type)) {
     json["data"] = ToUtf8(TextOf(value));
   } else if (const auto number = NumberOf(value)) {
     json["data"] = *number;
   } else if (value.type == REG_MULTI_SZ) {
-    json["data"] = nlohmann::ordered_json::array();
+    json["data"] = Json::array();
     for (const std::wstring& item : ItemsOf(value)) json["data"].push_back(ToUtf8(item));
   } else {
     std::wstring hex;

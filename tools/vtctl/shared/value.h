@@ -7,8 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/value_text.h"
 
 namespace vtctl {
@@ -37,7 +36,7 @@ std::wstring OneLine(const Value& value);
  * or speak to the terminal is made visible. */
 std::wstring FullText(const Value& value);
 /* {"type": ..., "data": ...}: text, list of texts, number, or bytes in hexadecimal. */
-nlohmann::ordered_json ToJson(const Value& value);
+Json ToJson(const Value& value);
 
 }  // namespace vtctl
 

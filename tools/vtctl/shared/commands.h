@@ -1,0 +1,24 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_COMMANDS_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_COMMANDS_H
+
+namespace vtctl {
+
+class Command;
+
+/* Each says what a command takes and what it runs; main has them in one table. */
+void AddAppsCommand(Command& program);
+void AddClusterCommand(Command& program);
+void AddConvertCommand(Command& program);
+void AddDatabaseCommand(Command& program);
+void AddDebugLogCommand(Command& program);
+void AddIdentityCommand(Command& program);
+void AddJobLogCommand(Command& program);
+void AddRegistryCommand(Command& program);
+void AddResolveCommand(Command& program);
+void AddSessionCommand(Command& program);
+void AddSettingsCommand(Command& program);
+void AddSgmonCommand(Command& program);
+
+}  // namespace vtctl
+
+#endif

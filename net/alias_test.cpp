@@ -116,12 +116,6 @@ class ClusterNames : public ::testing::Test {
 };
 
 TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
-  wcstring own;
-  wcstring full;
-  ASSERT_NE(GetComputerNameInString(own), 0);
-  ASSERT_EQ(VTGetFQDN(full), 0u);
-  // A machine with a domain has this name only for its cluster, as the node is called NODE1.
-  const bool isFull = _wcsicmp(own.c_str(), full.c_str()) == 0;
   const ConversionRow rows[] = {{L"\\\\sqlv\\db", 0, 0, 0, false, L"\\\\SQLV\\db"},
                                 {L"sqlv", 1, 0, 0, false, L"SQLV"},
                                 {L"192.0.2.80", 3, 0, 0, false, L"SQLV.corp.invalid"},
@@ -132,9 +126,26 @@ TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
                                 {L"192.0.2.81", 3, WSATRY_AGAIN, 3, false, L""},
                                 {L"sqlv", 8, 1, 1, false, L""},
                                 {L"nameless", 3, 1, 1, false, L""},
-                                {L"nameless", 9, 0, 0, false, L""},
-                                {own, 0, 0, 0, isFull, isFull ? L"NODE1" : own}};
+                                {L"nameless", 9, 0, 0, false, L""}};
   for (const ConversionRow& row : rows) row.Expect(copy(&vtclass::border::VTConvertServerNamePlus));
+}
+
+BOOL WINAPI NameInADomain(COMPUTER_NAME_FORMAT format, LPWSTR name, LPDWORD size) {
+  if (format != ComputerNameDnsFullyQualified) return ::GetComputerNameExW(format, name, size);
+  *size = static_cast<DWORD>(wcslen(wcscpy(name, L"this.corp.example")));
+  return TRUE;
+}
+
+// The machine has its short name for the cluster alone, as the node is called NODE1.
+TEST_F(ClusterNames, NameHeldForTheCluster_IsNotTheNodes) {
+  const ImportHook<decltype(::GetComputerNameExW)> hook("KERNEL32.dll", "GetComputerNameExW",
+                                                        &NameInADomain, copy.Module());
+  wcstring own;
+  ASSERT_NE(GetComputerNameInString(own), 0);
+  for (const ConversionRow& row : {ConversionRow{own, 0, 0, 0, false, own},
+                                   ConversionRow{L"THIS.corp.example", 0, 0, 0, true, L"NODE1"}}) {
+    row.Expect(copy(&vtclass::border::VTConvertServerNamePlus));
+  }
 }
 
 // The computer's name may be a virtual server's: unless the cluster has told, it is not remembered

@@ -120,6 +120,7 @@ TEST(WindowsCluster, AnswersAboutServers) {
       {L"VTBACKUP.elsewhere.example", L"- - NODEB VTBACKUP 3own 3own"},
       {L"SQLV.", L"- - NODEB VTBACKUP 3own 3own"},
       {L"FD00:0:0::0020%3", L"- VTBACKUP NODEB VTBACKUP 2 2"},
+      {L"fd00::21", L"- - NODEB VTBACKUP 3own 3own"},
       {L"LISTEN", L"NODEB LISTEN NODEB VTBACKUP 0 2"},
       {L"Address1", L"- - NODEB VTBACKUP 3own 3own"},
       {L"exchV", L"NODEB exchange-of-the-house NODEB VTBACKUP 2 0"},

@@ -22,7 +22,7 @@ struct ValuePlace {
 };
 
 struct ValueType {
-  ValueKind kind;
+  ValueKind kind = ValueKind::number;
   std::uint32_t number = 0;  /* what counts while none is stored */
   std::uint32_t minimum = 0; /* what readers take; both 0: any number */
   std::uint32_t maximum = 0;
@@ -31,9 +31,9 @@ struct ValueType {
 
 /* For docs/registry-values.md. */
 struct ValueWords {
-  const char* read; /* when */
-  const char* readers;
-  const char* purpose;
+  const char* read = nullptr; /* when */
+  const char* readers = nullptr;
+  const char* purpose = nullptr;
   const char* otherwise = nullptr; /* what counts while none is stored, where that is no constant */
 };
 

@@ -46,9 +46,7 @@ bool GetVtVirtualServerName(const wchar_t* name, wcstring& out) {
       return true;
     }
     const auto ask = [&](Cluster& cluster) { return cluster.GetVtVirtualServerName(name, text); };
-    if (AskCluster(name, error, false, ask)) return true;
-    text.clear();
-    return false;
+    return AskCluster(name, error, false, ask);
   });
 }
 

@@ -104,7 +104,6 @@ bool FindLocation(const StoredLocation& stored, const Location& location, unsign
 }
 
 bool Find(const StoredLocation& stored, const Location& location) noexcept {
-  location.Clear();
   const bool found =
       AnswerOr(false, [&](unsigned long& error) { return FindLocation(stored, location, error); });
   if (!found) location.Clear();

@@ -5,7 +5,7 @@
 
 #include <vtsocket/vtsocket.h>
 
-#include <exception>
+#include "platform/no_throw.h"
 
 namespace vtclass::cluster {
 
@@ -19,14 +19,8 @@ template <typename Result, typename Work>
 Result AnswerOr(Result otherwise, Work work) noexcept {
   unsigned long error = ERROR_SUCCESS;
   Result answer = otherwise;
-  try {
-    answer = work(error);
-  } catch (const VTSocket::VTSocketError& thrown) {
-    error = thrown.GetErrorCode();
-  } catch (const std::exception&) {
-    error = ERROR_NOT_ENOUGH_MEMORY;
-  }
-  ::SetLastError(error);
+  const DWORD failure = platform::StatusOf<VTSocket::VTSocketError>([&] { answer = work(error); });
+  ::SetLastError(failure != ERROR_SUCCESS ? failure : error);
   return answer;
 }
 

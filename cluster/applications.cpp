@@ -22,12 +22,12 @@ void Set(bool* flag, bool value) noexcept {
   if (flag) *flag = value;
 }
 
-/* A server name as the service manager takes it. */
+// A server name as the service manager takes it.
 std::wstring WithBackslashes(const wchar_t* server) {
   return *server == L'\\' ? std::wstring(server) : std::wstring(L"\\\\") + server;
 }
 
-/* The name by which a cluster is asked for a server: its NetBIOS form, or the name itself. */
+// The name by which a cluster is asked for a server: its NetBIOS form, or the name itself.
 wcstring ClusterName(const wchar_t* server) {
   const wcstring name(server);
   wcstring converted;

@@ -3,8 +3,8 @@
 #include "cluster/answer_or.h"
 #include "vtclass/cluster.h"
 
-/* The exported functions behind those that fill a text of the caller's. Each asks the function of
- * its name for texts of this side's, and hands them over. */
+// The exported functions behind those that fill a text of the caller's. Each asks the function of
+// its name for texts of this side's, and hands them over.
 namespace vtclass::border {
 
 namespace {

@@ -1,9 +1,9 @@
 #include <utility>
 
 #include "config/close_key.h"
-#include "config/no_throw.h"
 #include "config/stored_text.h"
 #include "config/traceless_open.h"
+#include "platform/no_throw.h"
 #include "platform/os_version.h"
 #include "platform/owned.h"
 #include "vtclass/config.h"
@@ -12,7 +12,7 @@
 using vtclass::config::CloseKey;
 using vtclass::config::kWrongType;
 using vtclass::config::OpenWithoutTrace;
-using vtclass::config::StatusOf;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -68,11 +68,8 @@ bool Configuration::Open(openMode mode, const wchar_t* subkey, const wchar_t* co
   if (!computer || !*computer) return OpenKey(mode, subkey);
   // Copied first: once the key is open nothing may fail any more.
   wcstring name;
-  if (!Succeeded(StatusOf([&] {
-        name = computer;
-        return ERROR_SUCCESS;
-      }))) {
-    return false;
+  if (const DWORD failure = StatusOf([&] { name = computer; })) {
+    return Succeeded(static_cast<long>(failure));
   }
   const long connected = ::RegConnectRegistryW(computer, root, &remoteRoot);
   if (connected != ERROR_SUCCESS) {

@@ -1,7 +1,7 @@
 #include "config/multi_string.h"
-#include "config/no_throw.h"
 #include "config/stored_text.h"
 #include "platform/border.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 
 using vtclass::WideView;
@@ -9,9 +9,9 @@ using vtclass::border::ListSink;
 using vtclass::border::WideSink;
 using vtclass::config::AppendItems;
 using vtclass::config::kWrongType;
-using vtclass::config::StatusOf;
 using vtclass::config::StoredText;
 using vtclass::platform::HandOver;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -71,11 +71,8 @@ bool Configuration::LoadText(const wchar_t* name, const WideSink& out,
   // Before `out` is filled: the name and the default may lie in it.
   const bool isWritten =
       IsReplaceable(lastError) && SaveUnits(name, text.data(), text.size() + 1, REG_SZ);
-  const long status = StatusOf([&] {
-    HandOver(out, text);
-    return ERROR_SUCCESS;
-  });
-  return Succeeded(status) && isWritten;
+  const DWORD failure = StatusOf([&] { HandOver(out, text); });
+  return Succeeded(static_cast<long>(failure)) && isWritten;
 }
 
 bool Configuration::LoadList(const wchar_t* name, ListSink out) noexcept {

@@ -1,13 +1,13 @@
 #include <vector>
 
 #include "config/multi_string.h"
-#include "config/no_throw.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 
 using vtclass::WideText;
 using vtclass::config::PackItems;
-using vtclass::config::StatusOf;
 using vtclass::config::StoredSize;
+using vtclass::platform::StatusOf;
 
 namespace {
 

@@ -1,15 +1,16 @@
 #include "config/key_watcher.h"
 
-#include "config/no_throw.h"
 #include "config/setting_change.h"
 #include "config/stored_text.h"
 #include "platform/hresult.h"
+#include "platform/no_throw.h"
 
 namespace vtclass::config {
 
 using platform::CriticalSection;
 using platform::HResultOfFailure;
 using platform::ScopedLock;
+using platform::StatusOf;
 
 namespace {
 
@@ -17,20 +18,20 @@ bool IsGone(LSTATUS status) {
   return status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED;
 }
 
-/* Whether a reading failed for a reason that may pass. Where there is nothing to read, the next
- * change brings a signal. */
+// Whether a reading failed for a reason that may pass. Where there is nothing to read, the next
+// change brings a signal.
 bool IsTrouble(long status) {
   return status != ERROR_SUCCESS && status != kWrongType && !IsGone(status);
 }
 
-/* Leaves `key` empty for the root itself, which is not ours to close. */
+// Leaves `key` empty for the root itself, which is not ours to close.
 LSTATUS OpenForSignals(HKEY root, const wcstring& path, platform::OwnedRegistryKey& key) {
   key.Reset();
   if (path.empty()) return ERROR_SUCCESS;
   return ::RegOpenKeyExW(root, path.c_str(), 0, KEY_NOTIFY, key.Receive());
 }
 
-/* From a key's path to that of the key above it; empty is the root. */
+// From a key's path to that of the key above it; empty is the root.
 void CutLast(wcstring& path) {
   const std::size_t separator = path.rfind(L'\\');
   path.resize(separator == wcstring::npos ? 0 : separator);
@@ -41,7 +42,6 @@ void Report(const wchar_t* what, const wcstring& path, long status) noexcept {
     const std::wstring line = std::wstring(L"vtclass_mini: ") + what + L" of the key " + path +
                               L", trying again: status " + std::to_wstring(status) + L"\n";
     ::OutputDebugStringW(line.c_str());
-    return ERROR_SUCCESS;
   });
 }
 
@@ -130,13 +130,12 @@ long KeyWatcher::Settle(LSTATUS status) {
 }
 
 long KeyWatcher::Collect(const Settings& current) {
-  const long status = StatusOf([&] {
+  const DWORD failure = StatusOf([&] {
     snapshot.clear();
     snapshot.reserve(current.size());
     for (const auto& entry : current) snapshot.push_back(entry.first);
-    return ERROR_SUCCESS;
   });
-  return status == ERROR_SUCCESS ? S_OK : HResultOfFailure(static_cast<unsigned long>(status));
+  return failure == ERROR_SUCCESS ? S_OK : HResultOfFailure(failure);
 }
 
 long KeyWatcher::ProcessChanges(CriticalSection& lock) {

@@ -1,18 +1,18 @@
 #include <utility>
 
-#include "config/no_throw.h"
 #include "config/sdk_debug_level.h"
 #include "config/setting_change.h"
 #include "platform/border.h"
 #include "platform/hresult.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
 
 using vtclass::config::SdkDebugLevel;
 using vtclass::config::SettingChange;
-using vtclass::config::StatusOf;
 using vtclass::platform::HandOver;
 using vtclass::platform::HResultOfFailure;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -46,7 +46,6 @@ Setting::Setting(const std::nothrow_t&, HKEY root, const wchar_t* subkey, const 
   made = StatusOf([&] {
            this->subkey = wcstring(subkey);
            this->valueName = wcstring(valueName);
-           return ERROR_SUCCESS;
          }) == ERROR_SUCCESS;
   const bool usable = maximum >= minimum && (minimum != kNoBound || maximum != kNoBound);
   if (kind == rangeKind && usable) {

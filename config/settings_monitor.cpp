@@ -2,24 +2,22 @@
 
 #include <algorithm>
 
-#include "config/no_throw.h"
 #include "config/product_keys.h"
 #include "config/settings_monitor_state.h"
-#include "platform/border.h"
 #include "platform/hresult.h"
-#include "platform/this_module.h"
+#include "platform/module_thread.h"
+#include "platform/no_throw.h"
 
 using vtclass::config::kDebugKey;
 using vtclass::config::KeyWatcher;
 using vtclass::config::kLoggingKey;
-using vtclass::config::StatusOf;
 using vtclass::config::WatchedEvent;
-using vtclass::platform::HoldThisModule;
 using vtclass::platform::HResultOfFailure;
 using vtclass::platform::LookUpSpinCount;
 using vtclass::platform::MadeOrNull;
 using vtclass::platform::ScopedLock;
-using vtclass::platform::ThisModule;
+using vtclass::platform::StartModuleThread;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -27,10 +25,7 @@ namespace {
 // thread would burn a processor until the trouble is over.
 constexpr DWORD kPause = 100;
 
-DWORD WINAPI EnterThread(void* monitor) {
-  const unsigned long code = SettingsMonitor::Thread(monitor);
-  ::FreeLibraryAndExitThread(ThisModule(), code);
-}
+DWORD Run(SettingsMonitor& monitor) { return SettingsMonitor::Thread(&monitor); }
 
 }  // namespace
 
@@ -76,12 +71,8 @@ void SettingsMonitor::DestroyInstance() {
 long SettingsMonitor::Start() {
   if (state->thread) return E_INVALIDARG;
   if (state->waitGroup.Count() == 0) return E_FAIL;
-  if (!HoldThisModule()) return HResultOfFailure(::GetLastError());
-  state->thread.Reset(::CreateThread(nullptr, 0, &EnterThread, this, 0, nullptr));
-  if (state->thread) return S_OK;
-  const long status = HResultOfFailure(::GetLastError());
-  ::FreeLibrary(ThisModule());
-  return status;
+  state->thread = StartModuleThread<&Run>(*this);
+  return state->thread ? S_OK : HResultOfFailure(::GetLastError());
 }
 
 long SettingsMonitor::Stop() {
@@ -186,14 +177,13 @@ long SettingsMonitor::AddSetting(Setting* setting, const void*& cookie) {
   if (setting->kind == Setting::defaultNumberKind || setting->kind == Setting::expandStringKind) {
     return E_NOTIMPL;
   }
-  const long status = StatusOf([this, setting] {
+  const DWORD failure = StatusOf([this, setting] {
     const ScopedLock hold(state->lock);
     // An address that is there already is the same setting, which is owned already.
     const auto [entry, added] = state->settings.try_emplace(setting);
     if (added) entry->second.reset(setting);
-    return ERROR_SUCCESS;
   });
-  if (status != ERROR_SUCCESS) return HResultOfFailure(static_cast<unsigned long>(status));
+  if (failure != ERROR_SUCCESS) return HResultOfFailure(failure);
   cookie = setting;
   return S_OK;
 }

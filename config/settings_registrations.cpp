@@ -1,16 +1,16 @@
 #include <iterator>
 #include <memory>
 
-#include "config/no_throw.h"
 #include "config/registry_values.h"
 #include "config/settings_monitor_state.h"
+#include "platform/no_throw.h"
 #include "vtclass/settings_monitor.h"
 
 using vtclass::config::kMonitoredValues;
 using vtclass::config::RegistryValue;
-using vtclass::config::StatusOf;
 using vtclass::config::ValueKind;
 using vtclass::platform::ScopedLock;
+using vtclass::platform::StatusOf;
 
 namespace {
 

@@ -53,7 +53,7 @@ static void CheckCapacity(WideView text, bool escape) {
     before += strings::reference::EscapedUnit(text, at, escape).size();
   }
   const std::size_t capacity = OutputCapacityFor(text, escape);
-  Check(capacity == before + kOutputReserve + 1);
+  Check(capacity == before + strings::kLongestEscape + 1);
   std::size_t consumed = 0;
   strings::EscapeInto(text, escape, fuzz::Units(capacity).get(), capacity, &consumed);
   Check(consumed == text.size());

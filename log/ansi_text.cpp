@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <climits>
-#include <new>
 #include <string_view>
-#include <utility>
 
 #include "platform/checked_cast.h"
 #include "strings/ascii.h"
@@ -64,20 +62,16 @@ DWORD ConvertToAnsi(WideView text, char* out, std::size_t room, std::size_t* byt
   return ERROR_SUCCESS;
 }
 
-DWORD ConvertToAnsi(WideView text, std::unique_ptr<char[]>& buffer, std::size_t& capacity,
-                    std::size_t* bytes, AnsiText kind) {
-  const DWORD status = ConvertToAnsi(text, buffer.get(), capacity, bytes, kind);
+DWORD ConvertToAnsi(WideView text, WorkBuffer<char>& buffer, std::size_t* bytes, AnsiText kind) {
+  const DWORD status = ConvertToAnsi(text, buffer.Data(), buffer.Capacity(), bytes, kind);
   if (status != ERROR_INSUFFICIENT_BUFFER) return status;
   const int needed = Convert(kind, text, nullptr, 0);
   if (needed == 0) return ::GetLastError();
   constexpr std::size_t kSpare = 128;
   const std::size_t size = static_cast<std::size_t>(needed) + kSpare;
   if (size > INT_MAX) return ERROR_INVALID_PARAMETER;
-  std::unique_ptr<char[]> larger(new (std::nothrow) char[size]);
-  if (!larger) return ERROR_NOT_ENOUGH_MEMORY;
-  buffer = std::move(larger);
-  capacity = size;
-  return ConvertToAnsi(text, buffer.get(), capacity, bytes, kind);
+  if (!buffer.Allocate(size)) return ERROR_NOT_ENOUGH_MEMORY;
+  return ConvertToAnsi(text, buffer.Data(), buffer.Capacity(), bytes, kind);
 }
 
 }  // namespace vtclass::log

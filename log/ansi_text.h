@@ -4,8 +4,8 @@
 #include <vtclass/win32.h>
 
 #include <cstddef>
-#include <memory>
 
+#include "log/work_buffer.h"
 #include "strings/wide_text.h"
 
 namespace vtclass::log {
@@ -26,8 +26,8 @@ DWORD ConvertToAnsi(WideView text, char* out, std::size_t room, std::size_t* byt
                     AnsiText kind = AnsiText::plain);
 
 /* The same into a log's buffer, which grows to the needed size and 128 bytes more. */
-DWORD ConvertToAnsi(WideView text, std::unique_ptr<char[]>& buffer, std::size_t& capacity,
-                    std::size_t* bytes, AnsiText kind = AnsiText::plain);
+DWORD ConvertToAnsi(WideView text, WorkBuffer<char>& buffer, std::size_t* bytes,
+                    AnsiText kind = AnsiText::plain);
 
 }  // namespace vtclass::log
 

@@ -8,14 +8,11 @@
 
 namespace vtclass::log {
 
-/* The working buffers of a job log: first capacity, growth, and where the format buffer stops. All
- * in characters. */
+/* The working buffers of a log: first capacity, growth, and where a job log's format buffer stops.
+ * In characters, of an ANSI buffer in bytes. */
 inline constexpr std::size_t kFirstCapacity = 256;
 inline constexpr std::size_t kGrowth = 128;
 inline constexpr std::size_t kFormatCeiling = 33792;
-
-/* The longest replacement of one character ("&quot;"). */
-inline constexpr std::size_t kOutputReserve = 6;
 
 /* The smallest of capacity, capacity + step, capacity + 2 * step, ... that is at least `needed`. */
 std::size_t GrownCapacity(std::size_t capacity, std::size_t needed, std::size_t step);

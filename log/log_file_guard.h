@@ -3,9 +3,8 @@
 
 #include <vtclass/win32.h>
 
-#include <exception>
-
 #include "platform/guarded_call.h"
+#include "platform/no_throw.h"
 
 namespace vtclass::log {
 
@@ -19,24 +18,15 @@ bool EndsWell(Work& work, unsigned long* lastError) {
   return result == platform::GuardedResult::done;
 }
 
-/* Runs `work`, which throws only when memory runs out; that is stored in `*lastError`. */
-template <typename Work>
-bool FindsMemory(Work work, unsigned long* lastError) noexcept {
-  try {
-    work();
-    return true;
-  } catch (const std::exception&) {
-    *lastError = ERROR_NOT_ENOUGH_MEMORY;
-    return false;
-  }
-}
-
-/* Both: `work` reads a caller's text into a string of the log. */
+/* The same for work that reads a caller's text into a string of the log; want of memory is stored
+ * too. */
 template <typename Work>
 bool ReadsText(Work work, unsigned long* lastError) {
-  bool found = false;
-  auto guarded = [&] { found = FindsMemory(work, lastError); };
-  return EndsWell(guarded, lastError) && found;
+  DWORD failure = ERROR_SUCCESS;
+  auto guarded = [&] { failure = platform::StatusOf(work); };
+  if (!EndsWell(guarded, lastError)) return false;
+  if (failure != ERROR_SUCCESS) *lastError = failure;
+  return failure == ERROR_SUCCESS;
 }
 
 }  // namespace vtclass::log

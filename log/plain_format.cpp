@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <climits>
-#include <iterator>
+
+#include "strings/decimal.h"
 
 namespace vtclass::log {
 
 namespace {
 
-/* Takes parts of a text; writes them while they fit, and counts them all. */
+// Takes parts of a text; writes them while they fit, and counts them all.
 class PlainText {
  public:
   PlainText(WideUnit* out, std::size_t capacity) : out(out), capacity(capacity) {}
@@ -20,18 +21,13 @@ class PlainText {
 
   template <typename Number>
   void AppendNumber(Number number) {
-    const bool negative = number < 0;
-    // The lowest number has no positive twin; its digits are those of the unsigned difference.
     auto rest = static_cast<unsigned long>(number);
-    if (negative) rest = 0 - rest;
-    WideUnit digits[24];
-    std::size_t first = std::size(digits);
-    do {
-      digits[--first] = static_cast<WideUnit>('0' + rest % 10);
-      rest /= 10;
-    } while (rest != 0);
-    if (negative) digits[--first] = '-';
-    Append(WideView(digits + first, std::size(digits) - first));
+    if (number < 0) {
+      // The lowest number has no positive twin; its digits are those of the unsigned difference.
+      rest = 0 - rest;
+      Append(VTCLASS_WIDE("-"));
+    }
+    Append(strings::Decimal(rest).View());
   }
 
   int End() {

@@ -6,8 +6,7 @@
 
 #include "config/registry_values.h"
 #include "monitor/wake_up_event.h"
-#include "platform/owned.h"
-#include "platform/this_module.h"
+#include "platform/module_thread.h"
 #include "vtclass/config.h"
 #include "vtclass/monitor.h"
 #include "vtclass/threads.h"
@@ -15,8 +14,8 @@
 using vtclass::config::kSGMonComponents;
 using vtclass::config::kSGMonEnabled;
 using vtclass::monitor::OpenWakeUpEvent;
-using vtclass::platform::HoldThisModule;
 using vtclass::platform::OwnedKernelObject;
+using vtclass::platform::StartModuleThread;
 using vtclass::platform::ThisModule;
 
 namespace {
@@ -58,7 +57,7 @@ struct SGMonClient::State {
   unsigned long StartThread(SGMonClient& owner);
   void StopThread() const;
   bool IsOwnThread() const { return threadId == ::GetCurrentThreadId(); }
-  static DWORD WINAPI Enter(void* owner);
+  static DWORD Live(SGMonClient& client);
   DWORD Run(HANDLE shutdown);
   DWORD Follow(HANDLE wakeUp, HANDLE shutdown) const;
   void Evaluate() const;
@@ -129,12 +128,8 @@ void* SGMonClient::GetShutdownHandle() { return state->shutdownEvent; }
 void SGMonClient::SetShutdownHandle(void* handle) { state->shutdownEvent = handle; }
 
 unsigned long SGMonClient::State::StartThread(SGMonClient& owner) {
-  if (!HoldThisModule()) return ::GetLastError();
-  thread.Reset(::CreateThread(nullptr, 0, &Enter, &owner, 0, nullptr));
-  if (thread) return ERROR_SUCCESS;
-  const unsigned long failure = ::GetLastError();
-  ::FreeLibrary(ThisModule());
-  return failure;
+  thread = StartModuleThread<&State::Live>(owner);
+  return thread ? DWORD{ERROR_SUCCESS} : ::GetLastError();
 }
 
 void SGMonClient::State::StopThread() const {
@@ -153,17 +148,16 @@ void SGMonClient::State::StopThread() const {
   ::FreeLibrary(ThisModule());
 }
 
-DWORD WINAPI SGMonClient::State::Enter(void* owner) {
-  auto* const client = static_cast<SGMonClient*>(owner);
-  State& state = *client->state;
+DWORD SGMonClient::State::Live(SGMonClient& client) {
+  State& state = *client.state;
   state.threadId = ::GetCurrentThreadId();
   const DWORD code = state.Run(state.threadShutdownEvent.Get());
   if (state.diesWithThread) {
-    delete client;
+    delete &client;
   } else {
     state.threadId = 0;
   }
-  ::FreeLibraryAndExitThread(ThisModule(), code);
+  return code;
 }
 
 DWORD SGMonClient::State::Run(HANDLE shutdown) {

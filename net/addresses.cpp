@@ -1,15 +1,18 @@
 #include "net/addresses.h"
 
 #include "net/ansi_name.h"
-#include "net/contained.h"
 #include "net/name_forms.h"
+#include "platform/no_throw.h"
 #include "vtclass/net.h"
 
 using VTSocket::AddressFamily;
 using VTSocket::VTDnsResolver;
 using VTSocket::VTIPAddress;
+using VTSocket::VTSocketError;
 
 namespace vtclass {
+
+using platform::StatusOf;
 
 namespace net {
 
@@ -48,7 +51,7 @@ RefPointer<VTIPAddress> AddressIn(const std::wstring& text) {
   if (ToAnsi(text, ansi) != ERROR_SUCCESS || !VTIPAddress::IsIPAddress(ansi.c_str())) return {};
   try {
     return VTIPAddress::CreateIPAddress(text.c_str());
-  } catch (const VTSocket::VTSocketError&) {
+  } catch (const VTSocketError&) {
     return {};
   }
 }
@@ -57,10 +60,9 @@ RefPointer<VTIPAddress> AddressIn(const std::wstring& text) {
 
 wcstring GetAnyIpAddress(const wcstring& name) {
   wcstring text;
-  net::StatusOf([&] {
+  StatusOf<VTSocketError>([&] {
     std::string server;
-    const unsigned long status = net::ToAnsi(net::ServerIn(name), server);
-    if (status != ERROR_SUCCESS) return status;
+    if (net::ToAnsi(net::ServerIn(name), server) != ERROR_SUCCESS) return;
     const AddressFamily preferred = VTSocket::SocketServices::GetProtocolOfChoice();
     const auto hosts = VTDnsResolver::GetHostByName(server.c_str());
     const auto addresses = hosts->GetAddressEnumerator(AddressFamily::Any);
@@ -70,35 +72,29 @@ wcstring GetAnyIpAddress(const wcstring& name) {
       text = found->ToString();
       break;
     }
-    return status;
   });
   return text;
 }
 
 bool IsIpAddr(const wchar_t* text) {
   bool isAddress = false;
-  net::StatusOf([&] {
-    isAddress = text && net::AddressIn(text);
-    return ERROR_SUCCESS;
-  });
+  StatusOf<VTSocketError>([&] { isAddress = text && net::AddressIn(text); });
   return isAddress;
 }
 
 bool IsIpAddrLocal(const wchar_t* text) {
   bool isLocal = false;
   RefPointer<VTIPAddress> address;
-  const unsigned long status = net::StatusOf([&] {
-    address = VTIPAddress::CreateIPAddress(text);
-    return ERROR_SUCCESS;
-  });
-  if (status != ERROR_SUCCESS) throw static_cast<int>(status);
+  const DWORD failure =
+      StatusOf<VTSocketError>([&] { address = VTIPAddress::CreateIPAddress(text); });
+  if (failure != ERROR_SUCCESS) throw static_cast<int>(failure);
   IsLocalIPAddress(address, &isLocal);
   return isLocal;
 }
 
 unsigned long IsLocalIPAddress(const RefPointer<VTIPAddress>& address, bool* isLocal) {
   if (!address || !isLocal) return ERROR_INVALID_PARAMETER;
-  return net::StatusOf([&]() -> unsigned long {
+  return StatusOf<VTSocketError>([&]() -> unsigned long {
     const auto hosts = VTDnsResolver::GetHostByName(net::kThisMachine);
     const auto addresses = hosts->GetAddressEnumerator(AddressFamily::Any);
     while (addresses->MoveNext()) {
@@ -113,10 +109,7 @@ unsigned long IsLocalIPAddress(const RefPointer<VTIPAddress>& address, bool* isL
 }
 
 void Set_VTSockZPrintf(void (*print)(const char* format, ...)) {
-  net::StatusOf([print] {
-    VTSock_SetZPrintf(print);
-    return ERROR_SUCCESS;
-  });
+  StatusOf<VTSocketError>([print] { VTSock_SetZPrintf(print); });
 }
 
 }  // namespace vtclass

@@ -1,7 +1,7 @@
 #include "net/agent_configuration.h"
 
 #include "config/registry_values.h"
-#include "net/local_names.h"
+#include "platform/same_name.h"
 #include "vtclass/config.h"
 
 namespace vtclass::net {
@@ -25,7 +25,7 @@ AgentConfiguration::AgentConfiguration(const wcstring& sid) {
   GetOracleDBNames(names);
   for (const wcstring& name : names) {
     wcstring stored;
-    if (GetSidnamefromDBName(name, stored) && IsSameName(stored, sid)) {
+    if (GetSidnamefromDBName(name, stored) && platform::IsSameName(stored, sid)) {
       database = name;
       return;
     }

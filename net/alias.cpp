@@ -4,16 +4,19 @@
 
 #include "net/addresses.h"
 #include "net/ansi_name.h"
-#include "net/contained.h"
 #include "net/dns_time_out.h"
 #include "net/noted.h"
 #include "net/resolver.h"
+#include "platform/no_throw.h"
 #include "vtclass/net.h"
 
 using VTSocket::VTDnsResolver;
 using VTSocket::VTIPAddress;
+using VTSocket::VTSocketError;
 
 namespace vtclass {
+
+using platform::StatusOf;
 
 namespace net {
 
@@ -61,16 +64,16 @@ bool HasAddressOfThisMachine(const addrinfo* list) {
 }
 
 // What `name` resolves to within the limit (null: none), with its canonical name.
-unsigned long Resolve(const char* name, const unsigned long* timeOut, OwnedAddressList& list) {
+unsigned long Resolve(const char* name, const unsigned long* timeout, OwnedAddressList& list) {
   addrinfo hints = {};
   hints.ai_flags = AI_CANONNAME;
   hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_protocol = IPPROTO_TCP;
   timeval limit = {};
-  if (timeOut) limit.tv_usec = MicrosecondsOf(*timeOut);
+  if (timeout) limit.tv_usec = MicrosecondsOf(*timeout);
   return static_cast<unsigned long>(VTSocket::GetAddrInfoWithTimeOut(
-      name, nullptr, &hints, list.Receive(), timeOut ? &limit : nullptr));
+      name, nullptr, &hints, list.Receive(), timeout ? &limit : nullptr));
 }
 
 // The names that denote this machine without being an alias of it: its DNS host name, and its fully
@@ -111,7 +114,7 @@ unsigned long NoHost(unsigned long status, const Steps& steps) {
   return status == WSAHOST_NOT_FOUND ? ERROR_SUCCESS : status;
 }
 
-unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeOut,
+unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeout,
                       const Steps& steps) {
   if (VTIPAddress::IsIPAddress(name)) return ERROR_SUCCESS;
   cstring fullName;
@@ -123,7 +126,7 @@ unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeOut
     return ERROR_SUCCESS;
   }
   OwnedAddressList found;
-  status = Resolve(name, timeOut, found);
+  status = Resolve(name, timeout, found);
   if (status != ERROR_SUCCESS) return NoHost(status, steps);
   const addrinfo* const list = found.Get();
   if (!list || !list->ai_canonname) return NoHost(ERROR_INVALID_PARAMETER, steps);
@@ -144,14 +147,14 @@ unsigned long IsThisAnAliasForMe(const char* name, bool* isMe, const unsigned lo
   if (!name || !isMe) return ERROR_INVALID_PARAMETER;
   if (name[0] == '\\' && name[1] == '\\') name += 2;
   if (!*name) return ERROR_INVALID_PARAMETER;  // to the resolver, "" would be this machine
-  return StatusOf([&] { return IsAlias(name, *isMe, timeout, steps); });
+  return StatusOf<VTSocketError>([&] { return IsAlias(name, *isMe, timeout, steps); });
 }
 
 unsigned long IsThisAnAliasForMe(const wchar_t* name, bool* isMe, const unsigned long* timeout,
                                  const Steps& steps) {
   if (isMe) *isMe = false;
   if (!name || !isMe) return ERROR_INVALID_PARAMETER;
-  return StatusOf([&] {
+  return StatusOf<VTSocketError>([&] {
     std::string ansi;
     const unsigned long status = ToAnsi(name, ansi);
     return status != ERROR_SUCCESS ? NoHost(status, steps)

@@ -1,11 +1,11 @@
 #include "platform/border.h"
 
-#include "net/contained.h"
 #include "net/name_forms.h"
+#include "platform/no_throw.h"
 #include "vtclass/net.h"
 
-/* The exported functions behind those that fill a text of the caller's or throw. Each asks the
- * function of its name for a text of this side's, and hands that over. */
+// The exported functions behind those that fill a text of the caller's or throw. Each asks the
+// function of its name for a text of this side's, and hands that over.
 namespace vtclass::border {
 
 namespace {
@@ -13,7 +13,7 @@ namespace {
 // The answer of `ask(text)`, a status, and the text where it is 0.
 template <typename Ask>
 unsigned long TextOrStatus(const WideSink& out, Ask ask) noexcept {
-  return net::StatusOf([&] {
+  return platform::StatusOf<VTSocket::VTSocketError>([&] {
     wcstring text;
     const unsigned long status = ask(text);
     if (status == ERROR_SUCCESS) platform::HandOver(out, text);

@@ -12,17 +12,15 @@
 #include "platform/owned.h"
 #include "platform/this_module.h"
 
-/*
- * The libraries vtsocket and vtcluster load at the first call of one of their functions. They lie
- * beside this DLL. The linker's helper would look for them by name alone, in the folder of the host
- * program and in the current one: it would miss them where the host lies elsewhere, or meet a
- * stranger's file. Where one is missing, damaged or of another release, the helper would raise a
- * structured exception, which nobody expects of a question for a name; the exception thrown here is
- * one that every caller in this DLL turns into a status.
- *
- * They load with the rights of the process: the account of a job, which the calling thread may
- * impersonate, need not be able to read the folder of the product.
- */
+// The libraries vtsocket and vtcluster load at the first call of one of their functions. They lie
+// beside this DLL. The linker's helper would look for them by name alone, in the folder of the host
+// program and in the current one: it would miss them where the host lies elsewhere, or meet a
+// stranger's file. Where one is missing, damaged or of another release, the helper would raise a
+// structured exception, which nobody expects of a question for a name; the exception thrown here is
+// one that every caller in this DLL turns into a status.
+//
+// They load with the rights of the process: the account of a job, which the calling thread may
+// impersonate, need not be able to read the folder of the product.
 namespace {
 
 using vtclass::platform::OwnedKernelObject;
@@ -31,7 +29,7 @@ using vtclass::platform::ThisModule;
 // More than any path has.
 constexpr DWORD kPathRoom = 32768;
 
-/* The thread acts as the process for one scope. */
+// The thread acts as the process for one scope.
 class TokenSetAside {
  public:
   TokenSetAside() noexcept {
@@ -53,7 +51,7 @@ class TokenSetAside {
   OwnedKernelObject token;
 };
 
-/* Null with the thread's last error. */
+// Null with the thread's last error.
 HMODULE LoadBeside(const char* name) noexcept {
   const std::unique_ptr<wchar_t[]> path(new (std::nothrow) wchar_t[kPathRoom]);
   if (!path) {
@@ -86,7 +84,7 @@ FARPROC WINAPI OnFailure(unsigned, PDelayLoadInfo) {
   throw VTSocket::VTSocketError(ERROR_PROC_NOT_FOUND);
 }
 
-/* Gives back what the linker's helper holds of each companion that has been loaded. */
+// Gives back what the linker's helper holds of each companion that has been loaded.
 void ReleaseCompanions() noexcept {
   auto* const base = reinterpret_cast<BYTE*>(ThisModule());
   const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(

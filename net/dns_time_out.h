@@ -22,8 +22,8 @@ constexpr std::uint32_t UsableTimeOut(std::uint32_t stored) noexcept {
  * into the seconds, so that 5000 ms are 5,000,000 microseconds; the sockets library's time limit
  * takes it so. Above 2,147,483 ms (36 minutes) the field is full and stays at its largest number.
  */
-constexpr std::int32_t MicrosecondsOf(std::uint32_t timeOut) noexcept {
-  const std::uint64_t microseconds = std::uint64_t{timeOut} * 1000;
+constexpr std::int32_t MicrosecondsOf(std::uint32_t timeout) noexcept {
+  const std::uint64_t microseconds = std::uint64_t{timeout} * 1000;
   return microseconds > INT32_MAX ? INT32_MAX : static_cast<std::int32_t>(microseconds);
 }
 

@@ -3,14 +3,17 @@
 
 #include "config/registry_values.h"
 #include "net/agent_configuration.h"
-#include "net/contained.h"
 #include "net/dns_time_out.h"
 #include "net/name_forms.h"
 #include "net/noted.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 #include "vtclass/net.h"
 
 namespace vtclass {
+
+using platform::StatusOf;
+using VTSocket::VTSocketError;
 
 namespace net {
 
@@ -86,7 +89,7 @@ bool IsVirtualNode(const wcstring& name, bool& isMe, const Steps& steps) {
 unsigned long IsThisMe(const wcstring& name, bool* isMe, bool clusterAware, const Steps& steps) {
   if (!isMe) return ERROR_INVALID_PARAMETER;
   *isMe = false;
-  return StatusOf([&]() -> unsigned long {
+  return StatusOf<VTSocketError>([&]() -> unsigned long {
     const wcstring server(std::wstring(ServerIn(name)));
     wcstring unused;
     bool isLocal = false;
@@ -138,12 +141,10 @@ unsigned long border::IsThisMeEx(const wcstring& name, bool* isMe, bool clusterA
 bool IsOracleRACVNodeName(const wcstring& name, bool* isMe) {
   bool isOwn = false;
   bool isNode = false;
-  const unsigned long status = net::StatusOf([&] {
-    isNode = net::IsVirtualNode(name, isOwn, platform::Steps());
-    return ERROR_SUCCESS;
-  });
-  if (isMe) *isMe = status == ERROR_SUCCESS && isOwn;
-  return status == ERROR_SUCCESS && isNode;
+  const DWORD failure =
+      StatusOf<VTSocketError>([&] { isNode = net::IsVirtualNode(name, isOwn, platform::Steps()); });
+  if (isMe) *isMe = failure == ERROR_SUCCESS && isOwn;
+  return failure == ERROR_SUCCESS && isNode;
 }
 
 }  // namespace vtclass

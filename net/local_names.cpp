@@ -1,18 +1,20 @@
 #include "net/local_names.h"
 
 #include <vtcluster/vtcluster.h>
+#include <vtsocket/vtsocket.h>
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <memory>
 #include <string>
 
-#include "net/contained.h"
-#include "platform/checked_cast.h"
+#include "platform/no_throw.h"
 #include "vtclass/net.h"
 
 namespace vtclass {
+
+using platform::StatusOf;
+using VTSocket::VTSocketError;
 
 namespace net {
 
@@ -65,11 +67,8 @@ constinit std::atomic<const LocalNames*> remembered{nullptr};
 template <typename Ask>
 bool Succeeds(Ask ask) noexcept {
   bool answer = false;
-  const unsigned long status = StatusOf([&] {
-    answer = ask();
-    return ERROR_SUCCESS;
-  });
-  if (status != ERROR_SUCCESS) ::SetLastError(status);
+  const DWORD failure = StatusOf<VTSocketError>([&] { answer = ask(); });
+  if (failure != ERROR_SUCCESS) ::SetLastError(failure);
   return answer;
 }
 
@@ -110,23 +109,13 @@ std::shared_ptr<const LocalNames> RememberedNames() {
   return {uncounted, names};
 }
 
-bool IsSameName(WideView a, WideView b) noexcept {
-  const auto length = platform::CheckedCast<int>(a.size());
-  if (a.size() != b.size() || !length) return false;
-  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with them
-  return ::CompareStringOrdinal(a.data(), *length, b.data(), *length, TRUE) == CSTR_EQUAL;
-}
-
 }  // namespace net
 
 unsigned long VTGetFQDN(wcstring& out) {
   wchar_t name[256];
   DWORD size = ARRAYSIZE(name);
   if (!::GetComputerNameExW(ComputerNameDnsFullyQualified, name, &size)) return ::GetLastError();
-  return net::StatusOf([&] {
-    out.assign(name, size);
-    return ERROR_SUCCESS;
-  });
+  return StatusOf<VTSocketError>([&] { out.assign(name, size); });
 }
 
 int GetComputerNameInString(wcstring& out) { return net::Fetched(out, &net::ComputerName); }

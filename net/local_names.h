@@ -5,7 +5,6 @@
 
 #include <memory>
 
-#include "strings/wide_text.h"
 #include "vtclass/strings.h"
 
 namespace vtclass::net {
@@ -25,9 +24,6 @@ struct LocalNames {
  * remembered, a virtual server's name would stand for the node as long as the process lives.
  */
 std::shared_ptr<const LocalNames> RememberedNames();
-
-/* The same name, whatever the case. Zeros inside count, so the whole lengths are compared. */
-bool IsSameName(WideView a, WideView b) noexcept;
 
 }  // namespace vtclass::net
 

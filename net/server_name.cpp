@@ -6,21 +6,22 @@
 
 #include "net/addresses.h"
 #include "net/ansi_name.h"
-#include "net/contained.h"
 #include "net/local_names.h"
 #include "net/name_forms.h"
 #include "net/noted.h"
 #include "net/resolver.h"
+#include "platform/no_throw.h"
+#include "platform/same_name.h"
 #include "vtclass/net.h"
 
-/*
- * The conversion of server names. What each step finds goes into one Conversion, which becomes the
- * caller's outputs at the end; until then nothing of the caller's changes, so that the input and
- * the output may be the same object.
- */
+// The conversion of server names. What each step finds goes into one Conversion, which becomes the
+// caller's outputs at the end; until then nothing of the caller's changes, so that the input and
+// the output may be the same object.
 namespace vtclass {
 
 namespace net {
+
+using platform::IsSameName;
 
 namespace {
 
@@ -32,7 +33,7 @@ constexpr unsigned long kReverseLookupFailed = 3;
 constexpr unsigned long kNothingDone = 4;
 
 struct Conversion {
-  std::optional<std::wstring> name; /* what takes the place of the server */
+  std::optional<std::wstring> name;  // what takes the place of the server
   bool isLocal = false;
   unsigned long status = kConverted;
   unsigned long result = ERROR_SUCCESS;
@@ -126,7 +127,7 @@ Conversion ConvertServer(const std::wstring& server, _COMPUTER_NAME_FORMAT forma
 
 struct Holder {
   bool isVirtual = false;
-  std::wstring name; /* of the virtual server */
+  std::wstring name;  // of the virtual server
   unsigned long error = ERROR_SUCCESS;
 };
 
@@ -185,7 +186,7 @@ unsigned long VTConvertServerNamePlus(const wcstring& in, wcstring& out,
   }
   *status = kNothingDone;
   wcstring text;
-  const unsigned long result = StatusOf([&] {
+  const unsigned long result = platform::StatusOf<VTSocket::VTSocketError>([&] {
     const std::wstring server(ServerIn(in));
     const Conversion conversion = Convert(server, format, clusterAware, steps);
     if (conversion.name) text = Replaced(in, server, *conversion.name);

@@ -2,7 +2,6 @@
 #define VTCLASS_PLATFORM_BORDER_H
 
 #include <cstring>
-#include <exception>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -26,16 +25,6 @@ void KeepFailure(border::Failure& failure, Work work) {
     failure.kind = border::Failure::tooLong;
     std::strncpy(failure.text, error.what(), sizeof(failure.text) - 1);
     failure.text[sizeof(failure.text) - 1] = '\0';
-  }
-}
-
-/* The object that `make` makes; null when memory runs out. */
-template <typename Make>
-auto MadeOrNull(Make make) noexcept -> decltype(make()) {
-  try {
-    return make();
-  } catch (const std::exception&) {
-    return nullptr;
   }
 }
 

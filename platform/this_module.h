@@ -3,17 +3,23 @@
 
 #include <vtclass/win32.h>
 
+#include "platform/owned.h"
+
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the linker's name
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
 namespace vtclass::platform {
 
-/* The module that this code was linked into: the library. */
-HMODULE ThisModule() noexcept;
+/* The module that this code was linked into. */
+inline HMODULE ThisModule() noexcept { return reinterpret_cast<HMODULE>(&__ImageBase); }
 
-/*
- * Adds a reference to that module. A thread that runs its code holds one: when the host unloads the
- * library too early, the code stays until the thread has left it by FreeLibraryAndExitThread.
- * False when the system refuses.
- */
-bool HoldThisModule() noexcept;
+/* One more reference to that module; empty when the system refuses. */
+inline OwnedModule HoldThisModule() noexcept {
+  OwnedModule held;
+  ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(&__ImageBase), held.Receive());
+  return held;
+}
 
 }  // namespace vtclass::platform
 

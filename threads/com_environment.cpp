@@ -10,6 +10,7 @@
 
 #include "platform/border.h"
 #include "platform/bound_function.h"
+#include "platform/no_throw.h"
 
 namespace {
 

@@ -22,12 +22,10 @@ constinit BoundFunction<HRESULT WINAPI(HANDLE, PCWSTR)> setThreadDescription(L"k
                                                                              "SetThreadDescription",
                                                                              E_NOTIMPL);
 
-/*
- * The record that debuggers know: a type of 32 bits, the name's pointer, the thread id and the
- * flags of 32 bits each. The argument count is its size in 32-bit units, and is kept so; the
- * platform reads as many pointer-sized arguments, twice the record. All of them are written here,
- * the gap behind the type too.
- */
+// The record that debuggers know: a type of 32 bits, the name's pointer, the thread id and the
+// flags of 32 bits each. The argument count is its size in 32-bit units, and is kept so; the
+// platform reads as many pointer-sized arguments, twice the record. All of them are written here,
+// the gap behind the type too.
 constexpr DWORD kArgumentCount = 6;
 using NameArguments = ULONG_PTR[kArgumentCount];
 constexpr ULONG_PTR kNameType = 0x1000;

@@ -8,6 +8,7 @@
 
 #include "platform/border.h"
 #include "platform/critical_section.h"
+#include "platform/no_throw.h"
 #include "threads/ring.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
@@ -38,8 +39,8 @@ bool Holds(Calls& calls, const ThreadPoolCall* call) { return Find(calls, call) 
 
 }  // namespace
 
-/* The pool's lock comes before any worker's queue lock. Nothing that the lock guards is destroyed
- * under it: destructors are the callers' code, and may post. */
+// The pool's lock comes before any worker's queue lock. Nothing that the lock guards is destroyed
+// under it: destructors are the callers' code, and may post.
 struct ThreadPool::State {
   State(const ThreadPool* self, int maxThreads, int keepIdleThreads,
         WorkerThread::ComThreadingModel model)
@@ -77,11 +78,11 @@ struct ThreadPool::State {
   Calls executing VTCLASS_GUARDED_BY(lock);
   std::vector<WorkerThread*> busy VTCLASS_GUARDED_BY(lock);
   std::vector<WorkerThread*> idle VTCLASS_GUARDED_BY(lock);
-  bool closed VTCLASS_GUARDED_BY(lock) = false; /* the destructor has stopped the workers */
+  bool closed VTCLASS_GUARDED_BY(lock) = false;  // the destructor has stopped the workers
 };
 
-/* A call counts its entries in the queue of its own pool: a call that is posted while it runs does
- * not search a long queue under the lock. One that is handed to another pool is searched for. */
+// A call counts its entries in the queue of its own pool: a call that is posted while it runs does
+// not search a long queue under the lock. One that is handed to another pool is searched for.
 bool ThreadPool::State::IsPending(const ThreadPoolCall* call) {
   return Owns(call) ? call->pendingEntries > 0 : Holds(pending, call);
 }
@@ -98,7 +99,7 @@ RefPointer<ThreadPoolCall> ThreadPool::State::TakePending(std::size_t i) {
   return call;
 }
 
-/* Hands a call that is not executing to a worker, or queues it. On failure `call` keeps it. */
+// Hands a call that is not executing to a worker, or queues it. On failure `call` keeps it.
 void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall>& call) {
   const bool reuse = keepIdleThreads && !idle.empty();
   if (!reuse && !std::cmp_less(busy.size(), maxThreads)) {
@@ -119,7 +120,7 @@ void ThreadPool::State::Dispatch(RefPointer<ThreadPoolCall>& call) {
   }
 }
 
-/* Room for every worker in both lists, so that one changes over without memory. */
+// Room for every worker in both lists, so that one changes over without memory.
 void ThreadPool::State::ReserveWorkers(std::size_t more) {
   const std::size_t all = busy.size() + idle.size() + more;
   try {
@@ -143,8 +144,8 @@ WorkerThread* ThreadPool::State::StartWorker() {
   return worker;
 }
 
-/* The derived class's own code may throw here. `call` then still holds the call, unless that code
- * had queued it before: then the worker runs it. */
+// The derived class's own code may throw here. `call` then still holds the call, unless that code
+// had queued it before: then the worker runs it.
 void ThreadPool::State::Hand(RefPointer<ThreadPoolCall>& call, WorkerThread* worker) {
   ThreadPoolCall* const handed = call.get();
   const long outstanding = worker->NumberOfOutstandingCalls();
@@ -160,13 +161,13 @@ void ThreadPool::State::Hand(RefPointer<ThreadPoolCall>& call, WorkerThread* wor
   }
 }
 
-/* A worker that sleeps, since it did not get its call. */
+// A worker that sleeps, since it did not get its call.
 void ThreadPool::State::HandBack(WorkerThread* worker) {
   Retire(worker);
   if (!keepIdleThreads) worker->state->QueueStop();
 }
 
-/* The oldest pending call that is not executing. */
+// The oldest pending call that is not executing.
 RefPointer<ThreadPoolCall> ThreadPool::State::TakeNext() {
   for (std::size_t i = 0; i < pending.Size(); ++i) {
     if (!Holds(executing, pending.At(i).get())) return TakePending(i);
@@ -187,8 +188,8 @@ void ThreadPool::State::Retire(WorkerThread* worker) {
   if (!keepIdleThreads) worker->state->running = 0;
 }
 
-/* The idle worker that has waited longest; with `leavingOnly` of those that run no code of callers
- * any more. */
+// The idle worker that has waited longest; with `leavingOnly` of those that run no code of callers
+// any more.
 WorkerThread* ThreadPool::State::TakeIdle(bool leavingOnly) {
   const auto found = std::ranges::find_if(idle, [leavingOnly](const WorkerThread* worker) {
     return !leavingOnly || worker->state->IsLeaving();
@@ -199,12 +200,10 @@ WorkerThread* ThreadPool::State::TakeIdle(bool leavingOnly) {
   return worker;
 }
 
-/*
- * The wait of StopAllThreads: for the call semaphores of the busy workers, all together, and not
- * for their threads. It is kept so: the semaphores stay as they are while calls are in hand, so
- * this gives them the whole time-out. A worker without a running thread has nothing in hand. With
- * more handles than the platform takes, the wait fails at once.
- */
+// The wait of StopAllThreads: for the call semaphores of the busy workers, all together, and not
+// for their threads. It is kept so: the semaphores stay as they are while calls are in hand, so
+// this gives them the whole time-out. A worker without a running thread has nothing in hand. With
+// more handles than the platform takes, the wait fails at once.
 void ThreadPool::State::WaitForCallsInHand(DWORD timeout) {
   HANDLE semaphores[MAXIMUM_WAIT_OBJECTS + 1];
   DWORD count = 0;
@@ -220,8 +219,8 @@ void ThreadPool::State::WaitForCallsInHand(DWORD timeout) {
   if (count > 0) ::WaitForMultipleObjects(count, semaphores, TRUE, timeout);
 }
 
-/* Kills the busy workers that still run and hands them all over. Under the lock, so that none of
- * them is killed while it holds it. */
+// Kills the busy workers that still run and hands them all over. Under the lock, so that none of
+// them is killed while it holds it.
 std::vector<WorkerThread*> ThreadPool::State::TakeOverBusy(bool closing) {
   std::vector<WorkerThread*> taken;
   const ScopedLock hold(lock);
@@ -233,8 +232,8 @@ std::vector<WorkerThread*> ThreadPool::State::TakeOverBusy(bool closing) {
   return taken;
 }
 
-/* Hands `next` to the worker that runs this. False when its own code refused: `next` then still
- * holds it, for its end outside the lock. */
+// Hands `next` to the worker that runs this. False when its own code refused: `next` then still
+// holds it, for its end outside the lock.
 bool ThreadPool::State::HandNext(RefPointer<ThreadPoolCall>& next, WorkerThread* worker) {
   try {
     Hand(next, worker);
@@ -246,11 +245,9 @@ bool ThreadPool::State::HandNext(RefPointer<ThreadPoolCall>& next, WorkerThread*
   return !next;
 }
 
-/*
- * On the worker that ran `call`: the next call for it, or the worker is idle. Whatever code of
- * derived classes throws, the worker is not lost: a call that cannot be handed on is dropped, and
- * the one behind it gets its turn.
- */
+// On the worker that ran `call`: the next call for it, or the worker is idle. Whatever code of
+// derived classes throws, the worker is not lost: a call that cannot be handed on is dropped, and
+// the one behind it gets its turn.
 void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
   WorkerThread* const worker = call->thread;
   ThreadPoolCall* finishing = call;
@@ -274,8 +271,8 @@ void ThreadPool::State::FinishCall(ThreadPoolCall* call) {
   }
 }
 
-/* Outside the lock, like the next: destructors may post. No more than there are at the beginning,
- * so that a stream of postings does not keep this one. */
+// Outside the lock, like the next: destructors may post. No more than there are at the beginning,
+// so that a stream of postings does not keep this one.
 void ThreadPool::State::DropPending() {
   std::size_t left = 0;
   do {

@@ -17,8 +17,7 @@ struct WorkerThread::State {
   State(WorkerThread* worker, ComThreadingModel model, const char* name)
       : model(model), name(name ? name : ""), stopCall(new ThreadStopCall(worker)) {}
 
-  /* The thread's routine, and what it does before it leaves this module. */
-  static unsigned __stdcall Enter(void* worker);
+  /* What the thread does. */
   static unsigned long Live(WorkerThread& worker);
   bool EndsInTheLoader() const;
 

@@ -1,23 +1,22 @@
 #include <vtclass/win32.h>
 
-#include <process.h>
-
 #include <memory>
 
 #include "platform/border.h"
 #include "platform/critical_section.h"
-#include "platform/this_module.h"
+#include "platform/module_thread.h"
+#include "platform/no_throw.h"
 #include "threads/worker_state.h"
 #include "vtclass/threads.h"
 
 using vtclass::border::Contained;
 using vtclass::border::Failure;
-using vtclass::platform::HoldThisModule;
 using vtclass::platform::KeepFailure;
 using vtclass::platform::LookUpSpinCount;
 using vtclass::platform::MadeOrNull;
+using vtclass::platform::OwnedKernelObject;
 using vtclass::platform::ScopedLock;
-using vtclass::platform::ThisModule;
+using vtclass::platform::StartCallersThread;
 
 namespace {
 
@@ -58,9 +57,9 @@ void WorkerThread::State::QueueStop() {
   Queue(stopCall.get(), 0);
 }
 
-/* Waits while the thread is in its first or last steps, where it may hold the loader's lock: killed
- * with it, it would block every later start of a thread. Not for ever, since who kills may hold
- * that lock himself. True when the thread has ended meanwhile. */
+// Waits while the thread is in its first or last steps, where it may hold the loader's lock: killed
+// with it, it would block every later start of a thread. Not for ever, since who kills may hold
+// that lock himself. True when the thread has ended meanwhile.
 bool WorkerThread::State::EndsInTheLoader() const {
   const ULONGLONG start = ::GetTickCount64();
   while (stage != Stage::inRun && ::GetTickCount64() - start < kLoaderLimit) {
@@ -80,11 +79,6 @@ WorkerThread::~WorkerThread() {
   if (!state) return;
   WorkerThread::StopThread();
   delete state;
-}
-
-unsigned __stdcall WorkerThread::State::Enter(void* worker) {
-  const unsigned long code = Live(*static_cast<WorkerThread*>(worker));
-  ::FreeLibraryAndExitThread(ThisModule(), code);
 }
 
 unsigned long WorkerThread::State::Live(WorkerThread& worker) {
@@ -112,15 +106,11 @@ unsigned long WorkerThread::Run() {
 }
 
 int WorkerThread::StartThread(unsigned long stackSize) {
-  if (!HoldThisModule()) return 0;
   state->stage = State::Stage::starting;
   unsigned id = 0;
-  const auto handle = ::_beginthreadex(nullptr, stackSize, &State::Enter, this, 0, &id);
-  if (handle == 0) {
-    ::FreeLibrary(ThisModule());
-    return 0;
-  }
-  state->thread.Reset(reinterpret_cast<HANDLE>(handle));
+  OwnedKernelObject started = StartCallersThread<&State::Live>(*this, stackSize, id);
+  if (!started) return 0;
+  state->thread = std::move(started);
   state->threadId = id;
   return 1;
 }

@@ -28,13 +28,13 @@ const Resource* FindFirst(const Resources& resources, Condition condition) {
 const Resource* FirstNameOfGroup(const Resources& resources, const std::wstring& group) {
   if (!resources.AreWhole(Resource::networkName)) return nullptr;
   return FindFirst(resources, [&](const Resource& resource) {
-    return resource.kind == Resource::networkName && SameText(resource.group, group);
+    return resource.kind == Resource::networkName && IsSameName(resource.group, group);
   });
 }
 
 bool DependsOn(const Resource& resource, const std::wstring& name) {
   return std::ranges::any_of(resource.dependsOn,
-                             [&](const std::wstring& other) { return SameText(other, name); });
+                             [&](const std::wstring& other) { return IsSameName(other, name); });
 }
 
 const Resource* FindNameOfAddress(const Resources& resources, const std::wstring& address) {
@@ -52,7 +52,7 @@ bool IsInstance(const Resource& sqlServer, const std::wstring& instance) {
   const auto name = [](const std::wstring& text) {
     return text.empty() ? std::wstring_view(kDefaultInstance) : std::wstring_view(text);
   };
-  return SameText(name(sqlServer.property), name(instance));
+  return IsSameName(name(sqlServer.property), name(instance));
 }
 
 bool IsSqlInstance(const Resource& resource, const std::wstring& instance) {
@@ -94,7 +94,7 @@ template <typename Condition>
 Cluster::appState StateOnNode(const Resources& resources, const std::wstring& node, bool& own,
                               Condition condition) {
   const bool isClusters = FindFirst(resources, [&](const Resource& resource) {
-    return condition(resource) && SameText(resource.node, HostPart(node));
+    return condition(resource) && IsSameName(resource.node, HostPart(node));
   });
   if (!isClusters && !resources.AreWhole(kServers | kApplications)) return Cluster::noAnswer;
   own = !isClusters;
@@ -123,7 +123,7 @@ const Resource* FindVirtualServer(const Resources& resources, const std::wstring
 const Resource* NetworkNameFor(const Resources& resources, const Resource& application) {
   const Resource* named = FindFirst(resources, [&](const Resource& resource) {
     return resource.kind == Resource::networkName && !application.netName.empty() &&
-           SameText(resource.netName, application.netName);
+           IsSameName(resource.netName, application.netName);
   });
   return named ? named : FirstNameOfGroup(resources, application.group);
 }
@@ -137,8 +137,8 @@ const Resource* FindProductService(const Resources& resources, const std::wstrin
   const int ofAnyNode = server.empty() ? 1 : 2;
   const int bestRank = virtualServer ? 3 : ofAnyNode;
   const auto rank = [&](const Resource& resource) {
-    if (virtualServer && SameText(resource.group, virtualServer->group)) return 3;
-    return SameText(resource.node, HostPart(server)) ? 2 : 1;
+    if (virtualServer && IsSameName(resource.group, virtualServer->group)) return 3;
+    return IsSameName(resource.node, HostPart(server)) ? 2 : 1;
   };
   const Resource* best = nullptr;
   for (const Resource& resource : resources.all) {
@@ -185,7 +185,7 @@ Cluster::appState StateOfSqlInstance(const Resources& resources, const std::wstr
     return StateUnder(resources, *name, Cluster::noAnswer, isInstance);
   }
   const Resource* here = FindFirst(resources, [&](const Resource& resource) {
-    return isInstance(resource) && SameText(resource.node, HostPart(server));
+    return isInstance(resource) && IsSameName(resource.node, HostPart(server));
   });
   if (here) return StateOfResource(*here);
   if (!resources.AreWhole(kServers | kApplications)) return Cluster::noAnswer;

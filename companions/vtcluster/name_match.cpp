@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "companions/vtcluster/cluster_api.h"
-#include "platform/checked_cast.h"
 
 namespace vtcluster {
 namespace {
@@ -23,15 +22,8 @@ std::wstring DomainOfThisMachine() { return NameOfThisMachine(ComputerNameDnsDom
 
 }  // namespace
 
-bool SameText(std::wstring_view a, std::wstring_view b) noexcept {
-  const auto size = vtclass::platform::CheckedCast<int>(a.size());
-  if (!size || a.size() != b.size()) return false;
-  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the sizes go with the texts
-  return *size == 0 || ::CompareStringOrdinal(a.data(), *size, b.data(), *size, TRUE) == CSTR_EQUAL;
-}
-
 bool BeginsWith(std::wstring_view text, std::wstring_view start) noexcept {
-  return SameText(text.substr(0, start.size()), start);
+  return IsSameName(text.substr(0, start.size()), start);
 }
 
 std::wstring WithoutBackslashes(const wchar_t* name) {
@@ -41,7 +33,7 @@ std::wstring WithoutBackslashes(const wchar_t* name) {
 }
 
 bool NamesHost(std::wstring_view name, std::wstring_view host) {
-  return NamesHost(name, host, &SameText, &DomainOfThisMachine);
+  return NamesHost(name, host, &IsSameName, &DomainOfThisMachine);
 }
 
 bool NamesThisNode(std::wstring_view name) {
@@ -50,7 +42,7 @@ bool NamesThisNode(std::wstring_view name) {
                                            ComputerNamePhysicalDnsFullyQualified};
   if (name.empty()) return false;
   return std::ranges::any_of(kOwn, [name](COMPUTER_NAME_FORMAT format) {
-    return SameText(name, NameOfThisMachine(format));
+    return IsSameName(name, NameOfThisMachine(format));
   });
 }
 

@@ -5,11 +5,11 @@
 #include <string_view>
 
 #include "companions/vtcluster/host_names.h"
+#include "platform/same_name.h"
 
 namespace vtcluster {
 
-/* Equal without regard to case, as the system compares names of objects: no locale. */
-bool SameText(std::wstring_view a, std::wstring_view b) noexcept;
+using vtclass::platform::IsSameName;
 
 /* `text` begins with `start`, without regard to case. */
 bool BeginsWith(std::wstring_view text, std::wstring_view start) noexcept;

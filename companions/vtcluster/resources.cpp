@@ -30,7 +30,7 @@ constexpr Type kTypes[] = {
 
 const Type* FindType(const std::wstring& name) {
   for (const Type& type : kTypes) {
-    if (SameText(name, type.name)) return &type;
+    if (IsSameName(name, type.name)) return &type;
   }
   return nullptr;
 }

@@ -1,9 +1,9 @@
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "companions/vtsocket/look_up_pool.h"
 #include "companions/vtsocket/winsock.h"
+#include "platform/no_throw.h"
 #include "vtsocket/vtsocket.h"
 
 namespace VTSocket {
@@ -27,11 +27,9 @@ ULONGLONG Milliseconds(const timeval& time) {
 int Ask(const char* node, const char* service, const addrinfo* hints, addrinfo** result,
         ULONGLONG limit) {
   if (limit == 0) return WSAETIMEDOUT;
-  try {
+  return vtclass::platform::StatusOf([&] {
     return lookUpPool.Ask(std::make_unique<LookUp>(node, service, hints), limit, result);
-  } catch (const std::bad_alloc&) {
-    return WSA_NOT_ENOUGH_MEMORY;
-  }
+  });
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "companions/vtsocket/winsock.h"
+#include "platform/module_thread.h"
 
 namespace vtclass::vtsocket {
 namespace {
@@ -24,22 +25,6 @@ HANDLE WorkSemaphore() {
   if (known) return known;
   platform::OwnedKernelObject made(::CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr));
   return work.compare_exchange_strong(known, made.Get()) ? made.Release() : known;
-}
-
-/* A reference to this DLL, which the thread that gets it gives back as its last act. */
-HMODULE ReferToThisModule() {
-  HMODULE module = nullptr;
-  ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<LPCWSTR>(&ReferToThisModule), &module);
-  return module;
-}
-
-HMODULE ThisModule() {
-  HMODULE module = nullptr;
-  ::GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&ReferToThisModule), &module);
-  return module;
 }
 
 /* True when it has come: the pool then knows the look-up no more. */
@@ -169,13 +154,8 @@ LookUp* LookUpPool::NextToStart(bool& wake) {
 }
 
 bool LookUpPool::StartThread(LookUp* lookUp) {
-  const HMODULE module = ReferToThisModule();
-  if (!module) return false;
-  const platform::OwnedKernelObject thread(
-      ::CreateThread(nullptr, 0, &LookUpPool::ThreadMain, lookUp, 0, nullptr));
-  if (thread) return true;
+  if (platform::StartModuleThread<&LookUpPool::ThreadMain>(*lookUp)) return true;
   Trace("No thread starts for a look-up: %lu", ::GetLastError());
-  ::FreeLibrary(module);
   return false;
 }
 
@@ -199,9 +179,9 @@ void LookUpPool::Answer(LookUp& lookUp) {
   ::SetEvent(lookUp.answered.Get());
 }
 
-DWORD WINAPI LookUpPool::ThreadMain(void* lookUp) {
-  lookUpPool.Work(static_cast<LookUp*>(lookUp));
-  ::FreeLibraryAndExitThread(ThisModule(), 0);
+DWORD LookUpPool::ThreadMain(LookUp& first) {
+  lookUpPool.Work(&first);
+  return 0;
 }
 
 void LookUpPool::Work(LookUp* lookUp) {

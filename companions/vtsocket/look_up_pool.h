@@ -90,7 +90,7 @@ class LookUpPool {
     LookUp* behind = nullptr; /* the first of those for which no thread is idle */
   };
 
-  static DWORD WINAPI ThreadMain(void* lookUp);
+  static DWORD ThreadMain(LookUp& first);
   static bool StartThread(LookUp* lookUp);
 
   void Append(LookUp* lookUp) VTCLASS_REQUIRES(lock);

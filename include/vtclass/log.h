@@ -5,7 +5,6 @@
 
 #include <cstdarg>
 #include <cstddef>
-#include <memory>
 #include <type_traits>
 
 #include "vtclass/border.h"
@@ -422,67 +421,13 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
   VTCLASS_API std::size_t OutputCapacity() const;
 
  private:
-  using Characters = std::unique_ptr<wchar_t[]>;
-  static constexpr int kBuffers = 33;
+  struct State;
 
-  /* Without memory a working buffer is missing. */
+  /* Without memory `state` is null. */
   VTCLASS_API LogFile(const std::nothrow_t&, StringResourceMgr& messages, int unicode, int maxMB,
                       int keepMB) noexcept;
 
-  int Refuse(unsigned long code);
-
-  int PrintFormatted(int buffer, const wchar_t* format, va_list arguments);
-  int PrintMessage(int buffer, unsigned id, const wchar_t* end, va_list arguments);
-  int PrintRaw(int buffer, const wchar_t* format, ...);
-  int PrintEntryBody(int buffer, const wchar_t* tag, const wchar_t* format, va_list arguments);
-  int PrintIdentifiedTag(int buffer, long umi, const wchar_t* tag);
-
-  int FormatAndDeliver(int buffer, const wchar_t* format, va_list arguments, Characters& oversized);
-  wchar_t* MakeFormatRoom(std::size_t capacity, const wchar_t* format, Characters& oversized);
-  bool FillOutput(const wchar_t* text, std::size_t length, std::size_t step);
-  void ShrinkOutput();
-  int Deliver(int buffer);
-
-  bool WriteHeader(bool newFile);
-  bool WriteBytes(const void* bytes, std::size_t size);
-  void WrapIfTooLarge();
-
-  static bool IsSlot(int n);
-  int& Depth(int buffer);
-  int CloseDirectories(int buffer);
-
-  int escape = 1;
-  StringResourceMgr messages;
-  wcstring path;
-  HANDLE file;
-  Characters formatBuffer;
-  std::size_t formatCapacity;
-  Characters outputBuffer;
-  std::size_t outputCapacity;
-  std::size_t pendingLength = 0;
-  std::unique_ptr<char[]> narrowBuffer;
-  std::size_t narrowSize;
-  unsigned long lastError = ERROR_SUCCESS;
-  int unicode;
-  int wrapEnabled;
-  unsigned long maximumSize;
-  unsigned long keptSize;
-  wcstring directoryTag;
-  int bufferedMode = 0;
-  CWcharBuffer* buffers[kBuffers] = {};
-  int depths[kBuffers] = {};
-
-  /* What the fields above leave unsaid: the depth of index -1, where the pending text lies (the
-   * output buffer, or FlushWrite's), the file's size (asking costs more than a write), whether a
-   * part of a text that could not be cut off is behind it or the file's position is not its end,
-   * whether this object owes the file a "</joblog>", and a text that prints put together and reuse.
-   */
-  int fileDepth = 0;
-  const wchar_t* pendingText;
-  unsigned long long fileSize = 0;
-  bool torn = false;
-  bool headerWritten = false;
-  wcstring scratch;
+  State* state;
 };
 
 class DebugLog;

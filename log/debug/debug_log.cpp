@@ -3,12 +3,11 @@
 #include <new>
 #include <utility>
 
-#include "log/buffer_growth.h"
 #include "log/debug/debug_log_state.h"
 #include "log/debug/log_names.h"
 #include "log/file_opening.h"
-#include "log/log_file_guard.h"
 #include "platform/border.h"
+#include "platform/no_throw.h"
 
 using namespace vtclass::log;
 using vtclass::border::Failure;
@@ -18,16 +17,12 @@ using vtclass::platform::KeepFailure;
 using vtclass::platform::MadeOrNull;
 using vtclass::platform::OwnedFile;
 using vtclass::platform::ScopedLock;
+using vtclass::platform::StatusOf;
 
 DebugLog::State::State(StringResourceMgr& messages, int unicode, const wchar_t* pathValueName)
     : messages(messages),
-      formatBuffer(new wchar_t[kFirstCapacity]),
-      formatCapacity(kFirstCapacity),
-      lineBuffer(new wchar_t[kFirstCapacity]),
-      lineCapacity(kFirstCapacity),
       unicode(unicode),
-      ansiBuffer(unicode ? nullptr : new char[kFirstCapacity]),
-      ansiCapacity(unicode ? 0 : kFirstCapacity),
+      ansiBuffer(unicode ? 0 : kFirstCapacity),
       pathValueName(pathValueName ? pathValueName : L"") {
   const ScopedLock hold(lock);
   LoadSettings(true, nullptr);
@@ -51,8 +46,7 @@ void DebugLog::State::SetPath(wcstring&& path) {
 
 int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
   wcstring name;
-  unsigned long code = ERROR_SUCCESS;
-  if (!FindsMemory([&] { name = FullName(path); }, &code)) return Refuse(code);
+  if (const DWORD failure = StatusOf([&] { name = FullName(path); })) return Refuse(failure);
   OwnedFile opened;
   Position size = 0;
   if (const DWORD failure = OpenTrace(mode, name.c_str(), unicode != 0, &opened, &size)) {
@@ -62,7 +56,7 @@ int DebugLog::State::OpenAt(int mode, const wchar_t* path) {
   const auto set = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
     SetPath(std::move(name));
   };
-  if (!FindsMemory(set, &code)) return Refuse(code);
+  if (const DWORD failure = StatusOf(set)) return Refuse(failure);
   file = std::move(opened);
   fileSize = size;
   announced = true;
@@ -197,10 +191,9 @@ void DebugLog::CopySettings(DebugLogSettings& out, const WideSink& extension,
 int DebugLog::UpdateSettings() {
   const State::Hold hold(*state);
   int result = 0;
-  unsigned long code = ERROR_SUCCESS;
   const auto follow = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
     result = state->Follow();
   };
-  if (!FindsMemory(follow, &code)) return state->Refuse(code);
+  if (const DWORD failure = StatusOf(follow)) return state->Refuse(failure);
   return result;
 }

@@ -1,18 +1,18 @@
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
-#include <new>
 #include <string_view>
 
 #include "log/ansi_text.h"
-#include "log/buffer_growth.h"
 #include "log/debug/debug_log_state.h"
 #include "log/formatter.h"
 #include "log/log_file_guard.h"
+#include "platform/no_throw.h"
 #include "strings/xml_escape.h"
 
 using namespace vtclass::log;
 using vtclass::WideView;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -37,17 +37,6 @@ std::size_t MakeLine(WideView text, bool endsLine, wchar_t* out, std::size_t roo
   return length;
 }
 
-// False when memory runs out; the buffer then stays. What it held is lost.
-bool MakeRoom(std::size_t needed, std::unique_ptr<wchar_t[]>& buffer, std::size_t& capacity) {
-  const std::size_t grown = GrownCapacity(capacity, needed, kGrowth);
-  if (grown == capacity) return true;
-  std::unique_ptr<wchar_t[]> larger(new (std::nothrow) wchar_t[grown]);
-  if (!larger) return false;
-  buffer = std::move(larger);
-  capacity = grown;
-  return true;
-}
-
 }  // namespace
 
 int DebugLog::State::Print(const wchar_t* format, va_list arguments, bool endsLine) {
@@ -67,9 +56,9 @@ int DebugLog::State::Print(const wchar_t* format, va_list arguments, bool endsLi
 int DebugLog::State::PrintMessage(unsigned id, va_list arguments) {
   if (!isOpen.load(std::memory_order_relaxed)) return 0;
   const wchar_t* format = L"";
-  unsigned long code = ERROR_SUCCESS;
   // The text stays where it is as long as the log's messages live.
-  if (!FindsMemory([&] { format = messages.Text(id).c_str(); }, &code)) return Refuse(code);
+  const auto find = [&] { format = messages.Text(id).c_str(); };
+  if (const DWORD failure = StatusOf(find)) return Refuse(failure);
   return Print(format, arguments, true);
 }
 
@@ -86,9 +75,9 @@ int DebugLog::State::PrintShort(WideView text, bool endsLine) {
   const Hold hold(*this);
   if (failure == ERROR_SUCCESS) return Write(ansi, bytes);
   if (failure == ERROR_INSUFFICIENT_BUFFER) {
-    failure = ConvertToAnsi({line, length}, ansiBuffer, ansiCapacity, &bytes);
+    failure = ConvertToAnsi({line, length}, ansiBuffer, &bytes);
   }
-  return failure == ERROR_SUCCESS ? Write(ansiBuffer.get(), bytes) : Lose(failure);
+  return failure == ERROR_SUCCESS ? Write(ansiBuffer.Data(), bytes) : Lose(failure);
 }
 
 int DebugLog::State::PrintLong(const wchar_t* format, va_list arguments, bool endsLine) {
@@ -103,10 +92,10 @@ int DebugLog::State::PrintLong(const wchar_t* format, va_list arguments, bool en
   };
   if (!EndsWell(work, &code)) return Refuse(code);
   if (failure != ERROR_SUCCESS) return Lose(failure);
-  if (unicode) return Write(lineBuffer.get(), length * sizeof(wchar_t));
+  if (unicode) return Write(lineBuffer.Data(), length * sizeof(wchar_t));
   std::size_t bytes = 0;
-  failure = ConvertToAnsi({lineBuffer.get(), length}, ansiBuffer, ansiCapacity, &bytes);
-  return failure == ERROR_SUCCESS ? Write(ansiBuffer.get(), bytes) : Lose(failure);
+  failure = ConvertToAnsi({lineBuffer.Data(), length}, ansiBuffer, &bytes);
+  return failure == ERROR_SUCCESS ? Write(ansiBuffer.Data(), bytes) : Lose(failure);
 }
 
 // Fills the line buffer. A Win32 status.
@@ -115,10 +104,8 @@ unsigned long DebugLog::State::FillLine(const wchar_t* format, va_list arguments
   WideView text;
   if (const unsigned long failure = FillFormat(format, arguments, &text)) return failure;
   const auto lineFeeds = static_cast<std::size_t>(std::ranges::count(text, L'\n'));
-  if (!MakeRoom(text.size() + lineFeeds + kLineEnd, lineBuffer, lineCapacity)) {
-    return ERROR_NOT_ENOUGH_MEMORY;
-  }
-  *length = MakeLine(text, endsLine, lineBuffer.get(), lineCapacity);
+  if (!lineBuffer.Grow(text.size() + lineFeeds + kLineEnd)) return ERROR_NOT_ENOUGH_MEMORY;
+  *length = MakeLine(text, endsLine, lineBuffer.Data(), lineBuffer.Capacity());
   return ERROR_SUCCESS;
 }
 
@@ -126,16 +113,18 @@ unsigned long DebugLog::State::FillLine(const wchar_t* format, va_list arguments
 // by nothing. A Win32 status.
 unsigned long DebugLog::State::FillFormat(const wchar_t* format, va_list arguments,
                                           WideView* text) {
-  int length = FormatText(formatBuffer.get(), formatCapacity, format, arguments);
+  int length = FormatText(formatBuffer.Data(), formatBuffer.Capacity(), format, arguments);
   if (length >= 0 && static_cast<std::size_t>(length) < kMostFormat) {
     const auto characters = static_cast<std::size_t>(length);
-    if (characters >= formatCapacity) {
-      if (!MakeRoom(characters + 1, formatBuffer, formatCapacity)) return ERROR_NOT_ENOUGH_MEMORY;
-      length = FormatText(formatBuffer.get(), formatCapacity, format, arguments);
+    if (characters >= formatBuffer.Capacity()) {
+      if (!formatBuffer.Grow(characters + 1)) return ERROR_NOT_ENOUGH_MEMORY;
+      length = FormatText(formatBuffer.Data(), formatBuffer.Capacity(), format, arguments);
     }
     // Another thread may have changed the arguments between the two.
-    if (length < 0 || static_cast<std::size_t>(length) >= formatCapacity) return ERROR_INVALID_DATA;
-    *text = {formatBuffer.get(), static_cast<std::size_t>(length)};
+    if (length < 0 || static_cast<std::size_t>(length) >= formatBuffer.Capacity()) {
+      return ERROR_INVALID_DATA;
+    }
+    *text = {formatBuffer.Data(), static_cast<std::size_t>(length)};
     return ERROR_SUCCESS;
   }
   const WideView bare(format);

@@ -10,7 +10,7 @@
 #include "log/ansi_text.h"
 #include "log/debug/debug_log_state.h"
 #include "log/file_opening.h"
-#include "log/log_file_guard.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 #include "vtclass/settings_monitor.h"
 
@@ -292,12 +292,12 @@ void DebugLog::State::Leave() {
 bool DebugLog::State::TakeIn() {
   if (news == 0) return true;
   const unsigned fresh = news.exchange(0);
-  unsigned long code = ERROR_SUCCESS;
   // The analysis does not see through the call that the lock is held here.
   const auto adopt = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) { Adopt(fresh); };
-  if (FindsMemory(adopt, &code)) return true;
+  const DWORD failure = vtclass::platform::StatusOf(adopt);
+  if (failure == ERROR_SUCCESS) return true;
   news.fetch_or(fresh);
-  return Refuse(code);
+  return Refuse(failure);
 }
 
 // The switch counts where it differs from what the log knows. Another value that also means "on"

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "log/debug/size_limit_policy.h"
+#include "log/work_buffer.h"
 #include "platform/critical_section.h"
 #include "vtclass/debug_log.h"
 
@@ -57,14 +58,11 @@ struct DebugLog::State {
   long status VTCLASS_GUARDED_BY(lock) = S_OK; /* of the size limit, an HRESULT */
   wcstring fileName VTCLASS_GUARDED_BY(lock);
   vtclass::platform::OwnedFile file VTCLASS_GUARDED_BY(lock);
-  std::unique_ptr<wchar_t[]> formatBuffer VTCLASS_GUARDED_BY(lock);
-  std::size_t formatCapacity VTCLASS_GUARDED_BY(lock);
-  std::unique_ptr<wchar_t[]> lineBuffer VTCLASS_GUARDED_BY(lock);
-  std::size_t lineCapacity VTCLASS_GUARDED_BY(lock);
+  vtclass::log::WorkBuffer<wchar_t> formatBuffer VTCLASS_GUARDED_BY(lock);
+  vtclass::log::WorkBuffer<wchar_t> lineBuffer VTCLASS_GUARDED_BY(lock);
   const int unicode;
   std::atomic<unsigned long> lastError{ERROR_SUCCESS};
-  std::unique_ptr<char[]> ansiBuffer VTCLASS_GUARDED_BY(lock);
-  std::size_t ansiCapacity VTCLASS_GUARDED_BY(lock);
+  vtclass::log::WorkBuffer<char> ansiBuffer VTCLASS_GUARDED_BY(lock);
   std::unique_ptr<vtclass::log::SizeLimitPolicy> sizeLimit VTCLASS_GUARDED_BY(lock);
   vtclass::platform::CriticalSection lock;
   const wcstring pathValueName;

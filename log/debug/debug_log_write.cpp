@@ -4,11 +4,13 @@
 #include "log/debug/debug_log_state.h"
 #include "log/debug/log_names.h"
 #include "log/file_opening.h"
-#include "log/log_file_guard.h"
 #include "platform/hresult.h"
+#include "platform/no_throw.h"
+#include "platform/same_name.h"
 
 using namespace vtclass::log;
 using vtclass::platform::HResultOfFailure;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -50,12 +52,11 @@ void DebugLog::State::ApplyLimit(std::size_t incoming) {
     return;
   }
   LiveFile live{file, fileSize, fileName.c_str(), unicode != 0};
-  unsigned long code = ERROR_SUCCESS;
   // The analysis does not see through the call that the lock is held here.
   const auto roll = [&]() VTCLASS_THREAD_ANNOTATION(no_thread_safety_analysis) {
     status = sizeLimit ? sizeLimit->MakeRoom(live) : SimpleRoll();
   };
-  if (!FindsMemory(roll, &code)) status = HResultOfFailure(code);
+  if (const DWORD failure = StatusOf(roll)) status = HResultOfFailure(failure);
   untilRetry = status == S_OK ? 0 : std::max(threshold / 8, kLeastRetry);
   if (status != S_OK) lastError = static_cast<unsigned long>(status) & 0xFFFF;
 }
@@ -65,7 +66,7 @@ long DebugLog::State::SimpleRoll() {
   unsigned long number = rollCounter + 1;
   wcstring next(RolledName(baseName, number, extension));
   // A caller may have opened a further file himself; it is not emptied under his hands.
-  if (::CompareStringOrdinal(next.c_str(), -1, fileName.c_str(), -1, TRUE) == CSTR_EQUAL) {
+  if (vtclass::platform::IsSameName(next, fileName)) {
     next = RolledName(baseName, ++number, extension);
   }
   const DWORD failure = OpenTrace(kCreateAlways, next.c_str(), unicode != 0, &file, &fileSize);

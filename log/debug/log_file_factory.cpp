@@ -3,7 +3,7 @@
 
 #include "log/debug/debug_log_state.h"
 #include "log/file_opening.h"
-#include "platform/border.h"
+#include "platform/no_throw.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/log.h"
 

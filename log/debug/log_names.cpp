@@ -1,23 +1,10 @@
 #include "log/debug/log_names.h"
 
 #include <algorithm>
-#include <iterator>
+
+#include "strings/decimal.h"
 
 namespace vtclass::log {
-
-namespace {
-
-void AppendNumber(WideText& text, std::uint32_t number) {
-  WideUnit digits[10];
-  WideUnit* first = std::end(digits);
-  do {
-    *--first = static_cast<WideUnit>('0' + number % 10);
-    number /= 10;
-  } while (number != 0);
-  text.append(first, std::end(digits));
-}
-
-}  // namespace
 
 SplitName SplitAtExtension(WideView path) {
   const std::size_t separator = path.find_last_of(VTCLASS_WIDE("\\/:"));
@@ -30,15 +17,12 @@ SplitName SplitAtExtension(WideView path) {
 WideText RolledName(WideView base, std::uint32_t number, WideView extension) {
   WideText name(base);
   name += '-';
-  AppendNumber(name, number);
-  return name.append(extension);
+  return name.append(strings::Decimal(number).View()).append(extension);
 }
 
 WideText RotatedName(WideView liveFile, WideView extension, std::uint32_t number) {
   WideText name(liveFile);
-  name.append(extension);
-  AppendNumber(name, number);
-  return name;
+  return name.append(extension).append(strings::Decimal(number).View());
 }
 
 bool IsRotationExtension(WideView extension) {

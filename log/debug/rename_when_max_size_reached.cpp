@@ -15,7 +15,7 @@ namespace {
 // How far above the count the clean-up looks for files of an earlier, larger count.
 constexpr std::uint32_t kCleanUpRange = 20;
 
-DWORD StatusOf(BOOL done) {
+DWORD FailureOf(BOOL done) {
   if (done) return ERROR_SUCCESS;
   const DWORD failure = ::GetLastError();
   return failure == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : failure;
@@ -57,11 +57,11 @@ long RenameWhenMaxSizeReached::RenameFiles(const wchar_t* path, std::uint32_t la
   for (; *next <= last; ++*next) {
     const WideText from = Rotated(path, *next);
     if (*next == 1) {
-      if (const DWORD failure = StatusOf(::DeleteFileW(from.c_str()))) {
+      if (const DWORD failure = FailureOf(::DeleteFileW(from.c_str()))) {
         return Report(failure, L"RenameWhenMaxSizeReached::RenameFiles - Unable to delete files");
       }
     } else if (const DWORD failure =
-                   StatusOf(::MoveFileW(from.c_str(), Rotated(path, *next - 1).c_str()))) {
+                   FailureOf(::MoveFileW(from.c_str(), Rotated(path, *next - 1).c_str()))) {
       return Report(failure, L"RenameWhenMaxSizeReached::RenameFiles - Unable to move file");
     }
   }
@@ -69,7 +69,7 @@ long RenameWhenMaxSizeReached::RenameFiles(const wchar_t* path, std::uint32_t la
 }
 
 long RenameWhenMaxSizeReached::RollingRename(const wchar_t* path) {
-  if (const DWORD failure = StatusOf(::MoveFileW(path, Rotated(path, count).c_str()))) {
+  if (const DWORD failure = FailureOf(::MoveFileW(path, Rotated(path, count).c_str()))) {
     return Report(failure, L"RenameWhenMaxSizeReached::RollingRename - Unable to move file");
   }
   nextToFree = 1;

@@ -1,7 +1,6 @@
 #include "log/job/entry_text.h"
 
-#include <iterator>
-
+#include "strings/decimal.h"
 #include "strings/unit_scan.h"
 
 namespace vtclass::log {
@@ -23,23 +22,13 @@ UmiPrefix::UmiPrefix(std::uint32_t code) {
   if ((code & kHasIdentifier) == 0) return;
   Append(VTCLASS_WIDE("<UMI>Q-79-"));
   // The upper half goes out whole: readers look identifiers up with severity and customer bits.
-  AppendNumber(code >> 16);
+  Append(strings::Decimal(code >> 16).View());
   Append(VTCLASS_WIDE("-"));
-  AppendNumber(code & 0xFFFF);
+  Append(strings::Decimal(code & 0xFFFF).View());
   Append(VTCLASS_WIDE("</UMI>"));
 }
 
 void UmiPrefix::Append(WideView part) { length += part.copy(text.data() + length, part.size()); }
-
-void UmiPrefix::AppendNumber(std::uint32_t number) {
-  WideUnit digits[10];
-  std::size_t first = std::size(digits);
-  do {
-    digits[--first] = static_cast<WideUnit>('0' + number % 10);
-    number /= 10;
-  } while (number != 0);
-  Append(WideView(digits + first, std::size(digits) - first));
-}
 
 std::size_t UnbracketUtilityPartition(WideUnit* text, std::size_t length) {
   constexpr WideView kBracketed = VTCLASS_WIDE("<Utility Partition>");

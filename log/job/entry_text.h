@@ -25,7 +25,6 @@ class UmiPrefix {
 
  private:
   void Append(WideView part);
-  void AppendNumber(std::uint32_t number);
 
   std::array<WideUnit, 32> text{};
   std::size_t length = 0;

@@ -1,17 +1,15 @@
 #include <algorithm>
-#include <new>
 #include <utility>
 
 #include "log/ansi_text.h"
-#include "log/buffer_growth.h"
-#include "log/file_bytes.h"
 #include "log/file_opening.h"
-#include "log/log_file_guard.h"
-#include "platform/owned.h"
-#include "vtclass/log.h"
+#include "log/job/log_file_state.h"
+#include "platform/no_throw.h"
 
 using namespace vtclass::log;
+using vtclass::platform::MadeOrNull;
 using vtclass::platform::OwnedFile;
+using vtclass::platform::StatusOf;
 
 namespace {
 
@@ -27,33 +25,40 @@ unsigned long BytesOfMegabytes(int megabytes) {
 
 }  // namespace
 
-LogFile::LogFile(const std::nothrow_t&, StringResourceMgr& messages, int unicode, int maxMB,
-                 int keepMB) noexcept
+LogFile::State::State(LogFile& self, StringResourceMgr& messages, int unicode, int maxMB,
+                      int keepMB)
     : messages(messages),
-      file(INVALID_HANDLE_VALUE),
-      formatBuffer(new(std::nothrow) wchar_t[kFirstCapacity]),
-      formatCapacity(kFirstCapacity),
-      outputBuffer(new(std::nothrow) wchar_t[kFirstCapacity]),
-      outputCapacity(kFirstCapacity),
-      narrowBuffer(unicode ? nullptr : new(std::nothrow) char[kFirstCapacity]),
-      narrowSize(unicode ? 0 : kFirstCapacity),
+      narrowBuffer(unicode ? 0 : kFirstCapacity),
       unicode(unicode ? 1 : 0),
       wrapEnabled(maxMB != kNoLimit && keepMB != kNoLimit ? 1 : 0),
       maximumSize(wrapEnabled ? BytesOfMegabytes(maxMB) : 0),
       keptSize(wrapEnabled ? BytesOfMegabytes(keepMB) : 0),
-      pendingText(outputBuffer.get()) {}
+      self(self),
+      pendingText(outputBuffer.Data()) {}
 
-LogFile::~LogFile() { Close(); }
+LogFile::LogFile(const std::nothrow_t&, StringResourceMgr& messages, int unicode, int maxMB,
+                 int keepMB) noexcept
+    : state(MadeOrNull([&] { return new State(*this, messages, unicode, maxMB, keepMB); })) {}
 
-int LogFile::Open(int openMode, const wchar_t* filePath) {
+LogFile::~LogFile() {
+  if (!state) return;
+  state->Close();
+  delete state;
+}
+
+int LogFile::Open(int openMode, const wchar_t* filePath) { return state->Open(openMode, filePath); }
+int LogFile::Close() { return state->Close(); }
+int LogFile::WriteText() { return state->WriteText(); }
+
+int LogFile::State::Open(int openMode, const wchar_t* filePath) {
   Close();
   wcstring name;
-  if (!FindsMemory([&] { name = wcstring(filePath); }, &lastError)) return 0;
+  if (const DWORD failure = StatusOf([&] { name = wcstring(filePath); })) return Refuse(failure);
   OwnedFile opened;
   if (const DWORD failure = OpenFile(openMode, name.c_str(), unicode != 0, &opened, &fileSize)) {
     return Refuse(failure);
   }
-  file = opened.Release();
+  file = std::move(opened);
   torn = false;
   // The handle of an empty file is kept: callers go on printing into it, without a header.
   if (openMode == kAppend && fileSize == 0) return Refuse(ERROR_HANDLE_EOF);
@@ -61,60 +66,61 @@ int LogFile::Open(int openMode, const wchar_t* filePath) {
   const Position before = fileSize;
   if (WriteHeader(openMode != kAppend)) return 1;
   // What could not get its header is no log: it is closed, and the file is as it was.
-  if (before < fileSize || torn) CutAt(file, std::min(before, fileSize));
-  const OwnedFile closing(std::exchange(file, INVALID_HANDLE_VALUE));
+  if (before < fileSize || torn) CutAt(file.Get(), std::min(before, fileSize));
+  file.Reset();
   return 0;
 }
 
-bool LogFile::WriteHeader(bool newFile) {
+bool LogFile::State::WriteHeader(bool newFile) {
   if (newFile && unicode) {
-    if (const DWORD failure = AppendByteOrderMark(file, &fileSize, &torn)) return Refuse(failure);
+    const DWORD failure = AppendByteOrderMark(file.Get(), &fileSize, &torn);
+    if (failure != ERROR_SUCCESS) return Refuse(failure);
   }
   headerWritten = PrintRaw(kToFile, L"%s",
                            unicode ? L"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
                                    : L"<?xml version=\"1.0\" encoding=\"windows-1252\"?>\n") &&
-                  PrintRaw(kToFile, L"%s", kRootTag) &&
-                  printTagWithAttribute(kToFile, kTagJobLogVersion, kVersion);
+                  PrintTag(kToFile, kRootTag) && PrintRaw(kToFile, kTagJobLogVersion, kVersion);
   return headerWritten;
 }
 
-int LogFile::Close() {
-  if (file == INVALID_HANDLE_VALUE) return 1;
+int LogFile::State::Close() {
+  if (!file) return 1;
   int result = 1;
-  if (std::exchange(headerWritten, false)) result = printclosingtag(kToFile, kRootTag);
-  if (!::CloseHandle(std::exchange(file, INVALID_HANDLE_VALUE))) return Refuse(::GetLastError());
+  if (std::exchange(headerWritten, false)) result = PrintClosingTag(kToFile, kRootTag);
+  if (!::CloseHandle(file.Release())) return Refuse(::GetLastError());
   return result;
 }
 
 const wchar_t* LogFile::GetFileName() const {
+  const wcstring& path = state->path;
   const std::size_t separator = path.rfind(L'\\');
   return separator == wcstring::npos ? path.c_str() : path.c_str() + separator + 1;
 }
 
-unsigned long LogFile::GetErrorCode() const { return lastError; }
+unsigned long LogFile::GetErrorCode() const { return state->lastError; }
 
-int LogFile::Refuse(unsigned long code) {
+int LogFile::State::Refuse(unsigned long code) {
   lastError = code;
   return 0;
 }
 
-int LogFile::WriteText() {
+int LogFile::State::WriteText() {
   if (unicode) {
     if (!WriteBytes(pendingText, pendingLength * sizeof(wchar_t))) return 0;
   } else {
     std::size_t bytes = 0;
-    const DWORD failure = ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, narrowSize,
-                                        &bytes, AnsiText::markup);
+    const DWORD failure =
+        ConvertToAnsi({pendingText, pendingLength}, narrowBuffer, &bytes, AnsiText::markup);
     if (failure != ERROR_SUCCESS) return Refuse(failure);
     if (bytes == 0) return 1;
-    if (!WriteBytes(narrowBuffer.get(), bytes)) return 0;
+    if (!WriteBytes(narrowBuffer.Data(), bytes)) return 0;
   }
   WrapIfTooLarge();
   return 1;
 }
 
-bool LogFile::WriteBytes(const void* bytes, std::size_t size) {
-  if (file == INVALID_HANDLE_VALUE) return Refuse(ERROR_INVALID_HANDLE);
-  const DWORD failure = AppendWhole(file, bytes, size, &fileSize, &torn);
+bool LogFile::State::WriteBytes(const void* bytes, std::size_t size) {
+  if (!file) return Refuse(ERROR_INVALID_HANDLE);
+  const DWORD failure = AppendWhole(file.Get(), bytes, size, &fileSize, &torn);
   return failure == ERROR_SUCCESS || Refuse(failure);
 }

@@ -1,34 +1,35 @@
 #include <utility>
 
+#include "log/job/log_file_state.h"
 #include "log/log_file_guard.h"
 #include "platform/checked_cast.h"
-#include "vtclass/log.h"
+#include "platform/no_throw.h"
 
 using vtclass::log::EndsWell;
-using vtclass::log::FindsMemory;
 using vtclass::platform::CheckedCast;
+using vtclass::platform::StatusOf;
 
-bool LogFile::IsSlot(int n) { return n >= 0 && n < kBuffers; }
-
-void LogFile::EnterBufferedMode() { bufferedMode = 1; }
-void LogFile::LeaveBufferdMode() { bufferedMode = 0; }
+void LogFile::EnterBufferedMode() { state->bufferedMode = 1; }
+void LogFile::LeaveBufferdMode() { state->bufferedMode = 0; }
 
 int LogFile::AllocateBuffer(int n) {
-  if (!IsSlot(n) || buffers[n]) return -1;
-  return FindsMemory([&] { buffers[n] = new CWcharBuffer; }, &lastError) ? 0 : -1;
+  if (!State::IsSlot(n) || state->buffers[n]) return -1;
+  const DWORD failure = StatusOf([&] { state->buffers[n] = new CWcharBuffer; });
+  if (failure != ERROR_SUCCESS) state->lastError = failure;
+  return failure == ERROR_SUCCESS ? 0 : -1;
 }
 
 int LogFile::DeAllocateBuffer(int n) {
-  if (!IsSlot(n) || !buffers[n]) return -1;
-  delete std::exchange(buffers[n], nullptr);
+  if (!State::IsSlot(n) || !state->buffers[n]) return -1;
+  delete std::exchange(state->buffers[n], nullptr);
   return 0;
 }
 
 int LogFile::FlushBufferToFile(int n) {
-  if (!IsSlot(n) || !buffers[n]) return 0;
-  const auto count = CheckedCast<int>(buffers[n]->BufferCount());
-  if (!count) return Refuse(ERROR_INVALID_PARAMETER);
-  return FlushWrite(buffers[n]->text, *count);
+  if (!State::IsSlot(n) || !state->buffers[n]) return 0;
+  const auto count = CheckedCast<int>(state->buffers[n]->BufferCount());
+  if (!count) return state->Refuse(ERROR_INVALID_PARAMETER);
+  return FlushWrite(state->buffers[n]->text, *count);
 }
 
 int LogFile::FlushBufferToFileAndDeAllocate(int n) {
@@ -38,13 +39,14 @@ int LogFile::FlushBufferToFileAndDeAllocate(int n) {
 }
 
 int LogFile::FlushWrite(wchar_t* text, int count) {
-  if (count < 0 || (!text && count > 0)) return Refuse(ERROR_INVALID_PARAMETER);
-  const wchar_t* const textBefore = std::exchange(pendingText, text);
-  const std::size_t lengthBefore = std::exchange(pendingLength, static_cast<std::size_t>(count));
+  if (count < 0 || (!text && count > 0)) return state->Refuse(ERROR_INVALID_PARAMETER);
+  const auto length = static_cast<std::size_t>(count);
+  const wchar_t* const textBefore = std::exchange(state->pendingText, text);
+  const std::size_t lengthBefore = std::exchange(state->pendingLength, length);
   int result = 0;
   auto work = [&] { result = WriteText(); };
-  const bool ended = EndsWell(work, &lastError);
-  pendingText = textBefore;
-  pendingLength = lengthBefore;
+  const bool ended = EndsWell(work, &state->lastError);
+  state->pendingText = textBefore;
+  state->pendingLength = lengthBefore;
   return ended ? result : 0;
 }

@@ -3,8 +3,9 @@
 
 #include "log/job/directory_depth.h"
 #include "log/job/entry_text.h"
+#include "log/job/log_file_state.h"
 #include "log/log_file_guard.h"
-#include "vtclass/log.h"
+#include "platform/no_throw.h"
 
 using namespace vtclass::log;
 
@@ -17,17 +18,18 @@ constexpr wchar_t kNoLineEnd[] = L"";
 }  // namespace
 
 // The text of a message as a format: without the line feeds that end it, with `end` behind it.
-int LogFile::PrintMessage(int buffer, unsigned id, const wchar_t* end, va_list arguments) {
+int LogFile::State::PrintMessage(int buffer, unsigned id, const wchar_t* end, va_list arguments) {
   const auto compose = [&] {
     const std::wstring& text = messages.Text(id);
     // Nothing but line feeds: the search ends at npos, whose successor is 0.
     scratch.assign(text, 0, text.find_last_not_of(L'\n') + 1);
     scratch.append(end);
   };
-  return FindsMemory(compose, &lastError) ? PrintFormatted(buffer, scratch.c_str(), arguments) : 0;
+  if (const DWORD failure = vtclass::platform::StatusOf(compose)) return Refuse(failure);
+  return PrintFormatted(buffer, scratch.c_str(), arguments);
 }
 
-int LogFile::PrintRaw(int buffer, const wchar_t* format, ...) {
+int LogFile::State::PrintRaw(int buffer, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   escape = 0;
@@ -40,31 +42,31 @@ int LogFile::PrintRaw(int buffer, const wchar_t* format, ...) {
 int LogFile::print(int buffer, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int result = PrintFormatted(buffer, format, arguments);
+  const int result = state->PrintFormatted(buffer, format, arguments);
   va_end(arguments);
   return result;
 }
 
 int LogFile::print(int buffer, const wchar_t* format, va_list arguments) {
-  return PrintFormatted(buffer, format, arguments);
+  return state->PrintFormatted(buffer, format, arguments);
 }
 
 int LogFile::print(int buffer, unsigned id, ...) {
   va_list arguments;
   va_start(arguments, id);
-  const int result = PrintMessage(buffer, id, kLineEnd, arguments);
+  const int result = state->PrintMessage(buffer, id, kLineEnd, arguments);
   va_end(arguments);
   return result;
 }
 
 int LogFile::print(int buffer, unsigned id, va_list arguments) {
-  return PrintMessage(buffer, id, kLineEnd, arguments);
+  return state->PrintMessage(buffer, id, kLineEnd, arguments);
 }
 
 int LogFile::printerror(int buffer, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int result = PrintFormatted(buffer, format, arguments);
+  const int result = state->PrintFormatted(buffer, format, arguments);
   va_end(arguments);
   return result;
 }
@@ -72,14 +74,16 @@ int LogFile::printerror(int buffer, const wchar_t* format, ...) {
 int LogFile::printerror(int buffer, unsigned id, ...) {
   va_list arguments;
   va_start(arguments, id);
-  const int result = PrintMessage(buffer, id, kLineEnd, arguments);
+  const int result = state->PrintMessage(buffer, id, kLineEnd, arguments);
   va_end(arguments);
   return result;
 }
 
-int LogFile::printTMP(int buffer, const wchar_t* text) {
-  return text ? PrintRaw(buffer, L"%s", text) : Refuse(ERROR_INVALID_PARAMETER);
+int LogFile::State::PrintTag(int buffer, const wchar_t* tag) {
+  return tag ? PrintRaw(buffer, L"%s", tag) : Refuse(ERROR_INVALID_PARAMETER);
 }
+
+int LogFile::printTMP(int buffer, const wchar_t* text) { return state->PrintTag(buffer, text); }
 
 int LogFile::printTMPNewLine(int buffer) { return printTMP(buffer, L""); }
 
@@ -92,21 +96,21 @@ int LogFile::printTMP(int buffer, const wchar_t* tag, unsigned id, ...) {
 }
 
 int LogFile::printTMP(int buffer, const wchar_t* tag, unsigned id, va_list arguments) {
-  if (printTMP(buffer, tag)) PrintMessage(buffer, id, kNoLineEnd, arguments);
+  if (printTMP(buffer, tag)) state->PrintMessage(buffer, id, kNoLineEnd, arguments);
   return printclosingtag(buffer, tag);
 }
 
 int LogFile::printTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int result = PrintEntryBody(buffer, tag, format, arguments);
+  const int result = state->PrintEntryBody(buffer, tag, format, arguments);
   printclosingtag(buffer, tag);
   va_end(arguments);
   return result;
 }
 
 int LogFile::printTMP(int buffer, const wchar_t* tag, const wchar_t* format, va_list arguments) {
-  PrintEntryBody(buffer, tag, format, arguments);
+  state->PrintEntryBody(buffer, tag, format, arguments);
   return printclosingtag(buffer, tag);
 }
 
@@ -121,19 +125,19 @@ int LogFile::printerrorTMP(int buffer, const wchar_t* tag, unsigned id, ...) {
 int LogFile::printerrorTMP(int buffer, const wchar_t* tag, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int result = PrintEntryBody(buffer, tag, format, arguments);
+  const int result = state->PrintEntryBody(buffer, tag, format, arguments);
   printclosingtag(buffer, tag);
   va_end(arguments);
   return result;
 }
 
-int LogFile::PrintEntryBody(int buffer, const wchar_t* tag, const wchar_t* format,
-                            va_list arguments) {
-  return printTMP(buffer, tag) ? PrintFormatted(buffer, format, arguments) : 0;
+int LogFile::State::PrintEntryBody(int buffer, const wchar_t* tag, const wchar_t* format,
+                                   va_list arguments) {
+  return PrintTag(buffer, tag) ? PrintFormatted(buffer, format, arguments) : 0;
 }
 
 int LogFile::printTagWithAttribute(int buffer, const wchar_t* tag, const wchar_t* value) {
-  return PrintRaw(buffer, tag, value);
+  return state->PrintRaw(buffer, tag, value);
 }
 
 int LogFile::printTMPDataWithoutXMLTags(int buffer, const wchar_t* format,
@@ -142,23 +146,27 @@ int LogFile::printTMPDataWithoutXMLTags(int buffer, const wchar_t* format,
 }
 
 int LogFile::printclosingtag(int buffer, const wchar_t* tag) {
+  return state->PrintClosingTag(buffer, tag);
+}
+
+int LogFile::State::PrintClosingTag(int buffer, const wchar_t* tag) {
   if (!tag) return Refuse(ERROR_INVALID_PARAMETER);
   bool isTag = false;
   if (!ReadsText([&] { isTag = MakeClosingTag(tag, scratch); }, &lastError)) return 0;
-  return isTag ? printTMP(buffer, scratch.c_str()) : 0;
+  return isTag ? PrintTag(buffer, scratch.c_str()) : 0;
 }
 
 // What stands in front of a message with a unique message identifier: the tag and the identifier.
-int LogFile::PrintIdentifiedTag(int buffer, long umi, const wchar_t* tag) {
+int LogFile::State::PrintIdentifiedTag(int buffer, long umi, const wchar_t* tag) {
   const UmiPrefix prefix(static_cast<std::uint32_t>(umi));
-  return printTMP(buffer, tag) && PrintRaw(buffer, L"%s - ", prefix.Text());
+  return PrintTag(buffer, tag) && PrintRaw(buffer, L"%s - ", prefix.Text());
 }
 
 int LogFile::printerrorUMI(int buffer, long umi, const wchar_t* tag, unsigned id, ...) {
   va_list arguments;
   va_start(arguments, id);
-  const int body =
-      PrintIdentifiedTag(buffer, umi, tag) && PrintMessage(buffer, id, kNoLineEnd, arguments);
+  const int body = state->PrintIdentifiedTag(buffer, umi, tag) &&
+                   state->PrintMessage(buffer, id, kNoLineEnd, arguments);
   va_end(arguments);
   return printclosingtag(buffer, tag) && body;
 }
@@ -166,8 +174,8 @@ int LogFile::printerrorUMI(int buffer, long umi, const wchar_t* tag, unsigned id
 int LogFile::printerrorUMI(int buffer, long umi, const wchar_t* tag, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int body =
-      PrintIdentifiedTag(buffer, umi, tag) && PrintFormatted(buffer, format, arguments);
+  const int body = state->PrintIdentifiedTag(buffer, umi, tag) &&
+                   state->PrintFormatted(buffer, format, arguments);
   va_end(arguments);
   return printclosingtag(buffer, tag) && body;
 }
@@ -176,25 +184,30 @@ int LogFile::printerrorUMIDisableConvertXML(int buffer, long umi, const wchar_t*
                                             ...) {
   va_list arguments;
   va_start(arguments, id);
-  int body = PrintIdentifiedTag(buffer, umi, tag);
-  escape = 0;
-  body = body && PrintMessage(buffer, id, kNoLineEnd, arguments);
-  escape = 1;
+  int body = state->PrintIdentifiedTag(buffer, umi, tag);
+  state->escape = 0;
+  body = body && state->PrintMessage(buffer, id, kNoLineEnd, arguments);
+  state->escape = 1;
   va_end(arguments);
   return printclosingtag(buffer, tag) && body;
 }
 
-int& LogFile::Depth(int buffer) { return IsSlot(buffer) ? depths[buffer] : fileDepth; }
+int& LogFile::State::Depth(int buffer) { return IsSlot(buffer) ? depths[buffer] : fileDepth; }
 
-int LogFile::CloseDirectories(int buffer) {
+int LogFile::State::CloseDirectories(int buffer) {
   if (directoryTag.empty()) return 0;
   int& depth = Depth(buffer);
   int result = depth == 0 ? 1 : 0;
-  for (; depth > 0; --depth) result |= printclosingtag(buffer, directoryTag.c_str());
+  for (; depth > 0; --depth) result |= PrintClosingTag(buffer, directoryTag.c_str());
   return result;
 }
 
 int LogFile::printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wchar_t* directory) {
+  return state->PrintDirectory(buffer, tag, id, directory);
+}
+
+int LogFile::State::PrintDirectory(int buffer, const wchar_t* tag, unsigned id,
+                                   const wchar_t* directory) {
   int& depth = Depth(buffer);
   if (!tag && !directory) return CloseDirectories(buffer);
   int components = 0;
@@ -210,8 +223,8 @@ int LogFile::printTMPdir(int buffer, const wchar_t* tag, unsigned id, const wcha
   // shift the nesting of all that comes later.
   depth = steps.depth;
   bool written = true;
-  for (int n = 0; n < steps.closings; ++n) written &= printclosingtag(buffer, tag) != 0;
-  for (int n = 0; n < steps.openings; ++n) written &= printTMP(buffer, tag) != 0;
-  if (components > 0) written &= printTMP(buffer, kDirectoryNameTag, id, directory) != 0;
+  for (int n = 0; n < steps.closings; ++n) written &= PrintClosingTag(buffer, tag) != 0;
+  for (int n = 0; n < steps.openings; ++n) written &= PrintTag(buffer, tag) != 0;
+  if (components > 0) written &= self.printTMP(buffer, kDirectoryNameTag, id, directory) != 0;
   return written;
 }

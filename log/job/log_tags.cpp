@@ -4,11 +4,9 @@
 #include <iterator>
 #include <string_view>
 
-/*
- * The pointers share one section that holds nothing else; in the common one other constants could
- * come between them. The linker puts a section named .rdata$x into .rdata as one piece, so the run
- * stays whole and read-only. That they keep the table's order inside it is tested on the DLL.
- */
+// The pointers share one section that holds nothing else; in the common one other constants could
+// come between them. The linker puts a section named .rdata$x into .rdata as one piece, so the run
+// stays whole and read-only. That they keep the table's order inside it is tested on the DLL.
 #if defined(_MSC_VER)
 #pragma section(".rdata$vtlogtag", read)
 #define VTCLASS_LOG_TAG_SECTION __declspec(allocate(".rdata$vtlogtag"))
@@ -49,7 +47,7 @@ constexpr bool IsNameCharacter(wchar_t c) {
          c == L'_';
 }
 
-/** Takes `expected` off the front of `rest`; false when it does not stand there. */
+// Takes `expected` off the front of `rest`; false when it does not stand there.
 constexpr bool Take(std::wstring_view& rest, std::wstring_view expected) {
   if (!rest.starts_with(expected)) return false;
   rest.remove_prefix(expected.size());
@@ -70,7 +68,7 @@ constexpr bool TakeAttribute(std::wstring_view& rest) {
   return true;
 }
 
-/** The tag behind its element name: attributes, each after one blank, a blank, the end. */
+// The tag behind its element name: attributes, each after one blank, a blank, the end.
 constexpr bool IsRestOfStartTag(std::wstring_view rest) {
   while (Take(rest, L" ")) {
     if (rest == L">") return true;

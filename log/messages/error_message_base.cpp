@@ -1,4 +1,3 @@
-#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
@@ -6,7 +5,7 @@
 #include "config/registry_values.h"
 #include "log/messages/message_language.h"
 #include "log/messages/string_resource_state.h"
-#include "platform/border.h"
+#include "platform/no_throw.h"
 #include "vtclass/config.h"
 
 using vtclass::config::kLanguage;
@@ -19,7 +18,7 @@ namespace {
 constexpr wchar_t kBaseName[] = L"vterrors";
 constexpr wchar_t kExtension[] = L".dll";
 
-/* The registered module and, once loaded, the messages found beside it. */
+// The registered module and, once loaded, the messages found beside it.
 struct Registration {
   CriticalSection section;
   HINSTANCE module VTCLASS_GUARDED_BY(section) = nullptr;
@@ -68,11 +67,7 @@ void ErrorMessageBase::set_ModuleInstance(HINSTANCE module) {
 }
 
 bool ErrorMessageBase::BaseInit() {
-  try {
-    return GetMessages().GetErrorCode() == ERROR_SUCCESS;
-  } catch (const std::exception&) {
-    return false;
-  }
+  return vtclass::platform::StatusOf([] { return GetMessages().GetErrorCode(); }) == ERROR_SUCCESS;
 }
 
 StringResourceMgr ErrorMessageBase::GetMessages() {

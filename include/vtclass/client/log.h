@@ -24,9 +24,7 @@ inline CWcharBuffer::CWcharBuffer() : CWcharBuffer(std::nothrow) { vtclass::bord
 
 inline LogFile::LogFile(StringResourceMgr& messages, int unicode, int maxMB, int keepMB)
     : LogFile(std::nothrow, messages, unicode, maxMB, keepMB) {
-  vtclass::border::NotNull(formatBuffer.get());
-  vtclass::border::NotNull(outputBuffer.get());
-  if (narrowSize > 0) vtclass::border::NotNull(narrowBuffer.get());
+  vtclass::border::NotNull(state);
 }
 
 #if !defined(VTCLASS_MINI_BUILD)

@@ -136,6 +136,9 @@ TEST(JobLogReader, Next_AnyBody_GivesItsEntriesInBothEncodings) {
        "<d><directory_name>C:\\A</directory_name></d><d><directory_name>C:\\AB</directory_name></"
        "d>",
        {"0 folder directory_name C:\\A", "0 folder directory_name C:\\AB"}},
+      {"a root, which ends with its separator",
+       "<d><directory_name>C:\\</directory_name></d><d><directory_name>C:\\A</directory_name></d>",
+       {"0 folder directory_name C:\\", "1 folder directory_name C:\\A"}},
       {"a folder's name not closed",
        "<d><directory_name>C:\\A<note>a</note></d>",
        {"0 folder directory_name C:\\A", "1 entry note a",

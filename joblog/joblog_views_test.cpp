@@ -50,9 +50,13 @@ TEST(Label, AnyName_ReadsAsWords) {
 }
 
 TEST(TextView, Handle_ControlCharacters_DoNotReachTheTerminal) {
-  const std::string line =
-      TextOf(Make(EventKind::kEntry, 1, "a\x1b[31m\x7f\xC2\x9B\xE2\x80\xAE\tb\nc"), true);
-  EXPECT_EQ(line, "  a\xE2\x90\x9B[31m\xE2\x90\xA1\xEF\xBF\xBD\xEF\xBF\xBD\tb\n    c\n");
+  const std::string line = TextOf(Make(EventKind::kEntry, 1,
+                                       "a\x1b[31m\x7f\xC2\x9B\xE2\x80\xAA\xE2\x80\xAE\xE2\x81\xA6"
+                                       "\xE2\x81\xA9\xE2\x81\xAA\tb\nc"),
+                                  true);
+  EXPECT_EQ(line,
+            "  a\xE2\x90\x9B[31m\xE2\x90\xA1\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"
+            "\xEF\xBF\xBD\xE2\x81\xAA\tb\n    c\n");
 }
 
 TEST(TextView, Handle_Severities_AreNamedAndColoured) {

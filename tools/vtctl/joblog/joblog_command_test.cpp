@@ -177,6 +177,20 @@ TEST_F(JobLogCommand, Reader_ShutsNoWriterOut) {
   EXPECT_TRUE(AgentGetsIn());
 }
 
+TEST_F(JobLogCommand, Reader_TellsWhyItCannotReadOn) {
+  Write(1, 0, nullptr);
+  LogInput input;
+  ASSERT_EQ(input.Open(Path(path)), 0u);
+  char bytes[16];
+  EXPECT_EQ(input.Read(bytes, sizeof bytes), sizeof bytes);
+  EXPECT_EQ(input.Error(), 0u);
+  const ImportHook<decltype(::ReadFile)> hook(
+      "KERNEL32.dll", "ReadFile", [](auto...) { return ::SetLastError(ERROR_CRC), FALSE; },
+      ::GetModuleHandleW(nullptr));
+  EXPECT_EQ(input.Read(bytes, sizeof bytes), 0u);
+  EXPECT_EQ(input.Error(), DWORD{ERROR_CRC});
+}
+
 NTSTATUS userAnswer;
 std::vector<ULONG_PTR> users;
 

@@ -37,6 +37,7 @@ struct ValueWords {
   const char* otherwise = nullptr; /* what counts while none is stored, where that is no constant */
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): an aggregate, which names its place
 struct RegistryValue : ValuePlace, ValueType, ValueWords {};
 
 namespace words {

@@ -30,6 +30,7 @@ TEST(Text, Numbers_AtTheirLimits) {
   EXPECT_EQ(WithUnit(1023, style), L"1023 B");
   EXPECT_EQ(WithUnit(1024, style), L"1,0 KB");
   EXPECT_EQ(WithUnit(1048575, style), L"1.023,9 KB");
+  EXPECT_EQ(WithUnit(1048576, style), L"1,0 MB");
   EXPECT_EQ(WithUnit(1572864, style), L"1,5 MB");
   EXPECT_EQ(WithUnit(most, style), L"15,9 EB");
   EXPECT_EQ(Duration(0, style), L"0:00:00,0");

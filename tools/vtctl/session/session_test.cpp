@@ -108,6 +108,32 @@ TEST_F(SessionTest, FolderFinding_MissingRootIsAnErrorAMissingSubfolderAWarning)
   EXPECT_FALSE(FolderFinding(messages, L"C:\\r", listing, false).IsError());
 }
 
+int looks;
+BY_HANDLE_FILE_INFORMATION change; /* of the second look at a file */
+
+BOOL WINAPI LookAgain(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
+  if (!::GetFileInformationByHandle(file, information)) return FALSE;
+  if (++looks % 2 == 0) {
+    information->nFileSizeLow += change.nFileSizeLow;
+    information->ftLastWriteTime.dwLowDateTime += change.ftLastWriteTime.dwLowDateTime;
+  }
+  return TRUE;
+}
+
+TEST_F(SessionTest, FileReader_AFileThatChangesMeanwhile_IsChanged) {
+  const vtclass::test::ImportHook<decltype(::GetFileInformationByHandle)> hook(
+      "KERNEL32.dll", "GetFileInformationByHandle", &LookAgain, ::GetModuleHandleW(nullptr));
+  StopSign stop(request.stopRequested);
+  FileReader reader(4096, stop);
+  looks = 0;
+  for (const auto& [grown, later] : {std::pair<DWORD, DWORD>{0, 0}, {1, 0}, {0, 1}}) {
+    change.nFileSizeLow = grown;
+    change.ftLastWriteTime.dwLowDateTime = later;
+    EXPECT_EQ(reader.Read(request.root / L"one.txt").outcome,
+              grown + later != 0 ? ReadResult::changed : ReadResult::complete);
+  }
+}
+
 TEST(FileStatistics, Largest_KeepsTheFirstOfEqualOnes) {
   FileStatistics statistics(2);
   statistics.Add(L"a", L".x", 5);

@@ -109,28 +109,36 @@ TEST_F(SessionTest, FolderFinding_MissingRootIsAnErrorAMissingSubfolderAWarning)
 }
 
 int looks;
-BY_HANDLE_FILE_INFORMATION change; /* of the second look at a file */
+struct {
+  DWORD bytes;
+  DWORD time;
+} added[2]; /* to what the first and the second look at a file see */
 
-BOOL WINAPI LookAgain(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
+BOOL WINAPI LookTwice(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
   if (!::GetFileInformationByHandle(file, information)) return FALSE;
-  if (++looks % 2 == 0) {
-    information->nFileSizeLow += change.nFileSizeLow;
-    information->ftLastWriteTime.dwLowDateTime += change.ftLastWriteTime.dwLowDateTime;
-  }
+  const auto& more = added[looks++ % 2];
+  information->nFileSizeLow += more.bytes;
+  information->ftLastWriteTime.dwLowDateTime += more.time;
   return TRUE;
 }
 
-TEST_F(SessionTest, FileReader_AFileThatChangesMeanwhile_IsChanged) {
+TEST_F(SessionTest, FileReader_TellsWhetherTheFileChangedMeanwhile) {
   const vtclass::test::ImportHook<decltype(::GetFileInformationByHandle)> hook(
-      "KERNEL32.dll", "GetFileInformationByHandle", &LookAgain, ::GetModuleHandleW(nullptr));
+      "KERNEL32.dll", "GetFileInformationByHandle", &LookTwice, ::GetModuleHandleW(nullptr));
   StopSign stop(request.stopRequested);
   FileReader reader(4096, stop);
-  looks = 0;
-  for (const auto& [grown, later] : {std::pair<DWORD, DWORD>{0, 0}, {1, 0}, {0, 1}}) {
-    change.nFileSizeLow = grown;
-    change.ftLastWriteTime.dwLowDateTime = later;
-    EXPECT_EQ(reader.Read(request.root / L"one.txt").outcome,
-              grown + later != 0 ? ReadResult::changed : ReadResult::complete);
+  const struct {
+    DWORD shorterBy, longerBy, laterBy;
+    ReadResult::Outcome outcome;
+  } rows[] = {{0, 0, 0, ReadResult::complete},
+              {0, 1, 0, ReadResult::changed},
+              {0, 0, 1, ReadResult::changed},
+              {1, 0, 0, ReadResult::shorter}};
+  for (const auto& row : rows) {
+    looks = 0;
+    added[0] = {row.shorterBy, 0};
+    added[1] = {row.longerBy, row.laterBy};
+    EXPECT_EQ(reader.Read(request.root / L"one.txt").outcome, row.outcome);
   }
 }
 

@@ -19,6 +19,7 @@ TEST(Printable, Printable_ReplacesWhatNeitherXmlNorATerminalTakes) {
                L"b\xFFFD"
                L"c\xFFFD[31m"},
               {std::wstring(L"\0\x7F\x85", 3), L"\xFFFD\xFFFD\xFFFD"},
+              {L"~\x80\x9F\xA0", L"~\xFFFD\xFFFD\xA0"},
               {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"}};
   for (const auto& row : rows) EXPECT_EQ(Printable(row.given), row.expected);
 }

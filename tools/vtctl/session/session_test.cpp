@@ -124,9 +124,9 @@ BOOL WINAPI LookTwice(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {
 }
 
 TEST_F(SessionTest, FileReader_TellsWhetherTheFileChangedMeanwhile) {
-  realLook = &::GetFileInformationByHandle;
   const vtclass::test::ImportHook<decltype(::GetFileInformationByHandle)> hook(
       "KERNEL32.dll", "GetFileInformationByHandle", &LookTwice, ::GetModuleHandleW(nullptr));
+  realLook = hook.Original();
   StopSign stop(request.stopRequested);
   FileReader reader(4096, stop);
   const struct {

@@ -37,7 +37,8 @@ struct KeyArguments : CommonArguments {
   std::wstring machine;
   unsigned view = 0;
 
-  KeyTarget Target() const { return {*key, machine, view}; }
+  /* The parser sees to it that there is a key. */
+  KeyTarget Target() const { return {key.value_or(KeyPath()), machine, view}; }
 };
 
 struct GetArguments : KeyArguments {

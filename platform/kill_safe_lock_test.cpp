@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
-#include <iostream>
+#include <atomic>
+#include <deque>
 #include <random>
 
 #include "platform/owned.h"
@@ -24,28 +24,37 @@ HANDLE WINAPI RefuseTwo(LPSECURITY_ATTRIBUTES attributes, BOOL owned, LPCWSTR na
   return nullptr;
 }
 
+struct Guarded;
+
+struct Passer {
+  Guarded& guarded;
+  std::atomic<bool> isDying{false};
+};
+
 struct Guarded {
   ~Guarded() { lock.Close(); }
 
   const OwnedKernelObject begun{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   KillSafeLock lock;
-  volatile LONG inside = 0;  // written by whoever holds the lock
+  std::atomic<const Passer*> inside{nullptr};  // written by whoever holds the lock
   std::atomic<int> intruders{0};
 };
 
 DWORD WINAPI Pass(void* context) {
-  auto& guarded = *static_cast<Guarded*>(context);
-  const auto self = static_cast<LONG>(::GetCurrentThreadId());
+  const Passer& self = *static_cast<Passer*>(context);
+  Guarded& guarded = self.guarded;
   ::SetEvent(guarded.begun.Get());
   while (true) {
     const ScopedKillSafeLock hold(guarded.lock);
-    guarded.inside = self;  // over what a dead thread left
+    guarded.inside = &self;  // over what a dead thread left
     for (int i = 0; i < 10; ++i) ::YieldProcessor();
-    if (guarded.inside != self) ++guarded.intruders;
+    const Passer* const seen = guarded.inside;
+    // A thread can run for a moment more when its mutexes have already passed on.
+    if (seen != &self && !seen->isDying) ++guarded.intruders;
   }
 }
 
-/* Threads that pass the lock until they are killed. */
+// Threads that pass the lock until they are killed.
 class Victims {
  public:
   explicit Victims(Guarded& guarded) : guarded(guarded) {
@@ -54,12 +63,14 @@ class Victims {
   ~Victims() {
     for (unsigned i = 0; i < threads.size(); ++i) Kill(i);
   }
-  /* Returns when the thread is past the loader, whose lock a kill would leave taken. */
+  // Returns when the thread is past the loader, whose lock a kill would leave taken.
   void Start(unsigned i) {
-    threads[i].Reset(::CreateThread(nullptr, 0, &Pass, &guarded, 0, nullptr));
+    current[i] = &passers.emplace_back(guarded);
+    threads[i].Reset(::CreateThread(nullptr, 0, &Pass, current[i], 0, nullptr));
     ASSERT_EQ(::WaitForSingleObject(guarded.begun.Get(), kLimit), WAIT_OBJECT_0);
   }
   void Kill(unsigned i) {
+    current[i]->isDying = true;
     ::TerminateThread(threads[i].Get(), 0);
     EXPECT_EQ(::WaitForSingleObject(threads[i].Get(), kLimit), WAIT_OBJECT_0);
   }
@@ -67,6 +78,8 @@ class Victims {
 
  private:
   Guarded& guarded;
+  std::deque<Passer> passers;  // the dead ones, too: the mark of who was last may be theirs
+  std::array<Passer*, kCount> current{};
   std::array<OwnedKernelObject, kCount> threads;
 };
 

@@ -88,8 +88,7 @@ inline constexpr RegistryValue kMaxDebugFileCount = {
     {ValueKind::number, 1, 1, 200},
     {words::kLive, words::kDebugLogs,
      "How many renamed files are kept, each a part of the size. Beyond the range a log that "
-     "renames has no limits: it goes "
-     "on in a further file every 20 MB."}};
+     "renames has no limits: it goes on in a further file every 20 MB."}};
 inline constexpr RegistryValue kMaxDebugFileLimitMode = {
     {kLoggingKey, L"MaxDebugFile LimitMode"},
     {ValueKind::number, 0},
@@ -171,8 +170,7 @@ inline constexpr RegistryValue kLanguage = {
     {ValueKind::text},
     {"when the messages are loaded", "message texts",
      "Two letters such as DE: the messages come from `vterrors_DE.dll` where that is installed, "
-     "and "
-     "the thread that loads them gets the language's locale.",
+     "and the thread that loads them gets the language's locale.",
      "the texts of `vterrors.dll`"}};
 inline constexpr RegistryValue kOracleSid = {
     {kOracleAgentKey, L"SID"},

@@ -11,6 +11,7 @@
 #include "vtclass/net.h"
 
 using VTSocket::VTDnsResolver;
+using VTSocket::VTHostEntries;
 using VTSocket::VTIPAddress;
 using VTSocket::VTSocketError;
 
@@ -54,11 +55,14 @@ bool IsAmong(const addrinfo& address, const addrinfo* list) {
   return false;
 }
 
-bool HasAddressOfThisMachine(const addrinfo* list) {
-  const auto own = VTDnsResolver::GetHostByName(kThisMachine);
-  if (!own->HasEntries()) return false;
+// Without `own`, which were not listed then, none is this machine's.
+bool IsOwn(const addrinfo& address, const RefPointer<VTHostEntries>& own) {
+  return own && own->HasEntries() && IsAmong(address, own->GetAddressList());
+}
+
+bool HasOwn(const addrinfo* list, const RefPointer<VTHostEntries>& own) {
   for (; list; list = list->ai_next) {
-    if (IsAmong(*list, own->GetAddressList())) return true;
+    if (IsOwn(*list, own)) return true;
   }
   return false;
 }
@@ -99,12 +103,12 @@ std::wstring TextOf(const addrinfo& address) {
 }
 
 // Each address for itself: the answer needs one of them only, and the steps show them all.
-void NoteAddresses(const addrinfo* list, const Steps& steps) {
-  const auto own = VTDnsResolver::GetHostByName(kThisMachine);
+void NoteHost(const addrinfo* list, bool isCanonical, const RefPointer<VTHostEntries>& own,
+              const Steps& steps) {
+  steps.Add(stepDnsHost, isCanonical, ERROR_SUCCESS, wcstring(cstring(list->ai_canonname)));
   for (; list; list = list->ai_next) {
-    const bool isOwn = VTIPAddress::IsLoopback(list->ai_addr) ||
-                       (own->HasEntries() && IsAmong(*list, own->GetAddressList()));
-    steps.Add(stepDnsAddress, isOwn, ERROR_SUCCESS, TextOf(*list));
+    const bool isYes = VTIPAddress::IsLoopback(list->ai_addr) || IsOwn(*list, own);
+    steps.Add(stepDnsAddress, isYes, ERROR_SUCCESS, TextOf(*list));
   }
 }
 
@@ -131,11 +135,17 @@ unsigned long IsAlias(const char* name, bool& isMe, const unsigned long* timeout
   const addrinfo* const list = found.Get();
   if (!list || !list->ai_canonname) return NoHost(ERROR_INVALID_PARAMETER, steps);
   const bool isCanonical = IsSameAnsi(list->ai_canonname, fullName.c_str());
-  if (steps.AreWanted()) {
-    steps.Add(stepDnsHost, isCanonical, ERROR_SUCCESS, wcstring(cstring(list->ai_canonname)));
-    NoteAddresses(list, steps);
+  const bool isKnown = isCanonical || HasLoopback(list);
+  RefPointer<VTHostEntries> own;
+  const auto listOwn = [&own] { own = VTDnsResolver::GetHostByName(kThisMachine); };
+  if (!isKnown) {
+    listOwn();
+  } else if (steps.AreWanted()) {
+    // For the steps alone: where it fails, the answer stands.
+    StatusOf<VTSocketError>(listOwn);
   }
-  isMe = isCanonical || HasLoopback(list) || HasAddressOfThisMachine(list);
+  if (steps.AreWanted()) NoteHost(list, isCanonical, own, steps);
+  isMe = isKnown || HasOwn(list, own);
   return ERROR_SUCCESS;
 }
 

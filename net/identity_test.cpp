@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "net/conversion_test.h"
+#include "tests/support/allocations.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/net.h"
 #include "vtclass/product.h"
@@ -141,6 +142,22 @@ TEST(IsThisMeExWithSteps, NamesWhatWasAsked) {
   EXPECT_EQ(StepsOf(L"\\\\127.0.0.1", false, 0), L"address+ ");
   EXPECT_EQ(StepsOf(L"192.0.2.1", true, 0), L"address- node- shape- ");
   EXPECT_EQ(StepsOf(L"far\x4E2D", false, 0xFFFFFFFF), L"name- node- shape- host- ");
+}
+
+TEST(IsThisMeExWithSteps, WithoutMemoryForSteps_NeitherAnswersNorShowsSome) {
+  const wcstring own = NameOf(ComputerNameNetBIOS);
+  std::vector<Step> steps;
+  bool isMe = true;
+  const auto ask = [&] {
+    steps = {};
+    if (IsThisMeExWithSteps(own, &isMe, false, 1, steps) == 8) throw std::bad_alloc();
+  };
+  const auto check = [&] {
+    EXPECT_FALSE(isMe);
+    EXPECT_TRUE(steps.empty());
+  };
+  EXPECT_GT(test::FailEachAllocation(ask, check, test::ThisProgram()), 0);
+  EXPECT_TRUE(isMe);
 }
 
 TEST(Addresses, ParsedAndLocal) {

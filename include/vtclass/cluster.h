@@ -116,7 +116,7 @@ VTCLASS_API bool ServerIsRunningExchange(wchar_t* server, bool* is, bool* ds, bo
  * step's text is the service's name, its answer the state (SERVICE_RUNNING, ...), its code why
  * there is none (1060: there is no such service). A single step without a name tells why the
  * server's service manager cannot be reached. When the steps find no memory the answer is "no",
- * without steps, and the last error 8.
+ * the last error 8, and the steps end there.
  */
 inline bool ServerIsRunningSQLWithServices(const wchar_t* server, bool* flag,
                                            std::vector<Step>& services);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/same_name.h"
 #include "tools/vtctl/shared/printable.h"
 
 namespace vtctl::debuglog {
@@ -43,9 +44,7 @@ std::wstring ShownText(std::string_view bytes, Encoding encoding) {
 
 std::optional<RotatedPart> RotatedPartOf(std::wstring_view liveName, std::wstring_view name) {
   if (name.size() <= liveName.size()) return std::nullopt;
-  const std::wstring_view head = name.substr(0, liveName.size());
-  if (::CompareStringOrdinal(head.data(), static_cast<int>(head.size()), liveName.data(),
-                             static_cast<int>(liveName.size()), TRUE) != CSTR_EQUAL) {
+  if (!vtclass::platform::IsSameName(name.substr(0, liveName.size()), liveName)) {
     return std::nullopt;
   }
   const std::wstring_view rest = name.substr(liveName.size());

@@ -2,14 +2,12 @@
 
 #include <utility>
 
+#include "platform/same_name.h"
+
 namespace vtctl {
 namespace {
 
 using namespace vtclass::messages;
-
-bool IsSame(const Path& a, const Path& b) {
-  return ::CompareStringOrdinal(a.System().c_str(), -1, b.System().c_str(), -1, TRUE) == CSTR_EQUAL;
-}
 
 /* True for what stands for another place of the file system. Other reparse points of files, such
  * as compressed and deduplicated ones, read like any file. */
@@ -72,7 +70,7 @@ void FolderReader::ReadEntry(const Path& path, const WIN32_FIND_DATAW& entry,
     record.lines.push_back(
         {kCodePlaceholderSkipped, kTagWarningFilePlaceholderSkipped, text, MSG_CATEGORY_DATA});
     Skip(kTagOfflineFile, text, record);
-  } else if (!IsSame(path, plan.logPath)) {
+  } else if (!vtclass::platform::IsSameName(path.System(), plan.logPath.System())) {
     ReadFile(path, entry, record);
   }
 }

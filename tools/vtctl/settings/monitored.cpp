@@ -3,6 +3,7 @@
 #include <vtclass/win32.h>
 
 #include "config/registry_values.h"
+#include "platform/same_name.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/value.h"
@@ -12,11 +13,6 @@ namespace vtctl {
 namespace {
 
 using namespace vtclass::config;
-
-bool SameName(std::wstring_view a, std::wstring_view b) {
-  return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
-                                static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
-}
 
 bool IsStored(const MonitoredSetting& setting) {
   Configuration key;
@@ -46,7 +42,7 @@ std::optional<MonitoredSetting> FindSetting(std::wstring_view name,
                                             std::optional<SettingsKey> key) {
   for (const MonitoredSetting& setting : MonitoredSettings()) {
     if (key && setting.key != *key) continue;
-    if (SameName(setting.value.name, name)) return setting;
+    if (vtclass::platform::IsSameName(setting.value.name, name)) return setting;
   }
   return std::nullopt;
 }

@@ -97,11 +97,9 @@ class Command {
   /* Looks at the arguments together; what is not empty is missing. */
   void Require(std::function<std::string()> missing);
 
- protected:
+ private:
   Command AddLeaf(const char* name, const char* description, const char* footer,
                   std::shared_ptr<CommonArguments> arguments, std::function<int()> run);
-
- private:
   CLI::Option* AddText(const char* spec, const std::function<void(std::wstring)>& take,
                        const char* description);
   Argument AddChoice(const char* spec, const std::vector<std::string>& words, bool anyCase,

@@ -38,7 +38,8 @@ constexpr ProgramText kText = {
 constexpr AddCommand kCommands[] = {AddSessionCommand,  AddJobLogCommand,   AddDebugLogCommand,
                                     AddRegistryCommand, AddIdentityCommand, AddConvertCommand,
                                     AddResolveCommand,  AddClusterCommand,  AddAppsCommand,
-                                    AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand};
+                                    AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
+                                    AddTimeCommand};
 
 /* The words in UTF-8: the C run time would bring them into the ANSI code page and lose text. */
 std::vector<std::string> Words() {

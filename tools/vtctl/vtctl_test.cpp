@@ -83,6 +83,8 @@ TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
        kExitNotThisMachine,
        "is not this machine"},
       {{L"identity", L"\\\\"}, kExitUsage, "The name is empty"},
+      {{L"time", L"2009-02-29"}, kExitBadInput, "does not exist"},
+      {{L"time", L"now"}, kExitUsage, "is no date"},
       {{L"convert", L"\\\\", L"--to", L"fqdn"}, kExitUsage, "The name is empty"},
       {{L"convert", L"...", L"--to", L"netbios"}, kExitNoInput, "no name or address in that form"},
       {{L"convert", L"host", L"--to", L"mac"}, kExitUsage, "--to"},

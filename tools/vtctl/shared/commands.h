@@ -18,6 +18,7 @@ void AddResolveCommand(Command& program);
 void AddSessionCommand(Command& program);
 void AddSettingsCommand(Command& program);
 void AddSgmonCommand(Command& program);
+void AddTimeCommand(Command& program);
 
 }  // namespace vtctl
 

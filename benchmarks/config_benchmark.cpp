@@ -7,11 +7,9 @@
 
 #include "vtclass/config.h"
 
-/*
- * Registry reading beside the raw calls that do the same work: a number, texts around the length up
- * to which one query must do, and the walk over subkeys and values. The key lies below the current
- * user and is removed at the end.
- */
+// Registry reading beside the raw calls that do the same work: a number, texts around the length up
+// to which one query must do, and the walk over subkeys and values. The key lies below the current
+// user and is removed at the end.
 namespace {
 
 constexpr wchar_t kKey[] = L"Software\\vtclass_mini benchmark";

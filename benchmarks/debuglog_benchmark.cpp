@@ -34,7 +34,7 @@ constexpr std::size_t kFiles = 4;
 enum Encoding : int { ansi = 0, unicode = 1 };
 enum Limit { endless, rotating };
 
-/* The logging key in a registry of the benchmark's own, without or with limits. */
+// The logging key in a registry of the benchmark's own, without or with limits.
 class Settings {
  public:
   explicit Settings(Limit limit) {
@@ -58,7 +58,7 @@ class Settings {
   HKEY root = nullptr;
 };
 
-/* What the threads of one run share: made before they begin, gone after the last has ended. */
+// What the threads of one run share: made before they begin, gone after the last has ended.
 std::unique_ptr<DebugLog> ourLog;
 std::unique_ptr<spdlog::logger> peerLog;
 HANDLE rawFile = INVALID_HANDLE_VALUE;

@@ -70,7 +70,7 @@ void PeerLine(benchmark::State& state) {
   for (auto _ : state) logger.info(kPeerFormat, kNarrowPath, 12345u, 987654u, 0);
 }
 
-/* Everything but the write. */
+// Everything but the write.
 class SilentLog : public LogFile {
  public:
   using LogFile::LogFile;

@@ -10,14 +10,12 @@
 
 #include "vtclass/settings_monitor.h"
 
-/*
- * From a registry write to the subscriber's callback, beside a thread that does the least: it waits
- * for the notification and reads the value from a key that it keeps open. With many settings all of
- * them follow the value that is written; the limit then opens the key once and reads for each.
- *
- * Only the way to the last callback is timed. What comes after (asking for the next notification,
- * the second look) runs in a pause. The registry is a private one below the current user.
- */
+// From a registry write to the subscriber's callback, beside a thread that does the least: it waits
+// for the notification and reads the value from a key that it keeps open. With many settings all of
+// them follow the value that is written; the limit then opens the key once and reads for each.
+//
+// Only the way to the last callback is timed. What comes after (asking for the next notification,
+// the second look) runs in a pause. The registry is a private one below the current user.
 namespace {
 
 constexpr wchar_t kRoot[] = L"Software\\vtclass_mini benchmark registry";
@@ -29,10 +27,10 @@ LONGLONG Now() {
   return now.QuadPart;
 }
 
-/* Open once the expected number of callbacks has come; keeps the time of the last one. */
+// Open once the expected number of callbacks has come; keeps the time of the last one.
 class Arrival {
  public:
-  /* A signal of an earlier change that came late must not count for the next one. */
+  // A signal of an earlier change that came late must not count for the next one.
   void Expect(int callbacks) {
     ::ResetEvent(event);
     left = callbacks;
@@ -42,7 +40,7 @@ class Arrival {
     at = Now();
     ::SetEvent(event);
   }
-  /* False when they have not come, which the plain forms can do: they lose changes. */
+  // False when they have not come, which the plain forms can do: they lose changes.
   bool Wait() { return ::WaitForSingleObject(event, kLongestWait) == WAIT_OBJECT_0; }
   LONGLONG At() const { return at; }
 
@@ -73,13 +71,13 @@ class Ours {
   ~Ours() { SettingsMonitor::DestroyInstance(); }
   Ours(const Ours&) = delete;
   Ours& operator=(const Ours&) = delete;
-  /* A write at any time is followed. */
+  // A write at any time is followed.
   void AwaitReady() const {}
 };
 
 enum class Reading { keptOpen, openedOnce, openedEach };
 
-/* A thread with nothing but the notification and the reading. */
+// A thread with nothing but the notification and the reading.
 template <Reading reading>
 class Raw {
  public:
@@ -98,7 +96,7 @@ class Raw {
   }
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
-  /* A write before the next notification is asked for may be lost. */
+  // A write before the next notification is asked for may be lost.
   void AwaitReady() const { ::WaitForSingleObject(armed, INFINITE); }
 
  private:

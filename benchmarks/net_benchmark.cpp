@@ -4,11 +4,9 @@
 
 #include "vtclass/net.h"
 
-/*
- * The identity question, beside the system calls that an answer cannot do without: the NetBIOS
- * name, which may change and is asked for at each check, and for an address this machine's
- * addresses. All other names are remembered.
- */
+// The identity question, beside the system calls that an answer cannot do without: the NetBIOS
+// name, which may change and is asked for at each check, and for an address this machine's
+// addresses. All other names are remembered.
 namespace {
 
 void Ask(benchmark::State& state, const wcstring& name, bool expected) {

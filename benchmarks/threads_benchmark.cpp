@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kBatch = 1024;
 
-/* Opens when the ordered number of calls has run. */
+// Opens when the ordered number of calls has run.
 class Finish {
  public:
   Finish() : event(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
@@ -48,7 +48,7 @@ class Call : public Base {
   Finish& finish;
 };
 
-/* Calls of ours are objects that a host keeps and posts again. */
+// Calls of ours are objects that a host keeps and posts again.
 template <typename Base>
 class OurCalls {
  public:
@@ -129,8 +129,7 @@ class Asio {
   boost::asio::thread_pool pool;
 };
 
-/* What one writes oneself: a queue with a lock and something to sleep on, which stands in Sleeper.
- */
+// What one writes oneself: a queue with a lock and something to sleep on, which stands in Sleeper.
 template <typename Sleeper>
 class PlainQueue {
  public:
@@ -204,7 +203,7 @@ class Semaphore {
   HANDLE count;
 };
 
-/* Threads that post a share of a batch whenever they are told to. */
+// Threads that post a share of a batch whenever they are told to.
 class Producers {
  public:
   template <typename Post>

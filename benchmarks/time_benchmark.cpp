@@ -6,10 +6,8 @@
 #include <array>
 #include <random>
 
-/*
- * Conversions beside the system's bare calls and the C run time's. Each round converts the same 256
- * moments of the years that the C run time can count, 1970 to 3000.
- */
+// Conversions beside the system's bare calls and the C run time's. Each round converts the same 256
+// moments of the years that the C run time can count, 1970 to 3000.
 namespace {
 
 constexpr std::size_t kMoments = 256;
@@ -32,7 +30,7 @@ const Moments<FILETIME>& FileTimes() {
   return times;
 }
 
-/* The moments in another form. */
+// The moments in another form.
 template <typename Value, typename Convert>
 Moments<Value> Converted(Convert convert) {
   Moments<Value> made = {};

@@ -40,7 +40,7 @@ void LookUp(benchmark::State& state, const char* name, timeval limit) {
   }
 }
 
-/* The system's call, and the 50 microseconds that a time limit may cost on top of it. */
+// The system's call, and the 50 microseconds that a time limit may cost on top of it.
 void PlainLookUp(benchmark::State& state, const char* name, long long microseconds) {
   LARGE_INTEGER frequency, now;
   ::QueryPerformanceFrequency(&frequency);

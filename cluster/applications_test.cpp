@@ -1,5 +1,5 @@
-/* The services are real: a small service program is registered under the names that the library
- * looks for, and removed again. */
+// The services are real: a small service program is registered under the names that the library
+// looks for, and removed again.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -23,8 +23,8 @@ using test::ImportHook;
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
 
-/* One registered service. Not `Usable` where a service of that name exists already, which the test
- * must leave alone, or this user may register none. */
+// One registered service. Not `Usable` where a service of that name exists already, which the test
+// must leave alone, or this user may register none.
 class TestService {
  public:
   explicit TestService(const std::wstring& name)
@@ -69,7 +69,7 @@ constexpr const char* kSkipped = "a service of that name exists already, or this
 std::wstring asked;
 int open;
 
-/* Every computer is this one. */
+// Every computer is this one.
 SC_HANDLE WINAPI LocalManager(LPCWSTR computer, LPCWSTR, DWORD access) {
   asked = computer ? computer : L"(this machine)";
   EXPECT_EQ(access, DWORD{SC_MANAGER_CONNECT});
@@ -89,8 +89,8 @@ BOOL WINAPI CountedClose(SC_HANDLE handle) {
   return ::CloseServiceHandle(handle);
 }
 
-/* A service manager that knows every service but one, all in one state; 0 is a state that cannot be
- * asked for. */
+// A service manager that knows every service but one, all in one state; 0 is a state that cannot be
+// asked for.
 DWORD playedState;
 const wchar_t* missing;
 
@@ -122,7 +122,7 @@ class Applications : public ::testing::Test {
   }
   ~Applications() override { EXPECT_EQ(open, 0) << "service handles are still open"; }
 
-  /* "no", "runs", or "clustered" where the flag says so. */
+  // "no", "runs", or "clustered" where the flag says so.
   static std::string Sql(const std::wstring& server) {
     bool clustered = true;
     const bool running = ServerIsRunningSQL(server.c_str(), &clustered);
@@ -130,7 +130,7 @@ class Applications : public ::testing::Test {
     return clustered ? "clustered" : running ? "runs" : "no";
   }
 
-  /* "is ds srs kms" as digits, after "+" for yes and "-" for no. */
+  // "is ds srs kms" as digits, after "+" for yes and "-" for no.
   static std::string Exchange(std::wstring server, bool requireRunning) {
     bool flags[4] = {true, true, true, true};
     const bool running = ServerIsRunningExchange(server.data(), &flags[0], &flags[1], &flags[2],
@@ -140,8 +140,8 @@ class Applications : public ::testing::Test {
     return text;
   }
 
-  wcstring node;                             /* this machine */
-  FakeClusterTable table = test::TwoNodes(); /* with all groups on this machine */
+  wcstring node;                              // this machine
+  FakeClusterTable table = test::TwoNodes();  // with all groups on this machine
   ImportHook<decltype(::OpenSCManagerW)> a{"ADVAPI32.dll", "OpenSCManagerW", &LocalManager};
   ImportHook<decltype(::OpenServiceW)> b{"ADVAPI32.dll", "OpenServiceW", &CountedService};
   ImportHook<decltype(::CloseServiceHandle)> c{"ADVAPI32.dll", "CloseServiceHandle", &CountedClose};

@@ -25,12 +25,12 @@ bool Node(const wchar_t* name, wcstring& out) {
 struct Question {
   bool (*ask)(const wchar_t*, wcstring&);
   const wchar_t* name;
-  std::wstring answer; /* "yes" or "no", and the text */
+  std::wstring answer;  // "yes" or "no", and the text
 };
 
 constexpr DWORD kStale = 0xABCD;
 
-/* `error` is what the thread's last error says of each answer. */
+// `error` is what the thread's last error says of each answer.
 void ExpectAnswers(const std::vector<Question>& questions, DWORD error = ERROR_SUCCESS) {
   for (const Question& question : questions) {
     wcstring out = L"as before";
@@ -71,8 +71,7 @@ TEST(ClusterNames, InACluster) {
   EXPECT_STREQ(buffer, L"as before");
 }
 
-/* A cluster of the kind that the cluster library does not meet; its node query runs out of memory.
- */
+// A cluster of the kind that the cluster library does not meet; its node query runs out of memory.
 class XcsDouble : public Cluster {
  public:
   bool Open() override { return true; }
@@ -124,8 +123,8 @@ TEST(ClusterNames, UnreadableCluster_IsNoPlainNo) {
   ExpectAnswers({{&Node, L"EXCHV", L"no EXCHV"}}, ERROR_ACCESS_DENIED);
 }
 
-/* Which questions of a cluster-aware caller read the cluster, and how often: "read" once, "-"
- * never. The address is this machine's own. */
+// Which questions of a cluster-aware caller read the cluster, and how often: "read" once, "-"
+// never. The address is this machine's own.
 TEST(ClusterAware, ReadsOnceAtMostAndOnlyWhatCouldChangeTheAnswer) {
   wcstring own;
   ASSERT_NE(GetComputerNameInString(own), 0);

@@ -1,4 +1,4 @@
-/* A service that runs until it is stopped. Tests register it under the names they need. */
+// A service that runs until it is stopped. Tests register it under the names they need.
 #include <vtclass/win32.h>
 
 namespace {

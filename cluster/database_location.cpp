@@ -14,7 +14,7 @@ using cluster::AnswerOr;
 using cluster::AskForText;
 using config::RegistryValue;
 
-/* Where one database's location is stored. */
+// Where one database's location is stored.
 struct StoredLocation {
   const RegistryValue& server;
   const RegistryValue& instance;
@@ -32,7 +32,7 @@ constexpr StoredLocation kCatalogDatabase = {config::kCatalogDatabaseServerName,
 
 constexpr unsigned long kLongestValue = 1023;  // bytes
 
-/* Room for such a value and a terminator, also behind its odd last byte. */
+// Room for such a value and a terminator, also behind its odd last byte.
 constexpr size_t kValueUnits = kLongestValue / sizeof(wchar_t) + 2;
 
 struct Location {
@@ -48,7 +48,7 @@ struct Location {
   }
 };
 
-/* False, with `text` empty, when there is no such text or it is too long. */
+// False, with `text` empty, when there is no such text or it is too long.
 bool ReadText(Configuration& key, const RegistryValue& value, std::wstring& text) {
   text.clear();
   unsigned long size = 0;
@@ -69,7 +69,7 @@ std::wstring LocalNodeName() {
   return GetComputerNodeName(name, &size) ? name : L"";
 }
 
-/* False when the key cannot be opened. */
+// False when the key cannot be opened.
 bool ReadLocation(const StoredLocation& stored, const Location& location) {
   Configuration key;
   if (!key.Open(Configuration::openExisting, stored.server.key.Path(), nullptr,
@@ -88,7 +88,7 @@ bool ReadLocation(const StoredLocation& stored, const Location& location) {
   return true;
 }
 
-/* `error`: why the active node or whether the server is this machine could not be told. */
+// `error`: why the active node or whether the server is this machine could not be told.
 bool FindLocation(const StoredLocation& stored, const Location& location, unsigned long& error) {
   if (!ReadLocation(stored, location) || location.server.empty()) return false;
   wcstring node;

@@ -28,7 +28,7 @@ const Question kQuestions[] = {
     {&GetCATDatabaseServerNames, L"Software\\Norvane\\Vantorel For Windows\\VTDatabase",
      L"Catalog "}};
 
-/* The answers in one text: "server/activeNode/instance/database/local", "none" for no. */
+// The answers in one text: "server/activeNode/instance/database/local", "none" for no.
 std::wstring Ask(const Question& question = kQuestions[0]) {
   std::wstring texts[4] = {L"x", L"x", L"x", L"x"};
   bool isLocal = true;
@@ -147,10 +147,10 @@ BOOL WINAPI LongHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {
   return FALSE;
 }
 
-/* The connection string, "none" for no. */
+// The connection string, "none" for no.
 std::wstring Odbc(const std::wstring& server, const wchar_t* instance, const wchar_t* database,
                   const wchar_t* application, bool usePhysicalName = false) {
-  std::wstring out = server; /* also a part */
+  std::wstring out = server;  // also a part
   if (GetOdbcConnectionString(out, out, instance, database, application, usePhysicalName)) {
     return out;
   }

@@ -50,12 +50,12 @@ std::string Bytes(const std::wstring& text) {
   return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
 }
 
-/* Stores the value "v" as it is; the system must find no zero behind it, or it would add one. */
+// Stores the value "v" as it is; the system must find no zero behind it, or it would add one.
 void Put(DWORD type, const std::string& data) {
   StoreValue(kKey, L"v", type, (data + "xx").data(), static_cast<DWORD>(data.size()));
 }
 
-DWORD playedVersion; /* 51 is 5.1; 0: not known */
+DWORD playedVersion;  // 51 is 5.1; 0: not known
 REGSAM asked;
 
 TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {

@@ -27,7 +27,7 @@ using vtclass::config::kLoggingKey;
 
 constexpr wchar_t kLevel[] = L"Engine NDMP Debug Level";
 
-/* A monitor of the test's own, with everything that derived classes may use. */
+// A monitor of the test's own, with everything that derived classes may use.
 struct TestMonitor : SettingsMonitor {
   TestMonitor() = default;
   ~TestMonitor() override = default;
@@ -36,7 +36,7 @@ struct TestMonitor : SettingsMonitor {
       SettingsMonitor::AddSetting, SettingsMonitor::AddStringSetting;
 };
 
-/* What the callbacks of one registration bring; `work` runs inside them. */
+// What the callbacks of one registration bring; `work` runs inside them.
 struct Subscriber {
   static long OnNumber(unsigned long value, void* context) {
     return OnText(std::to_wstring(value).c_str(), context);
@@ -51,7 +51,7 @@ struct Subscriber {
     if (self->work) self->work();
     return 7;
   }
-  /* The next value, a number as text too; "none" when none comes. */
+  // The next value, a number as text too; "none" when none comes.
   std::wstring Next(DWORD limit = 20000) {
     if (::WaitForSingleObject(arrived.Get(), limit) != WAIT_OBJECT_0) return L"none";
     const std::lock_guard hold(lock);
@@ -71,11 +71,11 @@ void Put(const std::wstring& key, const std::wstring& name, unsigned long number
 }
 void PutLevel(unsigned long level) { Put(kLoggingKey.Path(), kLevel, level); }
 
-/* Where the library asks the system for a signal, and what the test does in that moment. */
+// Where the library asks the system for a signal, and what the test does in that moment.
 std::function<void()> beforeArming, beforeArmingAbove;
 std::atomic<HANDLE> loggingEvent, debugEvent;
-std::atomic<int> refusals; /* how many requests are refused from now on */
-HANDLE armedAbove;         /* a semaphore: requests for the coming of a missing key */
+std::atomic<int> refusals;  // how many requests are refused from now on
+HANDLE armedAbove;          // a semaphore: requests for the coming of a missing key
 using ArmHook = ImportHook<decltype(::RegNotifyChangeKeyValue)>;
 LSTATUS WINAPI Arm(HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asynchronous) {
   if (!loggingEvent) {
@@ -106,8 +106,8 @@ class SettingsMonitorTest : public testing::Test {
   const void* Fence() {
     return monitor->AddDWORDSetting(kLoggingKey.Path(), L"fence", &Subscriber::OnNumber, &fence);
   }
-  /* Every change of the logging key made before has been looked at by all registrations when this
-   * returns: the second change is found by a later look than the first, which is over by then. */
+  // Every change of the logging key made before has been looked at by all registrations when this
+  // returns: the second change is found by a later look than the first, which is over by then.
   void Settle() {
     for (int i = 0; i < 2; ++i) {
       Put(kLoggingKey.Path(), L"fence", ++fenceValue);
@@ -386,7 +386,7 @@ TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndTold
   EXPECT_EQ(lines[0].find(L'\n'), lines[0].size() - 1);
 }
 
-LSTATUS refusedRead, refusedOpen; /* what the system answers for the first eleven pauses */
+LSTATUS refusedRead, refusedOpen;  // what the system answers for the first eleven pauses
 bool AreReadsRefused() { return pauses.size() < 11; }
 LSTATUS WINAPI ReadOrRefuse(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data,
                             DWORD* size) {
@@ -429,7 +429,7 @@ TEST_F(SettingsMonitorTest, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldO
 }
 
 std::atomic<int> waitsToRefuse;
-HANDLE refusedAWait; /* a semaphore */
+HANDLE refusedAWait;  // a semaphore
 
 // Fifty waits: five seconds of pauses, unless the stop comes through.
 TEST_F(SettingsMonitorTest, RefusedWaits_DoNotHoldUpTheStop) {

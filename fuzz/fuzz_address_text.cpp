@@ -30,7 +30,7 @@ void CompareWithTheSystem(const std::string& text, const std::optional<AddressVa
   Check(std::memcmp(bytes, address->bytes.data(), isIPv6 ? 16 : 4) == 0);
 }
 
-/* The C library prints the IPv4 part of these as two groups. */
+// The C library prints the IPv4 part of these as two groups.
 bool IsPrintedOtherwise(const AddressValue& address) {
   if (IsISATAP(address)) return true;
   return address.isIPv6 && address.Group(4) == 0xFFFF && address.Group(5) == 0;

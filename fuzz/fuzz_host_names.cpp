@@ -43,8 +43,7 @@ void CheckHost(WideView name, WideView host) {
         (name.find('.') != WideView::npos && IsSame(vtcluster::HostPart(name), host)));
 }
 
-/* The address as the C library reads it, with its family in front; empty for a text that is none.
- */
+// The address as the C library reads it, with its family in front; empty for a text that is none.
 std::string Bytes(WideView text) {
   std::string narrow;
   for (const auto unit : text.substr(0, text.find('%'))) {

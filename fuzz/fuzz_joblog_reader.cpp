@@ -12,11 +12,9 @@
 #include "joblog/joblog_reader.h"
 #include "joblog/text_view.h"
 
-/*
- * Any bytes are read as a job log, in one piece and in small ones; both must give the same events,
- * in order, inside the file, properly nested, with an end for each beginning. All of it is rendered
- * too: the page must stay balanced, and no control character may come through.
- */
+// Any bytes are read as a job log, in one piece and in small ones; both must give the same events,
+// in order, inside the file, properly nested, with an end for each beginning. All of it is rendered
+// too: the page must stay balanced, and no control character may come through.
 namespace {
 
 using namespace vtclass::joblog;
@@ -47,7 +45,7 @@ bool IsHeading(const Event& event) {
 
 void CheckOrder(const std::vector<Event>& events, std::size_t size) {
   bool open = false;
-  std::size_t allowed = 0; /* the greatest depth that what comes next may have */
+  std::size_t allowed = 0;  // the greatest depth that what comes next may have
   for (const Event& event : events) {
     Require(event.at.offset <= size && event.at.line > 0 && event.at.column > 0);
     if (event.kind == EventKind::kDocument) {
@@ -59,7 +57,7 @@ void CheckOrder(const std::vector<Event>& events, std::size_t size) {
       open = false;
     } else if (event.kind != EventKind::kDamage) {
       Require(open && event.depth <= allowed);
-      /* An error that holds elements is an entry and encloses them. */
+      // An error that holds elements is an entry and encloses them.
       const bool encloses = IsHeading(event) || !event.element.empty();
       allowed = std::max(event.depth, event.depth + (encloses ? 1 : 0));
     }

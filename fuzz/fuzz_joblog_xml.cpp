@@ -16,10 +16,8 @@ using namespace vtclass;
 using namespace vtclass::log;
 using fuzz::Check;
 
-/*
- * Any texts, put together as a job log is, make a document that an independent XML parser reads;
- * and what it reads in each entry is the text, less what no document can hold.
- */
+// Any texts, put together as a job log is, make a document that an independent XML parser reads;
+// and what it reads in each entry is the text, less what no document can hold.
 namespace {
 
 constexpr WideView kTags[] = {

@@ -10,8 +10,8 @@ using vtclass::WideText;
 using vtclass::WideUnit;
 using vtclass::WideView;
 
-/* Any data of a value: every item lies inside it, and what was unpacked and packed again unpacks to
- * the same. */
+// Any data of a value: every item lies inside it, and what was unpacked and packed again unpacks to
+// the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // In a block of exactly its size, so that a step outside it is seen.
   const std::size_t units = size / sizeof(WideUnit);

@@ -14,7 +14,7 @@ constexpr WideUnit kBackslash = '\\';
 
 bool IsGraphic(WideUnit unit) { return unit > ' ' && unit != 0x7F; }
 
-/* A replacement that makes new room each time: the plain form of the rule. */
+// A replacement that makes new room each time: the plain form of the rule.
 WideText ReplacedSlowly(const WideText& text, WideView what, WideView with) {
   WideText result = text;
   if (what.empty()) return result;
@@ -24,7 +24,7 @@ WideText ReplacedSlowly(const WideText& text, WideView what, WideView with) {
   return result;
 }
 
-/* Taking a path apart and putting it together gives the path again. */
+// Taking a path apart and putting it together gives the path again.
 void CheckUnc(WideView path) {
   vtclass::net::UncParts parts;
   if (!vtclass::net::SplitUnc(path, parts)) {
@@ -39,8 +39,8 @@ void CheckUnc(WideView path) {
 
 }  // namespace
 
-/* Any name: its parts lie inside it, its forms keep to their rules, and converting it to itself
- * changes nothing. */
+// Any name: its parts lie inside it, its forms keep to their rules, and converting it to itself
+// changes nothing.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   vtclass::fuzz::Input input(data, size);
   const std::size_t cut = input.Number();

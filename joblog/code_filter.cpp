@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kPrefix = "Q-79-";
 
-/* A decimal number of 16 bits, as the parts of an identifier are. */
+// A decimal number of 16 bits, as the parts of an identifier are.
 bool IsPart(std::string_view digits) {
   if (digits.empty() || digits.size() > 5) return false;
   unsigned value = 0;

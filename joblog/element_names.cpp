@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t kLongTextBytes = 60;
 
-/* Layout, and names that stand among their like. */
+// Layout, and names that stand among their like.
 constexpr std::string_view kSpeakForThemselves[] = {"file_name", "heading",   "indent",
                                                     "note",      "paragraph", "problem_text"};
 
@@ -25,7 +25,7 @@ char Upper(char letter) {
 Severity SeverityOf(std::u16string_view element) {
   if (element == u"OperationErrors") return Severity::kError;
   if (element == u"Warning") return Severity::kWarning;
-  /* The misspelling belongs to the format. */
+  // The misspelling belongs to the format.
   if (element == u"recommandation") return Severity::kRecommendation;
   return Severity::kInfo;
 }
@@ -41,7 +41,7 @@ bool IsJobLogName(std::u16string_view element) {
 }
 
 std::string Label(std::string_view element) {
-  /* Some types are written out already: "SQL objects warning". */
+  // Some types are written out already: "SQL objects warning".
   if (element.find(' ') != std::string_view::npos) return std::string(element);
   std::string label;
   for (std::size_t i = 0; i < element.size(); ++i) {
@@ -74,7 +74,7 @@ bool NeedsLabel(const Event& entry) {
   if (entry.text.empty()) return true;
   if (std::ranges::count(kSpeakForThemselves, entry.element) > 0) return false;
   if (entry.text.size() > kLongTextBytes) return false;
-  /* A colon (the Japanese one too) or an equals sign says that the text names its subject. */
+  // A colon (the Japanese one too) or an equals sign says that the text names its subject.
   for (const std::string_view mark : {":", "=", "\xEF\xBC\x9A"}) {
     if (entry.text.find(mark) != std::string::npos) return false;
   }

@@ -11,7 +11,7 @@
 namespace vtclass::joblog {
 namespace {
 
-/* Browsers lay out nested boxes by recursion. */
+// Browsers lay out nested boxes by recursion.
 constexpr std::size_t kMaxNest = 24;
 
 constexpr std::string_view kSeverityClasses[] = {"info", "recommendation", "warning", "error"};
@@ -24,7 +24,7 @@ std::string_view SeverityClass(Severity severity) {
   return kSeverityClasses[static_cast<std::size_t>(severity)];
 }
 
-/* 1234567 as 1,234,567. */
+// 1234567 as 1,234,567.
 std::string Number(std::uint64_t number) {
   std::string text = std::to_string(number);
   for (std::size_t at = text.size(); at > 3; at -= 3) text.insert(at - 3, 1, ',');
@@ -173,7 +173,7 @@ HtmlView::HtmlView(std::string fileName) : name(std::move(fileName)) {}
 
 void HtmlView::Handle(const Event& event) { items.push_back({event, {}}); }
 
-/* Adds what each entry counts to its group, and each group that ends to the one around it. */
+// Adds what each entry counts to its group, and each group that ends to the one around it.
 void HtmlView::CountGroups() {
   std::vector<std::size_t> open;
   const auto closeTo = [&](std::size_t depth) {
@@ -242,7 +242,7 @@ void HtmlView::AppendSummary(const Tally& tally, std::optional<bool> isOpen,
   page += "</dl>\n</header>\n";
 }
 
-/* Sets and what holds a problem are open; a folder with nothing but files is closed. */
+// Sets and what holds a problem are open; a folder with nothing but files is closed.
 void HtmlView::AppendGroup(const Item& item, std::string& page) const {
   const bool isFolder = item.event.kind == EventKind::kFolder;
   const bool hasProblem = item.counts.errors > 0 || item.counts.warnings > 0;

@@ -16,7 +16,7 @@ constexpr std::size_t kMaxCodeUnits = 64;
 constexpr std::size_t kQuotedUnits = 60;
 
 bool IsBlank(char16_t unit) {
-  /* A log that is appended to may hold another byte-order mark. */
+  // A log that is appended to may hold another byte-order mark.
   return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r' || unit == 0xFEFF;
 }
 
@@ -103,7 +103,7 @@ void JobLogReader::Handle(const Token& token) {
   }
 }
 
-/* What may stand at the beginning, and between a header and "<joblog>". */
+// What may stand at the beginning, and between a header and "<joblog>".
 bool JobLogReader::Admits(const Token& token) {
   if (stage == Stage::kStart && token.kind == TokenKind::kEnd) {
     Refuse(token.at, "the file is empty");
@@ -125,10 +125,10 @@ bool JobLogReader::Admits(const Token& token) {
   return true;
 }
 
-/* A log without its beginning shows by the first tag that belongs to the format. */
+// A log without its beginning shows by the first tag that belongs to the format.
 bool JobLogReader::LooksLikeJobLog() {
   std::u16string_view front = markup.Peek();
-  const bool hasMark = markup.Section().SectionOffset() == 2; /* the byte-order mark */
+  const bool hasMark = markup.Section().SectionOffset() == 2;  // the byte-order mark
   if (kHeader.starts_with(front) && (hasMark || front.size() >= 5)) return true;
   if (front.starts_with(kWrapMark)) return true;
   for (;;) {
@@ -170,7 +170,7 @@ void JobLogReader::BeginDocument(const Token& token, Beginning how) {
   folderElement.clear();
 }
 
-/* Late, because the version comes behind the beginning. */
+// Late, because the version comes behind the beginning.
 void JobLogReader::AnnounceDocument() {
   if (announced) return;
   announced = true;
@@ -199,7 +199,7 @@ void JobLogReader::EndDocument(const Position& at, bool closed) {
   stage = Stage::kBetween;
 }
 
-/* Something comes that belongs to a document. */
+// Something comes that belongs to a document.
 void JobLogReader::EnterContent(const Token& token) {
   if (stage == Stage::kBetween) {
     BeginDocument(token, Beginning::kNoHeader);
@@ -258,7 +258,7 @@ void JobLogReader::OpenBareSet(const Position& at) {
   outline.OpenBareSet(elements.Depth());
 }
 
-/* The innermost element holds an element, so it is more than one entry. */
+// The innermost element holds an element, so it is more than one entry.
 void JobLogReader::AnnounceTop(std::u16string_view child) {
   FlushText(false, false);
   if (elements.Empty() || elements.Top().isContainer) return;
@@ -317,8 +317,8 @@ void JobLogReader::OnEndTag(const Token& token) {
   for (std::size_t i = 0; i < count; ++i) CloseTop();
 }
 
-/* In a wrapped log the opening tags of the first closing tags are cut away; the first of all even
- * tells what the text before it is. */
+// In a wrapped log the opening tags of the first closing tags are cut away; the first of all even
+// tells what the text before it is.
 void JobLogReader::OnSurplusEndTag(const Token& token) {
   const bool isCutAway = beginning == Beginning::kWrapped && elements.Empty();
   if (atFront && isCutAway) {
@@ -344,7 +344,7 @@ void JobLogReader::OnText(const Token& token) {
   std::u16string_view piece = token.text;
   if (atFront && text.empty() && token.at.line == 1) {
     if (piece.starts_with(kWrapMark)) piece.remove_prefix(kWrapMark.size());
-    /* Escaped text holds no ">" of its own: before it lies the rest of a tag. */
+    // Escaped text holds no ">" of its own: before it lies the rest of a tag.
     piece.remove_prefix(piece.find(u'>') + 1);
   }
   if (elements.Depth() > 1 && elements.TopIs(kCodeElement)) {
@@ -356,7 +356,7 @@ void JobLogReader::OnText(const Token& token) {
     code.clear();
   }
   if (text.empty()) {
-    /* Blanks between elements are nothing, but inside an element they belong to the text. */
+    // Blanks between elements are nothing, but inside an element they belong to the text.
     while (!piece.empty() && IsBlank(piece.front())) piece.remove_prefix(1);
     if (piece.empty()) return;
     EnterContent(token);
@@ -383,13 +383,12 @@ void JobLogReader::OnCut(const Token& token) {
     if (cut.empty()) cut = "in the middle of a character";
     return;
   }
-  /* The end of the section follows, and with it the end of the document. */
+  // The end of the section follows, and with it the end of the document.
   if (stage == Stage::kBetween) BeginDocument(token, Beginning::kNoHeader);
   cut = "in the middle of a tag: " + Utf8(token.text.substr(0, kQuotedUnits));
 }
 
-/* Reports the text that has gathered. `elementEnds`: an element without any text is an entry too.
- */
+// Reports the text that has gathered. `elementEnds`: an element without any text is an entry too.
 void JobLogReader::FlushText(bool elementEnds, bool partial) {
   const std::u16string_view trimmed = Trim(text);
   const bool isElement = !elements.Empty();
@@ -416,8 +415,8 @@ void JobLogReader::EmitFolder(std::u16string_view path, bool partial) {
 }
 
 void JobLogReader::EmitEntry(std::u16string_view trimmed, bool partial) {
-  /* Text between the elements of a container stands for itself, unless the container is an error
-   * or the like: then it is more of its message. */
+  // Text between the elements of a container stands for itself, unless the container is an error
+  // or the like: then it is more of its message.
   const bool isElement = !elements.Empty() && (!elements.Top().isContainer ||
                                                elements.Top().severity != Severity::kInfo);
   outline.LeaveFolders(elements.Depth() - (isElement && !elements.Top().isContainer ? 1 : 0));

@@ -20,7 +20,7 @@ const std::string kUtf16Head =
     "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\r\n<joblog><job_log_version version=\"2.0\"/>";
 // NOLINTEND(cert-err58-cpp)
 
-/* UTF-16LE of ASCII text. */
+// UTF-16LE of ASCII text.
 std::string Wide(const std::string& text) {
   std::string bytes;
   for (const char letter : text) (bytes += letter) += '\0';
@@ -29,7 +29,7 @@ std::string Wide(const std::string& text) {
 
 std::string WideLog(const std::string& body) { return "\xFF\xFE" + Wide(kUtf16Head + body); }
 
-/* A file that is handed over in pieces of `piece` bytes. */
+// A file that is handed over in pieces of `piece` bytes.
 struct Source {
   std::string bytes;
   std::size_t piece = 1 << 20;
@@ -59,7 +59,7 @@ std::string Describe(const Event& event) {
 
 struct Outcome {
   std::vector<Event> events;
-  std::vector<std::string> lines; /* without the document and its closed end */
+  std::vector<std::string> lines;  // without the document and its closed end
   std::optional<Refusal> refused;
   Tally tally;
 };
@@ -82,7 +82,7 @@ using Lines = std::vector<std::string>;
 
 struct BodyCase {
   const char* name;
-  std::string body; /* behind the header, before "</joblog>" */
+  std::string body;  // behind the header, before "</joblog>"
   Lines lines;
 };
 
@@ -124,7 +124,7 @@ TEST(JobLogReader, Next_AnyBody_GivesItsEntriesInBothEncodings) {
        "<OperationErrors Type=\"t\">a<file_name>b</file_name>c</OperationErrors><note>d</note>",
        {"0 entryE OperationErrors t a", "1 entry file_name b", "1 entryE OperationErrors t c +",
         "0 entry note d"}},
-      /* As the writer nests: C:\A, C:\A\B, C:\A\B\C, C:\D, and the end. */
+      // As the writer nests: C:\A, C:\A\B, C:\A\B\C, C:\D, and the end.
       {"folders follow their paths",
        "<d><d><directory_name>C:\\A</directory_name><f_n>1</f_n><d><d><directory_name>C:\\A\\B"
        "</directory_name></d><d><directory_name>C:\\A\\B\\C</directory_name><f_n>2</f_n></d></d>"
@@ -161,7 +161,7 @@ TEST(JobLogReader, Next_AnyBody_GivesItsEntriesInBothEncodings) {
   for (const BodyCase& c : cases) {
     SCOPED_TRACE(c.name);
     Lines lines = c.lines;
-    /* Where in the nest damage is reported is not promised. */
+    // Where in the nest damage is reported is not promised.
     const auto plain = [](Lines all) {
       for (std::string& line : all) {
         if (line.find("damage") != std::string::npos) line.replace(0, 1, "*");
@@ -325,7 +325,7 @@ std::string Repeated(const std::string& text, std::size_t count) {
   return all;
 }
 
-/* Work that grew with the square of these sizes would run into the time limit of the tests. */
+// Work that grew with the square of these sizes would run into the time limit of the tests.
 TEST(JobLogReader, Next_HostileNests_StayCheap) {
   const std::size_t n = 300'000;
   EXPECT_EQ(

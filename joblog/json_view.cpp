@@ -29,7 +29,7 @@ void AddText(Json& json, const char* key, const std::string& text) {
   if (!text.empty()) json[key] = text;
 }
 
-/* What text stands for differs by kind. */
+// What text stands for differs by kind.
 const char* TextKey(EventKind kind) {
   switch (kind) {
     case EventKind::kDocument:

@@ -8,7 +8,7 @@
 namespace vtclass::joblog {
 namespace {
 
-/* What is taken goes from the buffer when so much of it has gathered. */
+// What is taken goes from the buffer when so much of it has gathered.
 constexpr std::size_t kCompactUnits = 65'536;
 
 bool EndsText(char16_t unit) {
@@ -20,7 +20,7 @@ bool EndsText(char16_t unit) {
 MarkupReader::MarkupReader(ReadBytes read, std::size_t blockBytes)
     : blocks(std::move(read), blockBytes) {}
 
-/* True when `count` units are there; false near the end of the section. */
+// True when `count` units are there; false near the end of the section.
 bool MarkupReader::Need(std::size_t count) {
   if (units.size() - next >= count) return true;
   if (next >= kCompactUnits) {
@@ -99,7 +99,7 @@ void MarkupReader::TakeLineEnd(std::size_t count) {
   at.column = 1;
 }
 
-/* Takes the first unit whatever it is: nothing else has claimed it. */
+// Takes the first unit whatever it is: nothing else has claimed it.
 void MarkupReader::TakeText() {
   const std::u16string_view rest = Rest();
   const auto end = std::find_if(rest.begin() + 1, rest.end(), EndsText);

@@ -51,7 +51,7 @@ void Outline::CloseBareSet() {
 
 void Outline::OpenBareSet(std::size_t elementDepth) { Push(kBareSet, elementDepth); }
 
-/* True when the folder, whose path begins `path`, contains `child`. */
+// True when the folder, whose path begins `path`, contains `child`.
 bool Outline::Contains(const Folder& folder, std::u16string_view child) const {
   const std::u16string_view parent(path.data(), std::min(folder.pathLength, path.size()));
   return child.size() > parent.size() && child.starts_with(parent) &&

@@ -18,8 +18,8 @@ bool IsNameUnit(char16_t unit) {
          unit == u':';
 }
 
-/* Walks over a tag. Every step answers false when the text is no tag, and remembers when it only
- * ended too early. */
+// Walks over a tag. Every step answers false when the text is no tag, and remembers when it only
+// ended too early.
 class TagCursor {
  public:
   explicit TagCursor(std::u16string_view tagText) : text(tagText) {}
@@ -39,8 +39,8 @@ class TagCursor {
     name = text.substr(from, at - from);
     return !AtEnd() && name.size() <= kMaxNameUnits;
   }
-  /* A value is written as it is, so it may hold quotes: the closing one is followed by what can
-   * follow a value. */
+  // A value is written as it is, so it may hold quotes: the closing one is followed by what can
+  // follow a value.
   bool ReadValue(std::u16string_view& value) {
     if (!Skip(u'"')) return false;
     for (const std::size_t from = at; !AtEnd(); ++at) {
@@ -115,7 +115,7 @@ void AppendCodePoint(std::uint32_t code, std::u16string& to) {
   to += static_cast<char16_t>(code);
 }
 
-/* The digits between "&#" or "&#x" and ";". */
+// The digits between "&#" or "&#x" and ";".
 bool ParseNumber(std::u16string_view digits, std::uint32_t base, std::uint32_t& code) {
   code = 0;
   for (const char16_t unit : digits) {

@@ -16,14 +16,14 @@ constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
 constexpr std::string_view kWrapMark = "This file has wrapped."sv;
 constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
 
-/* Code page 1252 differs from Latin-1 in this row alone. */
+// Code page 1252 differs from Latin-1 in this row alone.
 constexpr char16_t kFrom80To9F[32] = {
     0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-/* How a text without header and byte-order mark is to be read: ANSI has no zero bytes, UTF-16 has
- * one in each of the many ASCII characters of the tags. Where they stand tells the alignment. */
+// How a text without header and byte-order mark is to be read: ANSI has no zero bytes, UTF-16 has
+// one in each of the many ASCII characters of the tags. Where they stand tells the alignment.
 struct Guess {
   Encoding encoding;
   std::size_t skip;
@@ -98,7 +98,7 @@ bool TextBlocks::NextSection() {
     rest.clear();
   }
   if (begin == end && endOfFile) return false;
-  /* The section before ended at a header. */
+  // The section before ended at a header.
   encoding = bytes[begin + 1] == '\0' ? Encoding::kUtf16 : Encoding::kAnsi;
   sectionOffset = beginOffset;
   hasHeader = true;
@@ -108,8 +108,8 @@ bool TextBlocks::NextSection() {
   return true;
 }
 
-/* The first header at or behind `from` that lies in the buffer as a whole. A question mark is much
- * rarer in a log than "<". */
+// The first header at or behind `from` that lies in the buffer as a whole. A question mark is much
+// rarer in a log than "<".
 std::size_t TextBlocks::FindHeader(std::size_t from) {
   const std::string_view text(bytes.data(), end);
   for (std::size_t i = from; i < end;) {
@@ -127,7 +127,7 @@ void TextBlocks::Decode(std::size_t count, std::u16string& units) {
   const std::size_t old = units.size();
   const char* from = bytes.data() + begin;
   if (encoding == Encoding::kUtf16) {
-    /* Every system that this runs on is little-endian, as the file is. */
+    // Every system that this runs on is little-endian, as the file is.
     units.resize(old + count / 2);
     std::memcpy(units.data() + old, from, count / 2 * 2);
   } else {
@@ -151,7 +151,7 @@ bool TextBlocks::Append(std::u16string& units) {
   } else if (endOfFile) {
     sectionOver = true;
   } else {
-    /* A header may begin in the last bytes. The buffer is full here, so something is left. */
+    // A header may begin in the last bytes. The buffer is full here, so something is left.
     count -= kUtf16Header.size();
   }
   skipHeader -= std::min(skipHeader, count);

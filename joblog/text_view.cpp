@@ -9,12 +9,12 @@
 namespace vtclass::joblog {
 namespace {
 
-/* Deeper nests stay at this indentation; they would only run out of the window. */
+// Deeper nests stay at this indentation; they would only run out of the window.
 constexpr std::size_t kMaxIndent = 20;
-/* Of a document; a log of raw markup would drown in them. */
+// Of a document; a log of raw markup would drown in them.
 constexpr std::uint64_t kShownDamages = 20;
 
-/* What stands before an entry's text. */
+// What stands before an entry's text.
 std::string EntryMark(const Event& entry) {
   if (entry.severity == Severity::kInfo) {
     std::string mark = entry.code.empty() ? "" : entry.code + ": ";
@@ -58,7 +58,7 @@ std::string EndingText(const Tally& tally, std::optional<bool> isOpen) {
 
 TextView::TextView(TextSink to, bool withColour) : sink(std::move(to)), colour(withColour) {}
 
-/* `mark` takes the style's colour when text follows it; a line without mark takes it as a whole. */
+// `mark` takes the style's colour when text follows it; a line without mark takes it as a whole.
 void TextView::Line(std::size_t depth, Style style, std::string_view mark, std::string_view text) {
   static constexpr std::string_view kColours[] = {"",         "\x1b[1m",  "\x1b[36m",
                                                   "\x1b[33m", "\x1b[31m", "\x1b[35m"};

@@ -29,8 +29,8 @@ void AppendCodePoint(std::uint32_t code, std::string& to) {
   }
 }
 
-/* Appends the ASCII characters at the beginning of `text`, in steps that the compiler turns into
- * wide ones, and returns how many there are. */
+// Appends the ASCII characters at the beginning of `text`, in steps that the compiler turns into
+// wide ones, and returns how many there are.
 std::size_t AppendAscii(std::u16string_view text, std::string& to) {
   constexpr std::size_t kStep = 16;
   std::size_t count = 0;
@@ -46,7 +46,7 @@ std::size_t AppendAscii(std::u16string_view text, std::string& to) {
   return count;
 }
 
-/* U+0080 to U+009F, U+202A to U+202E and U+2066 to U+2069 as UTF-8: the bytes to replace. */
+// U+0080 to U+009F, U+202A to U+202E and U+2066 to U+2069 as UTF-8: the bytes to replace.
 std::size_t UnsafeSequence(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   if (text.size() >= 2 && byte(0) == 0xC2 && byte(1) < 0xA0) return 2;
@@ -56,7 +56,7 @@ std::size_t UnsafeSequence(std::string_view text) {
   return embedding || isolate ? 3 : 0;
 }
 
-/* The character that stands for a control character, or for a sequence that begins with `byte`. */
+// The character that stands for a control character, or for a sequence that begins with `byte`.
 std::uint32_t Replacement(unsigned char byte) {
   if (byte >= 0x80) return 0xFFFD;
   return byte == 0x7F ? 0x2421U : 0x2400U + byte;

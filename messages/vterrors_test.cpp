@@ -23,7 +23,7 @@ constexpr Library kLibraries[] = {{L"vterrors.dll", L"English"},
                                   {L"vterrors_FR.dll", L"Fran\u00E7ais"},
                                   {L"vterrors_JP.dll", L"\u65E5\u672C\u8A9E"}};
 
-/* Every text of a library, found the way its users find one: by asking for the id. */
+// Every text of a library, found the way its users find one: by asking for the id.
 Texts Read(const wchar_t* file) {
   const vtclass::platform::OwnedModule module(
       ::LoadLibraryExW(file, nullptr, LOAD_LIBRARY_AS_DATAFILE));
@@ -36,7 +36,7 @@ Texts Read(const wchar_t* file) {
   return texts;
 }
 
-/* "%s%u" of "set %s, number %u": what the formatter takes from the arguments. */
+// "%s%u" of "set %s, number %u": what the formatter takes from the arguments.
 std::wstring Conversions(const std::wstring& text) {
   std::wstring found;
   for (size_t at = text.find(L'%'); at != std::wstring::npos; at = text.find(L'%', at)) {

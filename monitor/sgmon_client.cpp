@@ -66,14 +66,14 @@ struct SGMonClient::State {
   void (*const callback)(bool);
   const Runner run;
   OwnedKernelObject thread;
-  std::atomic<HANDLE> shutdownEvent{nullptr}; /* the thread's, or the caller's in its place */
+  std::atomic<HANDLE> shutdownEvent{nullptr};  // the thread's, or the caller's in its place
   OwnedKernelObject startedEvent{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   OwnedKernelObject initCompleteEvent{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
 
   OwnedKernelObject threadShutdownEvent{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   std::atomic<DWORD> threadId{0};
-  std::atomic<unsigned long> status{ERROR_SUCCESS}; /* why it does not follow */
-  bool diesWithThread = false;                      /* of the thread alone */
+  std::atomic<unsigned long> status{ERROR_SUCCESS};  // why it does not follow
+  bool diesWithThread = false;                       // of the thread alone
 };
 
 SGMonClient* SGMonClient::InstanceOrNull(eClient client, void (*callback)(bool),

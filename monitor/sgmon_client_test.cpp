@@ -21,7 +21,7 @@ using vtclass::platform::OwnedKernelObject;
 using Client = RefPointer<SGMonClient>;
 
 void (*inCallback)();
-std::atomic<int> told; /* how often; negative: monitoring is off */
+std::atomic<int> told;  // how often; negative: monitoring is off
 void OnMonitoring(bool on) {
   told = on ? std::abs(told) + 1 : -std::abs(told) - 1;
   if (inCallback) inCallback();
@@ -42,7 +42,7 @@ class SGMonClientTest : public testing::Test {
   static Client Make(unsigned long component = SGMonClient::eAgent) {
     return new SGMonClient(static_cast<SGMonClient::eClient>(component), &OnMonitoring);
   }
-  /* What a client is told in a short life of its own. */
+  // What a client is told in a short life of its own.
   static int Told(unsigned long component = SGMonClient::eAgent) {
     told = 0;
     Make(component)->WaitInitComplete(kLimit);
@@ -101,7 +101,7 @@ TEST_F(SGMonClientTest, End_SignalsAReplacedShutdownHandle_EvenWhileSomebodyKeep
 }
 
 std::atomic<Client*> heldByCallback;
-std::atomic<HANDLE> itsEvent; /* null again once it is closed */
+std::atomic<HANDLE> itsEvent;  // null again once it is closed
 
 BOOL WINAPI NoteClosedEvent(HANDLE handle) {
   HANDLE watched = handle;
@@ -129,7 +129,7 @@ TEST_F(SGMonClientTest, Callback_MayThrow_AndMayDropTheLastReference) {
   EXPECT_TRUE(Eventually([] { return !itsEvent; })) << "the client is left behind";
 }
 
-std::atomic<DWORD> paused; /* milliseconds */
+std::atomic<DWORD> paused;  // milliseconds
 std::atomic<bool> isTooFast;
 void (*inPause)();
 
@@ -212,7 +212,7 @@ DWORD WINAPI RefuseOneWait(DWORD count, const HANDLE* handles, BOOL all, DWORD l
   return ::WaitForMultipleObjects(count, handles, all, limit);
 }
 
-HANDLE threadOver; /* an auto-reset event */
+HANDLE threadOver;  // an auto-reset event
 std::atomic<DWORD> clientThread;
 
 TEST_F(SGMonClientTest, RefusedWait_EndsTheThread_AndIsToldByItsStatus) {
@@ -239,7 +239,7 @@ TEST_F(SGMonClientTest, RefusedWait_EndsTheThread_AndIsToldByItsStatus) {
   }
 }
 
-int refusedEvent; /* 1 is the next one */
+int refusedEvent;  // 1 is the next one
 std::wstring wakeUpName, accessList;
 BOOL isManualReset;
 

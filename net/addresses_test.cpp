@@ -1,4 +1,4 @@
-/* What the resolver and the adapters say is played here. */
+// What the resolver and the adapters say is played here.
 #include <gtest/gtest.h>
 
 #include <algorithm>

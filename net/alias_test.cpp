@@ -1,8 +1,6 @@
-/*
- * What no real network and no real cluster shows on demand: the resolver's answers, the sockets
- * library's failures and a cluster's names are played here, through the DLL's imports from the
- * libraries beside it.
- */
+// What no real network and no real cluster shows on demand: the resolver's answers, the sockets
+// library's failures and a cluster's names are played here, through the DLL's imports from the
+// libraries beside it.
 #include <gtest/gtest.h>
 #include <vtcluster/vtcluster.h>
 
@@ -80,7 +78,7 @@ struct PlayedCluster : Cluster {
   }
   static bool Yes() { return true; }
   static inline bool fails = false;
-  static inline unsigned long error = 0; /* what keeps it from being read */
+  static inline unsigned long error = 0;  // what keeps it from being read
 
   bool Open() override { return true; }
   unsigned long GetErrorCode() const override { return error; }

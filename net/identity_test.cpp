@@ -122,7 +122,7 @@ TEST(IsOracleRACVNodeName, DatabasesOfThisMachine) {
   expect(L"RAC-ORCL-12", true, false);
 }
 
-/* "own name 1; ...": the steps of an answer. */
+// "own name 1; ...": the steps of an answer.
 std::wstring StepsOf(const wcstring& name, bool clusterAware, unsigned long expected) {
   std::vector<Step> steps(9);
   bool isMe = true;

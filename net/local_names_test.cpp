@@ -16,7 +16,7 @@ using platform::OwnedKernelObject;
 using test::ImportHook;
 using test::LibraryCopy;
 
-/* One thread stops in a call of the system, with this name in its hand. */
+// One thread stops in a call of the system, with this name in its hand.
 struct Stop {
   DWORD thread = 0;
   OwnedKernelObject stopped{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
@@ -46,7 +46,7 @@ class Remembered : public ::testing::Test {
  protected:
   Remembered() { stop = &here; }
 
-  /* Asks on a thread that stops, and leaves it there. */
+  // Asks on a thread that stops, and leaves it there.
   OwnedKernelObject AskAndStop(std::function<void()>& question) {
     OwnedKernelObject thread(
         ::CreateThread(nullptr, 0, &Run, &question, CREATE_SUSPENDED, nullptr));
@@ -55,7 +55,7 @@ class Remembered : public ::testing::Test {
     EXPECT_EQ(::WaitForSingleObject(here.stopped.Get(), 20'000), WAIT_OBJECT_0);
     return thread;
   }
-  /* Asks on a thread that nothing may stop; it must end. */
+  // Asks on a thread that nothing may stop; it must end.
   static void Ask(std::function<void()> question) {
     const OwnedKernelObject thread(::CreateThread(nullptr, 0, &Run, &question, 0, nullptr));
     ASSERT_EQ(::WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0) << "blocked";
@@ -69,7 +69,7 @@ class Remembered : public ::testing::Test {
     EXPECT_EQ(::WaitForSingleObject(thread.Get(), 20'000), WAIT_OBJECT_0);
   }
 
-  /* The DNS host name in the library's memory. */
+  // The DNS host name in the library's memory.
   wcstring HostName() const {
     wcstring name;
     bool isLocal = false;

@@ -7,7 +7,7 @@
 
 #include "tests/support/import_hook.h"
 
-/* This program holds the file under test itself, so that its imports are this program's. */
+// This program holds the file under test itself, so that its imports are this program's.
 namespace {
 
 using vtclass::test::ImportHook;

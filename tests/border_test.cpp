@@ -16,11 +16,9 @@
 #include "tests/support/scratch_folder.h"
 #include "vtclass/vtclass.h"
 
-/*
- * A host with a heap of its own behind operator new, as services with an allocator of theirs are.
- * Whatever of the DLL's reaches its operator delete is noticed here, and whatever of this heap the
- * DLL frees stays counted as alive.
- */
+// A host with a heap of its own behind operator new, as services with an allocator of theirs are.
+// Whatever of the DLL's reaches its operator delete is noticed here, and whatever of this heap the
+// DLL frees stays counted as alive.
 namespace {
 
 constexpr std::size_t kTag = 0x5EED0F0E5EED0F0E;
@@ -30,9 +28,9 @@ struct alignas(16) Header {
   std::size_t size;
 };
 
-std::atomic<long> alive;        /* blocks of this program's heap */
-std::atomic<long> foreign;      /* blocks of another heap that came to be deleted here */
-thread_local long untilRefusal; /* allocations of this thread until one is refused; 0: none is */
+std::atomic<long> alive;         // blocks of this program's heap
+std::atomic<long> foreign;       // blocks of another heap that came to be deleted here
+thread_local long untilRefusal;  // allocations of this thread until one is refused; 0: none is
 thread_local bool refused;
 
 HANDLE Heap() {
@@ -132,14 +130,14 @@ class Border : public testing::Test {
   StringResourceMgr messages;
 };
 
-/* One operation that hands a text over or throws. Its result says that the text came whole. */
+// One operation that hands a text over or throws. Its result says that the text came whole.
 struct Operation {
   const char* name;
   std::function<bool()> run;
-  bool mayChange = false; /* without memory it may also answer with less */
+  bool mayChange = false;  // without memory it may also answer with less
 };
 
-/* What must hold around every operation, whatever it met. */
+// What must hold around every operation, whatever it met.
 template <typename Work>
 void KeepsToItsSide(const char* name, Work work) {
   const long before = alive.load();
@@ -151,8 +149,8 @@ void KeepsToItsSide(const char* name, Work work) {
                                   << ": blocks of the host deleted by the library, or never";
 }
 
-/* Runs with the n-th allocation refused, n = 1, 2, ..., until none is, on the side that `refuse`
- * sees to: it gets n and the work, and tells whether an allocation was refused. */
+// Runs with the n-th allocation refused, n = 1, 2, ..., until none is, on the side that `refuse`
+// sees to: it gets n and the work, and tells whether an allocation was refused.
 template <typename Refuse>
 void RefuseEach(const Operation& operation, Refuse refuse) {
   bool more = true;
@@ -427,7 +425,7 @@ TEST_F(Border, EveryOperation_KeepsToItsSide_AlsoWithoutMemory) {
   }
 }
 
-/* The text of what `work` throws. */
+// The text of what `work` throws.
 template <typename Exception>
 std::string Thrown(const std::function<void()>& work) {
   std::string text = "nothing";
@@ -459,8 +457,8 @@ TEST_F(Border, Exceptions_AreThrownOnTheHostsSide_WithTheirTexts) {
   EXPECT_EQ(withoutMemory([&] { pool.EnqueueCall(poolCall); }), "vector<T> too long");
 }
 
-/* What the callbacks below do. A run that follows another one on its thread sees whether the
- * exception of that one is still counted. */
+// What the callbacks below do. A run that follows another one on its thread sees whether the
+// exception of that one is still counted.
 HANDLE ran;
 std::atomic<long> runs;
 std::atomic<bool> clean;

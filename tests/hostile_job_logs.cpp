@@ -1,4 +1,4 @@
-/* Writes job logs full of random hostile texts for an XML parser: hostile_job_logs FOLDER SEED */
+// Writes job logs full of random hostile texts for an XML parser: hostile_job_logs FOLDER SEED
 #include <vtclass/win32.h>
 
 #include <cstdio>

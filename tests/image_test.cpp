@@ -10,7 +10,7 @@
 
 namespace {
 
-/* The libraries of the product's set-up. */
+// The libraries of the product's set-up.
 constexpr const wchar_t* kLibraries[] = {L"vtclass_mini.dll", L"vtsocket.dll", L"vtcluster.dll",
                                          L"vtstdutl.dll"};
 

@@ -34,7 +34,7 @@ void PostNew(Target& target, unsigned producer, long number) {
   });
 }
 
-/* A call that everybody posts all the time. */
+// A call that everybody posts all the time.
 struct Shared {
   explicit Shared(ThreadPool* pool)
       : call(new PoolCall(pool, [this] {

@@ -26,7 +26,7 @@ constexpr int kWorkers = 2, kPosts = 6, kNobody = -1;
 // The steps: each call's post, each call's finish, dropping what is pending, stopping.
 constexpr unsigned kPost = 0, kFinish = kPost + kCalls, kDrop = kFinish + kCalls, kStop = kDrop + 1;
 
-/* What the pool promises, in short. Workers are numbered in the order of their start. */
+// What the pool promises, in short. Workers are numbered in the order of their start.
 struct Model {
   std::array<int, kCalls> workerOf{kNobody, kNobody, kNobody};  // that has the call in hand
   std::vector<unsigned> pending;
@@ -41,7 +41,7 @@ struct Model {
     return std::ranges::find_if(pending, [this](unsigned call) { return !InHand(call); });
   }
 
-  /* False when this cannot be the next step. */
+  // False when this cannot be the next step.
   bool Take(unsigned step, bool keep) {
     const unsigned call = step % kCalls;
     if (step < kFinish) {
@@ -79,7 +79,7 @@ struct Model {
   }
 };
 
-/* A call that its worker never gets to see. */
+// A call that its worker never gets to see.
 struct HeldCall : ThreadPoolCall {
   using ThreadPoolCall::ThreadPoolCall;
   void Execute() override {}
@@ -95,11 +95,9 @@ struct HeldCall : ThreadPoolCall {
   bool inHand = false;
 };
 
-/*
- * The real pool with the real steps of posting, finishing and stopping. Each of them works on the
- * pool's state under its lock, so that one after the other, in any order, is all that can happen.
- * No thread is started: a call is in the hands of its worker until the scheduler lets it finish.
- */
+// The real pool with the real steps of posting, finishing and stopping. Each of them works on the
+// pool's state under its lock, so that one after the other, in any order, is all that can happen.
+// No thread is started: a call is in the hands of its worker until the scheduler lets it finish.
 struct Real {
   explicit Real(bool keep) : pool(new ThreadPool(kWorkers, keep, WorkerThread::ComNone)) {
     for (auto& call : calls) call = new HeldCall(pool.get());
@@ -135,7 +133,7 @@ struct Real {
     }
   }
 
-  /* Destroys the pool as it stands: all is dropped, but for what a dead worker had in hand. */
+  // Destroys the pool as it stands: all is dropped, but for what a dead worker had in hand.
   ~Real() {
     pool.reset();
     for (const auto& call : calls) {

@@ -138,7 +138,7 @@ TEST_F(Pool, ChainPostedByDestructors_PilesUpNoThreads) {
   EXPECT_LT(mostUnreaped, 100);
 }
 
-/* Throws where it is told to. */
+// Throws where it is told to.
 enum class Where { nowhere, setThread, unsetThread, beforePosting, behindPosting };
 struct ThrowingCall : PoolCall {
   ThrowingCall(ThreadPool* pool, Where where, Work work)

@@ -378,7 +378,7 @@ TEST(WorkerThread, KillInTheFirstOrLastSteps_WaitsUntilTheLoaderIsFree_ButNotFor
   }
 }
 
-/* A call whose life is its test's. */
+// A call whose life is its test's.
 struct PlainCall : ThreadCall {
   explicit PlainCall(Work work) : work(std::move(work)) {}
   void PostIt() override {}

@@ -14,7 +14,7 @@ namespace {
 using vtclass::test::Allocations;
 using vtclass::test::ImportHook;
 
-/* One of the four operations, and the system's call behind it. */
+// One of the four operations, and the system's call behind it.
 template <typename TextType, bool kIsDate>
 struct Operation {
   using Text = TextType;
@@ -39,7 +39,7 @@ struct Operation {
   }
 };
 
-/* What the system answers to the call for the length, and how long the text is after that. */
+// What the system answers to the call for the length, and how long the text is after that.
 struct Script {
   int asked, then;
 };
@@ -47,7 +47,7 @@ struct Script {
 LCID chosenLocale = 0;
 std::optional<Script> script;
 
-/* The system in the chosen locale, or as the script has it. */
+// The system in the chosen locale, or as the script has it.
 template <typename Op>
 int WINAPI Played(LCID locale, DWORD flags, const SYSTEMTIME* time,
                   const typename Op::Unit* picture, typename Op::Unit* text, int room) {
@@ -67,13 +67,13 @@ class DateTextTest : public testing::Test {
 
   DateTextTest() { script.reset(); }
 
-  /* A text in another code page, and longer than any date. */
+  // A text in another code page, and longer than any date.
   static Text Before() {
     if constexpr (Op::kIsWide) return Text(std::wstring(100, L'b'));
     if constexpr (!Op::kIsWide) return Text(std::string(100, 'b').c_str(), cstring::utf8);
   }
 
-  /* The time's text in place of another one, and in the ANSI code page. */
+  // The time's text in place of another one, and in the ANSI code page.
   Text Filled(const DateTime& time, DWORD flags) {
     Text text = Before();
     EXPECT_EQ(&Op::Fill(time, text, flags), &text);

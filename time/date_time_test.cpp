@@ -24,7 +24,7 @@ FILETIME Split(unsigned long long ticks) {
   return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-/* Year, month, day, hour, minute, second, millisecond. */
+// Year, month, day, hour, minute, second, millisecond.
 using Seven = std::array<int, 7>;
 
 WORD Word(int number) { return static_cast<WORD>(number); }
@@ -40,7 +40,7 @@ _DATE_TIME AsRecord(const Seven& f, int valid = 7) {
   return {Word(valid), Word(f[0]), Word(f[1]), Word(f[2]), Word(f[3]), Word(f[4]), Word(f[5]), 9};
 }
 
-/* Years and months beyond a `tm` wrap, so that adding 1900 and 1 to them overflows. */
+// Years and months beyond a `tm` wrap, so that adding 1900 and 1 to them overflows.
 tm AsTm(const Seven& f, int dayOfWeek = 9, int dayOfYear = 999) {
   const auto less = [](int a, unsigned b) {
     return static_cast<int>(static_cast<unsigned>(a) - b);
@@ -59,7 +59,7 @@ std::string Text(const Seven& f) {
   return text;
 }
 
-/* Fields in every type that can hold them; those without milliseconds count to the second. */
+// Fields in every type that can hold them; those without milliseconds count to the second.
 void ExpectTicks(const Seven& f, unsigned long long ticks, unsigned long long toTheSecond) {
   const _DATE_TIME record = AsRecord(f);
   DateTime value = DateTime::CurrentTime;
@@ -79,7 +79,7 @@ struct Helpers : DateTime {
   using DateTime::IsLeapYear;
 };
 
-/* A calendar that knows no formula: it counts days, and how long a month is. */
+// A calendar that knows no formula: it counts days, and how long a month is.
 struct CountedDay {
   int year = 1601, month = 1, day = 1, dayOfWeek = 1, dayOfYear = 0;
   unsigned long long ticks = 0;
@@ -223,9 +223,8 @@ TEST(TimeSpan, IsTheSumOfItsFields_AtEveryEnd) {
   EXPECT_EQ(TimeSpan(INT_MAX, 0, 0, 0, 0).GetTicks(), -7695280436664713216);
 }
 
-/* The C run time of this process in another zone, from now on. It has to be in one of its own from
- * the start: Wine's, which has once seen a system's zone without daylight saving, never sees any.
- */
+// The C run time of this process in another zone, from now on. It has to be in one of its own from
+// the start: Wine's, which has once seen a system's zone without daylight saving, never sees any.
 bool SetZone(const char* name) {
   const bool isSet = ::_putenv_s("TZ", name) == 0;
   ::_tzset();

@@ -9,10 +9,10 @@ namespace {
 
 constexpr wchar_t kProductServices[] = L"Vantorel";
 
-/* How SQL Server itself names the instance that has no name. */
+// How SQL Server itself names the instance that has no name.
 constexpr wchar_t kDefaultInstance[] = L"MSSQLSERVER";
 
-/* What virtual servers are found by, and the applications under them. */
+// What virtual servers are found by, and the applications under them.
 constexpr unsigned kServers = Resource::networkName | Resource::address;
 constexpr unsigned kApplications =
     Resource::sqlServer | Resource::availabilityGroup | Resource::exchangeStore;
@@ -23,8 +23,8 @@ const Resource* FindFirst(const Resources& resources, Condition condition) {
   return found == resources.all.end() ? nullptr : &*found;
 }
 
-/* Which of a group's names is the first, or that nothing leads to another one, is only known when
- * all names are. */
+// Which of a group's names is the first, or that nothing leads to another one, is only known when
+// all names are.
 const Resource* FirstNameOfGroup(const Resources& resources, const std::wstring& group) {
   if (!resources.AreWhole(Resource::networkName)) return nullptr;
   return FindFirst(resources, [&](const Resource& resource) {
@@ -71,8 +71,8 @@ Cluster::appState StateOfResource(const Resource& resource) {
   }
 }
 
-/* The best state among the applications of a virtual server for which `condition` holds; `none`
- * when it has no such application. What is running stays so, whatever else there is. */
+// The best state among the applications of a virtual server for which `condition` holds; `none`
+// when it has no such application. What is running stays so, whatever else there is.
 template <typename Condition>
 Cluster::appState StateUnder(const Resources& resources, const Resource& networkName,
                              Cluster::appState none, Condition condition) {
@@ -89,7 +89,7 @@ Cluster::appState StateUnder(const Resources& resources, const Resource& network
   return isCertain || best == Cluster::running ? best : Cluster::noAnswer;
 }
 
-/* A service that was found on a node is the node's own unless the cluster runs it there. */
+// A service that was found on a node is the node's own unless the cluster runs it there.
 template <typename Condition>
 Cluster::appState StateOnNode(const Resources& resources, const std::wstring& node, bool& own,
                               Condition condition) {

@@ -66,14 +66,14 @@ struct ResourceEnumTraits {
   static bool Close(Type walk) noexcept { return clusterResourceCloseEnum(walk) == ERROR_SUCCESS; }
 };
 
-/* The last error of a call that has failed; never success. */
+// The last error of a call that has failed; never success.
 DWORD FailureCode() noexcept {
   const DWORD error = ::GetLastError();
   return error == ERROR_SUCCESS ? ERROR_GEN_FAILURE : error;
 }
 
-/* What `openFor` opens for reading, or `open` with whatever access it takes where this system or
- * the cluster's is older than the other. */
+// What `openFor` opens for reading, or `open` with whatever access it takes where this system or
+// the cluster's is older than the other.
 template <typename OpenFor, typename Open, typename... Arguments>
 auto OpenForReading(OpenFor& openFor, Open& open, Arguments... arguments) noexcept {
   if (openFor.Get()) {
@@ -84,7 +84,7 @@ auto OpenForReading(OpenFor& openFor, Open& open, Arguments... arguments) noexce
   return open(arguments...);
 }
 
-/* Appends what `next(index, buffer, size)` names until it answers that there is no more. */
+// Appends what `next(index, buffer, size)` names until it answers that there is no more.
 template <typename Next>
 DWORD CollectNames(std::vector<std::wstring>& names, Next next) {
   for (DWORD index = 0;; ++index) {
@@ -97,7 +97,7 @@ DWORD CollectNames(std::vector<std::wstring>& names, Next next) {
   }
 }
 
-/* What a control code without input answers, in bytes. */
+// What a control code without input answers, in bytes.
 DWORD Ask(HRESOURCE resource, DWORD code, std::vector<std::byte>& answer) {
   return ReadGrowing(answer, [&](std::byte* buffer, DWORD* size) {
     const DWORD room = *size;
@@ -119,7 +119,7 @@ bool AreFound(std::initializer_list<PrivateText> texts) {
   return std::ranges::none_of(texts, [](const PrivateText& each) { return each.text->empty(); });
 }
 
-/* Fills those that are still empty from the list of properties that the control code answers. */
+// Fills those that are still empty from the list of properties that the control code answers.
 DWORD AddTexts(HRESOURCE resource, DWORD code, std::initializer_list<PrivateText> texts) {
   std::vector<std::byte> list;
   DWORD status = Ask(resource, code, list);

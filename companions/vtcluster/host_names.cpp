@@ -9,7 +9,7 @@ using vtclass::WideView;
 
 namespace {
 
-/* Clusters write a scope as a number or as an interface's name, which means nothing elsewhere. */
+// Clusters write a scope as a number or as an interface's name, which means nothing elsewhere.
 std::optional<vtclass::vtsocket::AddressValue> AddressIn(WideView text) {
   return vtclass::vtsocket::ParseAddress(text.substr(0, text.find('%')));
 }

@@ -9,7 +9,7 @@
 namespace vtcluster {
 namespace {
 
-/* Empty where the system has no such name. */
+// Empty where the system has no such name.
 std::wstring NameOfThisMachine(COMPUTER_NAME_FORMAT format) {
   std::wstring name;
   ReadText(name, [format](wchar_t* buffer, DWORD* size) {

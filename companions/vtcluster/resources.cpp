@@ -10,12 +10,12 @@ namespace {
 struct Type {
   const wchar_t* name;
   Resource::Kind kind;
-  const wchar_t* property; /* the private property that matters; null: none */
+  const wchar_t* property;  // the private property that matters; null: none
 };
 
 constexpr unsigned kAnyKind = ~0U;
 
-/* The names of resource types are the same in every language of the system. */
+// The names of resource types are the same in every language of the system.
 constexpr Type kTypes[] = {
     {L"Network Name", Resource::networkName, nullptr},
     {L"Distributed Network Name", Resource::networkName, nullptr},
@@ -35,7 +35,7 @@ const Type* FindType(const std::wstring& name) {
   return nullptr;
 }
 
-/* One without any name would be found by none, and count as no virtual server. */
+// One without any name would be found by none, and count as no virtual server.
 DWORD ReadNames(HRESOURCE handle, Resource& resource) {
   const DWORD status =
       ReadPrivateTexts(handle, {{L"Name", &resource.netName}, {L"DnsName", &resource.dnsName}});
@@ -43,7 +43,7 @@ DWORD ReadNames(HRESOURCE handle, Resource& resource) {
   return status == ERROR_SUCCESS && !isNamed ? ERROR_INVALID_DATA : status;
 }
 
-/* An application without a network name of its own is found by its group. */
+// An application without a network name of its own is found by its group.
 DWORD ReadApplicationsName(HRESOURCE handle, Resource& resource) {
   const DWORD status = NetworkNameOf(handle, resource.netName);
   return status == ERROR_DEPENDENCY_NOT_FOUND ? ERROR_SUCCESS : status;
@@ -66,7 +66,7 @@ DWORD ReadDetails(HRESOURCE handle, const Type& type, const Wanted& wanted, Reso
   return StateOf(handle, resource.state, resource.node, resource.group);
 }
 
-/* `kinds` becomes what the resource may be, as far as it is known. */
+// `kinds` becomes what the resource may be, as far as it is known.
 DWORD AddResource(HCLUSTER cluster, const std::wstring& name, const Wanted& wanted,
                   std::vector<Resource>& all, unsigned& kinds) {
   kinds = kAnyKind;
@@ -86,8 +86,8 @@ DWORD AddResource(HCLUSTER cluster, const std::wstring& name, const Wanted& want
   return status;
 }
 
-/* The resource has been deleted since its name was read. A cluster that answers of an open resource
- * that it is not available has perhaps only lost sight of it. */
+// The resource has been deleted since its name was read. A cluster that answers of an open resource
+// that it is not available has perhaps only lost sight of it.
 bool IsGone(HCLUSTER cluster, const std::wstring& name, DWORD status) {
   if (status == ERROR_RESOURCE_NOT_AVAILABLE) {
     OwnedResource handle;

@@ -87,18 +87,18 @@ class WindowsCluster : public Cluster {
     return wanted;
   }
 
-  /* Nothing needs to be read: the answer is "no". */
+  // Nothing needs to be read: the answer is "no".
   bool IsNodeOrUnopened(const std::wstring& server) {
     error = ERROR_SUCCESS;
     return !handle || NamesThisNode(server);
   }
 
-  /* What the cluster holds now; nothing when it is not open. */
+  // What the cluster holds now; nothing when it is not open.
   Resources Read(const Wanted& wanted) const {
     return handle ? ReadResources(handle.Get(), wanted) : Resources();
   }
 
-  /* A "no" that rests on a part of the cluster is none. */
+  // A "no" that rests on a part of the cluster is none.
   bool Give(const Resources& resources, const std::wstring& answer, std::wstring& out) {
     error = answer.empty() ? resources.status : ERROR_SUCCESS;
     if (!answer.empty()) out = answer;
@@ -123,7 +123,7 @@ class WindowsCluster : public Cluster {
 
   std::wstring name;
   OwnedCluster handle;
-  DWORD error = ERROR_SUCCESS; /* of the last question */
+  DWORD error = ERROR_SUCCESS;  // of the last question
 };
 
 }  // namespace

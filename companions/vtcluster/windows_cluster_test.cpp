@@ -19,11 +19,9 @@ using vtclass::test::TwoNodes;
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
 
-/*
- * What the cluster of a server answers about it: its node and its virtual name, the active node and
- * the virtual name of the product, the states of SQL Server and Exchange. "-" is no, "own" stands
- * behind a state where the flag says so, and "?" behind what is not to be told.
- */
+// What the cluster of a server answers about it: its node and its virtual name, the active node and
+// the virtual name of the product, the states of SQL Server and Exchange. "-" is no, "own" stands
+// behind a state where the flag says so, and "?" behind what is not to be told.
 std::wstring Answers(const std::wstring& server) {
   const auto cluster = Cluster::GetInstance(server.c_str());
   if (!cluster->Open()) return L"closed";
@@ -56,7 +54,7 @@ BOOL WINAPI CorpExample(COMPUTER_NAME_FORMAT format, LPWSTR text, DWORD* size) {
   return TRUE;
 }
 
-/* Answers() of a node that knows itself and its domain. */
+// Answers() of a node that knows itself and its domain.
 std::wstring AnswersInCorp(const std::wstring& server) {
   const ImportHook<decltype(::GetComputerNameExW)> names(
       "KERNEL32.dll", "GetComputerNameExW", &CorpExample, ::GetModuleHandleW(L"vtcluster.dll"));
@@ -84,7 +82,7 @@ TEST(WindowsCluster, NoCluster_EveryAnswerIsNo) {
 
 TEST(WindowsCluster, Open_FindsTheClusterByItsMembers) {
   FakeCluster fake(TwoNodes());
-  fake.table.groups[L"SQL"] = std::wstring(2000, L'n'); /* outgrows the first buffers */
+  fake.table.groups[L"SQL"] = std::wstring(2000, L'n');  // outgrows the first buffers
   for (const wchar_t* name : {static_cast<const wchar_t*>(nullptr), L"nodeb", L"\\\\SQLV"}) {
     const auto cluster = Cluster::GetInstance(name);
     EXPECT_TRUE(cluster->Open() && cluster->Open());
@@ -178,7 +176,7 @@ TEST(WindowsCluster, SeveralApplications_TheBestStateCounts) {
   EXPECT_EQ(sql(), Cluster::running);
 }
 
-/* A resource that cannot be read, by what fails of it, and the answers about servers then. */
+// A resource that cannot be read, by what fails of it, and the answers about servers then.
 struct UnreadableRow {
   const wchar_t* resource;
   DWORD FakeResource::* error;
@@ -239,7 +237,7 @@ TEST(WindowsCluster, Open_AsksForNoMoreThanReading) {
   EXPECT_EQ(Answers(L"SQLV"), L"NODEA SQLV NODEB VTBACKUP 0 2");
 }
 
-/* A large cluster is listed once a question, with three calls at most for what does not matter. */
+// A large cluster is listed once a question, with three calls at most for what does not matter.
 TEST(WindowsCluster, ManyResources_AreReadOnce) {
   FakeCluster fake(TwoNodes());
   const long disks = 200;

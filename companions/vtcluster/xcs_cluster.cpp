@@ -30,7 +30,7 @@ class OpenedXcsCluster : public XCSCluster {
 
  private:
   OwnedCluster handle;
-  DWORD error = ERROR_SUCCESS; /* of the last question */
+  DWORD error = ERROR_SUCCESS;  // of the last question
 };
 
 }  // namespace

@@ -23,7 +23,7 @@ std::string Narrow(const std::wstring& text) {
   return narrow;
 }
 
-/* The printed form of the address; empty for a text that is none. The narrow reader must agree. */
+// The printed form of the address; empty for a text that is none. The narrow reader must agree.
 std::wstring Printed(const std::wstring& text) {
   std::wstring printed;
   try {
@@ -35,7 +35,7 @@ std::wstring Printed(const std::wstring& text) {
   return printed;
 }
 
-/* The words of a table. */
+// The words of a table.
 std::vector<std::wstring> Words(const wchar_t* table) {
   std::wistringstream stream(table);
   return {std::istream_iterator<std::wstring, wchar_t>(stream), {}};
@@ -69,7 +69,7 @@ TEST(VTIPAddress, OtherTexts_AreRefused) {
   EXPECT_FALSE(VTIPAddress::IsIPAddress(nullptr));
 }
 
-/* Letters for what an address is: loopback, link-local, ISATAP, multicast, compatible, mapped. */
+// Letters for what an address is: loopback, link-local, ISATAP, multicast, compatible, mapped.
 std::wstring Kinds(const VTIPAddress& address) {
   const bool is[] = {address.IsLoopback(),  address.IsLinkLocal(),    address.IsISATAP(),
                      address.IsMulticast(), address.IsV4Compatible(), address.IsV4Mapped()};
@@ -121,7 +121,7 @@ TEST(VTIPAddress, Equality_ComparesBitsAndFamilyOnly) {
 std::mt19937 random{20010};
 unsigned Pick(unsigned below) { return random() % below; }
 
-/* A text that is an address, or nearly. */
+// A text that is an address, or nearly.
 std::wstring Nearly() {
   unsigned char bytes[16];
   const unsigned zeros = Pick(16);
@@ -139,7 +139,7 @@ std::wstring Nearly() {
   return text;
 }
 
-/* What the system says of the text: its own printed form, or nothing. */
+// What the system says of the text: its own printed form, or nothing.
 std::wstring PrintedBySystem(const std::wstring& text) {
   in6_addr address{};
   wchar_t printed[64];

@@ -6,7 +6,7 @@
 namespace vtclass::vtsocket {
 namespace {
 
-/* The digit's value, or 16 and more for any other unit. */
+// The digit's value, or 16 and more for any other unit.
 template <typename Unit>
 constexpr unsigned HexDigit(Unit unit) {
   const unsigned code = static_cast<std::make_unsigned_t<Unit>>(unit);
@@ -22,7 +22,7 @@ bool TakeDot(const Unit*& at, const Unit* end) {
   return true;
 }
 
-/* Reads an IPv4 text from the front of [at, end) and moves `at` behind it. */
+// Reads an IPv4 text from the front of [at, end) and moves `at` behind it.
 template <typename Unit>
 bool TakeIPv4(const Unit*& at, const Unit* end, std::uint8_t* bytes) {
   for (int part = 0; part < 4; ++part) {
@@ -41,7 +41,7 @@ bool TakeIPv4(const Unit*& at, const Unit* end, std::uint8_t* bytes) {
   return true;
 }
 
-/* Reads what follows "%", which is the whole rest. */
+// Reads what follows "%", which is the whole rest.
 template <typename Unit>
 bool TakeScope(const Unit* at, const Unit* end, std::uint32_t& scope) {
   if (at == end) return false;
@@ -56,7 +56,7 @@ bool TakeScope(const Unit* at, const Unit* end, std::uint32_t& scope) {
   return true;
 }
 
-/* Collects the bytes of the groups, and where "::" stood among them. */
+// Collects the bytes of the groups, and where "::" stood among them.
 class Groups {
  public:
   bool Add(unsigned group) {
@@ -79,7 +79,7 @@ class Groups {
     return true;
   }
 
-  /* Puts the gap's zeros in place: what stands behind the gap moves to the end. */
+  // Puts the gap's zeros in place: what stands behind the gap moves to the end.
   bool Finish(std::array<std::uint8_t, 16>& result) {
     if (gap > used) {
       result = bytes;
@@ -102,7 +102,7 @@ class Groups {
 
 enum class Taken { nothing, group, ipv4 };
 
-/* Reads one group, or the IPv4 text that may stand in place of the last two. */
+// Reads one group, or the IPv4 text that may stand in place of the last two.
 template <typename Unit>
 Taken TakeGroup(const Unit*& at, const Unit* end, Groups& groups) {
   const Unit* const start = at;
@@ -156,7 +156,7 @@ std::optional<AddressValue> Parse(const Unit* text, std::size_t length) {
   return address;
 }
 
-/* Writes at the end of a text that has room for all that an address can need. */
+// Writes at the end of a text that has room for all that an address can need.
 class Writer {
  public:
   explicit Writer(WideUnit* text) : text(text) {}
@@ -190,7 +190,7 @@ class Writer {
   std::size_t used = 0;
 };
 
-/* True where the groups in front say that the last two are an IPv4 address. */
+// True where the groups in front say that the last two are an IPv4 address.
 bool EndsInIPv4(const AddressValue& address) {
   if (IsISATAP(address) || IsV4Mapped(address)) return true;
   for (std::size_t group = 0; group < 4; ++group)
@@ -205,7 +205,7 @@ struct Run {
   std::size_t length = 1;
 };
 
-/* The first longest run of at least two zero groups among the first `count`. */
+// The first longest run of at least two zero groups among the first `count`.
 Run LongestZeroRun(const AddressValue& address, std::size_t count) {
   Run longest;
   for (std::size_t group = 0; group < count; ++group) {

@@ -11,14 +11,14 @@ namespace {
 
 using namespace vtclass::vtsocket;
 
-/* Whether the resolver answers from its own tables, so that a thread and a limit are not needed. */
+// Whether the resolver answers from its own tables, so that a thread and a limit are not needed.
 bool AsksNobody(const char* node, const addrinfo* hints) {
   if (!node || (hints && (hints->ai_flags & AI_NUMERICHOST))) return true;
   // Resolvers differ in the scope ids that they take as a part of an address.
   return VTIPAddress::IsIPAddress(node) && !std::strchr(node, '%');
 }
 
-/* Begun milliseconds count. The microseconds may be any number, above a million too. */
+// Begun milliseconds count. The microseconds may be any number, above a million too.
 ULONGLONG Milliseconds(const timeval& time) {
   const long long microseconds = time.tv_sec * 1'000'000LL + time.tv_usec;
   return microseconds <= 0 ? 0 : static_cast<ULONGLONG>((microseconds + 999) / 1000);

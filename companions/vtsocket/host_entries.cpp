@@ -17,7 +17,7 @@ using VTSocket::VTAddressEnumerator;
 using VTSocket::VTHostEntries;
 using VTSocket::VTIPAddress;
 
-/* Owns the entries that it walks: they live as long as one of their enumerators. */
+// Owns the entries that it walks: they live as long as one of their enumerators.
 class AddressEnumerator final : public VTAddressEnumerator {
  public:
   AddressEnumerator(RefPointer<VTHostEntries> entries, AddressFamily family)
@@ -56,7 +56,7 @@ class HostEntries : public VTHostEntries {
   }
 };
 
-/* What the resolver answered. */
+// What the resolver answered.
 class ResolvedEntries final : public HostEntries {
  public:
   ~ResolvedEntries() override { FreeAddrInfo(list); }
@@ -67,7 +67,7 @@ class ResolvedEntries final : public HostEntries {
   addrinfo* list = nullptr;
 };
 
-/* The machine's own addresses, as a list of the resolver's form. */
+// The machine's own addresses, as a list of the resolver's form.
 class LocalEntries final : public HostEntries {
  public:
   explicit LocalEntries(const std::vector<AddressValue>& addresses) : entries(addresses.size()) {

@@ -19,11 +19,11 @@ namespace {
 constinit platform::BoundFunction<decltype(::GetAdaptersAddresses)> getAdaptersAddresses(
     L"iphlpapi.dll", "GetAdaptersAddresses", ERROR_PROC_NOT_FOUND);
 
-/* The list lives in a buffer of its own size, which only the system knows. */
+// The list lives in a buffer of its own size, which only the system knows.
 using AdapterList = std::unique_ptr<std::byte[]>;
 
-/* The size that was enough last: each call that finds too little room reads all adapters for
- * nothing. */
+// The size that was enough last: each call that finds too little room reads all adapters for
+// nothing.
 constinit std::atomic<ULONG> lastSize{16 * 1024};
 
 AdapterList ReadAdapters() {

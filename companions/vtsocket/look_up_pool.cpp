@@ -11,13 +11,13 @@
 namespace vtclass::vtsocket {
 namespace {
 
-/* How long a thread waits for the next look-up before it ends. */
+// How long a thread waits for the next look-up before it ends.
 constexpr DWORD kIdleMilliseconds = 2000;
-/* A thread that has not begun by then does not come: its starter was killed. */
+// A thread that has not begun by then does not come: its starter was killed.
 constexpr ULONGLONG kLongestStart = 10'000;
 
-/* What idle threads wait for: one count for each that shall look into the queue. It lives until the
- * DLL is unloaded, because a caller wakes a thread after it has let go of the lock. */
+// What idle threads wait for: one count for each that shall look into the queue. It lives until the
+// DLL is unloaded, because a caller wakes a thread after it has let go of the lock.
 constinit std::atomic<HANDLE> work{nullptr};
 
 HANDLE WorkSemaphore() {
@@ -27,7 +27,7 @@ HANDLE WorkSemaphore() {
   return work.compare_exchange_strong(known, made.Get()) ? made.Release() : known;
 }
 
-/* True when it has come: the pool then knows the look-up no more. */
+// True when it has come: the pool then knows the look-up no more.
 bool WaitForAnswer(const LookUp& lookUp) {
   for (ULONGLONG now; (now = ::GetTickCount64()) < lookUp.deadline;) {
     const auto part = static_cast<DWORD>(std::min<ULONGLONG>(lookUp.deadline - now, INFINITE - 1));

@@ -33,8 +33,8 @@ using vtclass::test::LibraryCopy;
 
 // The resolver that the library finds ---------------------------------------------------------
 
-/* Names that begin with "hang" are answered when `release` is set, those that end with "none" are
- * unknown, every other one has an address. */
+// Names that begin with "hang" are answered when `release` is set, those that end with "none" are
+// unknown, every other one has an address.
 struct Resolver {
   OwnedKernelObject release{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
   std::atomic<int> asked{0}, failed{0}, answered{0}, taken{0}, freed{0};
@@ -78,7 +78,7 @@ void WSAAPI FakeFreeAddrInfo(addrinfo* list) {
 struct Adapters {
   ULONG error = NO_ERROR;
   int calls = 0;
-  /* Address texts; "!" before one that another machine has. */
+  // Address texts; "!" before one that another machine has.
   std::vector<std::wstring> addresses;
 };
 Adapters adapters;
@@ -132,7 +132,7 @@ std::atomic<int> threadsStarted{0}, handlesClosed{0}, blocks{0};
 std::atomic<bool> refuseThreads{false}, refuseMemory{false};
 std::atomic<int> refused{0}, refusedAtOnce{0};
 
-/* A thread that dies at one of its system calls, the first, the second, ... */
+// A thread that dies at one of its system calls, the first, the second, ...
 struct Victim {
   std::atomic<DWORD> thread{0};
   std::atomic<int> callsLeft{0};
@@ -195,16 +195,16 @@ void CountedFree(void* block) {
   free(block);
 }
 
-/* The library's clock; 0: the system's. While it stands still, waits for an answer end at once and
- * their time passes on it. */
+// The library's clock; 0: the system's. While it stands still, waits for an answer end at once and
+// their time passes on it.
 std::atomic<ULONGLONG> stoppedClock{0};
 std::vector<DWORD> waits;
 std::atomic<int> waiting{0};  // callers
-/* How long the library's threads wait for work, and how long they do so here. */
+// How long the library's threads wait for work, and how long they do so here.
 constexpr DWORD kIdle = 2000;
 std::atomic<DWORD> idleHere{20};
 
-/* A caller with this limit reaches it when he is told to: the time passes for all at once. */
+// A caller with this limit reaches it when he is told to: the time passes for all at once.
 constexpr int kGivenUp = 30'000;
 std::atomic<ULONGLONG> passed{0};
 HANDLE giveUp;
@@ -237,7 +237,7 @@ timeval Limit(int milliseconds) { return {0, milliseconds * 1000}; }
 constexpr int kLong = 2'000'000;
 constexpr int kEnough = 10'000;  // not long enough to be given up
 
-/* What stands between a library and the system. */
+// What stands between a library and the system.
 struct Hooks {
   explicit Hooks(HMODULE library) : library(library) {}
 
@@ -260,7 +260,7 @@ struct Hooks {
   ImportHook<decltype(free)> freeHook{"msvcrt.dll", "free", &CountedFree, library};
 };
 
-/* Each test has a library of its own, in which nothing has run. */
+// Each test has a library of its own, in which nothing has run.
 class GetAddrInfoWithTimeOut : public ::testing::Test {
  protected:
   GetAddrInfoWithTimeOut() {
@@ -298,13 +298,13 @@ class GetAddrInfoWithTimeOut : public ::testing::Test {
     for (auto& caller : callers) caller.join();
     callers.clear();
   }
-  /* On a thread of its own; the answer must be this one. */
+  // On a thread of its own; the answer must be this one.
   void Start(const std::string& node, int milliseconds, int expected,
              const char* service = nullptr) {
     callers.emplace_back(
         [=, this] { EXPECT_EQ(Ask(node, Limit(milliseconds), service), expected) << node; });
   }
-  /* Callers of `count` silent names, who all wait. */
+  // Callers of `count` silent names, who all wait.
   void StartSilent(int count, int milliseconds, int expected) {
     const int before = waiting;
     for (int name = 0; name < count; ++name) {
@@ -504,7 +504,7 @@ TEST_F(GetAddrInfoWithTimeOut, FreedLibrary_StaysUntilTheResolverReturns) {
   copy.Load();  // the hooks go first
 }
 
-/* Kills the thread, and takes its stack away as the system does. */
+// Kills the thread, and takes its stack away as the system does.
 void Kill(HANDLE thread, const void* onItsStack) {
   MEMORY_BASIC_INFORMATION stack = {};
   ::VirtualQuery(onItsStack, &stack, sizeof(stack));

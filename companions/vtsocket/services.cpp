@@ -9,7 +9,7 @@ namespace {
 
 using vtclass::vtsocket::AddressValue;
 
-/* An address by which another machine can be reached beyond the own link. */
+// An address by which another machine can be reached beyond the own link.
 bool IsRoutable(const AddressValue& address) {
   return !IsLoopback(address) && !IsLinkLocal(address);
 }

@@ -24,7 +24,7 @@ void ToDebugger(const wchar_t* source, const wchar_t* text) {
   ::OutputDebugStringW(line);
 }
 
-/* False when no sink is installed. */
+// False when no sink is installed.
 bool ToSink(const wchar_t* source, unsigned long level, const wchar_t* text) {
   if (!sinkCall) return false;
   const vtclass::platform::ScopedKillSafeLock hold(lock);

@@ -13,7 +13,7 @@ using platform::OwnedFile;
 
 constexpr std::size_t kMegabyte = 1 << 20;
 
-/* The library's openings, counted; they may fail. */
+// The library's openings, counted; they may fail.
 int openings = 0;
 bool folderIsGone = false;
 std::vector<std::wstring> reports;
@@ -31,12 +31,12 @@ class DebugLogLimits : public DebugLogTest {
  protected:
   DebugLogLimits() { reports.clear(); }
 
-  /* A line of 4,000 bytes in UTF-16, unless told otherwise. */
+  // A line of 4,000 bytes in UTF-16, unless told otherwise.
   static void PrintLine(DebugLog& log, int n, int characters = 2000) {
     const std::wstring tail(static_cast<std::size_t>(characters) - 8, L'-');
     EXPECT_TRUE(log.print(L"%06d%s\n", n, tail.c_str())) << n;
   }
-  /* The numbers of the lines in the rotated files, oldest first, and in the live file. */
+  // The numbers of the lines in the rotated files, oldest first, and in the live file.
   std::vector<int> Numbers() const {
     std::vector<int> numbers;
     for (int n = 1; n <= 10; ++n) {

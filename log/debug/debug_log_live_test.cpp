@@ -15,7 +15,7 @@ using platform::OwnedFile;
 constexpr wchar_t kLevel[] = L"Engine NDMP Debug Level";
 constexpr wchar_t kCount[] = L"MaxDebugFile Count";
 
-/* Something that another thread waits for, not for ever. */
+// Something that another thread waits for, not for ever.
 class Sign {
  public:
   void Give() const { ::SetEvent(event.Get()); }
@@ -25,14 +25,14 @@ class Sign {
   platform::OwnedKernelObject event{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
 };
 
-/* What a test does once on its own thread, right behind the library's reading of one value. */
+// What a test does once on its own thread, right behind the library's reading of one value.
 struct Window {
   const wchar_t* value = nullptr;
   std::function<void()> work;
   DWORD thread = 0;
 } window;
 
-/* What the registry refuses to the library: a value, or with an empty name every key. */
+// What the registry refuses to the library: a value, or with an empty name every key.
 struct Refusal {
   const wchar_t* value = nullptr;
   LSTATUS status = ERROR_SUCCESS;
@@ -60,7 +60,7 @@ LSTATUS WINAPI Query(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type
   return status;
 }
 
-/* A write that does not return before it is told to: a hung disk. */
+// A write that does not return before it is told to: a hung disk.
 struct HungDisk {
   const Sign *reached, *released;
 } hung;
@@ -77,7 +77,7 @@ HANDLE WINAPI CountThread(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, 
   return nullptr;
 }
 
-/* Logs that follow the settings, and another subscriber of theirs. */
+// Logs that follow the settings, and another subscriber of theirs.
 class DebugLogLive : public DebugLogTest {
  protected:
   ~DebugLogLive() override { SettingsMonitor::DestroyInstance(); }
@@ -94,8 +94,8 @@ class DebugLogLive : public DebugLogTest {
     setting->AttachNumber(&OnFence, this);
     return SettingsMonitor::GetInstance()->RegisterSetting(setting.release());
   }
-  /* Every change made before has been told when this returns: the second change of the fence is
-   * found by a later look than the first, which is over by then. */
+  // Every change made before has been told when this returns: the second change of the fence is
+  // found by a later look than the first, which is over by then.
   void Settle() {
     for (int n = 0; n < 2; ++n) {
       Set(L"fence", ++fence);
@@ -106,7 +106,7 @@ class DebugLogLive : public DebugLogTest {
     LogFileFactory factory(messages, 1);
     return std::unique_ptr<DebugLog>(factory.CreateDebugLog(pathValueName, path.c_str()));
   }
-  /* The library reads the value, then `work` runs. */
+  // The library reads the value, then `work` runs.
   static void Behind(const wchar_t* value, std::function<void()> work) {
     window = {value, std::move(work), ::GetCurrentThreadId()};
   }

@@ -28,11 +28,9 @@ constexpr vtclass::WideView kLoggingOff = L"<<<<<<<<<<<< LOGGING OFF >>>>>>>>>>>
 constexpr std::size_t kSwitch = 0;
 constexpr std::size_t kLevel = 1;
 
-/*
- * Reads from the logging key. A value that is missing, or is none of its type, counts as its
- * default, which is stored if that is wanted. One that cannot be read stays what it was: what is
- * stored may well differ from both, and nobody has asked for a change.
- */
+// Reads from the logging key. A value that is missing, or is none of its type, counts as its
+// default, which is stored if that is wanted. One that cannot be read stays what it was: what is
+// stored may well differ from both, and nobody has asked for a change.
 class SettingReader {
  public:
   // A process that may not write the key still follows what others have stored there.
@@ -45,13 +43,13 @@ class SettingReader {
     unopened = key.GetErrorCode();
   }
 
-  /* Until told otherwise none is. */
+  // Until told otherwise none is.
   void StoreDefaults(bool wanted) { storesDefaults = wanted; }
 
-  /* The status of the first value that could not be read. */
+  // The status of the first value that could not be read.
   unsigned long Failure() const { return static_cast<unsigned long>(failure); }
 
-  /* False when the value cannot be read. */
+  // False when the value cannot be read.
   bool Load(const wchar_t* name, unsigned long fallback, unsigned long* value) {
     unsigned long found = fallback;
     if (!key.LoadDWORD(name, found)) {
@@ -221,7 +219,7 @@ int DebugLog::State::SwitchOff() {
   return Close();
 }
 
-/* A value that the monitor watches for the log, and the limit that it sets. */
+// A value that the monitor watches for the log, and the limit that it sets.
 struct DebugLog::State::Followed {
   const wchar_t* name = nullptr;
   Setting::NumberCallback callback = nullptr;

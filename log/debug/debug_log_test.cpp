@@ -49,7 +49,7 @@ TEST_F(DebugLogTest, Print_WritesTheTextInEitherEncoding) {
   }
 }
 
-/* The library's newest memory, with a mark behind it. */
+// The library's newest memory, with a mark behind it.
 constexpr std::string_view kFence = "0123456789abcdef";
 char* fence = nullptr;
 void* FencedMalloc(std::size_t size) {
@@ -84,7 +84,7 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
   }
 }
 
-/* The C run time's formatter, with a fault where it gets a buffer of the log. */
+// The C run time's formatter, with a fault where it gets a buffer of the log.
 int FaultyFormat(wchar_t* out, std::size_t size, const wchar_t* format, va_list arguments) {
   if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
   return _vsnwprintf(out, size, format, arguments);
@@ -280,7 +280,7 @@ TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
   EXPECT_EQ(LinesIn(path).back(), kOff);
 }
 
-/* Prints numbered lines, some of them long. */
+// Prints numbered lines, some of them long.
 void PrintNumbered(DebugLog& log, std::size_t thread, int lines) {
   const std::wstring tail(600, L'-');
   for (int n = 0; n < lines; ++n) {

@@ -6,7 +6,7 @@
 namespace vtclass::test {
 namespace {
 
-/* 256, 384, ... : the first of them that is at least `needed`. */
+// 256, 384, ... : the first of them that is at least `needed`.
 std::size_t Grown(std::size_t needed) { return needed <= 256 ? 256 : (needed + 127) / 128 * 128; }
 
 // The capacities that growing step by step would reach, without its copying.

@@ -11,7 +11,7 @@ struct Row {
   const wchar_t* text;
 };
 
-/* Made at the first call: the addresses of what another module exports are no constants. */
+// Made at the first call: the addresses of what another module exports are no constants.
 const auto& Rows() {
   static const Row rows[] = {
 // NOLINTNEXTLINE(bugprone-macro-parentheses): names and literals

@@ -12,7 +12,7 @@ namespace {
 constexpr DWORD kLongestRun = 60000;
 constexpr UINT kKilled = 99;
 
-/* One word of a command line, as the C run time and CommandLineToArgvW take it apart again. */
+// One word of a command line, as the C run time and CommandLineToArgvW take it apart again.
 std::wstring Quoted(const std::wstring& word) {
   std::wstring text = L"\"";
   size_t backslashes = 0;

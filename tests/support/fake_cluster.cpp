@@ -14,10 +14,10 @@
 namespace vtclass::test {
 namespace {
 
-/* Behind every handle that the fake gives out. */
+// Behind every handle that the fake gives out.
 struct Handle {
   const FakeResource* resource = nullptr;
-  std::vector<std::wstring> names; /* of a walk */
+  std::vector<std::wstring> names;  // of a walk
 };
 
 const FakeCluster* current = nullptr;
@@ -53,7 +53,7 @@ bool Succeeds(DWORD status) {
   return status == ERROR_SUCCESS;
 }
 
-/* `size` counts characters: the room before, the length without the terminator after the call. */
+// `size` counts characters: the room before, the length without the terminator after the call.
 DWORD CopyText(const std::wstring& text, wchar_t* buffer, DWORD* size) {
   const DWORD room = std::exchange(*size, static_cast<DWORD>(text.size()));
   if (room <= text.size() || current->table.neverFits) return ERROR_MORE_DATA;
@@ -151,8 +151,8 @@ BOOL WINAPI FakeGetClusterResourceNetworkName(HRESOURCE resource, LPWSTR name, D
   return Succeeds(CopyText(properties.at(L"Name"), name, size));
 }
 
-/* A list of properties is their address, and long. The real one has another form, which only
- * ResUtilFindSzProperty reads. */
+// A list of properties is their address, and long. The real one has another form, which only
+// ResUtilFindSzProperty reads.
 DWORD WINAPI FakeClusterResourceControl(HRESOURCE resource, HNODE, DWORD code, LPVOID, DWORD,
                                         LPVOID out, DWORD room, DWORD* size) {
   const FakeResource& of = *Find(resource).resource;
@@ -160,7 +160,7 @@ DWORD WINAPI FakeClusterResourceControl(HRESOURCE resource, HNODE, DWORD code, L
   if (const DWORD error = isType ? of.typeError : of.factsError) return error;
   const auto* const list =
       code == CLUSCTL_RESOURCE_GET_RO_PRIVATE_PROPERTIES ? &of.readOnlyProperties : &of.properties;
-  if (!isType && list->empty()) return ERROR_INVALID_FUNCTION; /* some types know no such code */
+  if (!isType && list->empty()) return ERROR_INVALID_FUNCTION;  // some types know no such code
   *size = isType ? static_cast<DWORD>((of.type.size() + 1) * sizeof(wchar_t)) : 1500;
   if (room < *size || current->table.neverFits) return ERROR_MORE_DATA;
   if (isType) {
@@ -191,7 +191,7 @@ BOOL WINAPI FakeClusterGetVolumePathName(LPCWSTR path, LPWSTR volume, DWORD room
   return Succeeds(CopyText(current->table.sharedVolume, volume, &room));
 }
 
-/* One function of the system with the fake behind it. Each call but those that close may fail. */
+// One function of the system with the fake behind it. Each call but those that close may fail.
 template <typename Function, Function* fake>
 struct Entry;
 
@@ -208,7 +208,7 @@ struct Entry<Result WINAPI(Arguments...), fake> {
 };
 
 #define FAKE(name, fake) {#name, std::bit_cast<FARPROC>(&Entry<decltype(::name), &(fake)>::Call)}
-/* The same for one that not every SDK declares. */
+// The same for one that not every SDK declares.
 #define FAKE_NEW(name, fake) {#name, std::bit_cast<FARPROC>(&Entry<decltype(fake), &(fake)>::Call)}
 #define FAKE_CLOSE(name, fake) \
   {#name, std::bit_cast<FARPROC>(static_cast<decltype(&::name)>(&(fake)))}

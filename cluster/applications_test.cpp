@@ -159,7 +159,8 @@ TEST_F(Applications, Sql_ServiceAndCluster) {
   named.reset();
   sql.Start();
   EXPECT_EQ(Sql(L"\\\\" + node), "runs");
-  EXPECT_FALSE(ServerIsRunningSQL(L"", nullptr) || ServerIsRunningSQL(nullptr, nullptr));
+  EXPECT_FALSE(ServerIsRunningSQL(L"", nullptr));
+  EXPECT_FALSE(ServerIsRunningSQL(nullptr, nullptr));
 
   FakeCluster fake(table);
   EXPECT_EQ(Sql(L"\\\\sqlv"), "clustered");

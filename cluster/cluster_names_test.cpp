@@ -46,7 +46,8 @@ TEST(ClusterNames, WithoutACluster_FallBack) {
   DWORD size = _countof(computer);
   ASSERT_TRUE(::GetComputerNameW(computer, &size));
   ::SetLastError(kStale);
-  EXPECT_FALSE(IsVtClustered() || ServerIsRunningXCSCluster());
+  EXPECT_FALSE(IsVtClustered());
+  EXPECT_FALSE(ServerIsRunningXCSCluster());
   EXPECT_EQ(::GetLastError(), 0u);
   ExpectAnswers({{&GetVtActiveNodeName, nullptr, std::wstring(L"no ") + computer},
                  {&GetVtActiveNodeName, L"SRV", L"no SRV"},

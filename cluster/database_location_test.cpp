@@ -142,7 +142,8 @@ TEST_F(DatabaseLocation, UnreadableCluster_IsNoLocalServer) {
 }
 
 BOOL WINAPI LongHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {
-  EXPECT_TRUE(format == ComputerNamePhysicalDnsHostname && *size == 64);
+  EXPECT_EQ(format, ComputerNamePhysicalDnsHostname);
+  EXPECT_EQ(*size, 64u);
   ::SetLastError(ERROR_MORE_DATA);
   return FALSE;
 }

@@ -87,7 +87,8 @@ TEST_F(ConfigurationTest, Open_Modes_MakeAMissingKeyOrDoNot) {
     EXPECT_FALSE(KeyExists(L"Software\\A"));
   }
   const std::wstring longName = kKey + L"\\"s + std::wstring(255, L'k');
-  EXPECT_TRUE(settings.Open(longName.c_str(), L"", kReadWrite) && KeyExists(longName));
+  EXPECT_TRUE(settings.Open(longName.c_str(), L"", kReadWrite));
+  EXPECT_TRUE(KeyExists(longName));
   EXPECT_TRUE(settings.Open(Configuration::openOrCreateSecure, L"Software\\S", nullptr, 3));
 }
 
@@ -114,7 +115,8 @@ TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
   }
   settings.Close();
   const HandleCounter handles;
-  EXPECT_TRUE(!settings.Open(Configuration::openExisting, kKey, name, 1) && handles.Open() == 1);
+  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, name, 1));
+  EXPECT_EQ(handles.Open(), 1);
   // On this computer whatever is connected, and without ending the connection.
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
   EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, false, nullptr));
@@ -165,7 +167,8 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_CreatesNothingAndTellsWhatItFo
     EXPECT_EQ(keys.isValid(), row.status == 0);
   }
   firstLook = 0;
-  EXPECT_TRUE(created == 0 && !KeyExists(L"Software\\A"));
+  EXPECT_EQ(created, 0);
+  EXPECT_FALSE(KeyExists(L"Software\\A"));
 }
 
 TEST_F(ConfigurationTest, OpenEx_FailedCreation_HasNoDisposition) {
@@ -217,7 +220,8 @@ TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
   MakeKey(kKey + L"\\"s + longName);
   MakeKey(kKey + L"\\x"s);
   Texts names = {L"before"};
-  EXPECT_FALSE(other.Enum(L"Software\\Missing", names) || other.GetErrorCode());
+  EXPECT_FALSE(other.Enum(L"Software\\Missing", names));
+  EXPECT_FALSE(other.GetErrorCode());
   for (long n = 1; names.size() == 1; ++n) {
     Allocations allocations;
     allocations.FailAt(n);
@@ -244,7 +248,8 @@ TEST_F(ConfigurationValues, WholeKey_PassesTheSystemsStatusOn) {
   MakeKey(kKey + L"\\C\\D"s);
   SetBackupPrivilege(false);  // a pass before this one has enabled it
   EXPECT_EQ(Result(settings.DeleteSubkey(L"C")), Status(ERROR_ACCESS_DENIED)) << "has subkeys";
-  EXPECT_TRUE(settings.DeleteSubkey(L"C\\D") && settings.DeleteSubkey(L"C"));
+  EXPECT_TRUE(settings.DeleteSubkey(L"C\\D"));
+  EXPECT_TRUE(settings.DeleteSubkey(L"C"));
   EXPECT_EQ(Result(settings.RestoreKey(L"file")), Status(ERROR_PRIVILEGE_NOT_HELD));
   EXPECT_EQ(Result(settings.RestoreKey(L"")), Status(ERROR_INVALID_PARAMETER));
   EXPECT_EQ(Result(settings.SaveKey((folder / L"a").c_str())), Status(ERROR_PRIVILEGE_NOT_HELD));
@@ -270,23 +275,30 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   unsigned long number = 0;
   wcstring text;
   Put(REG_SZ, Bytes(L"text"));
-  EXPECT_TRUE(settings.Load(L"v", number, 7) && settings.Load(L"t", text, L"def"));
+  EXPECT_TRUE(settings.Load(L"v", number, 7));
+  EXPECT_TRUE(settings.Load(L"t", text, L"def"));
   EXPECT_EQ(settings.GetErrorCode(), ERROR_FILE_NOT_FOUND) << "a success resets no status";
-  EXPECT_TRUE(settings.Load(L"v", number, 8) && number == 7);
-  EXPECT_TRUE(settings.Load(L"t", text, L"other") && text == L"def");
+  EXPECT_TRUE(settings.Load(L"v", number, 8));
+  EXPECT_EQ(number, 7u);
+  EXPECT_TRUE(settings.Load(L"t", text, L"other"));
+  EXPECT_EQ(text, L"def");
   // The name, then the default, lies in the text that is filled.
   text = wcstring(L"inside");
-  EXPECT_TRUE(settings.Load(text.c_str(), text, L"def") && text == L"def");
+  EXPECT_TRUE(settings.Load(text.c_str(), text, L"def"));
+  EXPECT_EQ(text, L"def");
   text = wcstring(L"its default");
-  EXPECT_TRUE(settings.Load(L"d", text, text.c_str() + 4) && text == L"default");
+  EXPECT_TRUE(settings.Load(L"d", text, text.c_str() + 4));
+  EXPECT_EQ(text, L"default");
   for (const auto& [name, stored] : {std::pair(L"inside", L"def"), {L"d", L"default"}}) {
     wcstring read;
-    EXPECT_TRUE(settings.Load(name, read) && read == stored) << name;
+    EXPECT_TRUE(settings.Load(name, read)) << name;
+    EXPECT_EQ(read, stored) << name;
   }
   ASSERT_TRUE(settings.Open(kKey, nullptr, Configuration::accessRead));
   EXPECT_EQ(Result(settings.Load(L"absent", number, 9)), Status(ERROR_ACCESS_DENIED));
   EXPECT_EQ(Result(settings.Load(L"absent", text, L"x")), Status(ERROR_ACCESS_DENIED));
-  EXPECT_TRUE(number == 9 && text == L"x");
+  EXPECT_EQ(number, 9u);
+  EXPECT_EQ(text, L"x");
 }
 
 LSTATUS unreadable;
@@ -302,7 +314,8 @@ TEST_F(ConfigurationValues, Load_FailsForAnotherReason_GivesTheDefaultAndWritesN
     wcstring text;
     EXPECT_EQ(Result(settings.Load(L"v", number, 7)), Status(status));
     EXPECT_EQ(Result(settings.Load(L"v", text, L"x")), Status(status));
-    EXPECT_TRUE(number == 7 && text == L"x");
+    EXPECT_EQ(number, 7u);
+    EXPECT_EQ(text, L"x");
     EXPECT_EQ(StoredValue(kKey, L"v"), "\1\2\3\4");
   };
   for (const LSTATUS status : {ERROR_ACCESS_DENIED, ERROR_NOT_ENOUGH_MEMORY, ERROR_KEY_DELETED,
@@ -346,7 +359,8 @@ TEST_F(ConfigurationValues, Load_AnyStoredBytes_ByTypeFirst) {
     EXPECT_EQ(Result(settings.Load(L"v", text)), Status(row.isText ? 0 : -1)) << row.data;
     EXPECT_EQ(Result(settings.Load(L"v", items)), Status(row.isText ? 0 : -1)) << row.data;
     EXPECT_EQ(Result(settings.LoadDWORD(L"v", number)), Status(row.isNumber ? 0 : -1)) << row.data;
-    EXPECT_TRUE(text == row.text && items == row.items) << row.data;
+    EXPECT_EQ(text, row.text) << row.data;
+    EXPECT_EQ(items, row.items) << row.data;
     EXPECT_EQ(number, row.isNumber ? 0x04030201u : 99u);
   }
 }
@@ -364,7 +378,8 @@ TEST_F(ConfigurationValues, LoadText_ValueGrowsBetweenTheQueries_IsReadAgainButN
   wcstring text;
   Put(REG_SZ, std::string(stored = 3000, 'x'));
   storedLimit = 12000;
-  EXPECT_TRUE(settings.Load(L"v", text) && text.size() == 12000 / 2 - 1);
+  EXPECT_TRUE(settings.Load(L"v", text));
+  EXPECT_EQ(text.size(), 12000u / 2 - 1);
   storedLimit = SIZE_MAX;
   EXPECT_EQ(Result(settings.Load(L"v", text)), Status(ERROR_MORE_DATA));
 }
@@ -376,12 +391,16 @@ TEST_F(ConfigurationValues, LoadData_TellsLengthsAndRefusesOtherTypes) {
   Put(REG_BINARY, "12345");
   EXPECT_EQ(Result(settings.Load(L"v", room, &size)), Status(ERROR_MORE_DATA));
   EXPECT_EQ(Result(settings.LoadRaw(L"v", room, 4, 0)), Status(ERROR_MORE_DATA));
-  EXPECT_TRUE(settings.Load(L"v", nullptr, &size) && size == 5);
+  EXPECT_TRUE(settings.Load(L"v", nullptr, &size));
+  EXPECT_EQ(size, 5u);
   EXPECT_EQ(Result(settings.Load(L"v", room, nullptr)), Status(ERROR_INVALID_PARAMETER));
   EXPECT_EQ(Result(settings.Save(L"v", nullptr, 2)), Status(ERROR_INVALID_PARAMETER));
-  EXPECT_TRUE(settings.Save(L"v", room, 0) && settings.GetDataSize(L"v", &size, &type));
-  EXPECT_TRUE(size == 0 && type == REG_BINARY);
-  ASSERT_TRUE(settings.SaveRaw(L"v", room, 4, 77) && settings.LoadRaw(L"v", room, 4, REG_SZ));
+  EXPECT_TRUE(settings.Save(L"v", room, 0));
+  EXPECT_TRUE(settings.GetDataSize(L"v", &size, &type));
+  EXPECT_EQ(size, 0u);
+  EXPECT_EQ(type, static_cast<unsigned long>(REG_BINARY));
+  ASSERT_TRUE(settings.SaveRaw(L"v", room, 4, 77));
+  ASSERT_TRUE(settings.LoadRaw(L"v", room, 4, REG_SZ));
   for (size = 3; size < 5; ++size) EXPECT_EQ(Result(settings.Load(L"v", room, &size)), Status(-1));
 }
 
@@ -392,14 +411,19 @@ TEST_F(ConfigurationValues, Save_AnyNameAndLength_ComesBack) {
     wcstring text;
     Texts items = {saved, L"", L"b"};
     EXPECT_TRUE(settings.Save(name.c_str(), saved, REG_EXPAND_SZ));
-    EXPECT_TRUE(settings.Load(name.c_str(), text) && text == saved) << units;
-    EXPECT_TRUE(settings.Save(name.c_str(), items) && settings.Load(name.c_str(), items));
+    EXPECT_TRUE(settings.Load(name.c_str(), text)) << units;
+    EXPECT_EQ(text, saved) << units;
+    EXPECT_TRUE(settings.Save(name.c_str(), items));
+    EXPECT_TRUE(settings.Load(name.c_str(), items));
     EXPECT_EQ(items.back(), L"b");
     EXPECT_EQ(items.size(), units == 0 ? 2u : 3u);
-    EXPECT_TRUE(settings.DeleteValue(name.c_str()) && !settings.DeleteValue(name.c_str()));
+    EXPECT_TRUE(settings.DeleteValue(name.c_str()));
+    EXPECT_FALSE(settings.DeleteValue(name.c_str()));
   }
   Texts none;
-  EXPECT_TRUE(settings.Save(nullptr, none) && settings.Load(nullptr, none) && none.empty());
+  EXPECT_TRUE(settings.Save(nullptr, none));
+  EXPECT_TRUE(settings.Load(nullptr, none));
+  EXPECT_TRUE(none.empty());
   EXPECT_EQ(StoredValue(kKey, L""), "\0\0"s);
 }
 

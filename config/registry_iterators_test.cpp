@@ -29,8 +29,12 @@ TEST_F(RegistryIterators, MissingKey_IsInvalidAndLeavesNoTrace) {
   CRegistryKeysIterator keys(kKey, HKEY_LOCAL_MACHINE, 0);
   CRegistryValuesIterator values(kKey, HKEY_LOCAL_MACHINE, 0);
   EXPECT_EQ(keys.GetKey(), HKEY_LOCAL_MACHINE);
-  EXPECT_FALSE(keys.isValid() || keys.Next() || values.isValid() || values.Next());
-  EXPECT_FALSE(values.GetValueOf(L"v", room) || values.getData());
+  EXPECT_FALSE(keys.isValid());
+  EXPECT_FALSE(keys.Next());
+  EXPECT_FALSE(values.isValid());
+  EXPECT_FALSE(values.Next());
+  EXPECT_FALSE(values.GetValueOf(L"v", room));
+  EXPECT_FALSE(values.getData());
   EXPECT_FALSE(KeyExists(L"Software"));
 }
 
@@ -76,11 +80,14 @@ TEST_F(RegistryIterators, GetValueOf_OffersTheLengthLastMet) {
   EXPECT_EQ(values.GetValueOf(L"a", room), 0) << "nothing met, no room";
   EXPECT_EQ(values.GetValueOf(L"a", room), 1);
   EXPECT_EQ(values.GetValueOf(L"b", room), 0);
-  EXPECT_TRUE(values.getDataSize() == 60000 && values.getType() == REG_BINARY);
-  EXPECT_TRUE(values.getData(items) && items.size() == 1) << "reads no further than its buffer";
+  EXPECT_EQ(values.getDataSize(), 60000u);
+  EXPECT_EQ(values.getType(), static_cast<unsigned long>(REG_BINARY));
+  EXPECT_TRUE(values.getData(items)) << "reads no further than its buffer";
+  EXPECT_EQ(items.size(), 1u) << "reads no further than its buffer";
   EXPECT_EQ(values.GetValueOf(L"b", room), 1);
-  EXPECT_FALSE(values.GetValueOf(L"", room) || values.GetValueOf(nullptr, room) ||
-               values.GetValueOf(L"b", nullptr));
+  EXPECT_FALSE(values.GetValueOf(L"", room));
+  EXPECT_FALSE(values.GetValueOf(nullptr, room));
+  EXPECT_FALSE(values.GetValueOf(L"b", nullptr));
 }
 
 TEST_F(RegistryIterators, FailingConstruction_IsInvalidAndClosesItsKey) {
@@ -97,7 +104,8 @@ TEST_F(RegistryIterators, FailingConstruction_IsInvalidAndClosesItsKey) {
     EXPECT_EQ(keys.isValid(), n > 1);
     EXPECT_EQ(keys.GetKey() == HKEY_LOCAL_MACHINE, n <= 1);
     EXPECT_EQ(values.isValid(), n == 1);
-    EXPECT_FALSE(keys.First() || values.First());
+    EXPECT_FALSE(keys.First());
+    EXPECT_FALSE(values.First());
     EXPECT_EQ(handles.Open(), n > 0 ? 1 : 2) << "only a failed query leaves the key open";
   }
   EXPECT_EQ(handles.Opened(), 8);

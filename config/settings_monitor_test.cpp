@@ -545,16 +545,20 @@ TEST_F(SettingsMonitorTest, Setting_ReadsWritesAndKeepsItsRange) {
     unsigned long value = 9;
     EXPECT_FALSE(setting.HasValue());
     EXPECT_EQ(setting.WriteNumber(row.accepted), S_OK);
-    EXPECT_TRUE(setting.WriteNumber(row.refused) == E_FAIL && setting.WriteText(L"1") == E_FAIL);
-    EXPECT_TRUE(setting.GetNumber(value) == S_OK && value == row.accepted);
+    EXPECT_EQ(setting.WriteNumber(row.refused), E_FAIL);
+    EXPECT_EQ(setting.WriteText(L"1"), E_FAIL);
+    EXPECT_EQ(setting.GetNumber(value), S_OK);
+    EXPECT_EQ(value, row.accepted);
     Put(L"Software\\New", L"v", row.refused);
     EXPECT_EQ(setting.Read(), S_OK) << "reading asks for no range";
-    EXPECT_TRUE(setting.GetNumber(value) == S_OK && value == row.refused);
+    EXPECT_EQ(setting.GetNumber(value), S_OK);
+    EXPECT_EQ(value, row.refused);
   }
   Setting missing(HKEY_LOCAL_MACHINE, L"Software\\Missing", L"v", Setting::dwordKind);
   EXPECT_EQ(missing.Read(), static_cast<long>(0x80070002));
   Setting text(HKEY_LOCAL_MACHINE, L"Software\\New", L"v", Setting::stringKind);
-  EXPECT_TRUE(text.Read() == E_FAIL && text.WriteText(L"a") == S_OK);
+  EXPECT_EQ(text.Read(), E_FAIL);
+  EXPECT_EQ(text.WriteText(L"a"), S_OK);
   EXPECT_EQ(StoredValue(L"Software\\New", L"v"), std::string("a\0\0\0", 4));
   EXPECT_EQ(text.AttachNumber(&Subscriber::OnNumber, nullptr), E_FAIL);
 }

@@ -60,7 +60,8 @@ TEST(Vterrors, Texts_AreCleanLinesOfTheirLanguage_WithTheArgumentsOfTheEnglishOn
       ASSERT_TRUE(english.contains(id)) << id;
       EXPECT_EQ(Conversions(text), Conversions(english.at(id))) << id;
       EXPECT_EQ(text.find_first_of(L"\r\n\t\uFFFD"), std::wstring::npos) << id;
-      EXPECT_TRUE(text.front() != L' ' && text.back() != L' ') << id;
+      EXPECT_NE(text.front(), L' ') << id;
+      EXPECT_NE(text.back(), L' ') << id;
     }
   }
 }

@@ -24,7 +24,8 @@ TEST(CNTSecurity, AdminAndBackupOper_GrantsFullAccessToThemAndNobodyElse) {
   PACL acl = nullptr;
   const auto descriptor = attributes.lpSecurityDescriptor;
   ASSERT_TRUE(::GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted));
-  ASSERT_TRUE(present && acl);
+  ASSERT_TRUE(present);
+  ASSERT_TRUE(acl);
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
   ASSERT_TRUE(::GetSecurityDescriptorControl(descriptor, &control, &revision));

@@ -178,7 +178,8 @@ TEST(cstring, CodePage_AfterEachOperationThatTakesText) {
   }
   cstring one("a", kOwn), two("b", kOther);
   one.swap(two);
-  EXPECT_TRUE(two == "a" && two.GetCodePage() == kOwn) << "the other side";
+  EXPECT_EQ(two, "a") << "the other side";
+  EXPECT_EQ(two.GetCodePage(), kOwn) << "the other side";
 }
 
 TEST(Conversion, TextInTheStringsOwnMemory_IsReadBeforeItIsReplaced) {
@@ -201,7 +202,8 @@ TEST(Conversion, LengthBeyondThePlatforms_ThrowsLengthError) {
     EXPECT_THROW(narrow.assign(L"x", length), std::length_error);
     EXPECT_THROW(narrow.assign(L"x", length, '?'), std::length_error);
   }
-  EXPECT_TRUE(wide == L"before" && narrow == "before");
+  EXPECT_EQ(wide, L"before");
+  EXPECT_EQ(narrow, "before");
 }
 
 TEST(Conversion, AllocationFails_ThrowsAndKeepsTheContents) {

@@ -45,7 +45,8 @@ TEST(Image, Imports_OnlySystemLibraries) {
   for (const wchar_t* library : kLibraries) {
     const BYTE* const image = Image(library);
     const auto* descriptor = Imports<IMAGE_IMPORT_DESCRIPTOR>(image, IMAGE_DIRECTORY_ENTRY_IMPORT);
-    ASSERT_TRUE(descriptor && descriptor->Name != 0) << library;
+    ASSERT_TRUE(descriptor) << library;
+    ASSERT_NE(descriptor->Name, 0u) << library;
     for (; descriptor->Name != 0; ++descriptor) {
       const char* const name = reinterpret_cast<const char*>(image + descriptor->Name);
       const HMODULE module = ::GetModuleHandleA(name);

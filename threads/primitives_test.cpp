@@ -48,7 +48,9 @@ TEST(IntrusiveSList, AppendPrependRemove_KeepHeadTailAndCount) {
   EXPECT_EQ(list.RemoveFirst(), &b);
   EXPECT_EQ(list.Tail(), &c);
   EXPECT_EQ(list.RemoveFirst(), &c);
-  EXPECT_TRUE(!list.Head() && !list.Tail() && list.Count() == 0);
+  EXPECT_FALSE(list.Head());
+  EXPECT_FALSE(list.Tail());
+  EXPECT_EQ(list.Count(), 0);
 }
 
 TEST(Atomics, ReturnTheNewValue) {
@@ -68,13 +70,17 @@ TEST(RefPointer, EveryWayToHoldAnObject_KeepsTheCount) {
   RefPointer<Object> first(new Object(&destroyed));
   RefPointer<RefCounted> base = first;
   RefPointer<RefCounted> copy(base);
-  EXPECT_TRUE(base == first && base == first.get() && &*copy == base.get());
+  EXPECT_EQ(base, first);
+  EXPECT_EQ(base, first.get());
+  EXPECT_EQ(&*copy, base.get());
   RefPointer<RefCounted>& self = copy;
   copy = self;
   EXPECT_EQ(first->AddRef(), 4);
   EXPECT_EQ(first->Release(), 3);
   base = std::move(copy);
-  EXPECT_TRUE(!copy && copy == nullptr && base != nullptr);  // NOLINT: moved from is null
+  EXPECT_FALSE(copy);            // NOLINT: moved from is null
+  EXPECT_TRUE(copy == nullptr);  // NOLINT: moved from is null
+  EXPECT_TRUE(base != nullptr);
   first = nullptr;
   EXPECT_EQ(destroyed, 0);
   base = new Object(&destroyed);

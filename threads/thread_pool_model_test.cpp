@@ -123,7 +123,8 @@ struct Real {
     for (unsigned i = 0; i < kCalls; ++i) {
       HeldCall& call = *calls[i];
       const bool held = model.InHand(i);
-      EXPECT_TRUE(call.inHand == held && pool->IsThreadCallExecuting(&call) == held);
+      EXPECT_EQ(call.inHand, held);
+      EXPECT_EQ(pool->IsThreadCallExecuting(&call), held);
       EXPECT_EQ(pool->IsThreadCallQueued(&call), model.Pending(i) > 0);
       EXPECT_EQ(call.References(), 1 + model.Pending(i) + (held ? 2 : 0));
       EXPECT_TRUE(!held || inHand.insert(call.Worker()).second) << "two calls on one worker";

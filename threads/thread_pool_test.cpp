@@ -185,7 +185,8 @@ TEST_F(Pool, OverridesThatThrow_LoseNoWorker) {
         EXPECT_TRUE(Eventually([&] { return PoolCall::alive == 1 && others == 1; }));
         EXPECT_TRUE(Eventually([&] { return call->AddRef(), call->Release() == 1; }));
         EXPECT_EQ(runs, row.runs);
-        EXPECT_FALSE(pool.IsThreadCallExecuting(call) || pool.IsThreadCallQueued(call));
+        EXPECT_FALSE(pool.IsThreadCallExecuting(call));
+        EXPECT_FALSE(pool.IsThreadCallQueued(call));
       }
     }
   }

@@ -110,7 +110,8 @@ TYPED_TEST(DateTextTest, IsWhatTheSystemWrites_InEveryLocale) {
     }
   }
   // With the terminating zero.
-  EXPECT_TRUE(lengths.contains(12) && lengths.contains(13));
+  EXPECT_TRUE(lengths.contains(12));
+  EXPECT_TRUE(lengths.contains(13));
 }
 
 TYPED_TEST(DateTextTest, ALengthThatChanges_GivesTheShorterTextOrNone) {

@@ -116,7 +116,8 @@ void ExpectThisDay(const CountedDay& day, int milliseconds) {
   DateTimeConvert(value, &record);
   ASSERT_NO_FATAL_FAILURE(
       ExpectTicks(f, day.ticks + static_cast<unsigned>(milliseconds) * 10000ULL, toTheSecond));
-  ASSERT_TRUE(value.GetDateTime(systemTime) && value.GetDateTime(time)) << Text(f);
+  ASSERT_TRUE(value.GetDateTime(systemTime)) << Text(f);
+  ASSERT_TRUE(value.GetDateTime(time)) << Text(f);
   ASSERT_TRUE(Equal(systemTime, AsSystemTime(f, day.dayOfWeek))) << Text(f);
   ASSERT_TRUE(Equal(time, AsTm(f, day.dayOfWeek, day.dayOfYear))) << Text(f);
   FILETIME bySystem = {};
@@ -153,8 +154,11 @@ TEST(DateTime, DaysFrom1601To30827_AreTheCountedOnes) {
     if (isLast) ASSERT_NO_FATAL_FAILURE(ExpectThisEndOfMonth(day));
   }
   EXPECT_EQ(Helpers::days_in_month[0] + Helpers::days_preceding_month[0], 0);
-  EXPECT_TRUE(Helpers::IsLeapYear(0) && Helpers::IsLeapYear(-4) && Helpers::IsLeapYear(INT_MIN));
-  EXPECT_FALSE(Helpers::IsLeapYear(-100) || Helpers::IsLeapYear(INT_MAX));
+  EXPECT_TRUE(Helpers::IsLeapYear(0));
+  EXPECT_TRUE(Helpers::IsLeapYear(-4));
+  EXPECT_TRUE(Helpers::IsLeapYear(INT_MIN));
+  EXPECT_FALSE(Helpers::IsLeapYear(-100));
+  EXPECT_FALSE(Helpers::IsLeapYear(INT_MAX));
 }
 
 TEST(DateTime, FieldsThatDoNotExist_AreZero_InEveryType) {
@@ -206,6 +210,9 @@ TEST(DateTime, WhatIsNoTime_IsRefused_AndNothingIsWritten) {
 TEST(DateTime, DayOffsets_Wrap) {
   EXPECT_EQ(DateTime(2000, -1).GetTicks(), FromNumbers({1999, 12, 31}).GetTicks());
   EXPECT_EQ(DateTime(1601, -1).GetTicks(), 0ULL - kDay);
+  SYSTEMTIME fields = {};
+  EXPECT_FALSE(DateTime(1601, -10675199).GetDateTime(fields));
+  EXPECT_TRUE(DateTime(1601, -10675200).GetDateTime(fields));
   EXPECT_EQ(DateTime(1600, 3).GetTicks(), 3 * kDay);
   EXPECT_EQ(DateTime(65536 + 2009, 0).GetTicks(), 0u);
   EXPECT_EQ(DateTime(INT_MIN, INT_MAX).GetTicks(), 10751463637044838400ULL);
@@ -245,7 +252,8 @@ TEST(DateTime, SecondsSince1970_FollowTheZoneAndItsDaylightRules) {
           Split(FromNumbers({2009, 1, 1, 0, 30, 59}).GetTicks() + hour * kDay / 24));
       tm time = {}, back = {};
       long long seconds = 0;
-      ASSERT_TRUE(value.GetDateTime(time) && value.GetDateTime(seconds));
+      ASSERT_TRUE(value.GetDateTime(time));
+      ASSERT_TRUE(value.GetDateTime(seconds));
       tm fields = time;
       fields.tm_isdst = -1;
       ASSERT_EQ(seconds, ::_mktime64(&fields)) << name << " " << hour;

@@ -62,16 +62,19 @@ std::wstring AnswersInCorp(const std::wstring& server) {
 }
 
 TEST(WindowsCluster, NoCluster_EveryAnswerIsNo) {
-  EXPECT_FALSE(Cluster::IsCluster() || Cluster::IsVtClustered() || XCSCluster::GetInstance());
+  EXPECT_FALSE(Cluster::IsCluster());
+  EXPECT_FALSE(Cluster::IsVtClustered());
+  EXPECT_FALSE(XCSCluster::GetInstance());
   EXPECT_EQ(Cluster::GetVtVirtualServerName(), L"");
   EXPECT_FALSE(Cluster::GetInstance(L"SQLV")->Open());
   EXPECT_EQ(Cluster::GetInstance()->GetClusterType(), 0);
   EXPECT_EQ(Cluster::GetInstance()->GetClusterName(), L"");
   const auto cluster = Cluster::GetInstance(L"SQLV");
   std::wstring text = L"as before";
-  EXPECT_FALSE(cluster->GetBeActiveNodeName(text) || cluster->NetworkNameToNodeName(text, text) ||
-               cluster->GetVirtualNameFromIp(text, "SQLV") ||
-               cluster->GetVtVirtualServerName(L"SQLV", text));
+  EXPECT_FALSE(cluster->GetBeActiveNodeName(text));
+  EXPECT_FALSE(cluster->NetworkNameToNodeName(text, text));
+  EXPECT_FALSE(cluster->GetVirtualNameFromIp(text, "SQLV"));
+  EXPECT_FALSE(cluster->GetVtVirtualServerName(L"SQLV", text));
   bool own = true;
   EXPECT_EQ(cluster->IsServerRunningSQL(L"SQLV", &own), Cluster::noAnswer);
   EXPECT_EQ(cluster->IsServerRunningExchange(L"SQLV", nullptr), Cluster::noAnswer);
@@ -85,7 +88,8 @@ TEST(WindowsCluster, Open_FindsTheClusterByItsMembers) {
   fake.table.groups[L"SQL"] = std::wstring(2000, L'n');  // outgrows the first buffers
   for (const wchar_t* name : {static_cast<const wchar_t*>(nullptr), L"nodeb", L"\\\\SQLV"}) {
     const auto cluster = Cluster::GetInstance(name);
-    EXPECT_TRUE(cluster->Open() && cluster->Open());
+    EXPECT_TRUE(cluster->Open());
+    EXPECT_TRUE(cluster->Open());
     EXPECT_EQ(cluster->GetClusterType(), 1);
     EXPECT_EQ(cluster->GetClusterName(), L"CLU1");
     std::wstring text = L"SQLV";
@@ -129,7 +133,8 @@ TEST(WindowsCluster, AnswersAboutServers) {
     fake.table.reachedBy.emplace_back(server);
     EXPECT_EQ(AnswersInCorp(server), answers) << server;
   }
-  EXPECT_TRUE(Cluster::IsCluster() && Cluster::IsVtClustered());
+  EXPECT_TRUE(Cluster::IsCluster());
+  EXPECT_TRUE(Cluster::IsVtClustered());
   EXPECT_EQ(Cluster::GetVtVirtualServerName(), L"VTBACKUP");
   for (const wchar_t* service : {L"Engine", L"E2"}) {
     fake.table.Resource(service).properties[L"ServiceName"] = L"Vantore";

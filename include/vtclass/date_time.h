@@ -77,7 +77,8 @@ class DateTime {
 
   /*
    * 1 January of `year`, 00:00, and `dayOffset` days: 0 is 1 January, -1 the day before. Computed
-   * modulo 2^64: a moment before 1601 becomes a value that has no time.
+   * modulo 2^64: a moment up to 10,675,199 days before 1601 becomes a value that has no time, and
+   * what lies further off, or beyond the last time, can become any.
    * Contract: of a year that does not exist the days alone are left, counted from 1601-01-01.
    */
   VTCLASS_API DateTime(int year, int dayOffset) noexcept;
@@ -109,7 +110,7 @@ class DateTime {
   /*
    * Seconds since 1970-01-01 00:00 UTC, in whole seconds. The value is read as local time, by the
    * zone and the daylight rules of the C run time (TZ in the environment, or the system's zone).
-   * Contract: a time that the C run time cannot count (before 1970 or after the year 3000, in UTC)
+   * Contract: a time that the C run time cannot count (about: before 1970 or after the year 3000)
    * answers 0 and stores -1. A value that has no time stores nothing.
    */
   VTCLASS_API int GetDateTime(__int64& seconds) const noexcept;

@@ -74,7 +74,8 @@ TEST_F(DebugLogLimits, Rename_KeepsCountFiles_AndDropsTheOldest) {
   for (int n = 3 * kLines + 1; n < 4 * kLines + 1; ++n) PrintLine(log, n);
   EXPECT_EQ(FileBytes(Rotated(5)), "late") << "the clean-up is done once";
   EXPECT_EQ(Numbers(), Upwards(kLines, 4 * kLines + 1));
-  EXPECT_TRUE(log.Close() && reports.empty());
+  EXPECT_TRUE(log.Close());
+  EXPECT_TRUE(reports.empty());
   EXPECT_EQ(handles.Open(), 0);
 }
 
@@ -122,7 +123,8 @@ TEST_F(DebugLogLimits, Rename_AnotherFile_BeginsAnew) {
     MakeFile(folder / name + L".bak2", "left");
     EXPECT_TRUE(log.Close());
     MakeFile(folder / name, std::string(2 * kMegabyte, 'o'));
-    EXPECT_TRUE(log.Open(openAppend, (folder / name).c_str()) && log.print(L"x"));
+    EXPECT_TRUE(log.Open(openAppend, (folder / name).c_str()));
+    EXPECT_TRUE(log.print(L"x"));
     EXPECT_EQ(FileBytes(folder / name + L".bak2"), "") << name;
   }
 }
@@ -153,7 +155,8 @@ TEST_F(DebugLogLimits, SimpleRoll_GoesOnInAFurtherFile) {
   MakeFile(live, std::string(20 * kMegabyte - 10, 'o'));
   MakeFile(next, "older");
   OpenDebugLog log(messages, 0, path);
-  EXPECT_TRUE(log.Open(openAppend, live.c_str()) && log.print(L"12345678\n"));
+  EXPECT_TRUE(log.Open(openAppend, live.c_str()));
+  EXPECT_TRUE(log.print(L"12345678\n"));
   {
     const OwnedFile held(
         ::CreateFileW(next.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -201,7 +204,8 @@ TEST_F(DebugLogLimits, SimpleRoll_PassesTheFileAtHand) {
   const std::string full(20 * kMegabyte, 'o');
   MakeFile(mine, full);
   OpenDebugLog log(messages, 0, path);
-  EXPECT_TRUE(log.Open(openAppend, mine.c_str()) && log.print(L"next\n"));
+  EXPECT_TRUE(log.Open(openAppend, mine.c_str()));
+  EXPECT_TRUE(log.print(L"next\n"));
   EXPECT_EQ(log.GetFileName(), folder / L"trace-3.log");
   EXPECT_EQ(FileBytes(mine), full);
   EXPECT_EQ(FileBytes(folder / L"trace-3.log"), "next\r\n");
@@ -226,7 +230,8 @@ TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
     }
     ASSERT_TRUE(::SetCurrentDirectoryW(other.Path().c_str()));
     Set(L"CreateDebugLog", 1);
-    EXPECT_TRUE(log->UpdateSettings() && log->print(L"on\n"));
+    EXPECT_TRUE(log->UpdateSettings());
+    EXPECT_TRUE(log->print(L"on\n"));
     ASSERT_TRUE(::SetCurrentDirectoryW(before));
     EXPECT_EQ(log->GetFileName(), path);
     EXPECT_TRUE(FileBytes(Rotated(1)).starts_with("ooo"));

@@ -140,7 +140,8 @@ TEST_F(DebugLogLive, ChangeWhileALogReads_IsNotLost) {
   EXPECT_EQ(log->GetSettings().count, 9u);
   SettingsMonitor::GetInstance()->Start();
   change(L"CreateDebugLog", 1);
-  EXPECT_TRUE(log->UpdateSettings() && log->print(L"on\n"));
+  EXPECT_TRUE(log->UpdateSettings());
+  EXPECT_TRUE(log->print(L"on\n"));
   EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"on"}));
 }
 
@@ -155,7 +156,8 @@ TEST_F(DebugLogLive, ChangeAndBackWhileTheMonitorIsBusy_EndsWithWhatIsStored) {
     EXPECT_TRUE(released.Comes());
   };
   Set(L"fence", ++fence);
-  ASSERT_TRUE(busy.Comes() && fenced.Comes());
+  ASSERT_TRUE(busy.Comes());
+  ASSERT_TRUE(fenced.Comes());
   Set(kCount, 9);
   log->UpdateSettings();
   EXPECT_EQ(log->GetSettings().count, 9u);
@@ -300,7 +302,8 @@ TEST_F(DebugLogLive, FailingAllocation_KeepsTheChange) {
 TEST_F(DebugLogLive, OutlivesTheMonitor_AndMakesNone) {
   auto log = Make();
   SettingsMonitor::DestroyInstance();
-  EXPECT_TRUE(log->Open(createAlways, path.c_str()) && log->print(L"x\n"));
+  EXPECT_TRUE(log->Open(createAlways, path.c_str()));
+  EXPECT_TRUE(log->print(L"x\n"));
   {
     const ImportHook<decltype(::CreateThread)> hook("KERNEL32.dll", "CreateThread", &CountThread);
     startedThreads = 0;
@@ -350,7 +353,8 @@ TEST_F(DebugLogLive, HeldFile_IsOpenedByALaterLine) {
     for (int n = 0; n < 3; ++n) EXPECT_EQ(log->print(L"lost\n"), 0);
     EXPECT_EQ(log->GetLostLines(), 3u);
     held.Reset();
-    EXPECT_TRUE(log->print(L"one\n") && log->print(L"two\n"));
+    EXPECT_TRUE(log->print(L"one\n"));
+    EXPECT_TRUE(log->print(L"two\n"));
     EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"one", L"two"}));
     EXPECT_EQ(log->GetLostLines(), 3u);
     log.reset();

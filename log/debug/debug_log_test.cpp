@@ -28,11 +28,15 @@ TEST_F(DebugLogTest, Print_WritesTheTextInEitherEncoding) {
     EXPECT_EQ(log.print(L"closed"), 0);
     ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
     EXPECT_TRUE(log.print(L"a\n\nM\x00FCller %s %5d %S\n", L"wide", -7, "narrow"));
-    EXPECT_TRUE(log.print(L"%u\n", 0) && PrintList(log, L"%d %s\n", 5, L"list"));
-    EXPECT_TRUE(log.print(L"") && log.print(1u, L"x", 3) && log.print(99u));
+    EXPECT_TRUE(log.print(L"%u\n", 0));
+    EXPECT_TRUE(PrintList(log, L"%d %s\n", 5, L"list"));
+    EXPECT_TRUE(log.print(L""));
+    EXPECT_TRUE(log.print(1u, L"x", 3));
+    EXPECT_TRUE(log.print(99u));
     EXPECT_EQ(log.print(static_cast<const wchar_t*>(nullptr)), 0);
     EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_INVALID_PARAMETER});
-    EXPECT_TRUE(log.Close() && log.Close());
+    EXPECT_TRUE(log.Close());
+    EXPECT_TRUE(log.Close());
     EXPECT_EQ(log.print(L"closed"), 0);
     const std::wstring text =
         L"a\r\n\r\nM\x00FCller wide    -7 narrow\r\n0\r\n5 list\r\n"
@@ -198,11 +202,13 @@ TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
       }
       EXPECT_TRUE(failed || result != 0) << n;
       if (result == 0) EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
-      EXPECT_TRUE(log.Open(createAlways, path.c_str()) && log.print(L"%s", large.c_str()));
+      EXPECT_TRUE(log.Open(createAlways, path.c_str()));
+      EXPECT_TRUE(log.print(L"%s", large.c_str()));
       ASSERT_LT(n, 100);
       if (failed || &operation >= operations + 2) continue;
       const Allocations again;
-      EXPECT_TRUE(operation(log) && log.print(L"%5d\n", 1));
+      EXPECT_TRUE(operation(log));
+      EXPECT_TRUE(log.print(L"%5d\n", 1));
       EXPECT_EQ(again.Count(), 0);
     }
   }
@@ -222,7 +228,9 @@ TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
   }
   MakeFile(path, "");
   while (running > 0) {
-    EXPECT_TRUE(log.Open(openAppend, path.c_str()) && log.print(L"line\n") && log.Close());
+    EXPECT_TRUE(log.Open(openAppend, path.c_str()));
+    EXPECT_TRUE(log.print(L"line\n"));
+    EXPECT_TRUE(log.Close());
     ++written;
   }
   for (std::thread& thread : threads) thread.join();
@@ -232,11 +240,13 @@ TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
 
 TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   const auto log = std::make_unique<DebugLog>(messages, 1, L"Path");
-  EXPECT_TRUE(log->Open(createNew, path.c_str()) && log->Close());
+  EXPECT_TRUE(log->Open(createNew, path.c_str()));
+  EXPECT_TRUE(log->Close());
   EXPECT_TRUE(log->UpdateSettings());
   EXPECT_EQ(log->print(L"x") + log->UpdateSettings(), 1) << "off";
   Set(L"CreateDebugLog", 2);
-  EXPECT_TRUE(log->UpdateSettings() && log->print(L"x\n"));
+  EXPECT_TRUE(log->UpdateSettings());
+  EXPECT_TRUE(log->print(L"x\n"));
   EXPECT_EQ(LinesIn(path).back(), L"x");
   EXPECT_EQ(LinesIn(path).front(), kOn);
   const auto stored = StoredValue(config::kLoggingKey.Path(), L"Path");

@@ -10,7 +10,8 @@ TEST(CWcharBuffer, Write_DropsItsExclusionSet) {
       L"\x02\n\r\x0F\x10\x11\x12\x13\x14\x15\x16\x17\x18\x19\x1A\x1B\x1C\x1D\x1E";
   std::wstring all;
   for (wchar_t unit = 1; unit < 0x20; ++unit) all += unit;
-  EXPECT_TRUE(buffer.IsBufferEmpty() && buffer.Write(nullptr, 5));
+  EXPECT_TRUE(buffer.IsBufferEmpty());
+  EXPECT_TRUE(buffer.Write(nullptr, 5));
   EXPECT_TRUE(buffer.Write(all.data(), all.size()));
   EXPECT_EQ(buffer.ReadFromBuffer(), kept);
   EXPECT_TRUE(buffer.WriteToBufferAllPrintableChars(all.data(), all.size()));

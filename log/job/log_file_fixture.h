@@ -43,7 +43,8 @@ class LogFileTest : public ::testing::Test {
   std::wstring Body() const {
     const std::string bytes = FileBytes(path);
     const std::wstring text(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
-    EXPECT_TRUE(text.starts_with(kUnicodeHeader) && bytes.size() % 2 == 0);
+    EXPECT_TRUE(text.starts_with(kUnicodeHeader));
+    EXPECT_EQ(bytes.size() % 2, 0u);
     return text.substr(std::min(text.size(), kUnicodeHeader.size()));
   }
 

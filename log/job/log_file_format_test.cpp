@@ -145,7 +145,8 @@ TEST_F(LogFileTest, AnsiText_BecomesNoMarkup) {
     LogFile log(messages, 0, -1, -1);
     EXPECT_EQ(log.Open(createAlways, path.c_str()), 1);
     const std::size_t header = FileBytes(path).size();
-    EXPECT_TRUE(log.print(-1, L"%s", text.c_str()) && log.print(-1, longText.c_str()));
+    EXPECT_TRUE(log.print(-1, L"%s", text.c_str()));
+    EXPECT_TRUE(log.print(-1, longText.c_str()));
     return FileBytes(path).substr(header);
   };
   const std::string body = bodyOf();

@@ -16,7 +16,8 @@ TEST_F(LogFileTest, WholeLog_IsByteExact) {
     EXPECT_STREQ(log.GetFileName(), L"job.log");
     EXPECT_TRUE(log.print(-1, L"&<>'\"\n%s %5d %S\n", L"M\x00FCller", -7, "narrow"));
     EXPECT_TRUE(log.printTMP(-1, (std::wstring(1000, L'\x00FC') + L"&<>'\"\n%s").c_str()));
-    EXPECT_TRUE(log.Close() && log.Close());
+    EXPECT_TRUE(log.Close());
+    EXPECT_TRUE(log.Close());
     EXPECT_EQ(log.GetErrorCode(), 0u);
     if (unicode) {
       EXPECT_EQ(Body(), L"&amp;&lt;&gt;&apos;&quot;\r\nM\x00FCller    -7 narrow\r\n" +
@@ -115,15 +116,18 @@ TEST_F(LogFileTest, Append_BeginsAnotherDocument_ButNotInAnEmptyFile) {
     // Half a character would shift all that follows it.
     if (mode == append) MakeFile(path, FileBytes(path) + "!");
     LogFile log(messages, 1, -1, -1);
-    EXPECT_TRUE(log.Open(mode, path.c_str()) && log.print(-1, L"x"));
+    EXPECT_TRUE(log.Open(mode, path.c_str()));
+    EXPECT_TRUE(log.print(-1, L"x"));
   }  // the destructor closes
   EXPECT_EQ(Body(), L"x</joblog>" + kUnicodeHeader.substr(1) + L"x</joblog>");
   LogFile log(messages, 0, -1, -1);
-  EXPECT_TRUE(log.Open(createNew, (folder / L"other.log").c_str()) && log.Close());
+  EXPECT_TRUE(log.Open(createNew, (folder / L"other.log").c_str()));
+  EXPECT_TRUE(log.Close());
   MakeFile(path, "");
   EXPECT_EQ(log.Open(append, path.c_str()), 0);
   EXPECT_NE(log.GetErrorCode(), 0u);
-  EXPECT_TRUE(log.print(-1, L"text") && log.Close());
+  EXPECT_TRUE(log.print(-1, L"text"));
+  EXPECT_TRUE(log.Close());
   EXPECT_EQ(FileBytes(path), "text");
 }
 

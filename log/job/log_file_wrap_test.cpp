@@ -91,7 +91,8 @@ TEST_F(LogFileTest, Wrap_FailingAnywhere_SwitchesWrappingOff) {
       const bool failed = log.GetErrorCode() != 0;
       failures += failed;
       EXPECT_EQ(size > 2 * kMegabyte, failed) << n;
-      EXPECT_TRUE(log.print(-1, L"next") && log.Close());
+      EXPECT_TRUE(log.print(-1, L"next"));
+      EXPECT_TRUE(log.Close());
       const std::string bytes = FileBytes(path);
       EXPECT_EQ(bytes.size(), size + 4 + 9) << n;
       EXPECT_TRUE(bytes.ends_with("nnnnext</joblog>")) << n;
@@ -110,7 +111,8 @@ TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
       for (int n = 0; n < 3; ++n) EXPECT_EQ(log.print(-1, L"%100d", n), 0);
       EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_DISK_FULL});
     }
-    EXPECT_TRUE(log.print(-1, L"good") && log.Close());
+    EXPECT_TRUE(log.print(-1, L"good"));
+    EXPECT_TRUE(log.Close());
     EXPECT_EQ(Body(), L"good</joblog>");
     const FileFaults faults({.room = room});
     EXPECT_EQ(log.Open(append, path.c_str()), 0);
@@ -122,7 +124,8 @@ TEST_F(LogFileTest, FullDisk_LosesTheTextAlone) {
   const FaultPlan plan{.failAt = 1, .isShort = true, .isDenied = true};
   const FileFaults faults(plan);
   EXPECT_EQ(log.print(-1, L"lost"), 0);
-  EXPECT_TRUE(log.print(-1, L"good") && log.Close());
+  EXPECT_TRUE(log.print(-1, L"good"));
+  EXPECT_TRUE(log.Close());
   EXPECT_EQ(Body(), L"good</joblog>");
   for (int n = 2; n < 5; ++n) {  // call 1 goes to the end
     faultPlan = plan;

@@ -163,7 +163,8 @@ TEST(ErrorMessageBase, Library_IsLoadedOnce_AndOnlyFromTheModulesFolder) {
   ErrorMessageBase::set_ModuleInstance(LibraryUnderTest());
   const HandleCounter handles;
   const StringResourceMgr before = ErrorMessageBase::GetMessages();
-  EXPECT_TRUE(ErrorMessageBase::BaseInit() && ErrorMessageBase::BaseInit());
+  EXPECT_TRUE(ErrorMessageBase::BaseInit());
+  EXPECT_TRUE(ErrorMessageBase::BaseInit());
   EXPECT_EQ(handles.Open(), 1);
   // Another folder, and no module at all.
   for (const HINSTANCE module : {::GetModuleHandleW(L"kernel32.dll"), HINSTANCE{} + 1024}) {

@@ -48,15 +48,15 @@ ChildProcess::Stream::Stream() : path(TemporaryName()) {
 
 std::string ChildProcess::Stream::Text() const { return FileBytes(path); }
 
-ChildProcess::ChildProcess(const std::wstring& program,
-                           const std::vector<std::wstring>& arguments) {
+ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments,
+                           HANDLE standardOutput) {
   const std::wstring path = BesideThisProgram(program);
   std::wstring line = Quoted(path);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
   STARTUPINFOW start = {};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
-  start.hStdOutput = output.file.Get();
+  start.hStdOutput = standardOutput ? standardOutput : output.file.Get();
   start.hStdError = errorOutput.file.Get();
   PROCESS_INFORMATION information = {};
   EXPECT_TRUE(::CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,

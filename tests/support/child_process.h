@@ -17,7 +17,9 @@ namespace vtclass::test {
  */
 class ChildProcess {
  public:
-  ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments);
+  // With `standardOutput`, an inheritable handle, the program's output goes there.
+  ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments,
+               HANDLE standardOutput = nullptr);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;

@@ -32,7 +32,8 @@ HMODULE LibraryCopy::Loaded(const std::wstring& name) const {
 
 void LibraryCopy::Load() {
   module = ::LoadLibraryW((folder / names.front()).c_str());
-  EXPECT_TRUE(module && module != original);
+  EXPECT_TRUE(module);
+  EXPECT_NE(module, original);
 }
 
 void LibraryCopy::Free() {

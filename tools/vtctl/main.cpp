@@ -56,7 +56,8 @@ std::vector<std::string> Words() {
 int main() {
   try {
     CatchInterrupts();
-    return RunCommandLine(kText, kCommands, Words());
+    const int code = RunCommandLine(kText, kCommands, Words());
+    return OutputIsLost() ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
   } catch (const std::bad_alloc&) {
     PrintError(L"vtctl: There is not enough memory to go on.\n");
   } catch (const std::exception& error) {

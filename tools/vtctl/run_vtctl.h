@@ -21,8 +21,8 @@ inline constexpr wchar_t kRegistryVariable[] = L"VTCTL_TEST_REGISTRY";
  */
 class VtctlRun : public vtclass::test::ChildProcess {
  public:
-  explicit VtctlRun(const std::vector<std::wstring>& arguments)
-      : ChildProcess(Program(), arguments) {}
+  explicit VtctlRun(const std::vector<std::wstring>& arguments, HANDLE standardOutput = nullptr)
+      : ChildProcess(Program(), arguments, standardOutput) {}
 
  private:
   static const wchar_t* Program() {

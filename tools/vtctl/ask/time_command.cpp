@@ -1,3 +1,4 @@
+#include <array>
 #include <charconv>
 #include <ctime>
 #include <optional>
@@ -15,12 +16,11 @@ namespace vtctl {
 namespace {
 
 constexpr const char* kExamples =
-    "Prints the local clock, or VALUE, in every form that the product's components use. VALUE is "
-    "a\n"
-    "date with or without a time of day, a number of ticks (of 100 ns since 1601-01-01, as file\n"
-    "times have them), or after \"@\" the seconds since 1970-01-01 UTC. A form that cannot hold "
-    "the\n"
-    "value says so.\n"
+    "Prints the local clock, or VALUE, in every form that the product's components use. VALUE is\n"
+    "a date with or without a time of day, a number of ticks (of 100 ns since 1601-01-01, as file\n"
+    "times have them; after \"0x\" in hexadecimal), or after \"@\" the seconds since 1970-01-01 "
+    "UTC.\n"
+    "A form that cannot hold the value says so.\n"
     "\n"
     "System time is Windows' SYSTEMTIME, C run time the C library's tm, Record the product's own\n"
     "record of eight fields. Weekdays count from 0, Sunday, and days of the year from 0 as well.\n"
@@ -31,8 +31,9 @@ constexpr const char* kExamples =
     "  vtctl time 129038908291230000\n"
     "  vtctl time @1259417229 --json\n"
     "\n"
-    "Exit codes: 0 a time, 1 a value that means no time, 65 a date that does not exist, 64 a word\n"
-    "that is none of these.";
+    "Exit codes: 0 a time, 1 a value that means no time, 65 a date that does not exist or seconds\n"
+    "that the C run time cannot count (it counts from 1970 to 3000), 64 a word that is none of "
+    "these.";
 
 struct TimeArguments : CommonArguments {
   std::optional<std::wstring> value;
@@ -73,9 +74,16 @@ class Scanner {
   std::wstring_view rest;
 };
 
-/* "2009-11-28", "2009-11-28T14:07", "2009-11-28 14:07:09.5"; the value 0 when there is no such
- * moment, nothing when the word has another shape. */
-std::optional<DateTime> ReadDate(std::wstring_view word) {
+/* What VALUE names. */
+struct Given {
+  DateTime value = DateTime::NoTime;
+  std::optional<long long> seconds;  // as they were given
+  bool exists = true;
+};
+
+/* "2009-11-28", "2009-11-28T14:07", "2009-11-28 14:07:09.5"; nothing when the word has another
+ * shape. */
+std::optional<Given> ReadDate(std::wstring_view word) {
   Scanner scanner(word);
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, milliseconds = 0;
   bool isRead = scanner.Number(4, 5, year) && scanner.Skip(L'-') && scanner.Number(1, 2, month) &&
@@ -88,7 +96,10 @@ std::optional<DateTime> ReadDate(std::wstring_view word) {
     }
   }
   if (!isRead || !scanner.IsAtEnd()) return std::nullopt;
-  return DateTime(year, month, day, hour, minute, second, milliseconds);
+  const DateTime value(year, month, day, hour, minute, second, milliseconds);
+  constexpr std::array kFirst = {1601, 1, 1, 0, 0, 0, 0};  // exists, and is the value 0
+  const bool isFirst = std::array{year, month, day, hour, minute, second, milliseconds} == kFirst;
+  return Given{value, std::nullopt, isFirst || value.GetTicks() != 0};
 }
 
 template <typename Number>
@@ -102,20 +113,21 @@ std::optional<Number> ReadNumber(std::string_view text, int base) {
 }
 
 /* "129038908291230000", "0x1CA703412E6B400". */
-std::optional<DateTime> ReadTicks(std::string_view word) {
+std::optional<Given> ReadTicks(std::string_view word) {
   const bool isHex = word.starts_with("0x") || word.starts_with("0X");
   const auto ticks = ReadNumber<unsigned long long>(word.substr(isHex ? 2 : 0), isHex ? 16 : 10);
   if (!ticks) return std::nullopt;
-  return FILETIME{static_cast<DWORD>(*ticks), static_cast<DWORD>(*ticks >> 32)};
+  return Given{FILETIME{static_cast<DWORD>(*ticks), static_cast<DWORD>(*ticks >> 32)}};
 }
 
 /* "@1259417229", as the local time of that moment. */
-std::optional<DateTime> ReadSeconds(std::string_view word) {
+std::optional<Given> ReadSeconds(std::string_view word) {
   if (!word.starts_with('@')) return std::nullopt;
   const auto seconds = ReadNumber<long long>(word.substr(1), 10);
+  if (!seconds) return std::nullopt;
   tm local = {};
-  if (!seconds || ::_localtime64_s(&local, &*seconds) != 0) return std::nullopt;
-  return local;
+  const bool exists = ::_localtime64_s(&local, &*seconds) == 0;
+  return Given{local, seconds, exists};
 }
 
 /* The conversion's result, or nothing where it is refused. */
@@ -162,14 +174,16 @@ Shown Show(const _DATE_TIME& record) {
           record.dayOfWeek, std::nullopt};
 }
 
-/* A value in the forms of the library; those are missing that cannot hold it. */
+/* A value in the forms of the library; those are missing that cannot hold it. Seconds that were
+ * given stand for themselves: in the hour that comes twice when daylight saving ends, the local
+ * time does not tell which of two it is. */
 struct Forms {
-  explicit Forms(const DateTime& value);
+  explicit Forms(const Given& given);
 
   unsigned long long ticks;
   FILETIME fileTime = {};
   std::optional<Shown> systemTime, brokenDown, record, utc;
-  std::optional<long long> seconds;
+  std::optional<long long> converted, seconds;
   struct Texts {
     std::wstring shortDate, longDate, timeOfDay;
   } wide, narrow;
@@ -182,11 +196,13 @@ Forms::Texts TextsOf(const DateTime& value) {
           wcstring(value.FormatTime(text))};
 }
 
-Forms::Forms(const DateTime& value)
-    : ticks(value.GetTicks()),
-      seconds(FormOf<long long>(value)),
-      wide(TextsOf<wcstring>(value)),
-      narrow(TextsOf<cstring>(value)) {
+Forms::Forms(const Given& given)
+    : ticks(given.value.GetTicks()),
+      converted(FormOf<long long>(given.value)),
+      seconds(given.seconds ? given.seconds : converted),
+      wide(TextsOf<wcstring>(given.value)),
+      narrow(TextsOf<cstring>(given.value)) {
+  const DateTime& value = given.value;
   value.GetDateTime(fileTime);
   if (const auto form = FormOf<SYSTEMTIME>(value)) systemTime = Show(*form);
   if (const auto form = FormOf<tm>(value)) brokenDown = Show(*form);
@@ -221,9 +237,10 @@ void PrintShown(const wchar_t* name, const std::optional<Shown>& shown) {
 
 /* The narrow text stands beside the wide one where the code page has changed it. */
 void PrintText(const wchar_t* name, const std::wstring& wide, const std::wstring& narrow) {
-  PrintRow(name,
-           Printable(wide) +
-               (narrow == wide ? L"" : L"  (in the ANSI code page: " + Printable(narrow) + L")"));
+  const std::wstring text = wide.empty() ? L"none" : Printable(wide);
+  PrintRow(
+      name,
+      text + (narrow == wide ? L"" : L"  (in the ANSI code page: " + Printable(narrow) + L")"));
 }
 
 void PrintTexts(const Forms& forms) {
@@ -234,18 +251,23 @@ void PrintTexts(const Forms& forms) {
 
 std::wstring SecondsText(const Forms& forms) {
   if (!forms.seconds || !forms.utc) return L"none: the C run time counts from 1970 to 3000";
-  return std::to_wstring(*forms.seconds) + L" s: as local time it is " + forms.utc->text + L" UTC";
+  std::wstring text =
+      std::to_wstring(*forms.seconds) + L" s: as local time it is " + forms.utc->text + L" UTC";
+  if (forms.converted && *forms.converted != *forms.seconds) {
+    text +=
+        L", but components take this local time for " + std::to_wstring(*forms.converted) + L" s";
+  }
+  return text;
 }
 
 /* What people read comes first. */
 void PrintForms(const Forms& forms, const std::optional<unsigned long long>& now) {
-  const bool hasTime = forms.systemTime.has_value();
-  if (hasTime) PrintTexts(forms);
-  if (hasTime && now) PrintRow(L"Distance", DistanceText(forms.ticks, *now));
+  PrintTexts(forms);
+  if (forms.systemTime && now) PrintRow(L"Distance", DistanceText(forms.ticks, *now));
   PrintShown(L"System time", forms.systemTime);
   PrintShown(L"C run time", forms.brokenDown);
   PrintShown(L"Record", forms.record);
-  if (hasTime) PrintRow(L"Since 1970", SecondsText(forms));
+  PrintRow(L"Since 1970", SecondsText(forms));
   PrintRow(L"Ticks", std::to_wstring(forms.ticks) + L" of 100 ns since 1601-01-01 00:00");
   PrintRow(L"File time", Formatted(L"high 0x%08lX, low 0x%08lX", forms.fileTime.dwHighDateTime,
                                    forms.fileTime.dwLowDateTime));
@@ -277,7 +299,7 @@ void PrintFormsAsJson(const Forms& forms) {
              {"narrowTexts", AsJson(forms.narrow)}});
 }
 
-int PrintValue(const DateTime& value, const std::optional<unsigned long long>& now, bool asJson) {
+int PrintValue(const Given& value, const std::optional<unsigned long long>& now, bool asJson) {
   const Forms forms(value);
   asJson ? PrintFormsAsJson(forms) : PrintForms(forms, now);
   return forms.systemTime ? kExitClean : kExitWarnings;
@@ -285,21 +307,23 @@ int PrintValue(const DateTime& value, const std::optional<unsigned long long>& n
 
 int Run(const TimeArguments& arguments) {
   const DateTime now(DateTime::CurrentTime);
-  if (!arguments.value) return PrintValue(now, std::nullopt, arguments.json);
-  const std::optional<DateTime> date = ReadDate(*arguments.value);
-  if (date && !FormOf<SYSTEMTIME>(*date)) {
-    return Fail(kExitBadInput, Printable(*arguments.value) +
-                                   L" does not exist in the calendar of the years 1601 to 30827.");
-  }
+  if (!arguments.value) return PrintValue({now}, std::nullopt, arguments.json);
   const std::string word = ToUtf8(*arguments.value);
-  std::optional<DateTime> value = date;
-  if (!value) value = ReadSeconds(word);
-  if (!value) value = ReadTicks(word);
-  if (!value) {
-    return Fail(kExitUsage, L"\"" + Printable(*arguments.value) +
-                                L"\" is no date, no number of ticks and no seconds since 1970.");
+  std::optional<Given> given = ReadDate(*arguments.value);
+  if (!given) given = ReadSeconds(word);
+  if (!given) given = ReadTicks(word);
+  const std::wstring shown = L"\"" + Printable(*arguments.value) + L"\"";
+  if (!given) {
+    return Fail(kExitUsage, shown + L" is no date, no number of ticks and no seconds since 1970.");
   }
-  return PrintValue(*value, now.GetTicks(), arguments.json);
+  if (!given->exists) {
+    return Fail(kExitBadInput,
+                shown + (given->seconds ? L" is nothing that the C run time counts: it counts "
+                                          L"from 1970 to 3000."
+                                        : L" does not exist in the calendar of the years 1601 "
+                                          L"to 30827."));
+  }
+  return PrintValue(*given, now.GetTicks(), arguments.json);
 }
 
 }  // namespace

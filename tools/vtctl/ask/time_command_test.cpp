@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <ctime>
+#include <cstdlib>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
+#include "platform/owned.h"
+#include "tests/support/scratch_folder.h"
 #include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
@@ -56,19 +58,21 @@ TEST(TimeCommand, WithoutAValue_IsTheLocalClock) {
 }
 
 TEST(TimeCommand, WhatIsNoTime_IsTold) {
-  for (const std::wstring word : {L"0", L"4294967295", L"0xffffffffffffffff"}) {
+  for (const std::wstring word :
+       {L"0", L"4294967295", L"0xffffffffffffffff", L"1601-01-01", L"1601-01-01 00:07:09"}) {
     const Json json = Ask({word}, kExitWarnings);
     EXPECT_EQ(json["systemTime"], nullptr);
     EXPECT_EQ(json["secondsSince1970"], nullptr);
     EXPECT_EQ(json["texts"]["shortDate"], nullptr);
   }
   EXPECT_EQ(Ask({L"1601-01-02"}, kExitClean)["secondsSince1970"], nullptr);
-  for (const std::wstring word : {L"2009-13-01", L"2009-01-01T24:00", L"1600-12-31"}) {
+  for (const std::wstring word :
+       {L"2009-13-01", L"2009-01-01T24:00", L"1600-12-31", L"@-1", L"@253402300799"}) {
     Ask({word}, kExitBadInput);
   }
   for (const std::wstring word :
        {L"", L"2009-11", L"2009-11-28T", L"2009-11-28T14", L"2009-11-28 14:07:09.", L"2009-11-28x",
-        L"18446744073709551616", L"0x", L"12x", L"@", L"@x", L"@-1"}) {
+        L"18446744073709551616", L"0x", L"12x", L"@", L"@x", L"@9223372036854775808"}) {
     Ask({word}, kExitUsage);
   }
 }
@@ -85,6 +89,32 @@ TEST(TimeCommand, ForPeople_OneLineAForm) {
   test::VtctlRun none({L"time", L"0"});
   EXPECT_EQ(none.ExitCode(), kExitWarnings);
   EXPECT_NE(none.Output().find("none: a time has from"), std::string::npos);
+  EXPECT_NE(none.Output().find("\nShort date     none\n"), std::string::npos);
+  EXPECT_NE(none.Output().find("\nSince 1970     none: "), std::string::npos);
+}
+
+// Two of these hours bear the same local time.
+TEST(TimeCommand, SecondsOfAnHourThatComesTwice_StayAsTheyWereGiven) {
+  ASSERT_EQ(::_putenv_s("TZ", "EST5EDT"), 0);
+  for (const int seconds : {1257049800, 1257053400, 1257057000, 1257060600}) {
+    EXPECT_EQ(Ask({L"@" + std::to_wstring(seconds)}, kExitClean)["secondsSince1970"], seconds);
+  }
+  ASSERT_EQ(::_putenv_s("TZ", ""), 0);
+}
+
+TEST(TimeCommand, LostOutput_IsAnErrorOfItsOwn) {
+  const vtclass::test::ScratchFolder scratch;
+  vtclass::test::MakeFile(scratch / L"file", "");
+  SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+  const vtclass::platform::OwnedFile readOnly(
+      ::CreateFileW((scratch / L"file").c_str(), GENERIC_READ, FILE_SHARE_READ, &inheritable,
+                    OPEN_EXISTING, 0, nullptr));
+  for (const std::wstring word : {L"2009-11-28", L"0"}) {
+    test::VtctlRun run({L"time", word}, readOnly.Get());
+    EXPECT_EQ(run.ExitCode(), kExitCannotWrite);
+    EXPECT_EQ(run.ErrorOutput(), "vtctl: Standard output cannot be written.\n");
+  }
+  EXPECT_EQ(test::VtctlRun({L"time", L"--quiet"}, readOnly.Get()).ExitCode(), kExitClean);
 }
 
 }  // namespace

@@ -12,9 +12,11 @@ namespace {
 constexpr size_t kConsoleUnits = 8192;
 
 bool outputIsDropped = false;
+bool outputIsLost = false;
 bool coloursAreForbidden = false;
 
-void WriteToConsole(HANDLE console, std::wstring_view text) {
+// This and the next two answer false when not all could be written.
+bool WriteToConsole(HANDLE console, std::wstring_view text) {
   while (!text.empty()) {
     size_t count = std::min(text.size(), kConsoleUnits);
     /* A surrogate pair that is cut in two shows as two boxes. */
@@ -22,30 +24,29 @@ void WriteToConsole(HANDLE console, std::wstring_view text) {
     DWORD written = 0;
     if (!::WriteConsoleW(console, text.data(), static_cast<DWORD>(count), &written, nullptr) ||
         written == 0) {
-      return;
+      return false;
     }
     text.remove_prefix(std::min<size_t>(written, text.size()));
   }
+  return true;
 }
 
-void WriteToFile(HANDLE file, std::string_view bytes) {
+bool WriteToFile(HANDLE file, std::string_view bytes) {
   while (!bytes.empty()) {
     const size_t most = std::numeric_limits<int>::max();
     const auto count = static_cast<DWORD>(std::min(bytes.size(), most));
     DWORD written = 0;
-    if (!::WriteFile(file, bytes.data(), count, &written, nullptr) || written == 0) return;
+    if (!::WriteFile(file, bytes.data(), count, &written, nullptr) || written == 0) return false;
     bytes.remove_prefix(written);
   }
+  return true;
 }
 
-void WriteTo(DWORD stream, std::wstring_view text) {
+bool WriteTo(DWORD stream, std::wstring_view text) {
   const HANDLE handle = ::GetStdHandle(stream);
   DWORD mode = 0;
-  if (::GetConsoleMode(handle, &mode)) {
-    WriteToConsole(handle, text);
-  } else {
-    WriteToFile(handle, ToUtf8(text));
-  }
+  return ::GetConsoleMode(handle, &mode) ? WriteToConsole(handle, text)
+                                         : WriteToFile(handle, ToUtf8(text));
 }
 
 /* The console's mode with escape sequences switched on, or false when it knows none. */
@@ -60,7 +61,7 @@ bool EnableEscapeSequences(HANDLE console) {
 }  // namespace
 
 void Print(std::wstring_view text) {
-  if (!outputIsDropped) WriteTo(STD_OUTPUT_HANDLE, text);
+  if (!outputIsDropped && !WriteTo(STD_OUTPUT_HANDLE, text)) outputIsLost = true;
 }
 
 void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
@@ -71,6 +72,8 @@ int Fail(int exitCode, const std::wstring& sentence) {
 }
 
 void PrintUtf8(std::string_view text) { Print(FromUtf8(text)); }
+
+bool OutputIsLost() { return outputIsLost; }
 
 void DropOutput() { outputIsDropped = true; }
 

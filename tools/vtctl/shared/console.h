@@ -8,7 +8,8 @@ namespace vtctl {
 
 /*
  * Text for people: UTF-16 to a console window, whatever its code page; UTF-8 bytes to a file or a
- * pipe. A text that cannot be written (the reader has gone) is dropped. Not for several threads.
+ * pipe. A text that cannot be written (the disk is full, the reader has gone) is dropped, and
+ * OutputIsLost tells of standard output that it happened. Not for several threads.
  */
 void Print(std::wstring_view text);
 void PrintError(std::wstring_view text);
@@ -16,6 +17,9 @@ void PrintError(std::wstring_view text);
 int Fail(int exitCode, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
+
+/* True once a text for standard output could not be written, whole or in part. */
+bool OutputIsLost();
 
 /* From now on nothing is printed but errors. */
 void DropOutput();

@@ -20,7 +20,9 @@ TEST(Printable, Printable_ReplacesWhatNeitherXmlNorATerminalTakes) {
                L"c\xFFFD[31m"},
               {std::wstring(L"\0\x7F\x85", 3), L"\xFFFD\xFFFD\xFFFD"},
               {L"~\x80\x9F\xA0", L"~\xFFFD\xFFFD\xA0"},
-              {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"}};
+              {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"},
+              {L"\x200F\x2027\x2028\x202E\x202F", L"\x200F\x2027\xFFFD\xFFFD\x202F"},
+              {L"\x2065\x2066\x2069\x206A", L"\x2065\xFFFD\xFFFD\x206A"}};
   for (const auto& row : rows) EXPECT_EQ(Printable(row.given), row.expected);
 }
 

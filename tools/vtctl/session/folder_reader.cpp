@@ -39,7 +39,8 @@ bool IsMountPoint(const Path& path, const WIN32_FIND_DATAW& entry) {
 std::wstring VolumeAt(const Path& mountPoint) {
   const wcstring volume =
       vtclass::get_volume_name_for_mount_point((mountPoint / L"").System().c_str());
-  return vtclass::mountmgr_is_volume_name(volume) ? volume : std::wstring();
+  if (!vtclass::mountmgr_is_volume_name(volume)) return {};
+  return volume;
 }
 
 bool IsOnTheWay(const std::wstring& volume, const EnteredVolume* entered) {

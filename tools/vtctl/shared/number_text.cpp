@@ -9,6 +9,8 @@ namespace {
 /* From here on most characters are wide; taking a narrow one for wide costs a blank. */
 constexpr wchar_t kFirstWide = 0x1100;
 
+size_t WidthOf(wchar_t unit) { return unit >= kFirstWide ? 2 : 1; }
+
 }  // namespace
 
 std::wstring Grouped(uint64_t number, const NumberStyle& style) {
@@ -56,14 +58,19 @@ std::wstring ProgressBar(double fraction, int columns) {
          std::wstring(5 - percent.size(), L' ') + percent;
 }
 
+size_t ColumnsOf(const std::wstring& text) {
+  size_t columns = 0;
+  for (const wchar_t unit : text) columns += WidthOf(unit);
+  return columns;
+}
+
 std::wstring Fitted(const std::wstring& text, size_t columns) {
   std::wstring line;
   size_t used = 0;
   for (const wchar_t unit : text) {
-    const size_t width = unit >= kFirstWide ? 2 : 1;
-    if (used + width > columns) break;
+    if (used + WidthOf(unit) > columns) break;
     line += unit;
-    used += width;
+    used += WidthOf(unit);
   }
   return line.append(columns - used, L' ');
 }

@@ -21,8 +21,9 @@ std::wstring Duration(uint64_t milliseconds, const NumberStyle& style); /* "0:01
 /* "[#####-----]  42%" of `columns` characters in all. */
 std::wstring ProgressBar(double fraction, int columns);
 
-/* The text cut or filled with blanks to that many columns of a terminal, where characters of East
- * Asian writing take two. */
+/* How many columns of a terminal the text takes: characters of East Asian writing take two. */
+size_t ColumnsOf(const std::wstring& text);
+/* The text cut or filled with blanks to that many columns. */
 std::wstring Fitted(const std::wstring& text, size_t columns);
 
 }  // namespace vtctl

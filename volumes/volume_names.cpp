@@ -92,7 +92,7 @@ bool GetVolumeNameForMountPoint(const char* mountPoint, const NarrowSink& out,
                                failure);
 }
 
-void GetVolumePathName(const wchar_t* path, const WideSink& out, Failure& failure) noexcept {
+void GetVolumeRoot(const wchar_t* path, const WideSink& out, Failure& failure) noexcept {
   KeepFailure(failure, [&] { HandOver(out, volumes::VolumePath(path)); });
 }
 

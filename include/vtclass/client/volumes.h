@@ -12,14 +12,13 @@ namespace border {
 VTCLASS_API Listing* ListVolumes(Failure& failure) noexcept;
 VTCLASS_API Listing* ListMountPoints(const wchar_t* volume, Failure& failure) noexcept;
 
-/* The functions of these names. Both forms of the first answer false, and leave the text alone,
- * where the system knows no volume. */
+/* The texts behind get_volume_name_for_mount_point (false, with the text as it was, where the
+ * system knows no volume), get_volume_path_name, get_raw_vol_name and translate_vol_name. */
 VTCLASS_API bool GetVolumeNameForMountPoint(const wchar_t* mountPoint, const WideSink& out,
                                             Failure& failure) noexcept;
 VTCLASS_API bool GetVolumeNameForMountPoint(const char* mountPoint, const NarrowSink& out,
                                             Failure& failure) noexcept;
-VTCLASS_API void GetVolumePathName(const wchar_t* path, const WideSink& out,
-                                   Failure& failure) noexcept;
+VTCLASS_API void GetVolumeRoot(const wchar_t* path, const WideSink& out, Failure& failure) noexcept;
 VTCLASS_API bool GetRawVolumeName(const WideSink& volume, Failure& failure) noexcept;
 VTCLASS_API void TranslateVolumeName(const WideSink& volume) noexcept;
 
@@ -60,7 +59,7 @@ inline cstring get_volume_name_for_mount_point(const cstring& mountPoint) {
 inline wcstring get_volume_path_name(const wcstring& path) {
   wcstring root;
   border::Failure failure;
-  border::GetVolumePathName(path.c_str(), root, failure);
+  border::GetVolumeRoot(path.c_str(), root, failure);
   failure.Throw();
   return root;
 }

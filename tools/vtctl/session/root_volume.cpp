@@ -19,7 +19,7 @@ std::optional<uint64_t> SpaceOf(const wcstring& root) {
 RootVolume VolumeOf(const Path& root) {
   RootVolume volume;
   volume.path = vtclass::get_volume_path_name(root.System().c_str());
-  wcstring name = root.System().c_str();
+  wcstring name = ShownPath(volume).c_str();
   if (vtclass::get_raw_vol_name()(name)) volume.name = name;
   return volume;
 }
@@ -30,7 +30,8 @@ std::optional<uint64_t> FreeSpaceOf(const RootVolume& volume) {
 }
 
 std::wstring ShownPath(const RootVolume& volume) {
-  return volume.path == volume.name ? volume.name : Path(volume.path).Shown();
+  const bool isName = vtclass::mountmgr_is_volume_name(wcstring(volume.path.c_str()));
+  return isName ? volume.path : Path(volume.path).Shown();
 }
 
 std::wstring Shown(const RootVolume& volume) {

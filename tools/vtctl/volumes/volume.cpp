@@ -5,6 +5,7 @@
 #include <vtcluster/vtcluster.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "vtclass/volumes.h"
 
@@ -140,6 +141,10 @@ VolumeList ListVolumes(WriteTest test) {
   } catch (const unsigned long code) {
     list.error = code;
   }
+  std::ranges::sort(list.volumes, [](const Volume& a, const Volume& b) {
+    if (a.paths.empty() != b.paths.empty()) return b.paths.empty();
+    return std::tie(a.paths, a.name) < std::tie(b.paths, b.name);
+  });
   return list;
 }
 

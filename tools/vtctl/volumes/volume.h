@@ -45,7 +45,8 @@ enum class WriteTest {
   file  /* a small file is made in its root and deleted */
 };
 
-/* All volumes, in the system's order. No drive without a medium asks anybody for one. */
+/* All volumes, ordered by where they are reached; those that nothing leads to come last. No drive
+ * without a medium asks anybody for one. */
 VolumeList ListVolumes(WriteTest test);
 
 }  // namespace vtctl

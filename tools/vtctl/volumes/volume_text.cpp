@@ -21,12 +21,21 @@ struct TypeName {
   const char* word; /* for scripts */
 };
 /* In the order of Volume::Type. */
-constexpr TypeName kTypes[] = {{L"drive of unknown type", "unknown"},
-                               {L"removable drive", "removable"},
-                               {L"fixed drive", "fixed"},
-                               {L"network drive", "network"},
-                               {L"CD-ROM drive", "cdrom"},
-                               {L"RAM disk", "ramdisk"}};
+constexpr TypeName kTypes[] = {{L"unknown drive", "unknown"}, {L"removable", "removable"},
+                               {L"fixed", "fixed"},           {L"network", "network"},
+                               {L"CD-ROM", "cdrom"},          {L"RAM disk", "ramdisk"}};
+
+/* What the system's words do not tell people. */
+struct KnownReason {
+  unsigned long error;
+  const wchar_t* words;
+};
+constexpr unsigned long kNotReady = 21;
+constexpr unsigned long kUnrecognizedVolume = 1005;
+constexpr KnownReason kReasons[] = {
+    {kNotReady, L"no medium is in the drive"},
+    {kUnrecognizedVolume,
+     L"no file system that this system knows: not formatted, encrypted or damaged"}};
 
 std::wstring Size(uint64_t bytes) { return WithUnit(bytes, {}); }
 
@@ -39,8 +48,23 @@ std::wstring Coloured(const std::wstring& text, const wchar_t* colour, bool colo
   return colours ? colour + text + L"\x1b[0m" : text;
 }
 
+std::wstring ErrorText(const Volume& volume) {
+  for (const KnownReason& row : kReasons) {
+    if (row.error == volume.error) return row.words + (L" (" + std::to_wstring(row.error) + L")");
+  }
+  return SystemText(volume.error);
+}
+
 std::wstring Reason(const Volume& volume) {
-  return L"cannot be reached: " + Printable(SystemText(volume.error));
+  return L"cannot be reached: " + Printable(ErrorText(volume));
+}
+
+/* "4 KB": sizes of disks' units are whole ones. */
+std::wstring UnitSize(unsigned long bytes) {
+  std::wstring text = Size(bytes);
+  const size_t tenths = text.find(L".0 ");
+  if (tenths != std::wstring::npos) text.erase(tenths, 2);
+  return text;
 }
 
 std::wstring FreeText(const Volume& volume) {
@@ -95,7 +119,7 @@ std::wstring SpaceLines(const Volume& volume, size_t columns, bool colours) {
   if (volume.freeSpaceToUser < volume.freeSpace) {
     quota = Size(volume.freeSpaceToUser) + L" of it for this account";
   }
-  std::wstring text = Lines({bar, FreeText(volume), quota}, columns);
+  std::wstring text = Lines({bar + L" used", FreeText(volume), quota}, columns);
   if (part >= kNearlyFull) {
     text.replace(text.find(bar), bar.size(), Coloured(bar, L"\x1b[33m", colours));
   }
@@ -109,7 +133,7 @@ std::wstring Facts(const Volume& volume, size_t columns) {
   return Lines(
       {volume.fileSystem.empty() ? L"no file system" : Printable(volume.fileSystem),
        kTypes[volume.type].shown, WritableText(volume), shared,
-       L"clusters of " + Size(volume.clusterSize), L"sectors of " + Size(volume.sectorSize)},
+       UnitSize(volume.clusterSize) + L" clusters", UnitSize(volume.sectorSize) + L" sectors"},
       columns);
 }
 
@@ -193,7 +217,7 @@ Json ToJson(const Volume& volume) {
                {"error", nullptr}};
   if (volume.isWritable) json["writable"] = *volume.isWritable;
   if (volume.writeError != 0) json["writeError"] = ToUtf8(SystemText(volume.writeError));
-  if (!volume.IsReached()) json["error"] = ToUtf8(SystemText(volume.error));
+  if (!volume.IsReached()) json["error"] = ToUtf8(ErrorText(volume));
   return json;
 }
 
@@ -208,8 +232,9 @@ std::wstring CsvField(const std::wstring& text) {
 }
 
 std::wstring Csv(const std::vector<Volume>& volumes) {
+  const Json columns = ToJson(Volume());
   std::vector<std::wstring> fields;
-  for (const auto& [name, member] : ToJson(Volume()).items()) fields.push_back(FromUtf8(name));
+  for (const auto& [name, member] : columns.items()) fields.push_back(FromUtf8(name));
   std::wstring text = CsvLine(fields);
   for (const Volume& volume : volumes) {
     fields.clear();

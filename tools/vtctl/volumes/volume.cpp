@@ -91,6 +91,15 @@ void Measure(const wcstring& root, Volume& volume) {
   volume.sectorSize = get<sector_size>(root);
 }
 
+void TestWriting(const wcstring& root, Volume& volume) {
+  const bool isWritable = vtclass::IsVolumeWriteable(root.c_str());
+  const DWORD error = isWritable ? ERROR_SUCCESS : ::GetLastError();
+  /* Somebody else, an agent perhaps, is testing right now: that tells nothing. */
+  if (error == ERROR_SHARING_VIOLATION) return;
+  volume.isWritable = isWritable;
+  volume.writeError = error;
+}
+
 Volume Ask(const wcstring& name, WriteTest test) {
   Volume volume;
   volume.name = name;
@@ -105,8 +114,7 @@ Volume Ask(const wcstring& name, WriteTest test) {
     volume.isWritable = false;
     volume.writeError = ERROR_WRITE_PROTECT;
   } else if (test == WriteTest::file) {
-    volume.isWritable = vtclass::IsVolumeWriteable(root.c_str());
-    if (!*volume.isWritable) volume.writeError = ::GetLastError();
+    TestWriting(root, volume);
   }
   return volume;
 }

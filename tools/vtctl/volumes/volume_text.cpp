@@ -13,6 +13,7 @@ namespace {
 
 constexpr size_t kIndent = 4;
 constexpr int kBarColumns = 32;
+constexpr int kLeastBarColumns = 12;
 /* Of a volume with so much occupied the bar is coloured. */
 constexpr double kNearlyFull = 0.9;
 
@@ -78,19 +79,18 @@ std::wstring WritableText(const Volume& volume) {
 }
 
 /* Sets the parts of a sentence into lines, each behind the indent; a part is never broken. */
-std::wstring Lines(const std::vector<std::wstring>& parts, size_t columns) {
+std::wstring Lines(std::vector<std::wstring> parts, size_t columns) {
+  std::erase(parts, L"");
   std::wstring text;
-  size_t used = 0;
-  for (const std::wstring& part : parts) {
-    if (part.empty()) continue;
-    if (used > 0 && used + 2 + ColumnsOf(part) < columns) {
-      text += L", " + part;
-      used += 2 + ColumnsOf(part);
-      continue;
-    }
-    if (used > 0) text += L",\n";
-    text += std::wstring(kIndent, L' ') + part;
-    used = kIndent + ColumnsOf(part);
+  size_t used = columns; /* a part always begins the first line */
+  for (size_t i = 0; i < parts.size(); ++i) {
+    const std::wstring part = parts[i] + (i + 1 < parts.size() ? L"," : L"");
+    const size_t width = ColumnsOf(part);
+    /* The last column stays free: writing there would move to the next line. */
+    const bool fits = used + 1 + width < columns;
+    text += fits ? L" " : (text.empty() ? L"" : L"\n") + std::wstring(kIndent, L' ');
+    text += part;
+    used = fits ? used + 1 + width : kIndent + width;
   }
   return text + L"\n";
 }
@@ -110,11 +110,12 @@ std::wstring OtherPaths(const Volume& volume) {
   return text;
 }
 
-/* The colour is around the line's bar only, and counts as no column. */
+/* The colour is put around the bar at the end: it takes no columns. */
 std::wstring SpaceLines(const Volume& volume, size_t columns, bool colours) {
-  const int room = static_cast<int>(columns) - static_cast<int>(kIndent) - 1;
+  constexpr int kAroundBar = kIndent + 7; /* " used," and the last column */
+  const int room = static_cast<int>(columns) - kAroundBar;
   const double part = OccupiedPart(volume);
-  const std::wstring bar = ProgressBar(part, std::clamp(room, 12, kBarColumns));
+  const std::wstring bar = ProgressBar(part, std::clamp(room, kLeastBarColumns, kBarColumns));
   std::wstring quota;
   if (volume.freeSpaceToUser < volume.freeSpace) {
     quota = Size(volume.freeSpaceToUser) + L" of it for this account";

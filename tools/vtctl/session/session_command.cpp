@@ -24,7 +24,7 @@ constexpr const char* kExamples =
     "tells the volume of the folder and its free space before and after.\n"
     "\n"
     "When less than 100 MB are free for the job log, standard error and the log itself say so\n"
-    "beforehand; the session runs all the same. Each folder takes some 600 bytes of the log.\n"
+    "beforehand; the session runs all the same. Each folder takes some 500 bytes of the log.\n"
     "\n"
     "With SERVER the session first asks whether that server is this machine, as an agent does\n"
     "when it is handed a job, and ends when it is another one. A UNC path is also the folder,\n"

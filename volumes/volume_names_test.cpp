@@ -75,11 +75,8 @@ TEST(VolumeNames, PathName_RealPaths) {
     wcstring path;
     const wchar_t* root;
   };
-  const Row rows[] = {{L"C:\\windows\\no such file", L"C:\\"},
-                      {L"c:\\", L"c:\\"},
-                      {L"", L""},
-                      {nullptr, L""},
-                      {kOverLong, L""}};
+  const Row rows[] = {
+      {L"C:\\windows\\no such file", L"C:\\"}, {L"", L""}, {nullptr, L""}, {kOverLong, L""}};
   for (const Row& row : rows) {
     EXPECT_STREQ(get_volume_path_name(row.path).c_str(), row.root) << cstring(row.path);
   }

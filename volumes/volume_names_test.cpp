@@ -55,6 +55,7 @@ TEST(VolumeNames, Shape) {
 TEST(VolumeNames, OfMountPoint_RealDriveHasOne) {
   const wcstring name = get_volume_name_for_mount_point(wcstring(L"C:\\"));
   EXPECT_TRUE(mountmgr_is_volume_name(name));
+  EXPECT_EQ(get_volume_name_for_mount_point(wcstring(L"C:\\\0behind it", 13)), name);
   const cstring narrow =
       get_volume_name_for_mount_point(cstring("C:\\", cstring::codePage::windows1250));
   EXPECT_EQ(wcstring(narrow), name);

@@ -50,7 +50,7 @@ TEST(Writeable, NoFolder_IsNot) {
                       {missing.c_str(), ERROR_PATH_NOT_FOUND},
                       {overLong.c_str(), 0},
                       {file.c_str(), 0},
-                      {L"\\\\.\\nul", 0},
+                      {L"\\\\.\\no such device", 0},
                       {L"<>", 0}};
   for (const Row& row : rows) {
     ::SetLastError(ERROR_SUCCESS);
@@ -101,9 +101,13 @@ BOOL WINAPI Delete(LPCWSTR path) {
 }
 
 DWORD attributes, access, share, disposition;
+std::wstring created;
 HANDLE WINAPI Create(LPCWSTR path, DWORD wanted, DWORD shared, LPSECURITY_ATTRIBUTES security,
                      DWORD how, DWORD flags, HANDLE model) {
+  created = path;
   access = wanted, share = shared, disposition = how, attributes = flags;
+  // The root of the current drive is no place for a test.
+  if (created.starts_with(L'\\')) return INVALID_HANDLE_VALUE;
   return ::CreateFileW(path, wanted, shared, security, how, flags, model);
 }
 
@@ -126,6 +130,8 @@ TEST(Writeable, Writes30BytesAndLeavesNothing) {
       EXPECT_FALSE(Exists(folder / kFile));
     }
   }
+  EXPECT_FALSE(IsVolumeWriteable(L""));
+  EXPECT_EQ(created, L"\\_VT101_.TMP");
   EXPECT_EQ(writtenText, L"This is a test.");
   EXPECT_EQ(access, DWORD{GENERIC_WRITE});
   EXPECT_EQ(share, 0u);

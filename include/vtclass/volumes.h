@@ -17,7 +17,7 @@
  *
  *   std::list<wcstring> volumes(vtclass::vol_it(), vtclass::vol_it::end());
  *   volumes.remove_if(vtclass::non_fixed_drive());
- *   volumes.sort(vtclass::more_free_space());
+ *   volumes.sort(vtclass::less_free_space());
  *
  * A volume is named as the system names it, "\\?\Volume{GUID}\", or by the root of a drive, "C:\".
  * Names and roots end in a backslash, mount points too; functions that take a name pass it on as it
@@ -268,15 +268,16 @@ class get {
 /*
  * Compares two volumes by get<free_space>; one that cannot be asked has 0.
  *
- * Both ask the system at each comparison, and the space may change in the middle of a sort. Sort a
- * std::list with them: its sort ends whatever they answer. std::sort may leave its range.
+ * Asks the system at each comparison, and the space may change in the middle of a sort. Sort a
+ * std::list by it, whose sort stays inside the list whatever it is told; std::sort may not.
  */
 struct less_free_space {
   VTCLASS_API bool operator()(const wcstring& a, const wcstring& b) const noexcept;
 };
 
 /* Contract: the opposite of less_free_space, so that equal space counts as more, and a volume has
- * more than itself. Callers tell by it that a second volume has no less. */
+ * more than itself. Callers ask by it whether a volume has enough, compared with another. It is no
+ * order that may be sorted by: sort by less_free_space, and reverse. */
 struct more_free_space {
   VTCLASS_API bool operator()(const wcstring& a, const wcstring& b) const noexcept;
 };

@@ -133,6 +133,21 @@ FARPROC WINAPI LookUpSome(HMODULE module, LPCSTR name) {
   return nullptr;
 }
 
+TEST(MissingFunctions, Kernel32Glue_NeedsItsCore) {
+  // Each stands behind what the row before it has.
+  const std::pair<const char*, bool> rows[] = {{"GetVolumePathNameW", false},
+                                               {"GetVolumePathNamesForVolumeNameW", false},
+                                               {"GetVolumeNameForVolumeMountPointA", true}};
+  for (const auto& [function, isOk] : rows) {
+    const test::LibraryCopy copy(L"vtclass_mini.dll");
+    const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress",
+                                                        &LookUpSome, copy.Module());
+    missing = function;
+    EXPECT_EQ(copy(&Kernel32Glue::GetInstance)()->OK(), isOk) << function;
+    copy (&Kernel32Glue::DestroyInstance)();
+  }
+}
+
 class MissingFunction : public ::testing::TestWithParam<const char*> {
  protected:
   MissingFunction() { missing = GetParam(); }

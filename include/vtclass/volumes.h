@@ -289,8 +289,9 @@ struct more_free_space {
  * is ("D:\"), else the access path of the first volume that hosts it and has one, followed by the
  * mount point ("C:\mnt\data\"). Names are compared character by character. The search lists the
  * volumes and their mount points once at most, however deep the mounts lie and also when volumes
- * host each other in a circle; a list that has failed to get on 16 times in a row ends there. While
- * it lists it sets the error mode, as vol_it does.
+ * host each other in a circle. A list that the system refuses to begin is empty, and one that has
+ * failed to get on 16 times in a row ends there. While it lists it sets the error mode, as vol_it
+ * does.
  */
 
 /* The system does not call it a fixed drive. */

@@ -50,7 +50,7 @@ struct Mount {
  */
 class Mounts {
  public:
-  explicit Mounts(Failure& failure) noexcept : failure(failure) {}
+  explicit Mounts(Failure& failure) : failure(failure) {}
 
   /* The mount point number `index` of all that lead to `volume`; null when there are no more. */
   const Mount* Of(const std::wstring& volume, std::size_t index) {

@@ -238,6 +238,7 @@ TEST_F(Listings, MemoryRunsOut_ThrowsAndLeavesNothing) {
 }
 
 TEST_F(Listings, Steps_AllocateNothingBesideTheText) {
+  fake.AddMount(one, L"a mount point with a longer name than those before it\\", two);
   fake.calls = {{"FindNextVolumeW", 0}, {"FindNextVolumeMountPointW", 0}};
   vol_it volumes;
   mp_it points(one);
@@ -245,6 +246,7 @@ TEST_F(Listings, Steps_AllocateNothingBesideTheText) {
   ++volumes, ++points;
   EXPECT_EQ(*volumes, two);
   while (volumes != vol_it::end()) ++volumes, ++points;
+  EXPECT_EQ(points, mp_it());
   EXPECT_EQ(library.Count(), 0);
 }
 

@@ -17,7 +17,7 @@
  *
  *   std::list<wcstring> volumes(vtclass::vol_it(), vtclass::vol_it::end());
  *   volumes.remove_if(vtclass::non_fixed_drive());
- *   volumes.sort(vtclass::more_free_space());
+ *   volumes.sort(vtclass::less_free_space());
  *
  * A volume is named as the system names it, "\\?\Volume{GUID}\", or by the root of a drive, "C:\".
  * Names and roots end in a backslash, mount points too; functions that take a name pass it on as it
@@ -268,15 +268,16 @@ class get {
 /*
  * Compares two volumes by get<free_space>; one that cannot be asked has 0.
  *
- * Both ask the system at each comparison, and the space may change in the middle of a sort. Sort a
- * std::list with them: its sort ends whatever they answer. std::sort may leave its range.
+ * Asks the system at each comparison, and the space may change in the middle of a sort. Sort a
+ * std::list by it, whose sort stays inside the list whatever it is told; std::sort may not.
  */
 struct less_free_space {
   VTCLASS_API bool operator()(const wcstring& a, const wcstring& b) const noexcept;
 };
 
 /* Contract: the opposite of less_free_space, so that equal space counts as more, and a volume has
- * more than itself. Callers tell by it that a second volume has no less. */
+ * more than itself. Callers ask by it whether a volume has enough, compared with another. It is no
+ * order that may be sorted by: sort by less_free_space, and reverse. */
 struct more_free_space {
   VTCLASS_API bool operator()(const wcstring& a, const wcstring& b) const noexcept;
 };
@@ -288,8 +289,9 @@ struct more_free_space {
  * is ("D:\"), else the access path of the first volume that hosts it and has one, followed by the
  * mount point ("C:\mnt\data\"). Names are compared character by character. The search lists the
  * volumes and their mount points once at most, however deep the mounts lie and also when volumes
- * host each other in a circle; a list that has failed to get on 16 times in a row ends there. While
- * it lists it sets the error mode, as vol_it does.
+ * host each other in a circle. A list that the system refuses to begin is empty, and one that has
+ * failed to get on 16 times in a row ends there. While it lists it sets the error mode, as vol_it
+ * does.
  */
 
 /* The system does not call it a fixed drive. */

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/same_name.h"
+#include "tools/vtctl/session/root_volume.h"
 #include "vtclass/volumes.h"
 
 namespace vtctl {
@@ -33,14 +34,6 @@ bool IsMountPoint(const Path& path, const WIN32_FIND_DATAW& entry) {
   bool isVolumeMount = false;
   vtclass::get_reparse_tag(path.System().c_str(), &isVolumeMount);
   return isVolumeMount;
-}
-
-/* The name of the volume mounted there; empty when the system does not tell. */
-std::wstring VolumeAt(const Path& mountPoint) {
-  const wcstring volume =
-      vtclass::get_volume_name_for_mount_point((mountPoint / L"").System().c_str());
-  if (!vtclass::mountmgr_is_volume_name(volume)) return {};
-  return volume;
 }
 
 bool IsOnTheWay(const std::wstring& volume, const EnteredVolume* entered) {
@@ -132,7 +125,8 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
 /* A volume that is already on the way is not entered again: volumes may be mounted in a circle. */
 void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record) {
   const std::wstring shown = mountPoint.path.Shown();
-  const std::wstring volume = plan.crossVolumes ? VolumeAt(mountPoint.path) : std::wstring();
+  const std::wstring volume =
+      plan.crossVolumes ? VolumeNameAt(mountPoint.path.System()) : std::wstring();
   const bool isCircle = !volume.empty() && IsOnTheWay(volume, mountPoint.volume.get());
   if (!volume.empty() && !isCircle) {
     record.lines.push_back(

@@ -19,9 +19,16 @@ std::optional<uint64_t> SpaceOf(const wcstring& root) {
 RootVolume VolumeOf(const Path& root) {
   RootVolume volume;
   volume.path = vtclass::get_volume_path_name(root.System().c_str());
-  wcstring name = ShownPath(volume).c_str();
-  if (vtclass::get_raw_vol_name()(name)) volume.name = name;
+  volume.name = VolumeNameAt(ShownPath(volume));
   return volume;
+}
+
+std::wstring VolumeNameAt(const std::wstring& mountPoint) {
+  wcstring place = mountPoint.c_str();
+  if (!place.ends_with(L'\\')) place += L'\\';
+  const wcstring name = vtclass::get_volume_name_for_mount_point(place);
+  if (!vtclass::mountmgr_is_volume_name(name)) return {};
+  return name;
 }
 
 std::optional<uint64_t> FreeSpaceOf(const RootVolume& volume) {

@@ -20,6 +20,10 @@ struct RootVolume {
 
 RootVolume VolumeOf(const Path& root);
 
+/* The name of the volume that is mounted there, at the root of a drive or at a folder; empty when
+ * the system does not tell. */
+std::wstring VolumeNameAt(const std::wstring& mountPoint);
+
 /* The free bytes of the volume now. */
 std::optional<uint64_t> FreeSpaceOf(const RootVolume& volume);
 

@@ -32,15 +32,17 @@ Volume::Type TypeOf(const wcstring& root) {
   }
 }
 
-/* All that the system knows; the texts follow each other, and an empty one ends them. */
-std::vector<std::wstring> PathsFromSystem(const wcstring& name) {
+/* All that the system knows; nothing where it cannot say. The texts follow each other, and an empty
+ * one ends them. */
+std::optional<std::vector<std::wstring>> PathsFromSystem(const wcstring& name) {
   vtclass::Kernel32Glue* const kernel = vtclass::Kernel32Glue::GetInstance();
   std::wstring texts(MAX_PATH, L'\0');
   DWORD needed = 0;
-  while (kernel && !kernel->GetVolumePathNamesForVolumeNameW(
-                       name.c_str(), texts.data(), static_cast<DWORD>(texts.size()), &needed)) {
+  if (!kernel) return std::nullopt;
+  while (!kernel->GetVolumePathNamesForVolumeNameW(name.c_str(), texts.data(),
+                                                   static_cast<DWORD>(texts.size()), &needed)) {
+    if (::GetLastError() != ERROR_MORE_DATA) return std::nullopt;
     /* Paths that came in between need more room than the system has just said. */
-    if (::GetLastError() != ERROR_MORE_DATA) return {};
     texts.assign(std::max<size_t>(needed, texts.size() * 2), L'\0');
   }
   std::vector<std::wstring> paths;
@@ -52,12 +54,12 @@ std::vector<std::wstring> PathsFromSystem(const wcstring& name) {
 
 std::vector<std::wstring> PathsOf(const wcstring& name) {
   if (!vtclass::mountmgr_is_volume_name(name)) return {name};
-  std::vector<std::wstring> paths = PathsFromSystem(name);
-  if (!paths.empty()) return paths;
+  const auto paths = PathsFromSystem(name);
+  if (paths) return *paths;
   wcstring path = name;
   vtclass::translate_vol_name()(path);
-  if (path != name) paths.push_back(path);
-  return paths;
+  if (path == name) return {};
+  return {path};
 }
 
 bool IsOnSharedVolume(const std::wstring& path) {
@@ -123,16 +125,18 @@ Volume Ask(const wcstring& name, WriteTest test) {
  * without a medium gives an error and no box on the screen. */
 void Collect(WriteTest test, VolumeList& list) {
   int failures = 0;
+  DWORD status = ERROR_SUCCESS; /* of the last step */
   for (vtclass::vol_it volume; volume != vtclass::vol_it::end();) {
     const wcstring name = *volume;
     if (std::ranges::find(list.volumes, name, &Volume::name) == list.volumes.end()) {
       list.volumes.push_back(Ask(name, test));
       failures = 0;
     } else if (++failures == kMostFailures) {
-      list.error = ::GetLastError();
+      list.error = status != ERROR_SUCCESS ? status : ERROR_INVALID_DATA;
       return;
     }
     ++volume;
+    status = ::GetLastError();
   }
 }
 

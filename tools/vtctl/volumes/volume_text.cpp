@@ -72,6 +72,10 @@ std::wstring FreeText(const Volume& volume) {
   return Size(volume.freeSpace) + L" free of " + Size(volume.totalSpace);
 }
 
+std::wstring FileSystemText(const Volume& volume) {
+  return volume.fileSystem.empty() ? L"no file system" : Printable(volume.fileSystem);
+}
+
 std::wstring WritableText(const Volume& volume) {
   if (!volume.isWritable) return L"writing not tested";
   if (*volume.isWritable) return L"writable";
@@ -132,8 +136,7 @@ std::wstring Facts(const Volume& volume, size_t columns) {
       volume.isClusterShared ? L"shared by the cluster" : L"not cluster shared";
   if (!volume.IsReached()) return Lines({kTypes[volume.type].shown, shared}, columns);
   return Lines(
-      {volume.fileSystem.empty() ? L"no file system" : Printable(volume.fileSystem),
-       kTypes[volume.type].shown, WritableText(volume), shared,
+      {FileSystemText(volume), kTypes[volume.type].shown, WritableText(volume), shared,
        UnitSize(volume.clusterSize) + L" clusters", UnitSize(volume.sectorSize) + L" sectors"},
       columns);
 }
@@ -186,7 +189,7 @@ std::wstring Line(const Volume& volume) {
   std::wstring text = ShownPlace(volume);
   if (!volume.IsReached()) return text + L"  " + Reason(volume);
   if (!volume.label.empty()) text += L"  \"" + Printable(volume.label) + L"\"";
-  return text + L"  " + Printable(volume.fileSystem) + L", " + FreeText(volume);
+  return text + L"  " + FileSystemText(volume) + L", " + FreeText(volume);
 }
 
 std::wstring CountText(const std::vector<Volume>& volumes) {

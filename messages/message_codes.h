@@ -49,6 +49,8 @@ inline constexpr long kCodeSettingOutOfRange = WarningCode(MSG_SETTING_OUT_OF_RA
 inline constexpr long kCodeSettingsUnreadable = WarningCode(MSG_SETTINGS_UNREADABLE);
 // The message library of the chosen language is not installed.
 inline constexpr long kCodeLanguageMissing = WarningCode(MSG_LANGUAGE_MISSING);
+// The volume mounted at the folder is one that the folder lies on.
+inline constexpr long kCodeVolumeCycle = WarningCode(MSG_VOLUME_CYCLE);
 
 // Errors.
 // The file could not be opened, for a reason without a warning of its own.

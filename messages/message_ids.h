@@ -22,6 +22,7 @@
 #define MSG_JOB_LOG_FILE 1007
 #define MSG_JOB_LANGUAGE 1008
 #define MSG_AGENT_PLATFORM 1012
+#define MSG_LOG_SPACE_LOW 1013
 
 /* Settings. */
 #define MSG_SETTINGS_READ 1101
@@ -39,10 +40,14 @@
 #define MSG_DESTINATION_DISCARDED 2018
 #define MSG_SET_STARTED 2019
 #define MSG_SET_ENDED 2020
+#define MSG_MOUNTED_VOLUMES_READ 2026
+#define MSG_FREE_SPACE_BEFORE 2027
+#define MSG_FREE_SPACE_AFTER 2028
 
 /* Folders and files. */
 #define MSG_DIRECTORY 3002
 #define MSG_FILE_WITH_SIZE 3004
+#define MSG_MOUNT_POINT_FOLLOWED 3005
 
 /* Warnings. message_codes.h holds their unique message identifiers. */
 #define MSG_ACCESS_DENIED 4001
@@ -58,6 +63,7 @@
 #define MSG_SETTING_OUT_OF_RANGE 4013
 #define MSG_SETTINGS_UNREADABLE 4014
 #define MSG_LANGUAGE_MISSING 4015
+#define MSG_VOLUME_CYCLE 4016
 
 /* Errors. message_codes.h holds their unique message identifiers. */
 #define MSG_FILE_OPEN_FAILED 5001

@@ -255,6 +255,37 @@ std::vector<Operation> RegistryOperations(Configuration& key) {
   };
 }
 
+std::vector<Operation> VolumeOperations() {
+  using namespace vtclass;
+  return {
+      {"volumes",
+       [] {
+         std::vector<wcstring> names(vol_it(), vol_it::end());
+         vol_it it;
+         const wcstring first = *it++;
+         mp_it points(first);
+         points = first;
+         return IsWhole(names.front()) && first == names.front();
+       }},
+      {"volume's names",
+       [] {
+         const wcstring name = get_volume_name_for_mount_point(wcstring(L"C:\\"));
+         const cstring narrow = get_volume_name_for_mount_point(cstring("C:\\"));
+         wcstring path = name;
+         wcstring raw = L"C:\\windows";
+         translate_vol_name()(path);
+         return get_raw_vol_name()(raw) && raw == name && cstring(name) == narrow &&
+                path == get_volume_path_name(L"C:\\windows") && !unmounted_drive()(name);
+       }},
+      {"system's functions",
+       [] {
+         Kernel32Glue::DestroyInstance();
+         const Kernel32Glue* const glue = Kernel32Glue::GetInstance();
+         return glue && glue->OK();
+       }},
+  };
+}
+
 std::vector<Operation> NameOperations() {
   using namespace vtclass;
   return {
@@ -401,7 +432,7 @@ std::vector<Operation> ObjectOperations(StringResourceMgr& messages, const std::
 
 TEST_F(Border, EveryOperation_KeepsToItsSide_AlsoWithoutMemory) {
   std::vector<Operation> all = StringOperations();
-  for (auto& more : {RegistryOperations(key), NameOperations(),
+  for (auto& more : {RegistryOperations(key), VolumeOperations(), NameOperations(),
                      ObjectOperations(messages, folder / L"a log with a long name.log")}) {
     all.insert(all.end(), more.begin(), more.end());
   }

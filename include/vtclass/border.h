@@ -25,15 +25,17 @@ namespace vtclass::border {
  * it in, and throws by Throw afterwards.
  */
 struct Failure {
-  enum Kind : int { none, noMemory, tooLong };
+  enum Kind : int { none, noMemory, tooLong, systemCode };
 
   Kind kind = none;
-  char text[64]; /* of the std::length_error, with tooLong only */
+  unsigned long code = 0; /* what is thrown, with systemCode only */
+  char text[64];          /* of the std::length_error, with tooLong only */
 
-  /* std::bad_alloc, std::length_error with its text, or nothing. */
+  /* std::bad_alloc, std::length_error with its text, an unsigned long, or nothing. */
   void Throw() const {
     if (kind == noMemory) throw std::bad_alloc();
     if (kind == tooLong) throw std::length_error(text);
+    if (kind == systemCode) throw code;
   }
 };
 

@@ -18,5 +18,6 @@
 #include "vtclass/steps.h"
 #include "vtclass/strings.h"
 #include "vtclass/threads.h"
+#include "vtclass/volumes.h"
 
 #endif

@@ -3,6 +3,8 @@
 #include <utility>
 
 #include "platform/same_name.h"
+#include "tools/vtctl/session/root_volume.h"
+#include "vtclass/volumes.h"
 
 namespace vtctl {
 namespace {
@@ -26,11 +28,19 @@ bool IsPlaceholder(const WIN32_FIND_DATAW& entry) {
   return (entry.dwFileAttributes & kElsewhere) != 0;
 }
 
+/* True for a folder where another volume is mounted; a junction leads to a folder. */
 bool IsMountPoint(const Path& path, const WIN32_FIND_DATAW& entry) {
   if (entry.dwReserved0 != IO_REPARSE_TAG_MOUNT_POINT) return false;
-  wchar_t volume[64];
-  return ::GetVolumeNameForVolumeMountPointW((path.System() + L"\\").c_str(), volume,
-                                             ARRAYSIZE(volume));
+  bool isVolumeMount = false;
+  vtclass::get_reparse_tag(path.System().c_str(), &isVolumeMount);
+  return isVolumeMount;
+}
+
+bool IsOnTheWay(const std::wstring& volume, const EnteredVolume* entered) {
+  for (; entered; entered = entered->above.get()) {
+    if (entered->name == volume) return true;
+  }
+  return false;
 }
 
 void Skip(const wchar_t* tag, const std::wstring& text, FolderRecord& record) {
@@ -42,13 +52,14 @@ void Skip(const wchar_t* tag, const std::wstring& text, FolderRecord& record) {
 FolderReader::FolderReader(const ReadingPlan& plan, LiveCount& live)
     : plan(plan), live(live), files(size_t{plan.settings.bufferSizeKB} * 1024, plan.stop) {}
 
-FolderRecord FolderReader::Read(const Path& path) {
+FolderRecord FolderReader::Read(const FolderPlace& folder) {
+  const Path& path = folder.path;
   FolderRecord record(plan.settings.largestFiles);
   record.shownPath = path.Shown();
   FolderListing listing(path);
   WIN32_FIND_DATAW entry;
   while (!plan.stop.IsGiven() && listing.Next(entry)) {
-    ReadEntry(path / entry.cFileName, entry, record);
+    ReadEntry({path / entry.cFileName, folder.volume}, entry, record);
   }
   if (listing.Error() != ERROR_SUCCESS) {
     record.lines.push_back(FolderFinding(plan.messages, record.shownPath, listing,
@@ -59,12 +70,14 @@ FolderRecord FolderReader::Read(const Path& path) {
   return record;
 }
 
-void FolderReader::ReadEntry(const Path& path, const WIN32_FIND_DATAW& entry,
+/* `folder` is the entry's own path and volume. */
+void FolderReader::ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& entry,
                              FolderRecord& record) {
+  const Path& path = folder.path;
   if (IsLink(entry)) {
-    SkipLink(path, entry, record);
+    IsMountPoint(path, entry) ? EnterOrSkipVolume(folder, record) : SkipLink(path, record);
   } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-    record.subfolders.push_back(path);
+    record.subfolders.push_back(folder);
   } else if (IsPlaceholder(entry)) {
     const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {path.Shown()});
     record.lines.push_back(
@@ -109,14 +122,34 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
   }
 }
 
-void FolderReader::SkipLink(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record) {
-  const bool isMountPoint = IsMountPoint(path, entry);
-  const std::wstring text = plan.messages.Text(
-      isMountPoint ? MSG_MOUNT_POINT_NOT_FOLLOWED : MSG_LINK_NOT_FOLLOWED, {path.Shown()});
-  if (isMountPoint) {
+/* A volume that is already on the way is not entered again: volumes may be mounted in a circle. */
+void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record) {
+  const std::wstring shown = mountPoint.path.Shown();
+  const std::wstring volume =
+      plan.crossVolumes ? VolumeNameAt(mountPoint.path.System()) : std::wstring();
+  const bool isCircle = !volume.empty() && IsOnTheWay(volume, mountPoint.volume.get());
+  if (!volume.empty() && !isCircle) {
+    record.lines.push_back(
+        {0, kTagReparsePoint, plan.messages.Text(MSG_MOUNT_POINT_FOLLOWED, {shown, volume})});
+    record.subfolders.push_back({mountPoint.path, std::make_shared<const EnteredVolume>(
+                                                      EnteredVolume{volume, mountPoint.volume})});
+    return;
+  }
+  const std::wstring text =
+      plan.messages.Text(isCircle ? MSG_VOLUME_CYCLE : MSG_MOUNT_POINT_NOT_FOLLOWED, {shown});
+  if (isCircle) {
+    record.lines.push_back(
+        {kCodeVolumeCycle, kTagWarningFolderCycleSkipped, text, MSG_CATEGORY_JOB});
+  } else {
     record.lines.push_back(
         {kCodeMountPointNotFollowed, kTagWarningMountPointNotFollowed, text, MSG_CATEGORY_JOB});
-  } else if (plan.settings.reportLinks != 0) {
+  }
+  Skip(kTagReparsePoint, text, record);
+}
+
+void FolderReader::SkipLink(const Path& path, FolderRecord& record) {
+  const std::wstring text = plan.messages.Text(MSG_LINK_NOT_FOLLOWED, {path.Shown()});
+  if (plan.settings.reportLinks != 0) {
     record.lines.push_back(
         {kCodeLinkNotFollowed, kTagWarningLinkNotFollowed, text, MSG_CATEGORY_JOB});
   }

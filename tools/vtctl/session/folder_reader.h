@@ -2,6 +2,7 @@
 #define VTCLASS_TOOLS_VTCTL_SESSION_FOLDER_READER_H
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,18 @@
 
 namespace vtctl {
 
+/* A volume on the way from the root to a folder. */
+struct EnteredVolume {
+  std::wstring name;                          /* empty when it has none */
+  std::shared_ptr<const EnteredVolume> above; /* that on which its mount point lies */
+};
+
+/* A folder to read, and the volume that it lies on. */
+struct FolderPlace {
+  Path path;
+  std::shared_ptr<const EnteredVolume> volume;
+};
+
 /* One entry of a folder's part of the job log: a finding, or a plain entry with the code 0. */
 using FolderLine = Finding;
 
@@ -27,7 +40,7 @@ struct FolderRecord {
   FileStatistics statistics;
   std::vector<FolderLine> lines;   /* in the order of the entries */
   std::vector<FolderLine> skipped; /* for the summary of skipped items: the first ones */
-  std::vector<Path> subfolders;
+  std::vector<FolderPlace> subfolders;
 };
 
 /* What has been read so far, for the progress that is shown meanwhile. */
@@ -41,8 +54,10 @@ struct ReadingPlan {
   const SessionSettings& settings;
   const Messages& messages;
   StopSign& stop;
-  Path root;    /* a failure there is an error */
-  Path logPath; /* the one file that is not read */
+  Path root;               /* a failure there is an error */
+  Path logPath;            /* the one file that is not read */
+  std::wstring rootVolume; /* the name of the volume that holds it; empty when it has none */
+  bool crossVolumes;       /* volumes mounted at folders are read as well */
 };
 
 /* The summary of skipped items names so many; the folders above it name all of them. */
@@ -55,12 +70,13 @@ class FolderReader {
 
   /* Ends in the middle of the folder, with what was read until then, when the stop sign is given.
    */
-  FolderRecord Read(const Path& path);
+  FolderRecord Read(const FolderPlace& folder);
 
  private:
-  void ReadEntry(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& entry, FolderRecord& record);
   void ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
-  void SkipLink(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
+  void EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record);
+  void SkipLink(const Path& path, FolderRecord& record);
   void CountFile(const Path& path, const wchar_t* name, uint64_t bytes, FolderRecord& record);
 
   const ReadingPlan& plan;

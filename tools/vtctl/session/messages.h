@@ -7,6 +7,7 @@
 #include "messages/message_codes.h"
 #include "messages/message_ids.h"
 #include "tools/vtctl/session/text.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "vtclass/log.h"
 
 namespace vtctl {

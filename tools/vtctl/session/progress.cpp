@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/number_text.h"
 
 namespace vtctl {
 namespace {
@@ -10,32 +11,8 @@ namespace {
 constexpr ULONGLONG kTerminalInterval = 100;
 constexpr ULONGLONG kLineInterval = 5000;
 constexpr int kBarColumns = 30;
-/* From here on most characters are wide; taking a narrow one for wide costs a blank. */
-constexpr wchar_t kFirstWide = 0x1100;
 
 }  // namespace
-
-std::wstring ProgressBar(double fraction, int columns) {
-  const double part = std::clamp(fraction, 0.0, 1.0);
-  const int room = std::max(columns - 7, 1); /* the brackets and "  42%" stand around it */
-  const int done = static_cast<int>(part * room);
-  const std::wstring percent = std::to_wstring(static_cast<int>(part * 100)) + L"%";
-  return L"[" + std::wstring(static_cast<size_t>(done), L'#') +
-         std::wstring(static_cast<size_t>(room - done), L'-') + L"]" +
-         std::wstring(5 - percent.size(), L' ') + percent;
-}
-
-std::wstring Fitted(const std::wstring& text, size_t columns) {
-  std::wstring line;
-  size_t used = 0;
-  for (const wchar_t unit : text) {
-    const size_t width = unit >= kFirstWide ? 2 : 1;
-    if (used + width > columns) break;
-    line += unit;
-    used += width;
-  }
-  return line.append(columns - used, L' ');
-}
 
 Progress::Progress(Form form)
     : visible(form == automatic),

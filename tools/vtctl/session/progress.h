@@ -3,17 +3,9 @@
 
 #include <vtclass/win32.h>
 
-#include <cstdint>
 #include <string>
 
 namespace vtctl {
-
-/* "[#####-----]  42%" of `columns` characters in all. */
-std::wstring ProgressBar(double fraction, int columns);
-
-/* The text cut or filled with blanks to that many columns of a terminal, where characters of East
- * Asian writing take two. */
-std::wstring Fitted(const std::wstring& text, size_t columns);
 
 /* How far the session is: a bar that moves on a terminal, a line now and then otherwise. */
 class Progress {

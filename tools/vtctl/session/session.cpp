@@ -6,6 +6,14 @@ namespace vtctl {
 
 using namespace vtclass::messages;
 
+namespace {
+
+std::wstring FreeSpaceInTrace(const std::optional<uint64_t>& bytes) {
+  return bytes ? L", " + std::to_wstring(*bytes) + L" bytes free" : std::wstring();
+}
+
+}  // namespace
+
 Session::Session(const SessionRequest& request, const Messages& messages, Progress& progress)
     : request(request),
       messages(messages),
@@ -19,12 +27,15 @@ bool Session::Start() {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
   start = ::GetTickCount64();
+  result.volume = VolumeOf(request.root);
+  result.volume.freeBefore = FreeSpaceOf(result.volume);
   const bool created = log.Create(messages, request.out, now);
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
   trace.Write(1, L"Session of " + request.root.Shown() + L" begins, job log " + log.Path().Shown() +
-                     L", status " + std::to_wstring(result.logError));
+                     L", status " + std::to_wstring(result.logError) + L", volume " +
+                     Shown(result.volume) + FreeSpaceInTrace(result.volume.freeBefore));
   return created;
 }
 
@@ -33,6 +44,7 @@ SessionResult Session::Run() {
   WriteSetHeader();
   ReadTree();
   result.milliseconds = ::GetTickCount64() - start;
+  result.volume.freeAfter = FreeSpaceOf(result.volume);
   WriteSections();
   WriteSetTotals();
   log.End(kTagSet);
@@ -42,12 +54,13 @@ SessionResult Session::Run() {
   trace.Write(1, L"Session ends after " + std::to_wstring(result.milliseconds) + L" ms, " +
                      std::to_wstring(result.totals.files) + L" files, " +
                      std::to_wstring(result.totals.errors) + L" errors, status " +
-                     std::to_wstring(result.logError));
+                     std::to_wstring(result.logError) + FreeSpaceInTrace(result.volume.freeAfter));
   return result;
 }
 
 void Session::ReadTree() {
-  ReadingPlan plan = {settings, messages, stop, request.root, log.Path()};
+  ReadingPlan plan = {
+      settings, messages, stop, request.root, log.Path(), result.volume.name, request.crossVolumes};
   {
     TreeWalk walk(plan, request.workers != 0 ? request.workers : settings.workers,
                   [this](const FolderRecord& record) { WriteFolder(record); });

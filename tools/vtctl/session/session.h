@@ -11,6 +11,7 @@
 #include "tools/vtctl/session/job_log.h"
 #include "tools/vtctl/session/messages.h"
 #include "tools/vtctl/session/progress.h"
+#include "tools/vtctl/session/root_volume.h"
 #include "tools/vtctl/session/session_trace.h"
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/session/statistics.h"
@@ -30,6 +31,8 @@ struct SessionRequest {
   KeyPath settingsKey;
   size_t shownFindings = 10;             /* how many SessionResult keeps */
   unsigned workers = 0;                  /* 0: the setting */
+  bool crossVolumes = false;             /* volumes mounted below the root are read as well */
+  std::wstring note;                     /* for the header of the job log; mostly empty */
   bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading, by each
                                           * worker; once it says yes it never says no again */
 };
@@ -43,6 +46,7 @@ struct ShownFinding {
 /* What a session came to. */
 struct SessionResult {
   enum Status { successful, exceptions, failed, cancelled } status = successful;
+  RootVolume volume;
   Totals totals;
   uint64_t milliseconds = 0;
   std::vector<ShownFinding> findings; /* the first ones */
@@ -79,6 +83,7 @@ class Session {
   void WriteFolder(const FolderRecord& record);
 
   void Report(const Finding& finding);
+  std::wstring FreeSpaceText(unsigned id, uint64_t bytes) const;
   void Summarise(const wchar_t* tag, const std::wstring& text);
   void ShowProgress(TreeWalk& walk);
 

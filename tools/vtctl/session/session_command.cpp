@@ -19,7 +19,13 @@ namespace {
 
 constexpr const char* kExamples =
     "Reads every file below the folder, keeps nothing, and writes the job log that an agent's\n"
-    "backup job would write: joblog-YYYYMMDD-HHMMSS.xml. Links are not followed.\n"
+    "backup job would write: joblog-YYYYMMDD-HHMMSS.xml. Links are not followed; a\n"
+    "volume that is mounted in a folder is a warning, and read with --cross-volumes unless it is\n"
+    "one that the folder lies on. The log tells the volume of DIR, with its free space before and\n"
+    "after.\n"
+    "\n"
+    "When less than 100 MB are free for the job log, standard error and the log itself say so\n"
+    "beforehand, and the session goes on: a folder takes some 500 bytes of the log.\n"
     "\n"
     "With SERVER the session first asks whether that server is this machine, as an agent does\n"
     "when it is handed a job, and ends when it is another one. A UNC path is also the folder,\n"
@@ -46,6 +52,7 @@ constexpr const char* kExamples =
     "  vtctl session --root \\\\server\\share\\data --out . --language DE --name \"Weekly check\"\n"
     "  vtctl session --root \\\\server\\share --out . --workers 16\n"
     "  vtctl session \\\\backup01\\data --out C:\\Logs\n"
+    "  vtctl session --root E:\\Mounted --out C:\\Logs --cross-volumes\n"
     "  vtctl session --root D:\\ --out C:\\Logs --json\n"
     "\n"
     "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing, 68 SERVER\n"
@@ -60,6 +67,7 @@ struct SessionArguments : CommonArguments {
   std::wstring name;
   std::optional<KeyPath> settings;
   unsigned workers = 0;
+  bool crossVolumes = false;
   unsigned show = 10;
 };
 
@@ -149,10 +157,22 @@ const char* StatusName(const SessionResult& result) {
   }
 }
 
+Json ToJson(const RootVolume& volume) {
+  if (volume.path.empty()) return nullptr;
+  const auto orNull = [](const std::optional<uint64_t>& bytes) {
+    return bytes ? Json(*bytes) : Json();
+  };
+  return {{"path", ToUtf8(ShownPath(volume))},
+          {"name", TextOrNull(volume.name)},
+          {"freeSpaceBefore", orNull(volume.freeBefore)},
+          {"freeSpaceAfter", orNull(volume.freeAfter)}};
+}
+
 void PrintResultAsJson(const SessionRequest& request, const SessionResult& result) {
   const Totals& totals = result.totals;
   Json json = {{"status", StatusName(result)},
                {"root", ToUtf8(request.root.Shown())},
+               {"volume", ToJson(result.volume)},
                {"jobLog", ToUtf8(result.logPath.Shown())},
                {"folders", totals.folders},
                {"files", totals.files},
@@ -216,6 +236,9 @@ int Run(const SessionArguments& arguments) {
   request.jobName = arguments.name;
   request.shownFindings = arguments.show;
   request.workers = arguments.workers;
+  request.crossVolumes = arguments.crossVolumes;
+  request.note = LogSpaceWarning(messages, request.out);
+  if (!request.note.empty()) PrintError(L"vtctl: " + request.note + L"\n");
   return RunSession(request, messages, arguments.json);
 }
 
@@ -235,6 +258,8 @@ void AddSessionCommand(Command& program) {
   session.Count("--workers N", session->workers,
                 "Threads, 1 to 64 (if not given: the registry's); the job log is always the same",
                 NumberRange<unsigned>{1, kMostWorkers});
+  session.Flag("--cross-volumes", session->crossVolumes,
+               "Read volumes that are mounted below the folder, too");
   session.Count("--show N", session->show, "How many warnings and errors to print (10)");
   session.Json("Print the result as one JSON object, nothing else");
   session.Require([root, session] {

@@ -42,16 +42,6 @@ std::wstring PlatformName() {
                                           : Printable(product);
 }
 
-std::wstring VolumeOf(const Path& path) {
-  std::wstring volume(path.System().size() + MAX_PATH, L'\0');
-  if (!::GetVolumePathNameW(path.System().c_str(), volume.data(),
-                            static_cast<DWORD>(volume.size()))) {
-    return {};
-  }
-  volume.resize(volume.find(L'\0'));
-  return Path(volume).Shown();
-}
-
 }  // namespace
 
 void Session::WriteHeader() {
@@ -68,6 +58,7 @@ void Session::WriteHeader() {
   if (!platform.empty()) {
     log.Entry(kTagAgentPlatform, messages.Text(MSG_AGENT_PLATFORM, {platform}));
   }
+  if (!request.note.empty()) log.Entry(kTagNote, request.note);
   WriteSettings();
   if (messages.LanguageMissing()) {
     Report({kCodeLanguageMissing, kTagWarningLanguageMissing,
@@ -107,9 +98,17 @@ void Session::WriteSettings() {
 void Session::WriteSetHeader() {
   log.Entry(kTagSetNumber, messages.Text(MSG_SET_NUMBER, {L"1"}));
   log.Entry(kTagBackupMethod, messages.Text(MSG_BACKUP_METHOD, {messages.Text(MSG_METHOD_COPY)}));
-  const std::wstring volume = VolumeOf(request.root);
-  if (!volume.empty()) log.Entry(kTagVolumeName, messages.Text(MSG_VOLUME_NAME, {volume}));
+  const RootVolume& volume = result.volume;
+  if (!volume.path.empty()) {
+    log.Entry(kTagVolumeName, messages.Text(MSG_VOLUME_NAME, {Shown(volume)}));
+  }
+  if (volume.freeBefore) {
+    log.Entry(kTagNote, FreeSpaceText(MSG_FREE_SPACE_BEFORE, *volume.freeBefore));
+  }
   log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}));
+  if (request.crossVolumes) {
+    log.Entry(kTagMountPointsFollowed, messages.Text(MSG_MOUNTED_VOLUMES_READ));
+  }
   log.Entry(kTagBackupDestination,
             messages.Text(MSG_DESTINATION,
                           {messages.Text(settings.readFileData ? MSG_DESTINATION_DISCARDED
@@ -152,6 +151,10 @@ void Session::WriteExtensions() {
   }
 }
 
+std::wstring Session::FreeSpaceText(unsigned id, uint64_t bytes) const {
+  return messages.Text(id, {messages.Number(bytes), messages.Size(bytes)});
+}
+
 void Session::Summarise(const wchar_t* tag, const std::wstring& text) {
   log.Entry(tag, text);
   result.summary.push_back(text);
@@ -174,6 +177,9 @@ void Session::WriteSetTotals() {
   Summarise(kTagElapsedTime,
             messages.Text(MSG_ELAPSED_TIME, {messages.Elapsed(result.milliseconds)}));
   Summarise(kTagByteRate, messages.Text(MSG_THROUGHPUT_PER_SECOND, {messages.Size(perSecond)}));
+  if (result.volume.freeAfter) {
+    Summarise(kTagNote, FreeSpaceText(MSG_FREE_SPACE_AFTER, *result.volume.freeAfter));
+  }
   log.End(kTagSetSummary);
 }
 

@@ -1,7 +1,6 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SESSION_TEXT_H
 #define VTCLASS_TOOLS_VTCTL_SESSION_TEXT_H
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,16 +12,6 @@ namespace vtctl {
 /* A message with its arguments in the places of %s and %u, in order. "%%" is a per cent sign; a
  * place without an argument stays as it is. */
 std::wstring Format(std::wstring_view message, const std::vector<std::wstring>& arguments);
-
-/* How the reader's language writes numbers. */
-struct NumberStyle {
-  std::wstring group = L",";
-  std::wstring decimal = L".";
-};
-
-std::wstring Grouped(uint64_t number, const NumberStyle& style);        /* "1,234,567" */
-std::wstring WithUnit(uint64_t bytes, const NumberStyle& style);        /* "1.2 MB", "17 B" */
-std::wstring Duration(uint64_t milliseconds, const NumberStyle& style); /* "0:01:12.3" */
 
 /* The file name's extension with its dot, in lower case; empty when there is none, when the dot is
  * the first or the last character, or when a blank or its length shows that it is none. */

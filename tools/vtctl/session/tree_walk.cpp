@@ -76,7 +76,7 @@ void TreeWalk::Call::SetThread(WorkerThread* worker) {
 
 void TreeWalk::Reading::Work() {
   if (!walk.plan.stop.IsGiven()) {
-    walk.Publish(folder, reader.Read(folder->path));
+    walk.Publish(folder, reader.Read(folder->place));
     return;
   }
   const ScopedLock hold(walk.lock);
@@ -107,7 +107,9 @@ TreeWalk::~TreeWalk() {
 
 void TreeWalk::Start() {
   const ScopedLock hold(lock);
-  order.push_back({plan.root, 1.0, Folder::waiting, 0, nullptr});
+  const auto volume =
+      std::make_shared<const EnteredVolume>(EnteredVolume{plan.rootVolume, nullptr});
+  order.push_back({{plan.root, volume}, 1.0, Folder::waiting, 0, nullptr});
   Dispatch();
   /* The call waits for the lock before it can say that it is over. */
   if (busyCalls > 0) ::ResetEvent(ended.Get());
@@ -128,8 +130,8 @@ double TreeWalk::FractionDone() {
 void TreeWalk::Publish(Folders::iterator folder, FolderRecord&& record) {
   const double part = folder->weight / static_cast<double>(record.subfolders.size() + 1);
   Folders below;
-  for (Path& path : record.subfolders) {
-    below.push_back({std::move(path), part, Folder::waiting, 0, nullptr});
+  for (FolderPlace& place : record.subfolders) {
+    below.push_back({std::move(place), part, Folder::waiting, 0, nullptr});
   }
   record.subfolders.clear();
   const size_t lines = record.lines.size() + record.skipped.size();

@@ -54,7 +54,7 @@ class TreeWalk {
   class Writing;
 
   struct Folder {
-    Path path;
+    FolderPlace place;
     double weight;
     enum State { waiting, reading, read } state = waiting;
     size_t held = 0;                      /* what it counts in `ahead` */

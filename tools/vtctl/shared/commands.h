@@ -19,6 +19,7 @@ void AddSessionCommand(Command& program);
 void AddSettingsCommand(Command& program);
 void AddSgmonCommand(Command& program);
 void AddTimeCommand(Command& program);
+void AddVolumesCommand(Command& program);
 
 }  // namespace vtctl
 

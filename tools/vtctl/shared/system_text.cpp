@@ -2,6 +2,8 @@
 
 #include <vtclass/win32.h>
 
+#include <cwchar>
+
 #include "platform/owned.h"
 
 namespace vtctl {
@@ -25,6 +27,15 @@ std::wstring ClockTime() {
   ::GetLocalTime(&now);
   wchar_t text[16];
   ::GetTimeFormatW(LOCALE_INVARIANT, 0, &now, L"HH':'mm':'ss", text, ARRAYSIZE(text));
+  return text;
+}
+
+std::wstring IsoTime() {
+  SYSTEMTIME now = {};
+  ::GetSystemTime(&now);
+  wchar_t text[32];
+  std::swprintf(text, ARRAYSIZE(text), L"%04u-%02u-%02uT%02u:%02u:%02uZ", now.wYear, now.wMonth,
+                now.wDay, now.wHour, now.wMinute, now.wSecond);
   return text;
 }
 

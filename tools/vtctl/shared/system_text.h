@@ -12,6 +12,9 @@ std::wstring SystemText(unsigned long code);
 /* "22:03:59": the local time, for lines that are printed as things happen. */
 std::wstring ClockTime();
 
+/* "2025-01-31T21:03:59Z": the time for scripts, the same wherever the machine stands. */
+std::wstring IsoTime();
+
 }  // namespace vtctl
 
 #endif

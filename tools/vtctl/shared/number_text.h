@@ -1,0 +1,31 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_NUMBER_TEXT_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_NUMBER_TEXT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/* Numbers and shares as people read them, and texts that keep to their columns. */
+namespace vtctl {
+
+/* How the reader's language writes numbers. */
+struct NumberStyle {
+  std::wstring group = L",";
+  std::wstring decimal = L".";
+};
+
+std::wstring Grouped(uint64_t number, const NumberStyle& style);        /* "1,234,567" */
+std::wstring WithUnit(uint64_t bytes, const NumberStyle& style);        /* "1.2 MB", "17 B" */
+std::wstring Duration(uint64_t milliseconds, const NumberStyle& style); /* "0:01:12.3" */
+
+/* "[#####-----]  42%" of `columns` characters in all. */
+std::wstring ProgressBar(double fraction, int columns);
+
+/* How many columns of a terminal the text takes: characters of East Asian writing take two. */
+size_t ColumnsOf(const std::wstring& text);
+/* The text cut or filled with blanks to that many columns. */
+std::wstring Fitted(const std::wstring& text, size_t columns);
+
+}  // namespace vtctl
+
+#endif

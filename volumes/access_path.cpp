@@ -1,0 +1,197 @@
+#include <vtclass/win32.h>
+
+#include <cstddef>
+#include <cwchar>
+#include <deque>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/border.h"
+#include "volumes/kernel32.h"
+#include "vtclass/volumes.h"
+
+using vtclass::border::Failure;
+using vtclass::border::ListMountPoints;
+using vtclass::border::ListVolumes;
+using vtclass::border::WideSink;
+using vtclass::platform::HandOver;
+using vtclass::platform::KeepFailure;
+
+namespace vtclass::volumes {
+
+namespace {
+
+// A list that does not get on is given up after so many tries.
+constexpr int kTries = 16;
+
+// Goes on to another value; false at the end, and where there is no getting on.
+bool MovesOn(border::Listing& listing) {
+  const std::wstring before = listing.Value();
+  for (int tries = 0; tries < kTries && !listing.IsAtEnd(); ++tries) {
+    listing.Advance();
+    if (!listing.IsAtEnd() && listing.Value() != before) return true;
+  }
+  return false;
+}
+
+struct Mount {
+  const std::wstring* host; /* the volume on which it lies */
+  std::wstring point;       /* below the host's root */
+};
+
+/*
+ * All mount points of the machine, as far as somebody has asked for them. The system's lists are
+ * read once at most, and each mount point is looked at once: looking again for the hosts of each
+ * host would multiply the lists.
+ */
+class Mounts {
+ public:
+  explicit Mounts(Failure& failure) : failure(failure) {}
+
+  /* The mount point number `index` of all that lead to `volume`; null when there are no more. */
+  const Mount* Of(const std::wstring& volume, std::size_t index) {
+    const std::vector<const Mount*>& known = byVolume[volume];
+    while (index >= known.size()) {
+      if (!ReadNext()) return nullptr;
+    }
+    return known[index];
+  }
+
+ private:
+  bool ReadNext() {
+    while (!points) {
+      if (!OpenNextHost()) return false;
+    }
+    const Mount& mount = all.emplace_back(&hosts.back(), points->Value());
+    byVolume[get_volume_name_for_mount_point(*mount.host + mount.point)].push_back(&mount);
+    if (!MovesOn(*points)) points = nullptr;
+    return true;
+  }
+
+  // False at the end of the volumes, and when a list could not be begun.
+  bool OpenNextHost() {
+    if (!volumes) {
+      volumes = ListVolumes(failure);
+      isAtEnd = !volumes || volumes->IsAtEnd();
+    } else if (!isAtEnd) {
+      isAtEnd = !MovesOn(*volumes);
+    }
+    if (isAtEnd) return false;
+    points = ListMountPoints(hosts.emplace_back(volumes->Value()).c_str(), failure);
+    isAtEnd = failure.kind != Failure::none;
+    return !isAtEnd;
+  }
+
+  Failure& failure;
+  RefPointer<border::Listing> volumes;
+  RefPointer<border::Listing> points; /* of the last host; null when it has no more */
+  bool isAtEnd = false;
+  // Both grow without moving what they hold.
+  std::deque<std::wstring> hosts;
+  std::deque<Mount> all;
+  std::unordered_map<std::wstring, std::vector<const Mount*>> byVolume;
+};
+
+/* The fixed drives and their volumes. Asked one after the other, as far as needed: a drive may be
+ * slow to answer. */
+class Drives {
+ public:
+  Drives() noexcept {
+    const DWORD length = ::GetLogicalDriveStringsW(static_cast<DWORD>(std::size(roots)), roots);
+    if (length >= std::size(roots)) *roots = L'\0';
+  }
+
+  /* The root of a volume's drive; null when it has none. */
+  const std::wstring* RootOf(const std::wstring& volume) {
+    for (std::size_t i = 0; i < known.size() || ReadNext(); ++i) {
+      if (known[i].volume == volume) return &known[i].root;
+    }
+    return nullptr;
+  }
+
+ private:
+  struct Drive {
+    std::wstring root;
+    std::wstring volume;
+  };
+
+  bool ReadNext() {
+    while (*next) {
+      const wchar_t* const root = next;
+      next += std::wcslen(root) + 1;
+      if (::GetDriveTypeW(root) != DRIVE_FIXED) continue;
+      known.push_back({root, get_volume_name_for_mount_point(wcstring(root))});
+      return true;
+    }
+    return false;
+  }
+
+  wchar_t roots[26 * 4 + 1] = {};  // "A:\" to "Z:\", each with its zero, and one behind them
+  const wchar_t* next = roots;
+  std::vector<Drive> known;
+};
+
+/*
+ * Where a volume can be reached; nothing when it cannot, and when `failure` tells that the search
+ * failed. Mounts are followed in the order in which the system lists them, each as deep as it goes,
+ * and no volume twice: one that was met before is either looked for already, so that it hosts
+ * itself, or has no path.
+ */
+std::optional<std::wstring> FindAccessPath(const std::wstring& volume, Failure& failure) {
+  Drives drives;
+  if (const std::wstring* const root = drives.RootOf(volume)) return *root;
+
+  struct Level {
+    const std::wstring* volume;
+    std::size_t next = 0;
+    const Mount* mount = nullptr; /* by which the level below it goes on */
+  };
+  Mounts mounts(failure);
+  std::unordered_set<std::wstring> met{volume};
+  std::vector<Level> chain{{&volume}};
+  while (!chain.empty()) {
+    Level& last = chain.back();
+    last.mount = mounts.Of(*last.volume, last.next++);
+    if (!last.mount) {
+      chain.pop_back();
+      continue;
+    }
+    const std::wstring& host = *last.mount->host;
+    if (const std::wstring* const root = drives.RootOf(host)) {
+      std::wstring path = *root;
+      for (auto level = chain.rbegin(); level != chain.rend(); ++level) path += level->mount->point;
+      return path;
+    }
+    if (met.insert(host).second) chain.push_back({&host});
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+}  // namespace vtclass::volumes
+
+namespace vtclass {
+
+bool unmounted_drive::operator()(const wcstring& volume) const noexcept {
+  if (!volumes::HasVolumeNames()) return false;
+  Failure failure;
+  bool isMounted = false;
+  KeepFailure(failure, [&] { isMounted = volumes::FindAccessPath(volume, failure).has_value(); });
+  return failure.kind == Failure::none && !isMounted;
+}
+
+void border::TranslateVolumeName(const WideSink& volume) noexcept {
+  if (!volumes::HasVolumeNames()) return;
+  Failure failure;
+  KeepFailure(failure, [&] {
+    const auto path = volumes::FindAccessPath(volume.Text(), failure);
+    if (path) HandOver(volume, *path);
+  });
+}
+
+}  // namespace vtclass

@@ -1,0 +1,150 @@
+#include <vtclass/win32.h>
+
+#include <gtest/gtest.h>
+#include <winioctl.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/support/handle_counter.h"
+#include "tests/support/import_hook.h"
+#include "tests/support/wine.h"
+#include "volumes/reparse_data.h"
+#include "vtclass/volumes.h"
+
+namespace vtclass {
+namespace {
+
+using test::ImportHook;
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned long kMountPoint = 0xA0000003;
+constexpr unsigned long kNone = 0xFFFFFFFF;
+
+/* The data of a mount point whose target lies `offset` bytes behind the header. */
+Bytes MountPoint(std::wstring_view target, unsigned short offset = 0, int lengthMore = 0,
+                 unsigned long tag = kMountPoint) {
+  const auto length = static_cast<unsigned short>(static_cast<int>(target.size() * 2) + lengthMore);
+  const unsigned short numbers[] = {0, 0, offset, length, 0, 0};
+  Bytes data(4 + sizeof(numbers) + offset);
+  std::memcpy(data.data(), &tag, 4);
+  std::memcpy(data.data() + 4, numbers, sizeof(numbers));
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(target.data());
+  data.insert(data.end(), bytes, bytes + target.size() * 2);
+  return data;
+}
+
+constexpr std::wstring_view kVolume = L"\\??\\Volume{26a21bda-a627-11d7-9931-806e6f6e6963}\\";
+constexpr std::wstring_view kFolder = L"\\??\\D:\\data";
+
+struct Row {
+  Bytes data;
+  unsigned long tag;
+  bool leadsToVolume;
+};
+
+std::vector<Row> Rows() {
+  const Bytes volume = MountPoint(kVolume);
+  std::vector<Row> rows = {
+      {volume, kMountPoint, true},
+      {MountPoint(kFolder), kMountPoint, false},
+      {MountPoint(kVolume, 7), kMountPoint, true},
+      {MountPoint(kFolder, 7), kMountPoint, false},
+      {MountPoint(L""), kMountPoint, true},
+      {MountPoint(kVolume, 0, 1), kMountPoint, false},       // a byte beyond what was returned
+      {MountPoint(kVolume, 0, 0xFF00), kMountPoint, false},  // and many
+      {MountPoint(L"Volume", 0, -1), kMountPoint, true},     // half a character does not count
+      {MountPoint(L"Volume:", 0, -2), kMountPoint, true},    // nor what lies behind the name
+      {MountPoint(L"Volume:", 0, -1), kMountPoint, true},
+      {MountPoint(L"\x3A00\x003B"), kMountPoint, true},  // no colons
+      {MountPoint(kVolume, 0, 0, IO_REPARSE_TAG_SYMLINK), IO_REPARSE_TAG_SYMLINK, false},
+      {{3, 0, 0}, 0, false},
+      {{}, 0, false},
+  };
+  for (const std::size_t size : {4u, 8u, 15u, 16u, 30u}) {
+    rows.push_back({Bytes(volume.begin(), volume.begin() + static_cast<std::ptrdiff_t>(size)),
+                    kMountPoint, false});
+  }
+  return rows;
+}
+
+TEST(ReparseData, IsReadWithinItsBounds) {
+  for (const Row& row : Rows()) {
+    const volumes::ReparsePoint point = volumes::ReadReparseData(row.data);
+    EXPECT_EQ(point.tag, row.tag);
+    EXPECT_EQ(point.leadsToVolume, row.leadsToVolume) << ::testing::PrintToString(row.data);
+  }
+}
+
+/* What the system answers about the path. */
+DWORD attributes;
+HANDLE WINAPI Open(LPCWSTR, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD how,
+                   DWORD flags, HANDLE) {
+  EXPECT_EQ(access, DWORD{GENERIC_READ});
+  EXPECT_EQ(share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE});
+  EXPECT_EQ(how, DWORD{OPEN_EXISTING});
+  EXPECT_EQ(flags, DWORD{FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS});
+  return attributes == kNone ? INVALID_HANDLE_VALUE : ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+}
+
+const Row* current;
+DWORD sizeMore;
+BOOL WINAPI Control(HANDLE, DWORD code, LPVOID, DWORD, LPVOID out, DWORD room, LPDWORD size,
+                    LPOVERLAPPED) {
+  EXPECT_EQ(code, DWORD{FSCTL_GET_REPARSE_POINT});
+  EXPECT_EQ(room, 16412u);
+  ::SetLastError(ERROR_NOT_A_REPARSE_POINT);
+  std::memset(out, 0xA3, room);
+  if (!current) return FALSE;
+  if (!current->data.empty()) std::memcpy(out, current->data.data(), current->data.size());
+  *size = static_cast<DWORD>(current->data.size()) + sizeMore;
+  return TRUE;
+}
+
+TEST(ReparseTag, IsThatOfThePathItself) {
+  const ImportHook<decltype(::GetFileAttributesW)> look(
+      "KERNEL32.dll", "GetFileAttributesW",
+      [](LPCWSTR) -> DWORD { return FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY; });
+  const test::HandleCounter handles;
+  const ImportHook<decltype(::CreateFileW)> open("KERNEL32.dll", "CreateFileW", &Open);
+  const ImportHook<decltype(::DeviceIoControl)> control("KERNEL32.dll", "DeviceIoControl",
+                                                        &Control);
+  attributes = 0;
+  long opened = 0;
+  for (const Row& row : Rows()) {
+    current = &row;
+    bool isVolumeMount = !row.leadsToVolume;
+    EXPECT_EQ(get_reparse_tag(L"C:\\mnt", &isVolumeMount), row.tag);
+    EXPECT_EQ(isVolumeMount, row.leadsToVolume);
+    EXPECT_EQ(get_reparse_tag(L"C:\\mnt", nullptr), row.tag);
+    opened += 2;
+  }
+  current = nullptr;
+  bool isVolumeMount = true;
+  EXPECT_EQ(get_reparse_tag(L"C:\\mnt", &isVolumeMount), 0u);
+  EXPECT_FALSE(isVolumeMount);
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_A_REPARSE_POINT});
+  EXPECT_EQ(handles.Closed(), opened + 1);
+
+  attributes = kNone;
+  isVolumeMount = true;
+  EXPECT_EQ(get_reparse_tag(L"C:\\mnt", &isVolumeMount), 0u) << "it cannot be opened";
+  EXPECT_FALSE(isVolumeMount);
+}
+
+TEST(ReparseTag, RealPaths) {
+  const std::wstring overLong(40'000, L'x');
+  for (const wchar_t* const path :
+       {L"C:\\windows", L"C:\\windows\\win.ini", L"C:\\missing", L"", L"\\\\.\\", L"<>",
+        static_cast<const wchar_t*>(nullptr), overLong.c_str()}) {
+    bool isVolumeMount = true;
+    EXPECT_EQ(get_reparse_tag(path, &isVolumeMount), kNone);
+    EXPECT_FALSE(isVolumeMount);
+  }
+  // There is a link in the root of Wine's drive Z:, which it calls a reparse point without data.
+  if (test::RunsUnderWine()) EXPECT_EQ(get_reparse_tag(L"Z:\\bin", nullptr), 0u);
+}
+
+}  // namespace
+}  // namespace vtclass

@@ -34,14 +34,14 @@ constexpr ProgramText kText = {
     "input, 66 input missing or not readable, 68 not this machine, 69 no answer from a name\n"
     "server, 70 vtctl failed, 73 output not writable, 130 interrupted."};
 
-/* In the order of the help. */
+// In the order of the help.
 constexpr AddCommand kCommands[] = {AddSessionCommand,  AddJobLogCommand,   AddDebugLogCommand,
                                     AddRegistryCommand, AddIdentityCommand, AddConvertCommand,
                                     AddResolveCommand,  AddClusterCommand,  AddAppsCommand,
                                     AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
                                     AddTimeCommand,     AddVolumesCommand};
 
-/* The words in UTF-8: the C run time would bring them into the ANSI code page and lose text. */
+// The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {
   int count = 0;
   const std::unique_ptr<wchar_t*, decltype(&::LocalFree)> words(

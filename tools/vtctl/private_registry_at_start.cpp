@@ -1,4 +1,4 @@
-/* Linked to vtctl for tests: before main begins, HKEY_LOCAL_MACHINE is a private key. */
+// Linked to vtctl for tests: before main begins, HKEY_LOCAL_MACHINE is a private key.
 #include <vtclass/win32.h>
 
 #include <cstdio>
@@ -15,7 +15,7 @@ using vtclass::test::PrivateRoot;
 
 constexpr UINT kNoRegistry = 99;
 
-/* The root that the starting test names, or one of its own that goes with the program. */
+// The root that the starting test names, or one of its own that goes with the program.
 class PrivateStart {
  public:
   PrivateStart() {

@@ -1,4 +1,4 @@
-/* vtctl as its users run it: a process with arguments, output and an exit code. */
+// vtctl as its users run it: a process with arguments, output and an exit code.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -22,7 +22,7 @@ using vtclass::test::MakeFile;
 using vtclass::test::ScratchFolder;
 using Words = std::vector<std::wstring>;
 
-/* A key of its own below the current user, deleted at the end. */
+// A key of its own below the current user, deleted at the end.
 class VtctlTest : public testing::Test {
  protected:
   VtctlTest() : subkey(L"Software\\vtclass-test-" + vtclass::test::RandomName()) {}
@@ -43,7 +43,7 @@ class VtctlTest : public testing::Test {
   ScratchFolder scratch;
 };
 
-/* The texts of a job log, a line each, as its reader sees them. */
+// The texts of a job log, a line each, as its reader sees them.
 std::wstring TextOfLog(const std::wstring& path) {
   VtctlRun show({L"joblog", L"show", path, L"--json"});
   EXPECT_LE(show.ExitCode(), kExitErrors) << show.ErrorOutput();
@@ -162,7 +162,7 @@ TEST_F(VtctlTest, Session_LockedFile_StandsInTheLogAsOnTheScreen) {
   const std::wstring text = TextOfLog(OnlyFileIn(scratch / L"new\\logs"));
   const std::wstring output = FromUtf8(run.Output());
   EXPECT_NE(output.find(L"Q-79-41041-4002 - " + locked), std::wstring::npos) << run.Output();
-  /* Every line of the report, without its indent, is a line of the log. */
+  // Every line of the report, without its indent, is a line of the log.
   std::wistringstream lines(output);
   int compared = 0;
   for (std::wstring line; std::getline(lines, line);) {
@@ -230,7 +230,7 @@ TEST_F(VtctlTest, Registry_EachTypeComesBack) {
 TEST_F(VtctlTest, Registry_Watch_PrintsTheChange) {
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"1"}).ExitCode(), 0);
   VtctlRun watch({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"30"});
-  /* It says so once it is armed. */
+  // It says so once it is armed.
   ASSERT_TRUE(Eventually([&] { return watch.Output().find("Watching") != std::string::npos; }));
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"2"}).ExitCode(), 0);
   EXPECT_EQ(watch.ExitCode(), kExitClean);

@@ -38,20 +38,20 @@ struct AppsArguments : CommonArguments {
 struct Application {
   const char* key;
   const wchar_t* title;
-  size_t deciding; /* any of so many services at the front makes it run */
+  size_t deciding;  // any of so many services at the front makes it run
   bool isRunning = false;
-  unsigned long error = 0; /* why the cluster could not be asked */
+  unsigned long error = 0;  // why the cluster could not be asked
   std::wstring reason;
-  std::vector<vtclass::Step> services; /* as they were looked at */
+  std::vector<vtclass::Step> services;  // as they were looked at
 };
 
 struct AppsAnswers {
   std::wstring server;
-  wcstring node; /* behind a virtual server's name */
+  wcstring node;  // behind a virtual server's name
   bool isVirtual = false;
-  std::wstring computer;   /* whose services are looked at */
-  std::wstring cluster;    /* the name of the cluster, empty without one */
-  unsigned long error = 0; /* why the cluster could not be opened or read */
+  std::wstring computer;    // whose services are looked at
+  std::wstring cluster;     // the name of the cluster, empty without one
+  unsigned long error = 0;  // why the cluster could not be opened or read
   bool sqlIsClustered = false;
   Application sql = {"sqlServer", L"SQL Server", 2, false, 0, {}, {}};
   Application exchange = {"exchange", L"Exchange", 1, false, 0, {}, {}};
@@ -59,12 +59,12 @@ struct AppsAnswers {
 
 bool IsRunning(const vtclass::Step& service) { return service.answer == SERVICE_RUNNING; }
 
-/* No service can have a name that the system refuses. */
+// No service can have a name that the system refuses.
 bool IsInstalled(const vtclass::Step& service) {
   return service.code != ERROR_SERVICE_DOES_NOT_EXIST && service.code != ERROR_INVALID_NAME;
 }
 
-/* "running", "not installed", ... */
+// "running", "not installed", ...
 std::wstring StateText(const vtclass::Step& service) {
   if (!IsInstalled(service)) return L"not installed";
   if (service.code != 0) return L"not visible: " + SystemText(service.code);
@@ -82,7 +82,7 @@ std::wstring StateText(const vtclass::Step& service) {
   }
 }
 
-/* Why the library says so: the services as they were, and what the cluster makes of them. */
+// Why the library says so: the services as they were, and what the cluster makes of them.
 std::wstring Reason(const AppsAnswers& answers, const Application& application) {
   const auto& services = application.services;
   if (services.empty() || services.front().text.empty()) {

@@ -29,20 +29,20 @@ struct ClusterArguments : CommonArguments {
   std::wstring name;
 };
 
-/* What the library's functions answer; an empty text is "none". */
+// What the library's functions answer; an empty text is "none".
 struct ClusterAnswers {
-  std::wstring name; /* as the operator wrote it */
+  std::wstring name;  // as the operator wrote it
   wcstring computer;
-  wcstring node; /* of this machine */
+  wcstring node;  // of this machine
   bool found = false;
-  unsigned long error = ERROR_SUCCESS; /* the first that kept the cluster from an answer */
+  unsigned long error = ERROR_SUCCESS;  // the first that kept the cluster from an answer
   unsigned long nameError = ERROR_SUCCESS;
   unsigned long productError = ERROR_SUCCESS;
   int type = Cluster::noCluster;
   std::wstring clusterName;
-  bool isVirtual = false; /* the name is a network name of the cluster */
+  bool isVirtual = false;  // the name is a network name of the cluster
   wcstring nodeOfName;
-  bool hasActiveNode = false; /* the product runs in the cluster */
+  bool hasActiveNode = false;  // the product runs in the cluster
   wcstring activeNode;
   wcstring virtualServer;
 };

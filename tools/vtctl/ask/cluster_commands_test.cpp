@@ -1,4 +1,4 @@
-/* The commands on what this machine really has: what they say must agree with itself. */
+// The commands on what this machine really has: what they say must agree with itself.
 #include <vtclass/win32.h>
 
 #include <gtest/gtest.h>
@@ -34,7 +34,7 @@ std::wstring ThisComputer() {
   return name;
 }
 
-/* What a command of this process prints, and its exit code before that. */
+// What a command of this process prints, and its exit code before that.
 std::string Printed(AddCommand add, const std::string& line) {
   const vtclass::test::ScratchFolder folder;
   const std::wstring path = folder / L"output";
@@ -51,7 +51,7 @@ std::string Printed(AddCommand add, const std::string& line) {
   return std::to_string(code) + " " + vtclass::test::FileBytes(path);
 }
 
-DWORD playedState; /* 0: there is no service, for the reason below */
+DWORD playedState;  // 0: there is no service, for the reason below
 DWORD playedError;
 
 SC_HANDLE WINAPI PlayedService(SC_HANDLE manager, LPCWSTR, DWORD access) {

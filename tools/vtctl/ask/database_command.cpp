@@ -35,10 +35,10 @@ using Query = bool (*)(std::wstring&, std::wstring&, std::wstring&, std::wstring
 
 struct Database {
   const wchar_t* title = nullptr;
-  const wchar_t* key = nullptr; /* below HKEY_LOCAL_MACHINE, for people */
+  const wchar_t* key = nullptr;  // below HKEY_LOCAL_MACHINE, for people
   Query query = nullptr;
   bool isKnown = false;
-  unsigned long error = 0; /* why the cluster could not be asked for it */
+  unsigned long error = 0;  // why the cluster could not be asked for it
   std::wstring server;
   std::wstring activeNode;
   std::wstring instance;

@@ -13,7 +13,7 @@
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/net.h"
 
-/* vtctl convert and vtctl resolve. */
+// vtctl convert and vtctl resolve.
 namespace vtctl {
 namespace {
 
@@ -45,7 +45,7 @@ constexpr Form kForms[] = {{"netbios", vtclass::computerNameNetBIOS},
                            {"fqdn", vtclass::computerNameDnsFullyQualified},
                            {"ip", vtclass::computerNameIpAddress}};
 
-/* What the conversion's status says, in the operator's words. */
+// What the conversion's status says, in the operator's words.
 constexpr unsigned long kInvalidArgument = 2;
 constexpr unsigned long kReverseLookupFailed = 3;
 

@@ -7,7 +7,7 @@
 #include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/exit_code.h"
 
-/* identity, convert and resolve, as far as the machine's own tables answer them. */
+// identity, convert and resolve, as far as the machine's own tables answer them.
 namespace vtctl {
 namespace {
 

@@ -20,7 +20,7 @@ namespace {
 
 using vtclass::platform::OwnedKernelObject;
 
-constexpr ULONGLONG kOneSignal = 500; /* milliseconds */
+constexpr ULONGLONG kOneSignal = 500;  // milliseconds
 
 constexpr const char* kExamples =
     "Monitoring is switched on by two values of the product's debug key: \"SGMon Enabled\" (1 is "
@@ -56,8 +56,8 @@ struct WatchArguments : CommonArguments {
   unsigned seconds = 0;
 };
 
-/* What the client's thread was told, for the thread that prints: the client's callback has no
- * context. */
+// What the client's thread was told, for the thread that prints: the client's callback has no
+// context.
 struct Told {
   OwnedKernelObject arrived;
   std::atomic<unsigned> count = 0;
@@ -79,7 +79,7 @@ void PrintTold(const WatchArguments& arguments, bool isOn) {
         (isOn ? L"on\n" : L"off\n"));
 }
 
-/* Prints until the time is over or the operator interrupts; the exit code. */
+// Prints until the time is over or the operator interrupts; the exit code.
 int PrintAsItComes(const WatchArguments& arguments) {
   const Deadline deadline(arguments.seconds);
   std::optional<bool> shown;
@@ -87,7 +87,7 @@ int PrintAsItComes(const WatchArguments& arguments) {
   for (;;) {
     const WaitEnd end = WaitFor(told.arrived.Get(), deadline.Left());
     if (end != WaitEnd::signalled) return ExitCodeOf(end);
-    /* One signal may make the component look several times in a row, which is one line. */
+    // One signal may make the component look several times in a row, which is one line.
     const bool isOn = told.isOn;
     if (shown == isOn && ::GetTickCount64() - shownAt < kOneSignal) continue;
     PrintTold(arguments, isOn);
@@ -99,7 +99,7 @@ int PrintAsItComes(const WatchArguments& arguments) {
 int Watch(const WatchArguments& arguments) {
   told.arrived.Reset(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
   const RefPointer<SGMonClient> client(new SGMonClient(arguments.component->client, &OnMonitoring));
-  /* Returns without a callback when there is nothing to wait for. */
+  // Returns without a callback when there is nothing to wait for.
   client->WaitInitComplete(INFINITE);
   if (told.count == 0) {
     return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened: " +
@@ -119,8 +119,8 @@ int Wake(const CommonArguments&) {
     }
     return Fail(kExitNoInput, L"The wake-up event cannot be opened: " + SystemText(status));
   }
-  /* Held for a moment, so that a component that is just looking hears it after that, and may have
-   * read what was stored before. The second signal is for one that looks for longer. */
+  // Held for a moment, so that a component that is just looking hears it after that, and may have
+  // read what was stored before. The second signal is for one that looks for longer.
   for (int i = 0; i < kSignals; ++i) {
     ::SetEvent(event.Get());
     ::Sleep(kHeld);

@@ -39,8 +39,8 @@ struct TimeArguments : CommonArguments {
   std::optional<std::wstring> value;
 };
 
-/* Takes a word apart from its beginning. Each answers false, and takes nothing, where something
- * else stands there. */
+// Takes a word apart from its beginning. Each answers false, and takes nothing, where something
+// else stands there.
 class Scanner {
  public:
   explicit Scanner(std::wstring_view word) : rest(word) {}
@@ -51,7 +51,7 @@ class Scanner {
     return true;
   }
 
-  /* A decimal number of `least` to `most` digits. */
+  // A decimal number of `least` to `most` digits.
   bool Number(std::size_t least, std::size_t most, int& to) {
     const std::size_t digits = std::min(rest.find_first_not_of(L"0123456789"), rest.size());
     if (digits < least || digits > most) return false;
@@ -60,7 +60,7 @@ class Scanner {
     return true;
   }
 
-  /* Thousandths, of one to three digits. */
+  // Thousandths, of one to three digits.
   bool Fraction(int& to) {
     const std::size_t before = rest.size();
     if (!Number(1, 3, to)) return false;
@@ -74,15 +74,15 @@ class Scanner {
   std::wstring_view rest;
 };
 
-/* What VALUE names. */
+// What VALUE names.
 struct Given {
   DateTime value = DateTime::NoTime;
   std::optional<long long> seconds;  // as they were given
   bool exists = true;
 };
 
-/* "2009-11-28", "2009-11-28T14:07", "2009-11-28 14:07:09.5"; nothing when the word has another
- * shape. */
+// "2009-11-28", "2009-11-28T14:07", "2009-11-28 14:07:09.5"; nothing when the word has another
+// shape.
 std::optional<Given> ReadDate(std::wstring_view word) {
   Scanner scanner(word);
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, milliseconds = 0;
@@ -112,7 +112,7 @@ std::optional<Number> ReadNumber(std::string_view text, int base) {
   return number;
 }
 
-/* "129038908291230000", "0x1CA703412E6B400". */
+// "129038908291230000", "0x1CA703412E6B400".
 std::optional<Given> ReadTicks(std::string_view word) {
   const bool isHex = word.starts_with("0x") || word.starts_with("0X");
   const auto ticks = ReadNumber<unsigned long long>(word.substr(isHex ? 2 : 0), isHex ? 16 : 10);
@@ -120,7 +120,7 @@ std::optional<Given> ReadTicks(std::string_view word) {
   return Given{FILETIME{static_cast<DWORD>(*ticks), static_cast<DWORD>(*ticks >> 32)}};
 }
 
-/* "@1259417229", as the local time of that moment. */
+// "@1259417229", as the local time of that moment.
 std::optional<Given> ReadSeconds(std::string_view word) {
   if (!word.starts_with('@')) return std::nullopt;
   const auto seconds = ReadNumber<long long>(word.substr(1), 10);
@@ -130,7 +130,7 @@ std::optional<Given> ReadSeconds(std::string_view word) {
   return Given{local, seconds, exists};
 }
 
-/* The conversion's result, or nothing where it is refused. */
+// The conversion's result, or nothing where it is refused.
 template <typename Form>
 std::optional<Form> FormOf(const DateTime& value) {
   Form form = {};
@@ -138,7 +138,7 @@ std::optional<Form> FormOf(const DateTime& value) {
   return form;
 }
 
-/* The fields of a record as people and scripts read them: "2009-11-28 14:07:09". */
+// The fields of a record as people and scripts read them: "2009-11-28 14:07:09".
 struct Shown {
   std::wstring text;
   int dayOfWeek;
@@ -174,9 +174,9 @@ Shown Show(const _DATE_TIME& record) {
           record.dayOfWeek, std::nullopt};
 }
 
-/* A value in the forms of the library; those are missing that cannot hold it. Seconds that were
- * given stand for themselves: in the hour that comes twice when daylight saving ends, the local
- * time does not tell which of two it is. */
+// A value in the forms of the library; those are missing that cannot hold it. Seconds that were
+// given stand for themselves: in the hour that comes twice when daylight saving ends, the local
+// time does not tell which of two it is.
 struct Forms {
   explicit Forms(const Given& given);
 
@@ -235,7 +235,7 @@ void PrintShown(const wchar_t* name, const std::optional<Shown>& shown) {
   PrintRow(name, text);
 }
 
-/* The narrow text stands beside the wide one where the code page has changed it. */
+// The narrow text stands beside the wide one where the code page has changed it.
 void PrintText(const wchar_t* name, const std::wstring& wide, const std::wstring& narrow) {
   const std::wstring text = wide.empty() ? L"none" : Printable(wide);
   PrintRow(
@@ -260,7 +260,7 @@ std::wstring SecondsText(const Forms& forms) {
   return text;
 }
 
-/* What people read comes first. */
+// What people read comes first.
 void PrintForms(const Forms& forms, const std::optional<unsigned long long>& now) {
   PrintTexts(forms);
   if (forms.systemTime && now) PrintRow(L"Distance", DistanceText(forms.ticks, *now));
@@ -287,7 +287,7 @@ Json AsJson(const Forms::Texts& texts) {
 }
 
 void PrintFormsAsJson(const Forms& forms) {
-  /* Many readers of JSON would round a number of so many digits. */
+  // Many readers of JSON would round a number of so many digits.
   PrintJson({{"ticks", std::to_string(forms.ticks)},
              {"fileTime",
               {{"high", forms.fileTime.dwHighDateTime}, {"low", forms.fileTime.dwLowDateTime}}},

@@ -17,7 +17,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-/* Runs vtctl time --json; the object that it prints. */
+// Runs vtctl time --json; the object that it prints.
 Json Ask(std::vector<std::wstring> words, int exitCode) {
   words.insert(words.begin(), {L"time", L"--json"});
   test::VtctlRun run(words);

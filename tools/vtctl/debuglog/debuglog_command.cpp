@@ -46,7 +46,7 @@ constexpr const char* kExamples =
 
 constexpr DWORD kPollMilliseconds = 100;
 
-/* What all of the group take. */
+// What all of the group take.
 struct FileArguments : CommonArguments {
   Path file;
 };
@@ -73,7 +73,7 @@ int CannotOpen(const Path& file, DWORD status) {
 
 std::wstring Megabytes(unsigned long long bytes) { return std::to_wstring(bytes >> 20) + L" MB"; }
 
-/* What the log goes by, a sentence a line. */
+// What the log goes by, a sentence a line.
 std::wstring LimitText(const DebugLogSettings& settings) {
   const std::wstring refused =
       settings.refused ? L" (the stored count or extension cannot be used)" : L"";
@@ -91,7 +91,7 @@ std::wstring LimitText(const DebugLogSettings& settings) {
   }
 }
 
-/* Lines of one thread, until they are all written or the command is to end. */
+// Lines of one thread, until they are all written or the command is to end.
 struct Writing {
   DebugLog& log;
   const WriteArguments& arguments;
@@ -126,7 +126,7 @@ void PrintWritten(const DebugLog& log, const Writing& writing) {
 int Write(const WriteArguments& arguments) {
   StringResourceMgr messages;
   LogFileFactory factory(messages, arguments.ansi ? 0 : 1);
-  /* The path is not stored: that value belongs to a component. */
+  // The path is not stored: that value belongs to a component.
   const std::unique_ptr<DebugLog> log(
       factory.CreateDebugLog(nullptr, arguments.file.System().c_str()));
   const DebugLogSettings settings = log->GetSettings();
@@ -211,7 +211,7 @@ int Info(const FileArguments& arguments) {
   TraceFile file;
   if (const DWORD status = file.Open(path)) return CannotOpen(path, status);
   const std::vector<RotatedFile> rotated = RotatedFilesOf(path);
-  /* The limits as a component reads them, by a log that opens no file. */
+  // The limits as a component reads them, by a log that opens no file.
   StringResourceMgr messages;
   const DebugLogSettings settings = DebugLog(messages, 1, nullptr).GetSettings();
   if (arguments.json) {
@@ -222,7 +222,7 @@ int Info(const FileArguments& arguments) {
   return kExitClean;
 }
 
-/* Ends the monitor that a log has started. */
+// Ends the monitor that a log has started.
 template <typename Arguments, int (*operation)(const Arguments&)>
 int Monitored(const Arguments& arguments) {
   const int result = operation(arguments);

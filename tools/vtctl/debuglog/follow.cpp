@@ -9,9 +9,9 @@ namespace vtctl::debuglog {
 namespace {
 
 constexpr std::size_t kChunk = 0x40000;
-/* What is remembered to find the place again in a file that has wrapped. */
+// What is remembered to find the place again in a file that has wrapped.
 constexpr std::size_t kRemembered = 4096;
-/* A line that is longer is shown in pieces. */
+// A line that is longer is shown in pieces.
 constexpr std::size_t kLongestLine = 0x100000;
 
 }  // namespace
@@ -44,30 +44,30 @@ void Follower::Poll() {
     while (GoToNextFile()) ReadOn();
   }
   file.Close();
-  /* A text without a line end is shown once nothing follows it any more. */
+  // A text without a line end is shown once nothing follows it any more.
   if (!more && wasIdle) Flush();
   wasIdle = !more;
 }
 
-/* Whether the log is still written to the file at hand, or is about to begin the next one. */
+// Whether the log is still written to the file at hand, or is about to begin the next one.
 bool Follower::IsLive() const {
   TraceFile live;
   return live.Open(path) != ERROR_SUCCESS || live.Identity() == mine;
 }
 
-/* Opens the file at hand again under the name that it has now; there may be none any more. */
+// Opens the file at hand again under the name that it has now; there may be none any more.
 void Follower::OpenMine() {
   if (file.Open(path) == ERROR_SUCCESS && file.Identity() == mine) return;
   file.Close();
   for (const RotatedFile& candidate : RotatedFilesOf(path)) {
     if (candidate.index != mine.index) continue;
-    /* The names may have moved on meanwhile. */
+    // The names may have moved on meanwhile.
     if (file.Open(candidate.path) == ERROR_SUCCESS && file.Identity() == mine) return;
     file.Close();
   }
 }
 
-/* Reads to the end of the file; true when there was something. */
+// Reads to the end of the file; true when there was something.
 bool Follower::ReadOn() {
   bool any = false;
   for (;;) {
@@ -98,7 +98,7 @@ void Follower::Flush() {
   pending.erase(0, size);
 }
 
-/* False when what was read last is no longer where it was: the file has wrapped. */
+// False when what was read last is no longer where it was: the file has wrapped.
 bool Follower::IsStillOurs() const {
   if (file.Size() < position) return false;
   return file.Read(position - lastRead.size(), lastRead.size()) == lastRead;
@@ -106,7 +106,7 @@ bool Follower::IsStillOurs() const {
 
 void Follower::FindPlaceAfterWrap() {
   const std::string wanted = std::exchange(lastRead, {});
-  /* From the end: of equal lines the last ones are those that were read. */
+  // From the end: of equal lines the last ones are those that were read.
   for (uint64_t end = file.Size(); end >= wanted.size() && !wanted.empty();) {
     const uint64_t begin = end - std::min<uint64_t>(end, kChunk);
     const std::string bytes = file.Read(begin, static_cast<std::size_t>(end - begin));
@@ -124,8 +124,8 @@ void Follower::FindPlaceAfterWrap() {
   position = 0;
 }
 
-/* Goes to the file that was begun after the one at hand. False when that is the live one already,
- * or when the files are being moved this very moment. */
+// Goes to the file that was begun after the one at hand. False when that is the live one already,
+// or when the files are being moved this very moment.
 bool Follower::GoToNextFile() {
   constexpr int kTries = 20;
   for (int n = 0; n < kTries; ++n, ::Sleep(5)) {
@@ -133,14 +133,14 @@ bool Follower::GoToNextFile() {
       TraceFile live;
       if (live.Open(path) == ERROR_SUCCESS && live.Identity() == mine) return false;
     }
-    /* Its writer has left the file, so this is the end of it. */
+    // Its writer has left the file, so this is the end of it.
     OpenMine();
     ReadOn();
     Flush();
     const Successor next = FindSuccessor();
     TraceFile opened;
     if (opened.Open(next.path) != ERROR_SUCCESS) continue;
-    /* The names may have moved on meanwhile. */
+    // The names may have moved on meanwhile.
     if (next.identity ? !(opened.Identity() == *next.identity)
                       : FindSuccessor().identity.has_value())
       continue;
@@ -173,7 +173,7 @@ void Follower::GoTo(TraceFile&& next) {
   pending.clear();
 }
 
-/* An older file of that name may lie about from an earlier run. */
+// An older file of that name may lie about from an earlier run.
 bool Follower::GoToFurtherFile() {
   if (file.Size() < vtclass::log::kSimpleRollSize) return false;
   const Path next(FurtherName(firstPath.System(), number));

@@ -45,7 +45,7 @@ TEST(TraceText, Names_OfRotatedAndFurtherFiles) {
 
 class FollowerTest : public vtclass::test::DebugLogTest {
  protected:
-  /* A log that is followed from its beginning. */
+  // A log that is followed from its beginning.
   void Begin(int unicode) {
     log.reset();
     log = std::make_unique<vtclass::test::OpenDebugLog>(messages, unicode, path);
@@ -58,7 +58,7 @@ class FollowerTest : public vtclass::test::DebugLogTest {
         [this](const std::wstring&) { ++notices; });
     ASSERT_EQ(follower->Start(lines), 0u);
   }
-  /* Lines of 1,000 characters. */
+  // Lines of 1,000 characters.
   void Print(int lines) {
     for (; lines > 0; --lines) {
       const std::wstring line = std::to_wstring(100000 + next++) + std::wstring(992, L'.');
@@ -66,8 +66,8 @@ class FollowerTest : public vtclass::test::DebugLogTest {
       expected += line + L"\n";
     }
   }
-  /* Everything since the last look has been shown, and nothing else; with a gap, which was told,
-   * only the end of it, behind `head`. */
+  // Everything since the last look has been shown, and nothing else; with a gap, which was told,
+  // only the end of it, behind `head`.
   void ExpectShown(int told = 0, const std::wstring& head = L"", bool isGap = false) {
     follower->Poll();
     EXPECT_TRUE(shown.starts_with(head));

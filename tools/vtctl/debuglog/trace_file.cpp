@@ -20,14 +20,14 @@ BY_HANDLE_FILE_INFORMATION Information(HANDLE file) {
 
 uint64_t Joined(DWORD high, DWORD low) { return uint64_t{high} << 32 | low; }
 
-/* A handle that keeps nobody from writing, moving or deleting. */
+// A handle that keeps nobody from writing, moving or deleting.
 OwnedFile OpenShared(const std::wstring& systemPath, DWORD access, DWORD flags) {
   return OwnedFile(::CreateFileW(systemPath.c_str(), access,
                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                  OPEN_EXISTING, flags, nullptr));
 }
 
-/* Hands each entry of an open folder to `take`. */
+// Hands each entry of an open folder to `take`.
 template <typename Take>
 void ForEachEntry(HANDLE folder, Take take) {
   constexpr DWORD kRoom = 0x10000;

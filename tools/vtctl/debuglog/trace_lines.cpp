@@ -29,7 +29,7 @@ std::size_t LengthOfWholeLines(std::string_view bytes, Encoding encoding) {
 std::size_t StartOfLastLines(std::string_view bytes, Encoding encoding, std::size_t count) {
   const std::size_t whole = bytes.size() - bytes.size() % UnitOf(encoding);
   if (count == 0) return whole;
-  /* What ends a last line without its end is behind the last line feed. */
+  // What ends a last line without its end is behind the last line feed.
   std::size_t end = LengthOfWholeLines(bytes.substr(0, whole), encoding) == whole
                         ? whole - std::min(whole, UnitOf(encoding))
                         : whole;

@@ -18,7 +18,7 @@ std::wstring Widened(std::string_view bytes, Encoding encoding) {
     text.resize(bytes.size() / sizeof(wchar_t));
     std::memcpy(text.data(), bytes.data(), text.size() * sizeof(wchar_t));
   } else if (!bytes.empty()) {
-    /* No code page makes more units than bytes. */
+    // No code page makes more units than bytes.
     text.resize(bytes.size());
     const int length =
         ::MultiByteToWideChar(CP_ACP, 0, bytes.data(), static_cast<int>(bytes.size()), text.data(),

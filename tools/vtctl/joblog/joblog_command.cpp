@@ -52,7 +52,7 @@ struct ShowArguments : CommonArguments {
   Colours colours = Colours::automatic;
 };
 
-/* Gathers lines, so that a long log is not a system call a line. */
+// Gathers lines, so that a long log is not a system call a line.
 class Output {
  public:
   ~Output() { Flush(); }
@@ -73,7 +73,7 @@ class Output {
 std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
 
 bool WantsColour(Colours colours) {
-  /* Asked in any case: the question switches the terminal's colours on. */
+  // Asked in any case: the question switches the terminal's colours on.
   const bool isTerminal = ColoursWanted();
   return colours == Colours::automatic ? isTerminal : colours == Colours::always;
 }
@@ -83,13 +83,13 @@ int ExitCodeOf(Severity verdict) {
   return verdict == Severity::kWarning ? kExitWarnings : kExitClean;
 }
 
-/* As the operator wrote it, for the page's title. */
+// As the operator wrote it, for the page's title.
 std::string NameOf(const Path& file) {
   const std::wstring& path = file.Written();
-  return ToUtf8(path.substr(path.find_last_of(L"\\/:") + 1)); /* npos + 1 is 0 */
+  return ToUtf8(path.substr(path.find_last_of(L"\\/:") + 1));  // npos + 1 is 0
 }
 
-/* One run of the command. */
+// One run of the command.
 class Show {
  public:
   Show(const ShowArguments& given, std::vector<std::string> codes)

@@ -1,4 +1,4 @@
-/* vtctl joblog show as a script runs it: files of the real writer, exit codes, outputs. */
+// vtctl joblog show as a script runs it: files of the real writer, exit codes, outputs.
 #include <vtclass/win32.h>
 
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ class JobLogCommand : public testing::Test {
     return words;
   }
 
-  /* Writes a log with two folders, and a warning or an error with an identifier. */
+  // Writes a log with two folders, and a warning or an error with an identifier.
   void Write(int unicode, int openMode, const wchar_t* tag) {
     StringResourceMgr messages;
     LogFile log(messages, unicode, -1, -1);
@@ -127,7 +127,7 @@ TEST_F(JobLogCommand, Show_JsonAndPage_ComeFromOneRun) {
   EXPECT_NE(FileBytes(page).find("&lt;no&gt; &quot;access&quot;"), std::string::npos);
 }
 
-/* Under Wine the system cannot tell who else has a file open, and the sentence says no more. */
+// Under Wine the system cannot tell who else has a file open, and the sentence says no more.
 TEST_F(JobLogCommand, Show_LogThatIsBeingWritten_SaysSo) {
   StringResourceMgr messages;
   LogFile log(messages, 1, -1, -1);
@@ -139,7 +139,7 @@ TEST_F(JobLogCommand, Show_LogThatIsBeingWritten_SaysSo) {
   log.Close();
 }
 
-/* The hooked calls are this program's own, so the replacements know the real ones from before. */
+// The hooked calls are this program's own, so the replacements know the real ones from before.
 auto* const createFile = &::CreateFileW;
 auto* const moveFile = &::MoveFileExW;
 auto* const writeFile = &::WriteFile;
@@ -161,7 +161,7 @@ HANDLE WINAPI OpenWithAnAgentBeside(LPCWSTR name, DWORD access, DWORD share,
   return file;
 }
 
-/* At whatever moment an agent opens its log, a reader must not keep it out. */
+// At whatever moment an agent opens its log, a reader must not keep it out.
 TEST_F(JobLogCommand, Reader_ShutsNoWriterOut) {
   Write(1, 0, nullptr);
   agentsLog = path;
@@ -214,7 +214,7 @@ TEST_F(JobLogCommand, Reader_AsksWhoElseHasTheLog) {
   } rows[] = {{0, {self}, false},
               {0, {self, self + 4}, true},
               {0, {}, false},
-              {static_cast<long>(0xC0000004), {}, true}, /* more than there is room for */
+              {static_cast<long>(0xC0000004), {}, true},  // more than there is room for
               {static_cast<long>(0xC0000003), {self + 4}, std::nullopt}};
   const ImportHook<decltype(::NtQueryInformationFile)> hook(
       "ntdll.dll", "NtQueryInformationFile", &NameUsers, ::GetModuleHandleW(nullptr));
@@ -264,7 +264,7 @@ DWORD WriteHooked(const std::wstring& path, std::string_view bytes) {
   return WriteWholeFile(Path(path), bytes);
 }
 
-/* A page goes through a new file of a name that nobody can foresee, and nothing of it stays. */
+// A page goes through a new file of a name that nobody can foresee, and nothing of it stays.
 TEST_F(JobLogCommand, Page_IsThereWholeOrNotAtAll) {
   const std::wstring page = scratch / L"page.html";
   const struct {

@@ -18,8 +18,8 @@ bool Identify(HANDLE file, BY_HANDLE_FILE_INFORMATION& information) {
   return file != INVALID_HANDLE_VALUE && ::GetFileInformationByHandle(file, &information) != FALSE;
 }
 
-/* The system's list of the processes that use a file. A handle that refuses writers would tell of
- * one as well, but shut out the agent that opens its log just then. */
+// The system's list of the processes that use a file. A handle that refuses writers would tell of
+// one as well, but shut out the agent that opens its log just then.
 std::optional<bool> AskWhetherOpenElsewhere(HANDLE file) {
   // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): newer than the header's list
   constexpr auto kProcessIdsUsingFile = static_cast<FILE_INFORMATION_CLASS>(47);
@@ -37,7 +37,7 @@ std::optional<bool> AskWhetherOpenElsewhere(HANDLE file) {
   return std::ranges::any_of(ids, [](ULONG_PTR id) { return id != ::GetCurrentProcessId(); });
 }
 
-/* A new file beside `place` with a name that nobody can have prepared. */
+// A new file beside `place` with a name that nobody can have prepared.
 DWORD MakeBeside(const Path& place, std::wstring& path, OwnedFile& file) {
   std::random_device random;
   for (int attempts = 0; attempts < 16; ++attempts) {
@@ -55,7 +55,7 @@ DWORD WriteAll(HANDLE file, std::string_view bytes) {
     const auto count = static_cast<DWORD>(std::min(bytes.size(), kMaxTransfer));
     DWORD written = 0;
     if (!::WriteFile(file, bytes.data(), count, &written, nullptr)) return ::GetLastError();
-    /* A nearly full disk may take a part, and refuses the next part. */
+    // A nearly full disk may take a part, and refuses the next part.
     if (written == 0) return ERROR_DISK_FULL;
     bytes.remove_prefix(written);
   }

@@ -5,8 +5,8 @@
 namespace vtctl {
 namespace {
 
-/* How often a value is asked for anew that grows between the question for its size and the
- * reading. */
+// How often a value is asked for anew that grows between the question for its size and the
+// reading.
 constexpr int kAttempts = 4;
 
 void StoreText(const wcstring& text, Value& out) {
@@ -16,7 +16,7 @@ void StoreText(const wcstring& text, Value& out) {
 
 bool LoadBytes(Configuration& key, const wchar_t* name, unsigned long size, Value& out) {
   out.data.resize(size);
-  /* An empty value has no byte to read into; the system is asked all the same. */
+  // An empty value has no byte to read into; the system is asked all the same.
   unsigned char none = 0;
   unsigned char* data = size == 0 ? &none : out.data.data();
   if (out.type != REG_BINARY) return key.LoadRaw(name, data, size, out.type);
@@ -83,7 +83,7 @@ KeyContents ReadKey(HKEY parent, const std::wstring& subkey) {
   CRegistryKeysIterator keys(subkey.c_str(), parent, 0);
   for (const wchar_t* name = keys.First(); name; name = keys.Next())
     contents.subkeys.emplace_back(name);
-  /* The iterators end at the first entry that they cannot read. */
+  // The iterators end at the first entry that they cannot read.
   const unsigned long expected = values.GetCount() + keys.GetCount();
   const auto read = static_cast<unsigned long>(contents.values.size() + contents.subkeys.size());
   contents.unreadable = expected > read ? expected - read : 0;

@@ -31,13 +31,13 @@ constexpr const char* kExamples =
     "  vtctl registry set HKCU\\Software\\Test Servers alpha beta --type multi\n"
     "  vtctl registry watch HKCU\\Software\\Test --count 1 --timeout 60";
 
-/* What all of the group take. */
+// What all of the group take.
 struct KeyArguments : CommonArguments {
   std::optional<KeyPath> key;
   std::wstring machine;
   unsigned view = 0;
 
-  /* The parser sees to it that there is a key. */
+  // The parser sees to it that there is a key.
   KeyTarget Target() const { return {key.value_or(KeyPath()), machine, view}; }
 };
 
@@ -87,12 +87,12 @@ int Get(const GetArguments& arguments) {
   return kExitClean;
 }
 
-/* The data of "set", read as the type asks. */
+// The data of "set", read as the type asks.
 struct NewData {
   DWORD number = 0;
   std::vector<unsigned char> bytes;
   std::vector<wcstring> texts;
-  std::wstring problem; /* why the words cannot be used */
+  std::wstring problem;  // why the words cannot be used
 };
 
 NewData ReadData(const SetArguments& arguments) {

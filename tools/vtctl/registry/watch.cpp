@@ -57,7 +57,7 @@ int Fail(const KeyTarget& target, long status) {
                                 SystemText(static_cast<unsigned long>(status)));
 }
 
-/* The registration, the last state that was read, and how much time is left. */
+// The registration, the last state that was read, and how much time is left.
 class Watcher {
  public:
   Watcher(const KeyTarget& target, const WatchOptions& options)
@@ -96,7 +96,7 @@ class Watcher {
         case WaitEnd::failed:
           return Fail(target, static_cast<long>(::GetLastError()));
       }
-      /* Armed again before reading: a change in between is then either read now or signalled. */
+      // Armed again before reading: a change in between is then either read now or signalled.
       if (!configuration.RegisterForChanges(true, event.Get())) {
         return Fail(target, configuration.GetErrorCode());
       }

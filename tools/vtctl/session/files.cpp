@@ -24,7 +24,7 @@ FolderListing::FolderListing(const Path& folder) {
   opened = firstPending = static_cast<bool>(find);
   if (opened) return;
   error = ::GetLastError();
-  /* The root of an empty volume has not even the entry ".". */
+  // The root of an empty volume has not even the entry ".".
   if (error == ERROR_FILE_NOT_FOUND) {
     opened = true;
     error = 0;

@@ -7,7 +7,7 @@ namespace {
 
 using namespace vtclass::messages;
 
-/* The states that files and folders share and that have a sentence of their own. */
+// The states that files and folders share and that have a sentence of their own.
 struct KnownStatus {
   DWORD error;
   unsigned id;

@@ -11,24 +11,24 @@ namespace {
 
 using namespace vtclass::messages;
 
-/* True for what stands for another place of the file system. Other reparse points of files, such
- * as compressed and deduplicated ones, read like any file. */
+// True for what stands for another place of the file system. Other reparse points of files, such
+// as compressed and deduplicated ones, read like any file.
 bool IsLink(const WIN32_FIND_DATAW& entry) {
   if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) return false;
   return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
          IsReparseTagNameSurrogate(entry.dwReserved0);
 }
 
-/* True when the data lie elsewhere and reading would fetch them. */
+// True when the data lie elsewhere and reading would fetch them.
 bool IsPlaceholder(const WIN32_FIND_DATAW& entry) {
-  /* By number: not every SDK that builds this has their names. */
+  // By number: not every SDK that builds this has their names.
   constexpr DWORD kRecallOnOpen = 0x00040000;
   constexpr DWORD kRecallOnDataAccess = 0x00400000;
   constexpr DWORD kElsewhere = FILE_ATTRIBUTE_OFFLINE | kRecallOnOpen | kRecallOnDataAccess;
   return (entry.dwFileAttributes & kElsewhere) != 0;
 }
 
-/* True for a folder where another volume is mounted; a junction leads to a folder. */
+// True for a folder where another volume is mounted; a junction leads to a folder.
 bool IsMountPoint(const Path& path, const WIN32_FIND_DATAW& entry) {
   if (entry.dwReserved0 != IO_REPARSE_TAG_MOUNT_POINT) return false;
   bool isVolumeMount = false;
@@ -70,7 +70,7 @@ FolderRecord FolderReader::Read(const FolderPlace& folder) {
   return record;
 }
 
-/* `folder` is the entry's own path and volume. */
+// `folder` is the entry's own path and volume.
 void FolderReader::ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& entry,
                              FolderRecord& record) {
   const Path& path = folder.path;
@@ -122,7 +122,7 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
   }
 }
 
-/* A volume that is already on the way is not entered again: volumes may be mounted in a circle. */
+// A volume that is already on the way is not entered again: volumes may be mounted in a circle.
 void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record) {
   const std::wstring shown = mountPoint.path.Shown();
   const std::wstring volume =

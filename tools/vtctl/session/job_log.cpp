@@ -35,13 +35,13 @@ bool JobLog::Create(const Messages& messages, const vtctl::Path& folder, const S
 void JobLog::Check(int result) {
   if (error != ERROR_SUCCESS) return;
   error = log->GetErrorCode();
-  /* A print that fails without a status of the system ran out of memory. */
+  // A print that fails without a status of the system ran out of memory.
   if (error == ERROR_SUCCESS && result == 0) error = ERROR_NOT_ENOUGH_MEMORY;
 }
 
 void JobLog::EndLine(int result, Section section) {
   Check(result);
-  /* White space between the elements: a reader of the bare file sees one entry a line. */
+  // White space between the elements: a reader of the bare file sees one entry a line.
   if (error == ERROR_SUCCESS) Check(log->printTMP(section, L"\n"));
 }
 
@@ -71,7 +71,7 @@ void JobLog::Folder(const std::wstring& shownPath) {
 }
 
 void JobLog::EndFolders() {
-  /* Without one the log has nothing to close and calls it a failure. */
+  // Without one the log has nothing to close and calls it a failure.
   if (error != ERROR_SUCCESS || !inFolder) return;
   inFolder = false;
   EndLine(log->printTMPdir(direct, nullptr, 0, nullptr), direct);
@@ -89,7 +89,7 @@ void JobLog::Flush(Section section, const wchar_t* tag, const std::wstring& head
 
 void JobLog::Close() {
   if (!log) return;
-  /* A buffer that was never flushed belongs to nobody else. */
+  // A buffer that was never flushed belongs to nobody else.
   for (const Section section : {skippedItems, largeFiles, extensions}) {
     log->DeAllocateBuffer(section);
   }

@@ -9,7 +9,7 @@ namespace {
 using vtclass::log::kLanguages;
 using vtclass::log::Language;
 
-/* The folder of the program, with the backslash. */
+// The folder of the program, with the backslash.
 std::wstring ProgramFolder() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {

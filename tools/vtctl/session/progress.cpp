@@ -34,10 +34,10 @@ void Progress::Show(double fraction, const std::wstring& text) {
           L"\n");
     return;
   }
-  /* The last column stays free: writing there would move to the next line. */
+  // The last column stays free: writing there would move to the next line.
   const auto width = static_cast<size_t>(TerminalWidth() - 1);
   const std::wstring line = Fitted(ProgressBar(fraction, kBarColumns) + L"  " + text, width);
-  /* The cursor waits at the start, so that what others write there covers the bar. */
+  // The cursor waits at the start, so that what others write there covers the bar.
   Print(line + L"\r");
   shown = true;
 }

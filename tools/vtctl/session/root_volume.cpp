@@ -6,7 +6,7 @@
 namespace vtctl {
 namespace {
 
-/* What the Tag stands for; nothing when the system refuses, which it tells by no space at all. */
+// What the Tag stands for; nothing when the system refuses, which it tells by no space at all.
 template <typename Tag>
 std::optional<uint64_t> SpaceOf(const wcstring& root) {
   const ULARGE_INTEGER total = vtclass::get<vtclass::total_space>(root);

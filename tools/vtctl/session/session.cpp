@@ -74,7 +74,7 @@ void Session::ReadTree() {
 
 void Session::ReportEndOfReading() {
   if (log.Error() != ERROR_SUCCESS) {
-    /* The log cannot tell of it any more; the operator hears of it. */
+    // The log cannot tell of it any more; the operator hears of it.
     Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
             messages.Text(MSG_JOB_LOG_WRITE_FAILED,
                           {log.Path().Shown(), Printable(SystemText(log.Error()))}),
@@ -92,7 +92,7 @@ void Session::ReportEndOfReading() {
   }
 }
 
-/* On a worker's thread, one folder at a time. */
+// On a worker's thread, one folder at a time.
 void Session::WriteFolder(const FolderRecord& record) {
   if (log.Error() != ERROR_SUCCESS) return;
   const Totals& totals = record.totals;
@@ -128,7 +128,7 @@ void Session::Report(const Finding& finding) {
   trace.Write(1, FindingLine(finding.code, finding.text));
   log.Finding(finding.code, finding.tag, finding.text);
   ++(finding.IsError() ? result.totals.errors : result.totals.warnings);
-  /* The first of the gravest findings names the job's category. */
+  // The first of the gravest findings names the job's category.
   if (category == MSG_CATEGORY_NONE || (finding.IsError() && !categoryIsError)) {
     category = finding.category;
     categoryIsError = finding.IsError();

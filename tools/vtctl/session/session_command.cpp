@@ -77,8 +77,8 @@ bool IsUncPath(const std::wstring& server) {
   return vtclass::SplitUncPath(server, host, share) && !share.empty();
 }
 
-/* A job for another machine is not this agent's to run: what lies here under the same path is not
- * what the operator means. An exit code unless `server` is this machine. */
+// A job for another machine is not this agent's to run: what lies here under the same path is not
+// what the operator means. An exit code unless `server` is this machine.
 int CheckServer(const std::wstring& server, bool json) {
   const IdentityQuestion question = {server, true};
   const IdentityAnswer answer = AskIdentity(question);
@@ -88,7 +88,7 @@ int CheckServer(const std::wstring& server, bool json) {
   return kExitClean;
 }
 
-/* Checks the folder that is to be read. An exit code when it cannot be. */
+// Checks the folder that is to be read. An exit code when it cannot be.
 int CheckRoot(const Messages& messages, const Path& root) {
   const DWORD attributes = ::GetFileAttributesW(root.System().c_str());
   const DWORD error = root.System().empty() ? root.Error() : ::GetLastError();

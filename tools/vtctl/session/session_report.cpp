@@ -1,4 +1,4 @@
-/* What a session writes around its folders: header, settings, sections, totals, end. */
+// What a session writes around its folders: header, settings, sections, totals, end.
 #include <algorithm>
 
 #include "tools/vtctl/session/session.h"
@@ -12,7 +12,7 @@ using namespace vtclass::messages;
 
 constexpr size_t kMostExtensions = 20;
 
-/* The same form in every language and time zone, and sortable. */
+// The same form in every language and time zone, and sortable.
 std::wstring LocalTime() {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
@@ -28,7 +28,7 @@ std::wstring ComputerName() {
   return Printable(name);
 }
 
-/* "Windows Server 2022 Standard, build 20348"; empty when the registry does not say. */
+// "Windows Server 2022 Standard, build 20348"; empty when the registry does not say.
 std::wstring PlatformName() {
   Configuration key;
   wcstring product;

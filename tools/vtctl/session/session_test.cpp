@@ -79,7 +79,7 @@ TEST_F(SessionTest, LoadSettings_WritesDefaultsBackAndRefusesOutOfRange) {
   DWORD type = REG_NONE;
   EXPECT_EQ(vtclass::test::StoredValue(key.subkey, L"Report Links", &type), std::string(4, '\0'));
   EXPECT_EQ(type, static_cast<DWORD>(REG_DWORD));
-  /* What an administrator stored stays, usable or not. */
+  // What an administrator stored stays, usable or not.
   EXPECT_EQ(vtclass::test::StoredValue(key.subkey, L"Buffer Size KB", &type)[0], '\1');
   EXPECT_EQ(Run().totals.warnings, 1U);
 }
@@ -112,7 +112,7 @@ int looks;
 struct {
   DWORD bytes;
   DWORD time;
-} added[2]; /* to what the first and the second look at a file see */
+} added[2];  // to what the first and the second look at a file see
 
 decltype(::GetFileInformationByHandle)* realLook = nullptr;
 BOOL WINAPI LookTwice(HANDLE file, BY_HANDLE_FILE_INFORMATION* information) {

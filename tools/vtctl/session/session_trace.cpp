@@ -9,7 +9,7 @@ namespace vtctl {
 SessionTrace::SessionTrace(const StringResourceMgr& messages, const Path& folder) {
   constexpr int kUnicode = 1;
   LogFileFactory factory(messages, kUnicode);
-  /* Beside each job log its own trace: the path is not one for all, so it is not stored. */
+  // Beside each job log its own trace: the path is not one for all, so it is not stored.
   log.reset(factory.CreateDebugLog(nullptr, (folder / L"vtctl-session.log").System().c_str()));
 }
 

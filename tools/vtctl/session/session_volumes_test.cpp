@@ -1,4 +1,4 @@
-/* Sessions on volumes, mount points and spaces that tests play. */
+// Sessions on volumes, mount points and spaces that tests play.
 #include <cwchar>
 
 #include <nlohmann/json.hpp>
@@ -20,7 +20,7 @@ using vtclass::test::MakeFile;
 
 [[maybe_unused]] auto* const lookUps = FakeVolumes::AnswerLookUps();
 
-/* Folders named "mount" and "junction" are reparse points. */
+// Folders named "mount" and "junction" are reparse points.
 bool IsReparsePoint(std::wstring_view path) {
   return path.ends_with(L"\\mount") || path.ends_with(L"\\junction");
 }
@@ -58,7 +58,7 @@ HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
   return ::CreateFileW(path, access, share, security, how, flags, like);
 }
 
-/* The data of a mount point: a header of 16 bytes and the name of its target. */
+// The data of a mount point: a header of 16 bytes and the name of its target.
 BOOL WINAPI Control(HANDLE, DWORD, LPVOID, DWORD, LPVOID data, DWORD, LPDWORD size, LPOVERLAPPED) {
   const std::wstring target = isJunction ? L"\\??\\C:\\elsewhere" : L"\\??\\Volume{2}\\";
   const auto bytes = static_cast<WORD>(target.size() * sizeof(wchar_t));
@@ -77,7 +77,7 @@ BOOL WINAPI Control(HANDLE, DWORD, LPVOID, DWORD, LPVOID data, DWORD, LPDWORD si
 FakeVolumes* played;
 std::wstring playedRoot;
 
-/* Volume 1 holds the tree, volume 2 is mounted in it, and volume 1 again in that. */
+// Volume 1 holds the tree, volume 2 is mounted in it, and volume 1 again in that.
 class SessionVolumes : public SessionTest {
  protected:
   SessionVolumes() {
@@ -136,7 +136,7 @@ TEST_F(SessionVolumes, MountedVolumes_AreReadOnlyWhenAsked) {
   EXPECT_NE(text.find(L"<mount_points_followed>"), std::wstring::npos);
   EXPECT_NE(text.find(L"\\tree\\junction is a link to another place"), std::wstring::npos);
 
-  /* What volume it is cannot be told, so neither can whether it leads back. */
+  // What volume it is cannot be told, so neither can whether it leads back.
   fake.leadsTo.erase(request.root.System() + L"\\mount\\");
   result = Run();
   EXPECT_EQ(result.totals.files, 2U);
@@ -176,7 +176,7 @@ TEST_F(SessionVolumes, Volume_ThatTheSystemDoesNotTell_IsLeftOut) {
   EXPECT_EQ(result.volume.freeBefore, std::nullopt);
 }
 
-/* Runs vtctl session in this process; the exit code, and what it prints. */
+// Runs vtctl session in this process; the exit code, and what it prints.
 int RunCommand(const SessionRequest& request, std::string& output, std::string& errors) {
   const vtclass::test::ScratchFolder folder;
   const DWORD streams[] = {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};

@@ -25,7 +25,7 @@ const NumberSetting kNumbers[] = {
     {kSessionWorkers, &SessionSettings::workers},
 };
 
-/* Agents run with the right to write; an operator may have less, and reads then. */
+// Agents run with the right to write; an operator may have less, and reads then.
 bool Open(Configuration& key, const KeyPath& path) {
   return key.Open(Configuration::openOrCreate, path.subkey.c_str(), nullptr,
                   Configuration::accessRead | Configuration::accessWrite) ||

@@ -10,20 +10,20 @@ namespace {
 
 using vtclass::platform::ScopedLock;
 
-/* How far reading may be ahead of writing, in folders and lines: while one folder takes its time,
- * the others must not fill the memory. */
+// How far reading may be ahead of writing, in folders and lines: while one folder takes its time,
+// the others must not fill the memory.
 constexpr size_t kMostAhead = 2000;
 
 }  // namespace
 
-/* A call of the walk. It is never posted while it is busy, so each posting is one run. */
+// A call of the walk. It is never posted while it is busy, so each posting is one run.
 class TreeWalk::Call : public ThreadPoolCall {
  public:
   explicit Call(TreeWalk& walk) : ThreadPoolCall(&walk.pool), walk(walk) {}
 
   void Execute() override;
 
-  bool busy = false; /* from its posting to its end; the walk's lock guards it */
+  bool busy = false;  // from its posting to its end; the walk's lock guards it
 
  protected:
   virtual void Work() = 0;
@@ -36,7 +36,7 @@ class TreeWalk::Reading : public Call {
  public:
   explicit Reading(TreeWalk& walk) : Call(walk), reader(walk.plan, walk.live) {}
 
-  Folders::iterator folder; /* what the next run reads */
+  Folders::iterator folder;  // what the next run reads
 
  protected:
   void Work() override;
@@ -54,7 +54,7 @@ class TreeWalk::Writing : public Call {
 };
 
 void TreeWalk::Call::Execute() {
-  /* The system's words for an error follow the thread's locale. */
+  // The system's words for an error follow the thread's locale.
   ::SetThreadLocale(walk.locale);
   try {
     Work();
@@ -65,8 +65,8 @@ void TreeWalk::Call::Execute() {
   walk.EndCall(*this);
 }
 
-/* The pool does not tell when the system refuses it a thread: the call would never run, and nobody
- * would end the walk. Thrown here, the refusal comes out of the posting, and nothing is queued. */
+// The pool does not tell when the system refuses it a thread: the call would never run, and nobody
+// would end the walk. Thrown here, the refusal comes out of the posting, and nothing is queued.
 void TreeWalk::Call::SetThread(WorkerThread* worker) {
   if (worker && worker->WaitForThread(0) == WAIT_FAILED) {
     throw std::runtime_error("the system gave no thread for a worker");
@@ -98,7 +98,7 @@ TreeWalk::TreeWalk(ReadingPlan& plan, size_t workers, Writer write)
 TreeWalk::~TreeWalk() {
   plan.stop.Give();
   ::WaitForSingleObject(ended.Get(), INFINITE);
-  /* The last call gave its signal a moment before its end. */
+  // The last call gave its signal a moment before its end.
   while (pool.IsThreadCallExecuting(writing)) ::Sleep(0);
   for (const auto& reading : readings) {
     while (pool.IsThreadCallExecuting(reading)) ::Sleep(0);
@@ -111,7 +111,7 @@ void TreeWalk::Start() {
       std::make_shared<const EnteredVolume>(EnteredVolume{plan.rootVolume, nullptr});
   order.push_back({{plan.root, volume}, 1.0, Folder::waiting, 0, nullptr});
   Dispatch();
-  /* The call waits for the lock before it can say that it is over. */
+  // The call waits for the lock before it can say that it is over.
   if (busyCalls > 0) ::ResetEvent(ended.Get());
 }
 
@@ -161,7 +161,7 @@ void TreeWalk::WriteFinished() {
   ahead -= held;
 }
 
-/* The exception that is being handled ends the walk. */
+// The exception that is being handled ends the walk.
 void TreeWalk::Fail() {
   if (!failure) failure = std::current_exception();
   plan.stop.Give();
@@ -178,7 +178,7 @@ void TreeWalk::EndCall(Call& call) {
   if (--busyCalls == 0) ::SetEvent(ended.Get());
 }
 
-/* Posts what can go on. The writer first: a single worker then writes and reads in turn. */
+// Posts what can go on. The writer first: a single worker then writes and reads in turn.
 void TreeWalk::Dispatch() {
   if (failure) return;
   if (plan.stop.IsGiven()) {
@@ -199,7 +199,7 @@ void TreeWalk::Dispatch() {
 
 TreeWalk::Folders::iterator TreeWalk::NextToRead() {
   const auto next = std::ranges::find(order, Folder::waiting, &Folder::state);
-  /* The first one is taken in any case: all others wait for it. */
+  // The first one is taken in any case: all others wait for it.
   return next == order.begin() || ahead < kMostAhead ? next : order.end();
 }
 
@@ -207,7 +207,7 @@ void TreeWalk::Post(Call& call) {
   try {
     call.PostIt();
   } catch (const std::length_error&) {
-    throw std::bad_alloc(); /* the pool's word for it says less */
+    throw std::bad_alloc();  // the pool's word for it says less
   }
   call.busy = true;
   ++busyCalls;

@@ -22,7 +22,7 @@ using vtclass::test::MakeFile;
 HANDLE lateFolderRead = nullptr;
 decltype(::FindFirstFileExW)* realFind = nullptr;
 
-/* "denied" cannot be listed, and "0 slow" comes last of all although it stands first. */
+// "denied" cannot be listed, and "0 slow" comes last of all although it stands first.
 HANDLE WINAPI FindInOddOrder(LPCWSTR path, FINDEX_INFO_LEVELS level, LPVOID data,
                              FINDEX_SEARCH_OPS operation, LPVOID filter, DWORD flags) {
   const std::wstring_view name(path);
@@ -57,8 +57,8 @@ uintptr_t BeginThreadUntilRefused(void* security, unsigned stack, _beginthreadex
   return 0;
 }
 
-/* A tree with all that a log tells of: nested and empty folders, a locked file, one that cannot be
- * listed, large files, equal sizes. */
+// A tree with all that a log tells of: nested and empty folders, a locked file, one that cannot be
+// listed, large files, equal sizes.
 class TreeWalkTest : public SessionTest {
  protected:
   TreeWalkTest() {
@@ -81,10 +81,10 @@ class TreeWalkTest : public SessionTest {
     vtclass::test::MakeKey(request.settingsKey.subkey);
     vtclass::test::StoreValue(request.settingsKey.subkey, L"Report Large Files MB", REG_DWORD, &one,
                               sizeof one);
-    LoadSettings(request.settingsKey); /* so that every run finds the same */
+    LoadSettings(request.settingsKey);  // so that every run finds the same
   }
 
-  /* The log without the lines that tell the time, or the space that others leave. */
+  // The log without the lines that tell the time, or the space that others leave.
   std::wstring TimelessText(const SessionResult& log) {
     std::wistringstream lines(LogText(log));
     std::wstring text;
@@ -157,12 +157,12 @@ TEST_F(TreeWalkTest, DiskFull_EndsTheReading) {
   EXPECT_EQ(text.find(L"</footer>"), std::wstring::npos);
 }
 
-/* Each run ends, with an exception or with a result that tells of the failure. */
+// Each run ends, with an exception or with a result that tells of the failure.
 TEST_F(TreeWalkTest, OutOfMemoryAnywhere_EndsTheSession) {
   request.workers = 4;
   Progress progress(Progress::none);
   int thrown = 0;
-  /* The address of std::malloc leads through the hooked slot. */
+  // The address of std::malloc leads through the hooked slot.
   realMalloc = std::bit_cast<decltype(realMalloc)>(
       ::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), "malloc"));
   for (int n = 1; n < 2000; n += n < 40 ? 1 : 151) {

@@ -76,7 +76,7 @@ StoredSetting ReadStored(const MonitoredSetting& setting) {
   Setting stored = setting.Open();
   const long status = stored.Read();
   if (status == E_FAIL) return {std::nullopt, 0, IsStored(setting)};
-  /* A key that is not there holds nothing, which is no failure. */
+  // A key that is not there holds nothing, which is no failure.
   if (status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return {};
   return {LastValue(stored), status};
 }

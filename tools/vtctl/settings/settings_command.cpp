@@ -35,14 +35,14 @@ struct SettingsArguments : CommonArguments {
   unsigned seconds = 0;
 };
 
-/* "HKEY_LOCAL_MACHINE\...\Debug", with what speaks against relying on it. */
+// "HKEY_LOCAL_MACHINE\...\Debug", with what speaks against relying on it.
 std::wstring KeyLine(const MonitoredSetting& setting) {
   std::wstring line = L"HKEY_LOCAL_MACHINE\\" + std::wstring(setting.value.key);
   if (!setting.isWatched) line += L"  (of the other product: changes reach no service)";
   return line + L"\n";
 }
 
-/* Text in quotation marks, so that an empty one can be seen. */
+// Text in quotation marks, so that an empty one can be seen.
 std::wstring Shown(const MonitoredSetting& setting, const std::wstring& value) {
   return setting.IsText() ? L"\"" + Printable(value) + L"\"" : value;
 }
@@ -149,7 +149,7 @@ int Watch(const SettingsArguments& arguments) {
   for (MonitoredSetting& setting : MonitoredSettings()) {
     if (!setting.isWatched || (arguments.key && setting.key != *arguments.key)) continue;
     const StoredSetting stored = ReadStored(setting);
-    /* The monitor would be silent for ever. */
+    // The monitor would be silent for ever.
     if (stored.status != 0) return NotReadable(stored.status);
     settings.push_back(setting);
   }

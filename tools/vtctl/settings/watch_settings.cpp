@@ -14,7 +14,7 @@ using vtclass::platform::CriticalSection;
 using vtclass::platform::OwnedKernelObject;
 using vtclass::platform::ScopedLock;
 
-/* What the monitor's thread hands over to the thread that prints. */
+// What the monitor's thread hands over to the thread that prints.
 struct Changes {
   using Change = std::pair<size_t, std::wstring>;
 
@@ -33,7 +33,7 @@ struct Changes {
   std::deque<Change> waiting VTCLASS_GUARDED_BY(lock);
 };
 
-/* The context of one registration. */
+// The context of one registration.
 struct Subscription {
   static long OnNumber(unsigned long value, void* context) {
     const auto* const self = static_cast<Subscription*>(context);
@@ -50,7 +50,7 @@ struct Subscription {
   size_t setting;
 };
 
-/* Sets `last` to the value that the first change is told against. */
+// Sets `last` to the value that the first change is told against.
 bool Register(const MonitoredSetting& setting, Subscription& subscription,
               std::optional<std::wstring>& last) {
   auto made = std::make_unique<Setting>(HKEY_LOCAL_MACHINE, setting.value.key, setting.value.name,
@@ -67,7 +67,7 @@ bool Register(const MonitoredSetting& setting, Subscription& subscription,
   return true;
 }
 
-/* Ends the monitor before what its callbacks use goes. */
+// Ends the monitor before what its callbacks use goes.
 struct MonitorScope {
   MonitorScope() = default;
   ~MonitorScope() { SettingsMonitor::DestroyInstance(); }

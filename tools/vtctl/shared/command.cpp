@@ -11,7 +11,7 @@
 
 namespace vtctl {
 
-/* What the words of the command line ask for. */
+// What the words of the command line ask for.
 struct ParsedLine {
   std::function<int()> run;
   unsigned long product = 0;
@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kJson[] = "--json";
 
-/* An argument as the operator names it, and what its value is called in the help. */
+// An argument as the operator names it, and what its value is called in the help.
 struct Spec {
   std::string name;
   std::string value;
@@ -36,8 +36,7 @@ Spec Parted(std::string_view spec) {
   return {std::string(spec.substr(0, blank)), std::string(spec.substr(blank + 1))};
 }
 
-/* The options of every command may stand wherever a word may. A group's help does not repeat them.
- */
+// The options of every command may stand wherever a word may. A group's help does not repeat them.
 void AddCommonOptions(CLI::App& app, ParsedLine& line, const char* group) {
   app.add_option("--product", line.product, "1 for the sibling product's registry root")
       ->option_text("N")
@@ -51,20 +50,20 @@ void AddCommonOptions(CLI::App& app, ParsedLine& line, const char* group) {
 constexpr const char* kHidden = "";
 constexpr const char* kForEvery = "Options of every command";
 
-/* "vtctl registry get": the command that the words chose, as far as they were understood. */
+// "vtctl registry get": the command that the words chose, as far as they were understood.
 std::string ChosenName(const CLI::App& app) {
   std::string name = app.get_name();
   for (const CLI::App* command : app.get_subcommands()) name += " " + ChosenName(*command);
   return name;
 }
 
-/* The parser puts two empty lines between groups of options. */
+// The parser puts two empty lines between groups of options.
 std::string WithoutDoubledLines(std::string text) {
   for (std::size_t at = 0; (at = text.find("\n\n\n", at)) != std::string::npos;) text.erase(at, 1);
   return text;
 }
 
-/* Help and version go to the output; a wrong command line gets one line and a hint. */
+// Help and version go to the output; a wrong command line gets one line and a hint.
 int ExplainParse(const CLI::App& app, const CLI::ParseError& error) {
   if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
     std::ostringstream out, err;
@@ -73,7 +72,7 @@ int ExplainParse(const CLI::App& app, const CLI::ParseError& error) {
     return kExitClean;
   }
   std::string problem = error.what();
-  /* The parser misses the command before it looks at the words that are none. */
+  // The parser misses the command before it looks at the words that are none.
   const std::vector<std::string> unknown = app.remaining(true);
   if (dynamic_cast<const CLI::RequiredError*>(&error) && !unknown.empty()) {
     problem = "\"" + unknown.front() + "\" is not known here";
@@ -138,7 +137,7 @@ Argument Command::Texts(const char* spec, std::vector<std::wstring>& to, const c
       },
       description);
   option->option_text(value);
-  /* An option would swallow the words that follow its value. */
+  // An option would swallow the words that follow its value.
   if (!option->get_positional()) option->allow_extra_args(false);
   return Argument(option);
 }
@@ -216,7 +215,7 @@ int RunCommandLine(const ProgramText& text, std::span<const AddCommand> commands
   Command program(app, line);
   for (const AddCommand add : commands) add(program);
   try {
-    /* The parser takes them last first. */
+    // The parser takes them last first.
     std::ranges::reverse(words);
     app.parse(std::move(words));
   } catch (const CLI::ParseError& error) {

@@ -8,7 +8,7 @@
 namespace vtctl {
 namespace {
 
-/* A console takes only so much in one call; older systems share one 64 KB heap for it. */
+// A console takes only so much in one call; older systems share one 64 KB heap for it.
 constexpr size_t kConsoleUnits = 8192;
 
 bool outputIsDropped = false;
@@ -19,7 +19,7 @@ bool coloursAreForbidden = false;
 bool WriteToConsole(HANDLE console, std::wstring_view text) {
   while (!text.empty()) {
     size_t count = std::min(text.size(), kConsoleUnits);
-    /* A surrogate pair that is cut in two shows as two boxes. */
+    // A surrogate pair that is cut in two shows as two boxes.
     if (count < text.size() && IS_HIGH_SURROGATE(text[count - 1])) --count;
     DWORD written = 0;
     if (!::WriteConsoleW(console, text.data(), static_cast<DWORD>(count), &written, nullptr) ||
@@ -49,7 +49,7 @@ bool WriteTo(DWORD stream, std::wstring_view text) {
                                          : WriteToFile(handle, ToUtf8(text));
 }
 
-/* The console's mode with escape sequences switched on, or false when it knows none. */
+// The console's mode with escape sequences switched on, or false when it knows none.
 bool EnableEscapeSequences(HANDLE console) {
   DWORD mode = 0;
   if (!::GetConsoleMode(console, &mode)) return false;
@@ -96,7 +96,7 @@ int TerminalWidth() {
 std::wstring FromUtf8(std::string_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max()) return {};
   const int bytes = static_cast<int>(text.size());
-  std::wstring wide(text.size(), L'\0'); /* never more units than bytes */
+  std::wstring wide(text.size(), L'\0');  // never more units than bytes
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
   const int units = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, wide.data(), bytes);
   wide.resize(static_cast<size_t>(std::max(units, 0)));
@@ -106,7 +106,7 @@ std::wstring FromUtf8(std::string_view text) {
 std::string ToUtf8(std::wstring_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max() / 3) return {};
   const int units = static_cast<int>(text.size());
-  std::string bytes(text.size() * 3, '\0'); /* never more than three bytes for a unit */
+  std::string bytes(text.size() * 3, '\0');  // never more than three bytes for a unit
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
   const int count = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), units * 3,
                                           nullptr, nullptr);

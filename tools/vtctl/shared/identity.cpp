@@ -20,7 +20,7 @@ constexpr const wchar_t* kMayBeVirtual =
 
 using vtclass::Step;
 
-/* The first step of that kind; null when it was not taken. */
+// The first step of that kind; null when it was not taken.
 const Step* Find(const IdentityAnswer& answer, vtclass::IdentityStep what) {
   const auto step = std::ranges::find(answer.steps, int{what}, &Step::what);
   return step == answer.steps.end() ? nullptr : &*step;
@@ -103,7 +103,7 @@ std::wstring NoHostText(unsigned long code) {
   return (code == WSAHOST_NOT_FOUND ? L"no host: " : L"no answer: ") + ResolverText(code);
 }
 
-/* What DNS knows of the name. */
+// What DNS knows of the name.
 std::wstring HostText(const IdentityAnswer& answer, const Step& host) {
   std::wstring text = (answer.isMe ? L"an alias: DNS calls it " : L"none of them: DNS calls it ") +
                       Printable(host.text);
@@ -153,7 +153,7 @@ IdentityAnswer AskIdentity(const IdentityQuestion& question) {
 }
 
 bool IsSettled(const IdentityAnswer& answer) {
-  /* A name that the ANSI code page cannot hold is never an alias: that is a plain no. */
+  // A name that the ANSI code page cannot hold is never an alias: that is a plain no.
   return answer.code == ERROR_SUCCESS || answer.code == kNotInAnsi;
 }
 

@@ -12,8 +12,8 @@ BOOL WINAPI OnControl(DWORD control) {
   const bool again = interrupted.exchange(true);
   if (interruptEvent) ::SetEvent(interruptEvent);
   if (control == CTRL_C_EVENT || control == CTRL_BREAK_EVENT) return !again;
-  /* The process is ended when this returns; until the system's patience is over, the main thread
-   * can close its files and end the process itself. */
+  // The process is ended when this returns; until the system's patience is over, the main thread
+  // can close its files and end the process itself.
   ::Sleep(INFINITE);
   return TRUE;
 }
@@ -22,8 +22,8 @@ BOOL WINAPI OnControl(DWORD control) {
 
 void CatchInterrupts() {
   interruptEvent = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  /* A parent that starts its children deaf to Ctrl+C, as some shells do for jobs in the
-   * background, does not mean a backup that nobody can stop cleanly. */
+  // A parent that starts its children deaf to Ctrl+C, as some shells do for jobs in the
+  // background, does not mean a backup that nobody can stop cleanly.
   ::SetConsoleCtrlHandler(nullptr, FALSE);
   ::SetConsoleCtrlHandler(OnControl, TRUE);
 }

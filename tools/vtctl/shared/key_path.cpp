@@ -7,7 +7,7 @@
 namespace vtctl {
 namespace {
 
-/* In the order of kRootNames. */
+// In the order of kRootNames.
 const HKEY kRoots[] = {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER, HKEY_CLASSES_ROOT, HKEY_USERS,
                        HKEY_CURRENT_CONFIG};
 static_assert(std::size(kRoots) == std::size(kRootNames));

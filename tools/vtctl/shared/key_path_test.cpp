@@ -8,7 +8,7 @@ namespace {
 TEST(KeyPath, ParseKeyPath_ReadsRootsAndSubkeys) {
   const struct {
     const wchar_t* text;
-    const wchar_t* name; /* null: refused */
+    const wchar_t* name;  // null: refused
   } rows[] = {{L"HKLM\\Software\\A b", L"HKEY_LOCAL_MACHINE\\Software\\A b"},
               {L"hkcu\\x", L"HKEY_CURRENT_USER\\x"},
               {L"HKEY_users\\S-1", L"HKEY_USERS\\S-1"},

@@ -9,7 +9,7 @@ using vtclass::WideView;
 
 namespace {
 
-/* The names of roots are ASCII, and nothing else is equal to them. */
+// The names of roots are ASCII, and nothing else is equal to them.
 WideUnit Upper(WideUnit unit) {
   return unit >= 'a' && unit <= 'z' ? static_cast<WideUnit>(unit - 'a' + 'A') : unit;
 }
@@ -22,7 +22,7 @@ bool EqualsIgnoringCase(WideView a, WideView b) {
   return true;
 }
 
-/* Cuts the part before the first backslash off `text`. */
+// Cuts the part before the first backslash off `text`.
 WideView TakePart(WideView& text) {
   const std::size_t end = text.find('\\');
   const WideView part = text.substr(0, end);

@@ -6,7 +6,7 @@
 namespace vtctl {
 namespace {
 
-/* From here on most characters are wide; taking a narrow one for wide costs a blank. */
+// From here on most characters are wide; taking a narrow one for wide costs a blank.
 constexpr wchar_t kFirstWide = 0x1100;
 
 size_t WidthOf(wchar_t unit) { return unit >= kFirstWide ? 2 : 1; }
@@ -32,8 +32,8 @@ std::wstring WithUnit(uint64_t bytes, const NumberStyle& style) {
     divisor *= 1024;
     ++unit;
   }
-  /* One decimal, cut and not rounded: 1023.99 KB must not become 1024.0 KB. The rest is divided
-   * before it is multiplied, or it would overflow at the upper end. */
+  // One decimal, cut and not rounded: 1023.99 KB must not become 1024.0 KB. The rest is divided
+  // before it is multiplied, or it would overflow at the upper end.
   const uint64_t tenths = bytes / divisor * 10 + bytes % divisor / (divisor / 1024) * 10 / 1024;
   return Grouped(tenths / 10, style) + style.decimal + std::to_wstring(tenths % 10) + L" " +
          units[unit];
@@ -50,7 +50,7 @@ std::wstring Duration(uint64_t milliseconds, const NumberStyle& style) {
 
 std::wstring ProgressBar(double fraction, int columns) {
   const double part = std::clamp(fraction, 0.0, 1.0);
-  const int room = std::max(columns - 7, 1); /* the brackets and "  42%" stand around it */
+  const int room = std::max(columns - 7, 1);  // the brackets and "  42%" stand around it
   const int done = static_cast<int>(part * room);
   const std::wstring percent = std::to_wstring(static_cast<int>(part * 100)) + L"%";
   return L"[" + std::wstring(static_cast<size_t>(done), L'#') +

@@ -10,7 +10,7 @@ namespace {
 constexpr std::wstring_view kLong = L"\\\\?\\";
 constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
 
-/* Empty, with the reason in ::GetLastError(), when the system cannot make it absolute. */
+// Empty, with the reason in ::GetLastError(), when the system cannot make it absolute.
 std::wstring SystemPath(const std::wstring& path) {
   if (path.starts_with(kLong)) return path;
   std::wstring full(MAX_PATH, L'\0');
@@ -35,7 +35,7 @@ bool IsFolder(const std::wstring& path) {
 unsigned long MakeFolders(const std::wstring& systemPath) {
   if (IsFolder(systemPath) || ::CreateDirectoryW(systemPath.c_str(), nullptr)) return ERROR_SUCCESS;
   const DWORD error = ::GetLastError();
-  if (error == ERROR_ALREADY_EXISTS) return ERROR_DIRECTORY; /* a file has that name */
+  if (error == ERROR_ALREADY_EXISTS) return ERROR_DIRECTORY;  // a file has that name
   const size_t end = systemPath.find_last_of(L'\\');
   if (error != ERROR_PATH_NOT_FOUND || end == std::wstring::npos || end <= kLong.size()) {
     return error;

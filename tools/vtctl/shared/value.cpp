@@ -11,7 +11,7 @@ namespace vtctl {
 namespace {
 
 constexpr size_t kDumpBytesPerLine = 16;
-/* What a list shows of long data. */
+// What a list shows of long data.
 constexpr size_t kOneLineBytes = 24;
 
 const wchar_t* const kTypeNames[] = {L"REG_NONE",
@@ -35,7 +35,7 @@ void AppendHex(std::wstring& text, unsigned long long number, int digits) {
 
 bool IsText(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ; }
 
-/* The number in the data, or nothing when it is not of that type or size. */
+// The number in the data, or nothing when it is not of that type or size.
 std::optional<unsigned long long> NumberOf(const Value& value) {
   unsigned long long number = 0;
   if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) {

@@ -75,7 +75,7 @@ TEST(RegistryValue, OneLine_ShowsEachType) {
 
 TEST(RegistryValue, FullText_DumpsBinaryInLinesOfSixteen) {
   Value value = {REG_BINARY, std::vector<unsigned char>(17, 'A')};
-  value.data[1] = 0x1B; /* must not reach the terminal */
+  value.data[1] = 0x1B;  // must not reach the terminal
   EXPECT_EQ(FullText(value),
             L"00000000  41 1b 41 41 41 41 41 41  41 41 41 41 41 41 41 41  A.AAAAAAAAAAAAAA\n"
             L"00000010  41                                                A\n");

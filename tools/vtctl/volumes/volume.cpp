@@ -12,7 +12,7 @@
 namespace vtctl {
 namespace {
 
-/* How often in a row a list may fail to get on before it is given up. */
+// How often in a row a list may fail to get on before it is given up.
 constexpr int kMostFailures = 16;
 
 Volume::Type TypeOf(const wcstring& root) {
@@ -32,8 +32,8 @@ Volume::Type TypeOf(const wcstring& root) {
   }
 }
 
-/* All that the system knows; nothing where it cannot say. The texts follow each other, and an empty
- * one ends them. */
+// All that the system knows; nothing where it cannot say. The texts follow each other, and an empty
+// one ends them.
 std::optional<std::vector<std::wstring>> PathsFromSystem(const wcstring& name) {
   vtclass::Kernel32Glue* const kernel = vtclass::Kernel32Glue::GetInstance();
   std::wstring texts(MAX_PATH, L'\0');
@@ -42,7 +42,7 @@ std::optional<std::vector<std::wstring>> PathsFromSystem(const wcstring& name) {
   while (!kernel->GetVolumePathNamesForVolumeNameW(name.c_str(), texts.data(),
                                                    static_cast<DWORD>(texts.size()), &needed)) {
     if (::GetLastError() != ERROR_MORE_DATA) return std::nullopt;
-    /* Paths that came in between need more room than the system has just said. */
+    // Paths that came in between need more room than the system has just said.
     texts.assign(std::max<size_t>(needed, texts.size() * 2), L'\0');
   }
   std::vector<std::wstring> paths;
@@ -66,7 +66,7 @@ bool IsOnSharedVolume(const std::wstring& path) {
   return ResourceGlue::GetInstance()->ClusterIsPathOnSharedVolume(path.c_str());
 }
 
-/* File system and label. False, with the reason in `error`, when the volume cannot be reached. */
+// File system and label. False, with the reason in `error`, when the volume cannot be reached.
 bool Reach(const wcstring& root, Volume& volume, bool& isReadOnly) {
   wchar_t label[MAX_PATH + 1] = {};
   wchar_t fileSystem[MAX_PATH + 1] = {};
@@ -96,7 +96,7 @@ void Measure(const wcstring& root, Volume& volume) {
 void TestWriting(const wcstring& root, Volume& volume) {
   const bool isWritable = vtclass::IsVolumeWriteable(root.c_str());
   const DWORD error = isWritable ? ERROR_SUCCESS : ::GetLastError();
-  /* Somebody else, an agent perhaps, is testing right now: that tells nothing. */
+  // Somebody else, an agent perhaps, is testing right now: that tells nothing.
   if (error == ERROR_SHARING_VIOLATION) return;
   volume.isWritable = isWritable;
   volume.writeError = error;
@@ -121,11 +121,11 @@ Volume Ask(const wcstring& name, WriteTest test) {
   return volume;
 }
 
-/* The listing is kept while its volumes are asked: with it goes the error mode in which a drive
- * without a medium gives an error and no box on the screen. */
+// The listing is kept while its volumes are asked: with it goes the error mode in which a drive
+// without a medium gives an error and no box on the screen.
 void Collect(WriteTest test, VolumeList& list) {
   int failures = 0;
-  DWORD status = ERROR_SUCCESS; /* of the last step */
+  DWORD status = ERROR_SUCCESS;  // of the last step
   for (vtclass::vol_it volume; volume != vtclass::vol_it::end();) {
     const wcstring name = *volume;
     if (std::ranges::find(list.volumes, name, &Volume::name) == list.volumes.end()) {

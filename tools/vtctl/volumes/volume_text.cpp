@@ -14,19 +14,19 @@ namespace {
 constexpr size_t kIndent = 4;
 constexpr int kBarColumns = 32;
 constexpr int kLeastBarColumns = 12;
-/* Of a volume with so much occupied the bar is coloured. */
+// Of a volume with so much occupied the bar is coloured.
 constexpr double kNearlyFull = 0.9;
 
 struct TypeName {
   const wchar_t* shown;
-  const char* word; /* for scripts */
+  const char* word;  // for scripts
 };
-/* In the order of Volume::Type. */
+// In the order of Volume::Type.
 constexpr TypeName kTypes[] = {{L"unknown drive", "unknown"}, {L"removable", "removable"},
                                {L"fixed", "fixed"},           {L"network", "network"},
                                {L"CD-ROM", "cdrom"},          {L"RAM disk", "ramdisk"}};
 
-/* What the system's words do not tell people. */
+// What the system's words do not tell people.
 struct KnownReason {
   unsigned long error;
   const wchar_t* words;
@@ -60,7 +60,7 @@ std::wstring Reason(const Volume& volume) {
   return L"cannot be reached: " + Printable(ErrorText(volume));
 }
 
-/* "4 KB": sizes of disks' units are whole ones. */
+// "4 KB": sizes of disks' units are whole ones.
 std::wstring UnitSize(unsigned long bytes) {
   std::wstring text = Size(bytes);
   const size_t tenths = text.find(L".0 ");
@@ -82,15 +82,15 @@ std::wstring WritableText(const Volume& volume) {
   return L"not writable: " + Printable(SystemText(volume.writeError));
 }
 
-/* Sets the parts of a sentence into lines, each behind the indent; a part is never broken. */
+// Sets the parts of a sentence into lines, each behind the indent; a part is never broken.
 std::wstring Lines(std::vector<std::wstring> parts, size_t columns) {
   std::erase(parts, L"");
   std::wstring text;
-  size_t used = columns; /* a part always begins the first line */
+  size_t used = columns;  // a part always begins the first line
   for (size_t i = 0; i < parts.size(); ++i) {
     const std::wstring part = parts[i] + (i + 1 < parts.size() ? L"," : L"");
     const size_t width = ColumnsOf(part);
-    /* The last column stays free: writing there would move to the next line. */
+    // The last column stays free: writing there would move to the next line.
     const bool fits = used + 1 + width < columns;
     text += fits ? L" " : (text.empty() ? L"" : L"\n") + std::wstring(kIndent, L' ');
     text += part;
@@ -114,9 +114,9 @@ std::wstring OtherPaths(const Volume& volume) {
   return text;
 }
 
-/* The colour is put around the bar at the end: it takes no columns. */
+// The colour is put around the bar at the end: it takes no columns.
 std::wstring SpaceLines(const Volume& volume, size_t columns, bool colours) {
-  constexpr int kAroundBar = kIndent + 7; /* " used," and the last column */
+  constexpr int kAroundBar = kIndent + 7;  // " used," and the last column
   const int room = static_cast<int>(columns) - kAroundBar;
   const double part = OccupiedPart(volume);
   const std::wstring bar = ProgressBar(part, std::clamp(room, kLeastBarColumns, kBarColumns));
@@ -151,7 +151,7 @@ Json NumberOrNull(const Volume& volume, uint64_t number) {
   return volume.IsReached() ? Json(number) : Json();
 }
 
-/* A member of the JSON object as a field of a table. */
+// A member of the JSON object as a field of a table.
 std::wstring FieldText(const Json& member) {
   if (member.is_null()) return {};
   if (member.is_string()) return Printable(FromUtf8(member.get<std::string>()));

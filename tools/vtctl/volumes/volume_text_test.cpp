@@ -117,7 +117,7 @@ TEST(VolumeText, Csv_QuotesWhatNeedsIt) {
             L"no medium is in the drive (21)\r");
 }
 
-/* What is not known is null, and not 0. */
+// What is not known is null, and not 0.
 TEST(VolumeText, ToJson_HasTheSameMembersInEachCase) {
   const Json disk = ToJson(Disk());
   const Json drive = ToJson(EmptyDrive(21));

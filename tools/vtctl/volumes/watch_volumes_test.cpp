@@ -28,7 +28,7 @@ using vtclass::test::ImportHook;
 
 [[maybe_unused]] auto* const lookUps = FakeVolumes::AnswerLookUps();
 
-std::map<std::wstring, DWORD> unreached; /* roots with the reason */
+std::map<std::wstring, DWORD> unreached;  // roots with the reason
 std::map<std::wstring, UINT> types;
 DWORD flags;
 
@@ -46,14 +46,14 @@ BOOL WINAPI Information(LPCWSTR root, LPWSTR label, DWORD, LPDWORD, LPDWORD, LPD
 DWORD WINAPI Attributes(LPCWSTR) { return FILE_ATTRIBUTE_DIRECTORY; }
 UINT WINAPI Type(LPCWSTR root) { return types.contains(root) ? types[root] : DRIVE_FIXED; }
 
-std::vector<std::wstring> written; /* where a file was to be made */
+std::vector<std::wstring> written;  // where a file was to be made
 HANDLE WINAPI Refuse(LPCWSTR path, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
   written.emplace_back(path);
   ::SetLastError(path[0] == L'D' ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED);
   return INVALID_HANDLE_VALUE;
 }
 
-/* Volumes 1 to 3 on C:, D: and E:. */
+// Volumes 1 to 3 on C:, D: and E:.
 class PlayedVolumes : public testing::Test {
  protected:
   PlayedVolumes() {
@@ -133,7 +133,7 @@ TEST_F(PlayedVolumes, ListVolumes_ThatDoesNotGetOn_EndsWithTheReason) {
   const VolumeList list = ListVolumes(WriteTest::none);
   EXPECT_EQ(list.error, static_cast<DWORD>(ERROR_IO_DEVICE));
   EXPECT_EQ(list.volumes.size(), 2U);
-  /* Failures that pass leave nothing out. */
+  // Failures that pass leave nothing out.
   fake.fails = vtclass::test::FailCalls("FindNextVolumeW", ERROR_IO_DEVICE, 2, 9);
   EXPECT_EQ(ListVolumes(WriteTest::none).volumes.size(), 3U);
 }
@@ -165,7 +165,7 @@ TEST(Update, TellsEachChangeOnce) {
     for (const VolumeChange& change : Update(known, row.now, 50)) kinds.push_back(change.kind);
     EXPECT_EQ(kinds, row.kinds);
   }
-  /* Many small steps are a large one in the end. */
+  // Many small steps are a large one in the end.
   lower.freeSpace = 960;
   EXPECT_TRUE(Update(known, {lower, labelled}, 50).empty());
   lower.freeSpace = 950;
@@ -214,7 +214,7 @@ TEST_F(PlayedVolumes, Watch_TellsWhatArrivesLeavesAndFillsUp) {
   EXPECT_FALSE(std::getline(text, line)) << line;
 }
 
-/* A list that breaks off tells nothing of what it did not come to. */
+// A list that breaks off tells nothing of what it did not come to.
 TEST_F(PlayedVolumes, Watch_TakesABrokenListForNoDeparture) {
   CatchInterrupts();
   int looks = 0;
@@ -229,7 +229,7 @@ TEST_F(PlayedVolumes, Watch_TakesABrokenListForNoDeparture) {
   Watched({1, 1, true, 1}, kExitNoAnswer);
 }
 
-/* The machine's real drives. */
+// The machine's real drives.
 TEST(VolumesCommand, TheSameVolumesInEachForm) {
   test::VtctlRun run({L"volumes", L"--json"});
   EXPECT_LE(run.ExitCode(), kExitWarnings) << run.ErrorOutput();

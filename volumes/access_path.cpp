@@ -29,14 +29,20 @@ namespace {
 // A list that does not get on is given up after so many tries.
 constexpr int kTries = 16;
 
-// Goes on to another value; false at the end, and where there is no getting on.
-bool MovesOn(border::Listing& listing) {
-  const std::wstring before = listing.Value();
-  for (int tries = 0; tries < kTries && !listing.IsAtEnd(); ++tries) {
+// The values that a list has given so far. They stay where they are.
+using Seen = std::unordered_set<std::wstring>;
+
+// The value that the list stands at, or the first behind it, that is not among `seen`, which then
+// holds it; null at the end, and where there is no getting on. A list that goes round and round
+// would never end otherwise.
+const std::wstring* NextNew(border::Listing& listing, Seen& seen) {
+  for (int tries = 0; !listing.IsAtEnd(); ++tries) {
+    const auto [value, isNew] = seen.insert(listing.Value());
+    if (isNew) return &*value;
+    if (tries == kTries) break;
     listing.Advance();
-    if (!listing.IsAtEnd() && listing.Value() != before) return true;
   }
-  return false;
+  return nullptr;
 }
 
 struct Mount {
@@ -62,36 +68,37 @@ class Mounts {
 
  private:
   bool ReadNext() {
-    while (!points) {
+    while (true) {
+      const std::wstring* const point = points ? NextNew(*points, seenPoints) : nullptr;
+      if (point) {
+        const Mount& mount = all.emplace_back(host, *point);
+        byVolume[get_volume_name_for_mount_point(*host + *point)].push_back(&mount);
+        return true;
+      }
+      points = nullptr;
       if (!OpenNextHost()) return false;
     }
-    const Mount& mount = all.emplace_back(&hosts.back(), points->Value());
-    byVolume[get_volume_name_for_mount_point(*mount.host + mount.point)].push_back(&mount);
-    if (!MovesOn(*points)) points = nullptr;
-    return true;
   }
 
   // False at the end of the volumes, and when a list could not be begun.
   bool OpenNextHost() {
-    if (!volumes) {
-      volumes = ListVolumes(failure);
-      isAtEnd = !volumes || volumes->IsAtEnd();
-    } else if (!isAtEnd) {
-      isAtEnd = !MovesOn(*volumes);
-    }
     if (isAtEnd) return false;
-    points = ListMountPoints(hosts.emplace_back(volumes->Value()).c_str(), failure);
-    isAtEnd = failure.kind != Failure::none;
+    if (!volumes) volumes = ListVolumes(failure);
+    host = volumes ? NextNew(*volumes, hosts) : nullptr;
+    if (host) points = ListMountPoints(host->c_str(), failure);
+    seenPoints.clear();
+    isAtEnd = !host || failure.kind != Failure::none;
     return !isAtEnd;
   }
 
   Failure& failure;
-  RefPointer<border::Listing> volumes;
-  RefPointer<border::Listing> points;  // of the last host; null when it has no more
   bool isAtEnd = false;
-  // Both grow without moving what they hold.
-  std::deque<std::wstring> hosts;
-  std::deque<Mount> all;
+  RefPointer<border::Listing> volumes;
+  Seen hosts;
+  const std::wstring* host = nullptr;  // the last of them
+  RefPointer<border::Listing> points;  // its own; null when it has none
+  Seen seenPoints;
+  std::deque<Mount> all;  // grows without moving what it holds
   std::unordered_map<std::wstring, std::vector<const Mount*>> byVolume;
 };
 
@@ -99,9 +106,14 @@ class Mounts {
 // slow to answer.
 class Drives {
  public:
-  Drives() noexcept {
+  explicit Drives(Failure& failure) noexcept {
+    ::SetLastError(ERROR_SUCCESS);
     const DWORD length = ::GetLogicalDriveStringsW(static_cast<DWORD>(std::size(roots)), roots);
-    if (length >= std::size(roots)) *roots = L'\0';
+    // A machine without drives is none of these.
+    if (length < std::size(roots) && (length > 0 || ::GetLastError() == ERROR_SUCCESS)) return;
+    failure.kind = Failure::systemCode;
+    failure.code = ::GetLastError();
+    *roots = L'\0';
   }
 
   // The root of a volume's drive; null when it has none.
@@ -139,7 +151,8 @@ class Drives {
 // and no volume twice: one that was met before is either looked for already, so that it hosts
 // itself, or has no path.
 std::optional<std::wstring> FindAccessPath(const std::wstring& volume, Failure& failure) {
-  Drives drives;
+  Drives drives(failure);
+  if (failure.kind != Failure::none) return std::nullopt;
   if (const std::wstring* const root = drives.RootOf(volume)) return *root;
 
   struct Level {
@@ -178,7 +191,8 @@ bool unmounted_drive::operator()(const wcstring& volume) const noexcept {
   if (!volumes::HasVolumeNames()) return false;
   Failure failure;
   bool isMounted = false;
-  KeepFailure(failure, [&] { isMounted = volumes::FindAccessPath(volume, failure).has_value(); });
+  KeepFailure(failure,
+              [&] { isMounted = volumes::FindAccessPath(volume.c_str(), failure).has_value(); });
   return failure.kind == Failure::none && !isMounted;
 }
 
@@ -186,7 +200,7 @@ void border::TranslateVolumeName(const WideSink& volume) noexcept {
   if (!volumes::HasVolumeNames()) return;
   Failure failure;
   KeepFailure(failure, [&] {
-    const auto path = volumes::FindAccessPath(volume.Text(), failure);
+    const auto path = volumes::FindAccessPath(volume.Text().c_str(), failure);
     if (path) HandOver(volume, *path);
   });
 }

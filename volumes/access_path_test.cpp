@@ -6,6 +6,7 @@
 
 #include "tests/support/allocations.h"
 #include "tests/support/fake_volumes.h"
+#include "tests/support/import_hook.h"
 #include "vtclass/volumes.h"
 
 namespace vtclass {
@@ -86,6 +87,13 @@ TEST_F(AccessPath, DriveComesFirst) {
   EXPECT_EQ(Path(Name(L'X')), L"C:\\data\\") << "drives that are not fixed are no access path";
   EXPECT_EQ(fake.calls["FindFirstVolumeW"], 2) << "no list is read for a volume with a drive";
 
+  wcstring withTerminator = Name(L'V');
+  withTerminator.push_back(L'\0');
+  wcstring text = withTerminator;
+  translate_vol_name()(text);
+  EXPECT_EQ(text, L"E:\\");
+  EXPECT_FALSE(unmounted_drive()(withTerminator));
+
   const wcstring unknown[] = {L"",
                               nullptr,
                               L"E:",
@@ -151,6 +159,18 @@ TEST_F(AccessPath, ListThatDoesNotGetOn_IsGivenUpAfter16Tries) {
     fake.AddMount(Name(L'C'), L"next\\", Name(L'V'));
     EXPECT_EQ(Path(), same == 16 ? L"C:\\next\\" : L"");
   }
+
+  // Nor is one that goes round.
+  for (std::vector<std::wstring>* const list : {&fake.mountPoints[Name(L'C')], &fake.volumes}) {
+    const std::vector<std::wstring> pair = {list == &fake.volumes ? Name(L'C') : L"a\\",
+                                            list == &fake.volumes ? Name(L'B') : L"b\\"};
+    list->clear();
+    for (int round = 0; round < 20; ++round) list->insert(list->end(), pair.begin(), pair.end());
+    fake.calls.clear();
+    EXPECT_EQ(Path(), L"");
+    EXPECT_LE(fake.calls["FindNextVolumeW"], 2 * (1 + 16));
+    EXPECT_LE(fake.calls["FindNextVolumeMountPointW"], 2 * (1 + 16 + 1));
+  }
 }
 
 TEST_F(AccessPath, EachMountPointIsLookedAtOnce) {
@@ -179,6 +199,24 @@ TEST_F(AccessPath, EachMountPointIsLookedAtOnce) {
   EXPECT_EQ(fake.calls["FindNextVolumeMountPointW"], kAll);
   EXPECT_EQ(fake.calls["FindFirstVolumeMountPointW"], long{kVolumes});
   EXPECT_EQ(fake.calls["FindFirstVolumeW"], 1);
+}
+
+DWORD drivesLength;
+DWORD WINAPI NoDriveList(DWORD, LPWSTR) {
+  ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  return drivesLength;
+}
+
+TEST_F(AccessPath, WithoutTheListOfDrives_NothingIsUnmounted) {
+  const test::ImportHook<decltype(::GetLogicalDriveStringsW)> hook(
+      "KERNEL32.dll", "GetLogicalDriveStringsW", &NoDriveList);
+  for (const DWORD length : {0u, 105u, 1000u}) {
+    drivesLength = length;
+    wcstring text = Name(L'C');
+    EXPECT_FALSE(unmounted_drive()(text)) << length;
+    translate_vol_name()(text);
+    EXPECT_EQ(text, Name(L'C'));
+  }
 }
 
 TEST_F(AccessPath, OldSystem_HasNoAccessPaths) {

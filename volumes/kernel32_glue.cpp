@@ -18,8 +18,13 @@ bool Bind(Functions&... functions) noexcept {
   return (... & (functions.Get() != nullptr));
 }
 
-// No search that has begun is null.
-HANDLE SearchOrInvalid(HANDLE search) noexcept { return search ? search : INVALID_HANDLE_VALUE; }
+// Callers know a missing function by 127, whatever the look-up has said.
+template <typename Function, typename Result, typename... Arguments>
+Result CallOr(Result missing, Function& function, Arguments... arguments) noexcept {
+  if (function.Get()) return function(arguments...);
+  ::SetLastError(ERROR_PROC_NOT_FOUND);
+  return missing;
+}
 
 }  // namespace
 
@@ -49,50 +54,53 @@ void Kernel32Glue::DestroyInstance() noexcept { delete instance.exchange(nullptr
 bool Kernel32Glue::OK() const noexcept { return ok; }
 
 HANDLE Kernel32Glue::FindFirstVolumeW(wchar_t* name, DWORD characters) noexcept {
-  return SearchOrInvalid(volumes::findFirstVolume(name, characters));
+  return CallOr(INVALID_HANDLE_VALUE, volumes::findFirstVolume, name, characters);
 }
 
 BOOL Kernel32Glue::FindNextVolumeW(HANDLE search, wchar_t* name, DWORD characters) noexcept {
-  return volumes::findNextVolume(search, name, characters);
+  return CallOr(FALSE, volumes::findNextVolume, search, name, characters);
 }
 
 BOOL Kernel32Glue::FindVolumeClose(HANDLE search) noexcept {
-  return volumes::findVolumeClose(search);
+  return CallOr(FALSE, volumes::findVolumeClose, search);
 }
 
 HANDLE Kernel32Glue::FindFirstVolumeMountPointW(const wchar_t* volume, wchar_t* mountPoint,
                                                 DWORD characters) noexcept {
-  return SearchOrInvalid(volumes::findFirstVolumeMountPoint(volume, mountPoint, characters));
+  return CallOr(INVALID_HANDLE_VALUE, volumes::findFirstVolumeMountPoint, volume, mountPoint,
+                characters);
 }
 
 BOOL Kernel32Glue::FindNextVolumeMountPointW(HANDLE search, wchar_t* mountPoint,
                                              DWORD characters) noexcept {
-  return volumes::findNextVolumeMountPoint(search, mountPoint, characters);
+  return CallOr(FALSE, volumes::findNextVolumeMountPoint, search, mountPoint, characters);
 }
 
 BOOL Kernel32Glue::FindVolumeMountPointClose(HANDLE search) noexcept {
-  return volumes::findVolumeMountPointClose(search);
+  return CallOr(FALSE, volumes::findVolumeMountPointClose, search);
 }
 
 BOOL Kernel32Glue::GetVolumePathNameW(const wchar_t* path, wchar_t* root,
                                       DWORD characters) noexcept {
-  return volumes::getVolumePathName(path, root, characters);
+  return CallOr(FALSE, volumes::getVolumePathName, path, root, characters);
 }
 
 BOOL Kernel32Glue::GetVolumePathNamesForVolumeNameW(const wchar_t* volume, wchar_t* roots,
                                                     DWORD characters, DWORD* needed) noexcept {
-  return volumes::getVolumePathNamesForVolumeName(volume, roots, characters, needed);
+  return CallOr(FALSE, volumes::getVolumePathNamesForVolumeName, volume, roots, characters, needed);
 }
 
 BOOL Kernel32Glue::GetVolumeNameForVolumeMountPointW(const wchar_t* mountPoint, wchar_t* volume,
                                                      DWORD characters) noexcept {
-  return volumes::getVolumeNameForVolumeMountPoint(mountPoint, volume, characters);
+  return CallOr(FALSE, volumes::getVolumeNameForVolumeMountPoint, mountPoint, volume, characters);
 }
 
 BOOL Kernel32Glue::SetShortFileName(HANDLE file, const wchar_t* shortName) noexcept {
-  return volumes::setFileShortName(file, shortName);
+  return CallOr(FALSE, volumes::setFileShortName, file, shortName);
 }
 
-DWORD Kernel32Glue::GetThreadId(HANDLE thread) noexcept { return volumes::getThreadId(thread); }
+DWORD Kernel32Glue::GetThreadId(HANDLE thread) noexcept {
+  return CallOr(DWORD{0}, volumes::getThreadId, thread);
+}
 
 }  // namespace vtclass

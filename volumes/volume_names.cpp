@@ -29,13 +29,20 @@ constexpr DWORD kRawNameRoom = 1024;
 constexpr DWORD kPathRoom = 1024;
 constexpr DWORD kClusterPathRoom = 260;
 
+// The text in a buffer, also of a system that leaves its end away.
+template <typename Unit, std::size_t room>
+std::basic_string_view<Unit> TextIn(const Unit (&buffer)[room]) noexcept {
+  const std::basic_string_view<Unit> all(buffer, room);
+  return all.substr(0, all.find(Unit{}));
+}
+
 // By the wide or the narrow function of the system.
 template <typename Unit, typename Function>
 bool HandOverName(Function& nameOf, const Unit* mountPoint, const TextSink<Unit>& out,
                   Failure& failure) noexcept {
-  Unit name[kNameRoom];
+  Unit name[kNameRoom] = {};
   if (!nameOf(mountPoint, name, kNameRoom)) return false;
-  KeepFailure(failure, [&] { HandOver(out, std::basic_string_view<Unit>(name)); });
+  KeepFailure(failure, [&] { HandOver(out, TextIn(name)); });
   return true;
 }
 
@@ -50,26 +57,27 @@ bool IsOnSharedVolume(const wchar_t* path) noexcept {
 // Empty when nobody knows.
 std::wstring VolumePath(const wchar_t* path) {
   if (!*path) return {};
-  wchar_t root[kPathRoom];
+  // A system that answers without a text leaves an empty one.
+  wchar_t root[kPathRoom] = {};
   const bool isKnown =
       IsOnSharedVolume(path)
           ? ResourceGlue::GetInstance()->ClusterGetVolumePathName(path, root, kClusterPathRoom)
           : getVolumePathName(path, root, kPathRoom) != FALSE;
-  return isKnown ? root : std::wstring();
+  return isKnown ? std::wstring(TextIn(root)) : std::wstring();
 }
 
 bool ReplaceByRawName(const WideSink& volume, Failure& failure) {
   if (!HasVolumeNames()) {
-    HandOver(volume, DriveText(volume.Text()));
+    HandOver(volume, DriveText(volume.Text().c_str()));
     return true;
   }
   std::wstring root = VolumePath(volume.Text().c_str());
   if (root.empty()) return false;
   if (root.back() != L'\\') root += L'\\';
   if (!AreBound(failure, getVolumeNameForVolumeMountPoint)) return false;
-  wchar_t name[kRawNameRoom];
+  wchar_t name[kRawNameRoom] = {};
   const bool isKnown = getVolumeNameForVolumeMountPoint(root.c_str(), name, kRawNameRoom) != FALSE;
-  HandOver(volume, isKnown ? std::wstring_view(name) : root);
+  HandOver(volume, isKnown ? TextIn(name) : std::wstring_view(root));
   return isKnown;
 }
 

@@ -15,8 +15,26 @@ constexpr wchar_t kTestFile[] = L"_VT101_.TMP";
 constexpr wchar_t kText[] = L"This is a test.";
 constexpr DWORD kTextBytes = sizeof(kText) - sizeof(wchar_t);
 
+// What stands there under the name of the test file may be written over unless it leads elsewhere:
+// a link, which need not be this volume's, or another name of somebody's file.
+bool IsLink(const wchar_t* path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+  if (attributes & FILE_ATTRIBUTE_REPARSE_POINT) return true;
+  const OwnedFile file(::CreateFileW(path, FILE_READ_ATTRIBUTES,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, 0, nullptr));
+  BY_HANDLE_FILE_INFORMATION information{};
+  return file && ::GetFileInformationByHandle(file.Get(), &information) &&
+         information.nNumberOfLinks > 1;
+}
+
 // Leaves no file, whatever comes of the writing.
 bool CanWrite(const wchar_t* path) noexcept {
+  if (IsLink(path)) {
+    ::SetLastError(ERROR_FILE_EXISTS);
+    return false;
+  }
   OwnedFile file(::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_TEMPORARY, nullptr));
   if (!file) return false;

@@ -33,8 +33,28 @@ TEST(Writeable, FolderOnADisk_IsAndStaysEmpty) {
   MakeFile(folder / kFile, "somebody's");
   EXPECT_TRUE(IsVolumeWriteable(folder.Path().c_str())) << "what is there is written over";
   EXPECT_FALSE(Exists(folder / kFile));
-  EXPECT_EQ(handles.Opened(), 4);
+  EXPECT_EQ(handles.Opened(), 5);
   EXPECT_EQ(handles.Open(), 0);
+}
+
+DWORD WINAPI IsReparsePoint(LPCWSTR path) {
+  return ::GetFileAttributesW(path) | FILE_ATTRIBUTE_REPARSE_POINT;
+}
+
+TEST(Writeable, LinkInThePlaceOfTheFile_IsNotWrittenThrough) {
+  const ScratchFolder folder;
+  MakeFile(folder / L"theirs", "their text");
+  ASSERT_TRUE(::CreateHardLinkW((folder / kFile).c_str(), (folder / L"theirs").c_str(), nullptr));
+  EXPECT_FALSE(IsVolumeWriteable(folder.Path().c_str()));
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_FILE_EXISTS});
+  EXPECT_EQ(FileBytes(folder / L"theirs"), "their text");
+  ASSERT_TRUE(::DeleteFileW((folder / L"theirs").c_str()));
+  {
+    const ImportHook<decltype(::GetFileAttributesW)> link("KERNEL32.dll", "GetFileAttributesW",
+                                                          &IsReparsePoint);
+    EXPECT_FALSE(IsVolumeWriteable(folder.Path().c_str()));
+  }
+  EXPECT_EQ(FileBytes(folder / kFile), "their text");
 }
 
 TEST(Writeable, NoFolder_IsNot) {

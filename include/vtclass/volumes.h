@@ -24,9 +24,10 @@
  * is, and without the backslash the system refuses it. Texts are read up to their first zero
  * character; only mountmgr_is_volume_name looks at the whole.
  *
- * Old systems. The volume functions of kernel32.dll are looked up by name at their first use, and
- * used where the system reports version 5 or later (GetVersionExW, asked at each use; a query that
- * fails counts as an old system). Without them listings give drive letters.
+ * Old systems. The volume functions of kernel32.dll are looked up by name at their first use.
+ * Listings, unmounted_drive, translate_vol_name and get_raw_vol_name use them where the system
+ * reports version 5 or later (GetVersionExW, asked at each use; a query that fails counts as an old
+ * system). Without them listings give drive letters.
  *
  * Failures: the iterators and get_raw_vol_name throw an `unsigned long`, the Win32 code, when such
  * a function is missing on a system that should have it. What returns a text or makes a listing
@@ -203,7 +204,7 @@ VTCLASS_API bool mountmgr_is_volume_name(const cstring& text) noexcept;
  * 0 when it cannot be opened or its reparse data cannot be read.
  * `*isVolumeMount`, where not null, is cleared first; it becomes true for a mount-point tag
  * (0xA0000003) whose target has no ":", which is a volume, and stays false for one that leads to
- * a drive's path, and for data that is damaged.
+ * a drive's path, and where the target or what stands before it is not whole.
  */
 VTCLASS_API unsigned long get_reparse_tag(const wchar_t* path, bool* isVolumeMount) noexcept;
 
@@ -211,9 +212,12 @@ VTCLASS_API unsigned long get_reparse_tag(const wchar_t* path, bool* isVolumeMou
  * True if a file can be created and written at `root`, the root of a volume or any folder, with or
  * without a backslash at its end; "" means the root of the current drive. False for null.
  * The file is "_VT101_.TMP". One that is there already is overwritten; afterwards it is deleted,
- * whatever came of the writing. It is not shared: of two who ask at the same moment one may get
- * false. Where the answer is false the thread's last error says why: the system's code, or 112
- * (disk full) when fewer bytes were written than asked.
+ * whatever came of the writing. A link of that name, or a file with another name besides, is left
+ * alone and the answer is false: what it leads to is nothing of ours. It is not shared: of two who
+ * ask at the same moment one may get false, and after a thread was killed in the middle all do
+ * until its process ends.
+ * Where the answer is false the thread's last error says why: the system's code, 80 for such a
+ * link, or 112 (disk full) when fewer bytes were written than asked.
  */
 VTCLASS_API bool IsVolumeWriteable(const wchar_t* root) noexcept;
 
@@ -286,9 +290,9 @@ struct more_free_space {
  * is ("D:\"), else the access path of the first volume that hosts it and has one, followed by the
  * mount point ("C:\mnt\data\"). Names are compared character by character. The search lists the
  * volumes and their mount points once at most, however deep the mounts lie and also when volumes
- * host each other in a circle. A list that the system refuses to begin is empty, and one that has
- * failed to get on 16 times in a row ends there. While it lists it sets the error mode, as vol_it
- * does.
+ * host each other in a circle. A list that brings nothing new 16 times in a row ends there. What
+ * the system refuses counts as nothing: the mount points of a volume, and which volume it is that a
+ * drive or a mount point leads to. While it lists it sets the error mode, as vol_it does.
  */
 
 /* The system does not call it a fixed drive. */
@@ -296,8 +300,9 @@ struct non_fixed_drive {
   VTCLASS_API bool operator()(const wcstring& volume) const noexcept;
 };
 
-/* It has no access path. False on systems before version 5, and when the search itself fails
- * (function missing, memory): a volume is not called unmounted for that. */
+/* It has no access path. False on systems before version 5, and when the search cannot be made
+ * (function missing, memory, no list of the drives): a volume is not called unmounted for that. It
+ * is where only mount points lead to it that the system does not show to the caller. */
 struct unmounted_drive {
   VTCLASS_API bool operator()(const wcstring& volume) const noexcept;
 };

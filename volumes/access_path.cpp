@@ -5,6 +5,7 @@
 #include <deque>
 #include <iterator>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -163,7 +164,7 @@ std::optional<std::wstring> FindAccessPath(const std::wstring& volume, Failure& 
     const std::wstring& host = *last.mount->host;
     if (const std::wstring* const root = drives.RootOf(host)) {
       std::wstring path = *root;
-      for (auto level = chain.rbegin(); level != chain.rend(); ++level) path += level->mount->point;
+      for (const Level& level : std::views::reverse(chain)) path += level.mount->point;
       return path;
     }
     if (met.insert(host).second) chain.push_back({&host});

@@ -56,6 +56,12 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 
 [[maybe_unused]] auto* const lookUps = test::AnswerLookUps(&LookUp);
 
+TEST(MissingFunctions, LibraryLoadsWithoutThem) {
+  for (const char* const function : kFunctions) {
+    EXPECT_EQ(test::FindImport(test::LibraryUnderTest(), "KERNEL32.dll", function), nullptr);
+  }
+}
+
 TEST(MissingFunctions, IteratorsThrowTheCode) {
   const UINT mode = ::SetErrorMode(SEM_NOGPFAULTERRORBOX);
   const auto thrown = [](auto make) -> unsigned long {

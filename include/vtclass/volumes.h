@@ -39,9 +39,6 @@
 
 namespace vtclass {
 
-class vol_it;
-class mp_it;
-
 namespace border {
 
 /* What an iterator and its copies share; the library makes it, and it ends with the last of them.

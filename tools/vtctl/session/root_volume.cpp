@@ -26,7 +26,7 @@ RootVolume VolumeOf(const Path& root) {
 std::wstring VolumeNameAt(const std::wstring& mountPoint) {
   wcstring place = mountPoint.c_str();
   if (!place.ends_with(L'\\')) place += L'\\';
-  const wcstring name = vtclass::get_volume_name_for_mount_point(place);
+  wcstring name = vtclass::get_volume_name_for_mount_point(place);
   if (!vtclass::mountmgr_is_volume_name(name)) return {};
   return name;
 }

@@ -17,7 +17,7 @@ struct WatchOptions {
 };
 
 struct VolumeChange {
-  enum Kind { arrived, left, changed, freeSpace } kind;
+  enum Kind { arrived, left, changed, freeSpace } kind = changed;
   Volume volume;                /* as it is now; of one that has left, as it was */
   uint64_t freeSpaceBefore = 0; /* when that was told last */
 };

@@ -151,10 +151,17 @@ Json NumberOrNull(const Volume& volume, uint64_t number) {
   return volume.IsReached() ? Json(number) : Json();
 }
 
+// Spreadsheets compute what begins like this, and a label is whatever the medium's owner wrote.
+std::wstring NoFormula(const std::wstring& text) {
+  const bool isFormula =
+      !text.empty() && std::wstring_view(L"=+-@").find(text.front()) != std::wstring_view::npos;
+  return isFormula ? L"'" + text : text;
+}
+
 // A member of the JSON object as a field of a table.
 std::wstring FieldText(const Json& member) {
   if (member.is_null()) return {};
-  if (member.is_string()) return Printable(FromUtf8(member.get<std::string>()));
+  if (member.is_string()) return NoFormula(Printable(FromUtf8(member.get<std::string>())));
   if (!member.is_array()) return FromUtf8(member.dump());
   std::vector<std::wstring> texts;
   for (const Json& item : member) texts.push_back(FieldText(item));

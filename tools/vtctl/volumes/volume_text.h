@@ -26,7 +26,8 @@ std::wstring CountText(const std::vector<Volume>& volumes);
 Json ToJson(const Volume& volume);
 
 /* A head line, then a line a volume, by RFC 4180. The columns are the members of the JSON object;
- * several paths of a volume stand in one field with "|" between them, which is in no path. */
+ * several paths of a volume stand in one field with "|" between them, which is in no path. A text
+ * that a spreadsheet would compute gets an apostrophe in front. */
 std::wstring Csv(const std::vector<Volume>& volumes);
 /* One field, in quotation marks where it needs them. */
 std::wstring CsvField(const std::wstring& text);

@@ -115,6 +115,10 @@ TEST(VolumeText, Csv_QuotesWhatNeedsIt) {
   EXPECT_EQ(line,
             L"\\\\?\\Volume{2}\\,E:\\,cdrom,,,,,,,,,,,false,false,"
             L"no medium is in the drive (21)\r");
+  for (const wchar_t* const label : {L"=1+1", L"+1", L"-1", L"@sum"}) {
+    disk.label = label;
+    EXPECT_NE(Csv({disk}).find(std::wstring(L",'") + label + L","), std::wstring::npos) << label;
+  }
 }
 
 // What is not known is null, and not 0.

@@ -36,9 +36,9 @@ constexpr const char* kExamples =
     "  vtctl volumes --csv > volumes.csv\n"
     "  vtctl volumes --watch --for 60 --step 100\n"
     "\n"
-    "Exit codes: 0 clean, 1 a volume cannot be reached (an empty drive for media does not count), "
-    "69\n"
-    "the system does not list its volumes, or not all of them, 130 interrupted.";
+    "Exit codes: 0 clean, 1 a volume cannot be reached (an empty drive for media does not count;\n"
+    "--watch does not tell it), 69 the system does not list its volumes, or not all of them, 130\n"
+    "interrupted.";
 
 struct VolumesArguments : CommonArguments {
   bool csv = false;

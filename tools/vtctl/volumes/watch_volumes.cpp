@@ -13,10 +13,10 @@
 namespace vtctl {
 namespace {
 
-/* In the order of VolumeChange::Kind. */
+// In the order of VolumeChange::Kind.
 const wchar_t* const kKindNames[] = {L"arrived", L"left", L"changed", L"free space"};
 
-/* What a volume is, without its free space. */
+// What a volume is, without its free space.
 auto Nature(const Volume& volume) {
   return std::tie(volume.paths, volume.type, volume.isClusterShared, volume.error,
                   volume.fileSystem, volume.label, volume.totalSpace, volume.clusterSize,
@@ -25,7 +25,7 @@ auto Nature(const Volume& volume) {
 
 uint64_t Difference(uint64_t a, uint64_t b) { return a > b ? a - b : b - a; }
 
-/* "68.9 GB of 107.3 GB, 1.2 GB less" */
+// "68.9 GB of 107.3 GB, 1.2 GB less"
 std::wstring FreeSpaceText(const VolumeChange& change) {
   const auto size = [](uint64_t bytes) { return WithUnit(bytes, {}); };
   const Volume& volume = change.volume;
@@ -92,8 +92,8 @@ int WatchVolumes(const WatchOptions& options) {
     const WaitEnd end = WaitFor(nullptr, std::min<DWORD>(options.pause, deadline.Left()));
     if (end != WaitEnd::timeOut) return ExitCodeOf(end);
     list = ListVolumes(WriteTest::none);
-    /* A list that ends early would tell of volumes that have left and have not; the next look may
-     * be a better one. */
+    // A list that ends early would tell of volumes that have left and have not; the next look may
+    // be a better one.
     if (list.error == 0) {
       for (const VolumeChange& change : Update(known, list.volumes, options.step)) {
         PrintChange(change, options.json);

@@ -62,6 +62,8 @@ std::vector<Row> Rows() {
       {{3, 0, 0}, 0, false},
       {{}, 0, false},
   };
+  const Bytes behind = MountPoint(kVolume, 7);
+  rows.push_back({Bytes(behind.begin(), behind.end() - 2), kMountPoint, false});
   for (const std::size_t size : {4u, 8u, 15u, 16u, 30u}) {
     rows.push_back({Bytes(volume.begin(), volume.begin() + static_cast<std::ptrdiff_t>(size)),
                     kMountPoint, false});

@@ -45,7 +45,7 @@ struct VolumesArguments : CommonArguments {
   bool noWriteTest = false;
   bool watch = false;
   unsigned seconds = 0;
-  unsigned step = 1;
+  unsigned step = 10;
 };
 
 void PrintBlocks(const VolumeList& list) {
@@ -98,7 +98,7 @@ void AddVolumesCommand(Command& program) {
                                          "With --watch: end after so many seconds", kSeconds);
   const Argument step =
       volumes.Count("--step MB", volumes->step,
-                    "With --watch: how much free space counts as a change (1); 0: any",
+                    "With --watch: how much free space counts as a change (10); 0: any",
                     NumberRange<unsigned>{0, 1000000000});
   volumes.Json("One JSON object; with --watch one a change");
   volumes.Require([seconds, step, volumes] {

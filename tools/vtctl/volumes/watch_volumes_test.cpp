@@ -4,12 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstring>
+#include <cwchar>
 #include <functional>
+#include <map>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "platform/owned.h"
+#include "tests/support/answered_look_ups.h"
 #include "tests/support/fake_volumes.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
@@ -26,7 +31,27 @@ using vtclass::test::FakeVolumeName;
 using vtclass::test::FakeVolumes;
 using vtclass::test::ImportHook;
 
-[[maybe_unused]] auto* const lookUps = FakeVolumes::AnswerLookUps();
+std::map<std::wstring, std::wstring> pathLists; /* as the system gives them */
+
+BOOL WINAPI PathNames(LPCWSTR volume, LPWSTR paths, DWORD room, PDWORD needed) {
+  const auto list = pathLists.find(volume);
+  if (list == pathLists.end()) {
+    return ::GetVolumePathNamesForVolumeNameW(volume, paths, room, needed);
+  }
+  *needed = static_cast<DWORD>(list->second.size() + 1);
+  ::SetLastError(ERROR_MORE_DATA);
+  if (room < *needed) return FALSE;
+  std::wmemcpy(paths, list->second.c_str(), *needed);
+  return TRUE;
+}
+
+FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
+  const bool isPathNames =
+      !IS_INTRESOURCE(name) && std::strcmp(name, "GetVolumePathNamesForVolumeNameW") == 0;
+  return isPathNames ? std::bit_cast<FARPROC>(&PathNames) : FakeVolumes::LookUp(module, name);
+}
+
+[[maybe_unused]] auto* const lookUps = vtclass::test::AnswerLookUps(&LookUp);
 
 std::map<std::wstring, DWORD> unreached;  // roots with the reason
 std::map<std::wstring, UINT> types;
@@ -57,6 +82,7 @@ HANDLE WINAPI Refuse(LPCWSTR path, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, D
 class PlayedVolumes : public testing::Test {
  protected:
   PlayedVolumes() {
+    pathLists.clear();
     unreached.clear();
     types.clear();
     written.clear();
@@ -103,6 +129,17 @@ TEST_F(PlayedVolumes, ListVolumes_InTheOrderOfTheirPaths) {
   EXPECT_TRUE(list.volumes.back().paths.empty());
   EXPECT_EQ(list.volumes[0].occupiedSpace, 40U << 20);
   EXPECT_FALSE(list.volumes[0].isWritable.has_value());
+}
+
+TEST_F(PlayedVolumes, ListVolumes_NamesAllPathsOfAVolume) {
+  const std::wstring deep = L"C:\\" + std::wstring(300, L'x') + L"\\";
+  pathLists[FakeVolumeName(1)] = L"C:\\" + std::wstring(1, L'\0') + deep + std::wstring(1, L'\0');
+  pathLists[FakeVolumeName(2)] = std::wstring(1, L'\0'); /* the system says that there is none */
+  const VolumeList list = ListVolumes(WriteTest::none);
+  ASSERT_EQ(list.volumes.size(), 3U);
+  EXPECT_EQ(list.volumes[0].paths, (std::vector<std::wstring>{L"C:\\", deep}));
+  EXPECT_EQ(list.volumes[2].name, FakeVolumeName(2));
+  EXPECT_TRUE(list.volumes[2].paths.empty());
 }
 
 TEST_F(PlayedVolumes, ListVolumes_WritesOnlyWhereItMakesSense) {

@@ -31,7 +31,7 @@ using vtclass::test::FakeVolumeName;
 using vtclass::test::FakeVolumes;
 using vtclass::test::ImportHook;
 
-std::map<std::wstring, std::wstring> pathLists; /* as the system gives them */
+std::map<std::wstring, std::wstring> pathLists;  // as the system gives them
 
 BOOL WINAPI PathNames(LPCWSTR volume, LPWSTR paths, DWORD room, PDWORD needed) {
   const auto list = pathLists.find(volume);
@@ -134,7 +134,7 @@ TEST_F(PlayedVolumes, ListVolumes_InTheOrderOfTheirPaths) {
 TEST_F(PlayedVolumes, ListVolumes_NamesAllPathsOfAVolume) {
   const std::wstring deep = L"C:\\" + std::wstring(300, L'x') + L"\\";
   pathLists[FakeVolumeName(1)] = L"C:\\" + std::wstring(1, L'\0') + deep + std::wstring(1, L'\0');
-  pathLists[FakeVolumeName(2)] = std::wstring(1, L'\0'); /* the system says that there is none */
+  pathLists[FakeVolumeName(2)] = std::wstring(1, L'\0');  // the system says that there is none
   const VolumeList list = ListVolumes(WriteTest::none);
   ASSERT_EQ(list.volumes.size(), 3U);
   EXPECT_EQ(list.volumes[0].paths, (std::vector<std::wstring>{L"C:\\", deep}));

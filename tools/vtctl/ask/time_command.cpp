@@ -117,7 +117,8 @@ std::optional<Given> ReadTicks(std::string_view word) {
   const bool isHex = word.starts_with("0x") || word.starts_with("0X");
   const auto ticks = ReadNumber<unsigned long long>(word.substr(isHex ? 2 : 0), isHex ? 16 : 10);
   if (!ticks) return std::nullopt;
-  return Given{FILETIME{static_cast<DWORD>(*ticks), static_cast<DWORD>(*ticks >> 32)}};
+  const FILETIME time = {static_cast<DWORD>(*ticks), static_cast<DWORD>(*ticks >> 32)};
+  return Given{time, std::nullopt};
 }
 
 // "@1259417229", as the local time of that moment.
@@ -307,7 +308,7 @@ int PrintValue(const Given& value, const std::optional<unsigned long long>& now,
 
 int Run(const TimeArguments& arguments) {
   const DateTime now(DateTime::CurrentTime);
-  if (!arguments.value) return PrintValue({now}, std::nullopt, arguments.json);
+  if (!arguments.value) return PrintValue({now, std::nullopt}, std::nullopt, arguments.json);
   const std::string word = ToUtf8(*arguments.value);
   std::optional<Given> given = ReadDate(*arguments.value);
   if (!given) given = ReadSeconds(word);

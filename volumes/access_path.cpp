@@ -40,20 +40,18 @@ bool MovesOn(border::Listing& listing) {
 }
 
 struct Mount {
-  const std::wstring* host; /* the volume on which it lies */
-  std::wstring point;       /* below the host's root */
+  const std::wstring* host;  // the volume on which it lies
+  std::wstring point;        // below the host's root
 };
 
-/*
- * All mount points of the machine, as far as somebody has asked for them. The system's lists are
- * read once at most, and each mount point is looked at once: looking again for the hosts of each
- * host would multiply the lists.
- */
+// All mount points of the machine, as far as somebody has asked for them. The system's lists are
+// read once at most, and each mount point is looked at once: looking again for the hosts of each
+// host would multiply the lists.
 class Mounts {
  public:
   explicit Mounts(Failure& failure) : failure(failure) {}
 
-  /* The mount point number `index` of all that lead to `volume`; null when there are no more. */
+  // The mount point number `index` of all that lead to `volume`; null when there are no more.
   const Mount* Of(const std::wstring& volume, std::size_t index) {
     const std::vector<const Mount*>& known = byVolume[volume];
     while (index >= known.size()) {
@@ -89,7 +87,7 @@ class Mounts {
 
   Failure& failure;
   RefPointer<border::Listing> volumes;
-  RefPointer<border::Listing> points; /* of the last host; null when it has no more */
+  RefPointer<border::Listing> points;  // of the last host; null when it has no more
   bool isAtEnd = false;
   // Both grow without moving what they hold.
   std::deque<std::wstring> hosts;
@@ -97,8 +95,8 @@ class Mounts {
   std::unordered_map<std::wstring, std::vector<const Mount*>> byVolume;
 };
 
-/* The fixed drives and their volumes. Asked one after the other, as far as needed: a drive may be
- * slow to answer. */
+// The fixed drives and their volumes. Asked one after the other, as far as needed: a drive may be
+// slow to answer.
 class Drives {
  public:
   Drives() noexcept {
@@ -106,7 +104,7 @@ class Drives {
     if (length >= std::size(roots)) *roots = L'\0';
   }
 
-  /* The root of a volume's drive; null when it has none. */
+  // The root of a volume's drive; null when it has none.
   const std::wstring* RootOf(const std::wstring& volume) {
     for (std::size_t i = 0; i < known.size() || ReadNext(); ++i) {
       if (known[i].volume == volume) return &known[i].root;
@@ -136,12 +134,10 @@ class Drives {
   std::vector<Drive> known;
 };
 
-/*
- * Where a volume can be reached; nothing when it cannot, and when `failure` tells that the search
- * failed. Mounts are followed in the order in which the system lists them, each as deep as it goes,
- * and no volume twice: one that was met before is either looked for already, so that it hosts
- * itself, or has no path.
- */
+// Where a volume can be reached; nothing when it cannot, and when `failure` tells that the search
+// failed. Mounts are followed in the order in which the system lists them, each as deep as it goes,
+// and no volume twice: one that was met before is either looked for already, so that it hosts
+// itself, or has no path.
 std::optional<std::wstring> FindAccessPath(const std::wstring& volume, Failure& failure) {
   Drives drives;
   if (const std::wstring* const root = drives.RootOf(volume)) return *root;
@@ -149,7 +145,7 @@ std::optional<std::wstring> FindAccessPath(const std::wstring& volume, Failure& 
   struct Level {
     const std::wstring* volume;
     std::size_t next = 0;
-    const Mount* mount = nullptr; /* by which the level below it goes on */
+    const Mount* mount = nullptr;  // by which the level below it goes on
   };
   Mounts mounts(failure);
   std::unordered_set<std::wstring> met{volume};

@@ -17,15 +17,15 @@ using test::FakeVolumes;
 
 constexpr const char* kNameOf = "GetVolumeNameForVolumeMountPointW";
 
-/* The volume "C:" is a drive's; the others are where the rows mount them. */
+// The volume "C:" is a drive's; the others are where the rows mount them.
 class AccessPath : public ::testing::Test {
  protected:
   AccessPath() { fake.AddDrive(L"C:\\", Name('C')); }
 
   static wcstring Name(wchar_t letter) { return FakeVolumeName(letter); }
 
-  /* Rows "Amnt\B": the volume B is mounted at "mnt\" of A. Volumes are listed as they are met here,
-   * that of the drive last. */
+  // Rows "Amnt\B": the volume B is mounted at "mnt\" of A. Volumes are listed as they are met here,
+  // that of the drive last.
   void Mount(const std::vector<std::wstring>& rows) {
     const auto list = [&](const wcstring& name) {
       if (std::ranges::find(fake.volumes, name) == fake.volumes.end()) fake.volumes.push_back(name);
@@ -39,7 +39,7 @@ class AccessPath : public ::testing::Test {
     list(Name(L'C'));
   }
 
-  /* Where a volume is reached; empty when nowhere. Both users of the search agree. */
+  // Where a volume is reached; empty when nowhere. Both users of the search agree.
   static wcstring Path(const wcstring& volume = Name(L'V')) {
     wcstring text = volume;
     translate_vol_name()(text);

@@ -31,7 +31,7 @@ using Names = std::list<wcstring>;
 Names Listed() { return {vol_it(), vol_it::end()}; }
 Names MountPoints(const wcstring& volume) { return {mp_it(volume), mp_it()}; }
 
-/* Three volumes, two mount points on the first. */
+// Three volumes, two mount points on the first.
 class Listings : public ::testing::Test {
  protected:
   Listings() : mode(::SetErrorMode(SEM_NOGPFAULTERRORBOX)) {

@@ -38,7 +38,7 @@ constexpr const char* kFunctions[] = {
 };
 constexpr DWORD kFirstCode = 1000;
 
-/* The code that tells the function missing; 0 for one that nobody lacks. */
+// The code that tells the function missing; 0 for one that nobody lacks.
 DWORD CodeOf(const char* name) {
   DWORD code = kFirstCode;
   for (const char* const function : kFunctions) {
@@ -130,7 +130,7 @@ TEST(MissingFunctions, Kernel32Glue_AnswersThatTheyAre) {
   EXPECT_EQ(number, 7u);
 }
 
-/* A copy of the DLL whose system lacks `missing` and what stands behind it in the table. */
+// A copy of the DLL whose system lacks `missing` and what stands behind it in the table.
 const char* missing;
 FARPROC WINAPI LookUpSome(HMODULE module, LPCSTR name) {
   const DWORD code = IS_INTRESOURCE(name) ? 0 : CodeOf(name);

@@ -22,7 +22,7 @@ using Bytes = std::vector<unsigned char>;
 constexpr unsigned long kMountPoint = 0xA0000003;
 constexpr unsigned long kNone = 0xFFFFFFFF;
 
-/* The data of a mount point whose target lies `offset` bytes behind the header. */
+// The data of a mount point whose target lies `offset` bytes behind the header.
 Bytes MountPoint(std::wstring_view target, unsigned short offset = 0, int lengthMore = 0,
                  unsigned long tag = kMountPoint) {
   const auto length = static_cast<unsigned short>(static_cast<int>(target.size() * 2) + lengthMore);
@@ -79,7 +79,7 @@ TEST(ReparseData, IsReadWithinItsBounds) {
   }
 }
 
-/* What the system answers about the path. */
+// What the system answers about the path.
 DWORD attributes;
 HANDLE WINAPI Open(LPCWSTR, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD how,
                    DWORD flags, HANDLE) {

@@ -96,7 +96,7 @@ TEST(VolumeNames, PathName_SystemRefuses_IsEmpty) {
   EXPECT_GT(test::FailEachAllocation(ask, [] {}), 0);
 }
 
-/* A cluster whose shared volumes lie below "C:\ClusterStorage". */
+// A cluster whose shared volumes lie below "C:\ClusterStorage".
 class ClusterVolumes : public ::testing::Test {
  protected:
   static bool IsShared(ResourceGlue*, const wchar_t* path) {

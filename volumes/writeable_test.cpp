@@ -73,7 +73,7 @@ TEST(Writeable, SomebodyElseAtIt_IsNotAndKeepsHisFile) {
   EXPECT_EQ(FileBytes(folder / kFile), "his");
 }
 
-/* What the system makes of the calls. */
+// What the system makes of the calls.
 struct Played {
   BOOL written;
   DWORD bytes;

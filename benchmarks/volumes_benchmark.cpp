@@ -6,12 +6,10 @@
 #include <filesystem>
 #include <string>
 
-/*
- * Listings and questions beside the bare calls, on the volumes and drives that the machine has.
- */
+// Listings and questions beside the bare calls, on the volumes and drives that the machine has.
 namespace {
 
-/* Names and sizes of all volumes. */
+// Names and sizes of all volumes.
 void OursListing(benchmark::State& state) {
   for (auto _ : state) {
     for (vtclass::vol_it it; it != vtclass::vol_it::end(); ++it) {
@@ -21,7 +19,7 @@ void OursListing(benchmark::State& state) {
   }
 }
 
-/* The same calls without the library, the error mode included, with a text for each name. */
+// The same calls without the library, the error mode included, with a text for each name.
 void CallsListing(benchmark::State& state) {
   for (auto _ : state) {
     const UINT mode = ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
@@ -61,7 +59,7 @@ void FilesystemSpace(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(std::filesystem::space(root).free);
 }
 
-/* The volume of a mount point. */
+// The volume of a mount point.
 void OursName(benchmark::State& state) {
   const wcstring root = L"C:\\";
   for (auto _ : state) {
@@ -77,7 +75,7 @@ void CallName(benchmark::State& state) {
   }
 }
 
-/* Where a volume that has a drive is reached. */
+// Where a volume that has a drive is reached.
 void OursAccessPath(benchmark::State& state) {
   const wcstring volume = vtclass::get_volume_name_for_mount_point(wcstring(L"C:\\"));
   for (auto _ : state) {

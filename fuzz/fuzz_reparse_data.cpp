@@ -13,7 +13,7 @@ using vtclass::fuzz::Check;
 
 namespace {
 
-/* The names of a reparse point's data and of volumes, whatever the text. */
+// The names of volumes and drives, whatever the text.
 void CheckTexts(WideView text) {
   const bool isName = vtclass::volumes::HasVolumeNameShape(text);
   if (isName) {
@@ -29,8 +29,8 @@ void CheckTexts(WideView text) {
 
 }  // namespace
 
-/* Any bytes that a file system may return: what is read lies inside them, and only a mount point
- * leads to a volume. */
+// Any bytes that a file system may return: what is read lies inside them, and only a mount point
+// leads to a volume.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // In a block of exactly its size, so that a step outside it is seen.
   const auto bytes = std::make_unique<unsigned char[]>(size);

@@ -1,9 +1,8 @@
 #include "crypto/cipher.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
 
 #include "crypto/des.h"
 #include "crypto/stream_ciphers.h"
@@ -12,6 +11,9 @@
 namespace vtclass::crypto {
 
 namespace {
+
+// Memory comes from malloc: where there is none, `new` would throw inside the library, and what the
+// registers hold, keys and texts among it, would be copied to the stack for that.
 
 enum Algorithm : short { kNone = 0, kReversal = 1, kSubstitution = 3, kDes = 4 };
 
@@ -36,13 +38,13 @@ short RunDes(EU_HAND& hand, char* data, std::size_t length) noexcept {
   }
   // Between the halves of an area of our own: the caller's bytes change when all of them are known.
   const std::size_t size = 2 * length;
-  const std::unique_ptr<char[]> area(new (std::nothrow) char[size]);
+  auto* const area = static_cast<char*>(std::malloc(size));
   if (!area) return kBadArguments;
-  char* const plain = area.get() + length;
-  std::memcpy(area.get(), data, length);
-  DesDecipher(hand.key.bytes, hand.schedule, area.get(), plain, length);
-  std::memcpy(data, plain, length);
-  Wipe(area.get(), size);
+  std::memcpy(area, data, length);
+  DesDecipher(hand.key.bytes, hand.schedule, area, area + length, length);
+  std::memcpy(data, area + length, length);
+  Wipe(area, size);
+  std::free(area);
   return 0;
 }
 
@@ -72,7 +74,7 @@ short EncryptBytes(EU_HAND& hand, signed char* data, short length) noexcept {
 
 short OpenSubstitution(EU_HAND& hand, const signed char* key, short keyLength) noexcept {
   if (!key || keyLength <= 0) return kBadArguments;
-  hand.key.copy = new (std::nothrow) unsigned char[static_cast<std::size_t>(keyLength)];
+  hand.key.copy = static_cast<unsigned char*>(std::malloc(static_cast<std::size_t>(keyLength)));
   if (!hand.key.copy) return kNoMemory;
   std::copy_n(key, keyLength, hand.key.copy);
   hand.keyLength = keyLength;
@@ -126,7 +128,7 @@ using namespace vtclass::crypto;
 EU_HAND* EU_Open(short algorithm, short direction, signed char* key, short keyLength,
                  short* blockSize, short* error) noexcept {
   short noSize = 0;
-  auto* hand = new (std::nothrow) EU_HAND{};
+  auto* hand = static_cast<EU_HAND*>(std::calloc(1, sizeof(EU_HAND)));
   short status = kNoMemory;
   if (hand) {
     hand->algorithm = algorithm;
@@ -134,7 +136,7 @@ EU_HAND* EU_Open(short algorithm, short direction, signed char* key, short keyLe
     status = Open(*hand, key, keyLength, blockSize ? *blockSize : noSize);
   }
   if (status != 0) {
-    delete hand;
+    std::free(hand);
     hand = nullptr;
   }
   if (error) *error = status;
@@ -168,8 +170,8 @@ void EU_Close(EU_HAND* hand) noexcept {
   if (!hand) return;
   if (hand->algorithm == kSubstitution) {
     Wipe(hand->key.copy, static_cast<std::size_t>(hand->keyLength));
-    delete[] hand->key.copy;
+    std::free(hand->key.copy);
   }
   Wipe(hand, sizeof *hand);
-  delete hand;
+  std::free(hand);
 }

@@ -93,6 +93,8 @@ void sha256::SetSHA256Challenge(char* theirs) noexcept {
 
 SecureHashAlgorithm::SecureHashAlgorithm() noexcept { Reset(); }
 
+SecureHashAlgorithm::SecureHashAlgorithm(const SecureHashAlgorithm& other) noexcept = default;
+
 SecureHashAlgorithm::~SecureHashAlgorithm() { Reset(); }
 
 void SecureHashAlgorithm::Reset() noexcept {

@@ -330,7 +330,7 @@ class VTCLASS_API_TYPE SecureHashAlgorithm : public vtclass::border::LibraryMemo
   /* Wipes what it holds of the data. */
   VTCLASS_API virtual ~SecureHashAlgorithm();
   /* A copy goes on from where the other stands. */
-  SecureHashAlgorithm(const SecureHashAlgorithm&) noexcept = default;
+  VTCLASS_API SecureHashAlgorithm(const SecureHashAlgorithm& other) noexcept;
   SecureHashAlgorithm& operator=(const SecureHashAlgorithm&) noexcept = default;
 
   /*

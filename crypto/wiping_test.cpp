@@ -96,6 +96,12 @@ struct Operation {
 constexpr unsigned kSize = kSecret.size();
 char* const secret = const_cast<char*>(kSecret.data());
 
+alignas(SecureHashAlgorithm) char place[sizeof(SecureHashAlgorithm)];
+
+void AddSecret(SecureHashAlgorithm& hash) {
+  for (int i = 0; i < 9; ++i) hash.hashBlock(secret, kSize);
+}
+
 const Operation kOperations[] = {
     {"seal", [] { EncryptAndAsciify(4, out, 1200, secret, kSize); }},
     {"seal without room", [] { EncryptAndAsciify(4, out, 20, secret, kSize); }},
@@ -146,17 +152,18 @@ const Operation kOperations[] = {
        login.SetMD5Challenge(secret);
        login.CreateMD5Digest(out);
      }},
-    {"hash",
+    {"hash and forget",
      [] {
-       alignas(SecureHashAlgorithm) static char place[sizeof(SecureHashAlgorithm)];
        auto* const hash = new (place) SecureHashAlgorithm;
-       unsigned a, b, c, d, e;
-       for (int i = 0; i < 9; ++i) hash->hashBlock(secret, kSize);
-       hash->finishHash(a, b, c, d, e);
-       if (Holds(place, sizeof place)) expose = "a finished hash";
-       for (int i = 0; i < 9; ++i) hash->hashBlock(secret, kSize);
+       AddSecret(*hash);
        hash->~SecureHashAlgorithm();
-       if (Holds(place, sizeof place)) expose = "a destroyed hash";
+     }},
+    {"hash and finish",
+     [] {
+       auto* const hash = new (place) SecureHashAlgorithm;
+       AddSecret(*hash);
+       unsigned a, b, c, d, e;
+       hash->finishHash(a, b, c, d, e);
      }},
     {"seal for the machine",
      [] {
@@ -181,6 +188,7 @@ class Wiping : public testing::Test {
     CoverStack();
     operation.run();
     if (!operation.usesSystem && StackHolds()) expose = "the stack";
+    if (Holds(place, sizeof place)) expose = "the hash";
     EXPECT_EQ(expose, nullptr) << operation.name << ": " << expose;
   }
 

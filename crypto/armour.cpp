@@ -1,6 +1,5 @@
 #include "crypto/armour.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -53,20 +52,30 @@ constexpr std::uint64_t ValuesOf(std::uint64_t characters) noexcept {
   return ((characters | kTops) - kFirstCharacters) ^ (~characters & kTops);
 }
 
+char CharacterOf(int value) noexcept {
+  return static_cast<char>(kFirstArmourCharacter + (value & 0x3F));
+}
+
+int ValueOf(char character) noexcept {
+  return static_cast<std::uint8_t>(character - kFirstArmourCharacter);
+}
+
 void EncodePortable(const std::uint8_t* bytes, std::size_t length, char* text) noexcept {
   // Six bytes at a time, as long as eight may be read.
   for (; length >= 8; length -= kStepBytes, bytes += kStepBytes, text += 8) {
     StoreBigEndian(Spread(LoadBigEndian(bytes)) + kFirstCharacters, text);
   }
-  while (length > 0) {
-    const std::size_t step = std::min(length, kStepBytes);
-    std::uint8_t last[8] = {};
-    char characters[8];
-    std::memcpy(last, bytes, step);
-    StoreBigEndian(Spread(LoadBigEndian(last)) + kFirstCharacters, characters);
-    std::memcpy(text, characters, ArmouredLength(step));
-    length -= step, bytes += step, text += 8;
+  for (; length >= 3; length -= 3, bytes += 3, text += 4) {
+    text[0] = CharacterOf(bytes[0] >> 2);
+    text[1] = CharacterOf(bytes[0] << 4 | bytes[1] >> 4);
+    text[2] = CharacterOf(bytes[1] << 2 | bytes[2] >> 6);
+    text[3] = CharacterOf(bytes[2]);
   }
+  if (length == 0) return;
+  const int second = length == 2 ? bytes[1] : 0;
+  text[0] = CharacterOf(bytes[0] >> 2);
+  text[1] = CharacterOf(bytes[0] << 4 | second >> 4);
+  if (length == 2) text[2] = CharacterOf(second << 2);
 }
 
 void DecodePortable(const char* text, std::size_t length, std::uint8_t* bytes) noexcept {
@@ -74,14 +83,14 @@ void DecodePortable(const char* text, std::size_t length, std::uint8_t* bytes) n
   for (; length >= 8; length -= kStepBytes, bytes += kStepBytes, text += 8) {
     StoreBigEndian(Gather(ValuesOf(LoadBigEndian(text))), bytes);
   }
-  while (length > 0) {
-    const std::size_t step = std::min(length, kStepBytes);
-    char characters[8] = {};
-    std::uint8_t decoded[8];
-    std::memcpy(characters, text, ArmouredLength(step));
-    StoreBigEndian(Gather(ValuesOf(LoadBigEndian(characters))), decoded);
-    std::memcpy(bytes, decoded, step);
-    length -= step, bytes += step, text += 8;
+  const auto byte = [](int value) { return static_cast<std::uint8_t>(value); };
+  for (;; length -= 3, bytes += 3, text += 4) {
+    if (length < 1) return;
+    bytes[0] = byte(ValueOf(text[0]) << 2 | (ValueOf(text[1]) >> 4 & 3));
+    if (length < 2) return;
+    bytes[1] = byte(ValueOf(text[1]) << 4 | (ValueOf(text[2]) >> 2 & 15));
+    if (length < 3) return;
+    bytes[2] = byte(ValueOf(text[2]) << 6 | ValueOf(text[3]));
   }
 }
 

@@ -1,7 +1,10 @@
 #include "crypto/armour.h"
 
+#include <vtclass/win32.h>
+
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -83,6 +86,24 @@ TEST(Armour, OfAnyCharacters_IsDecodedAsTheRuleSays_InEveryForm) {
   }
 }
 
+/* A page of memory that no readable one follows. */
+class GuardedPage {
+ public:
+  GuardedPage()
+      : memory(static_cast<char*>(::VirtualAlloc(nullptr, 2 * kSize, MEM_RESERVE, PAGE_NOACCESS))) {
+    EXPECT_TRUE(::VirtualAlloc(memory, kSize, MEM_COMMIT, PAGE_READWRITE));
+  }
+  ~GuardedPage() { ::VirtualFree(memory, 0, MEM_RELEASE); }
+  GuardedPage(const GuardedPage&) = delete;
+  GuardedPage& operator=(const GuardedPage&) = delete;
+
+  static constexpr std::size_t kSize = 4096;
+  char* End() const { return memory + kSize; }
+
+ private:
+  char* memory;
+};
+
 struct Answer {
   int count, outLength;
   std::string out;
@@ -156,6 +177,25 @@ TEST(ASCIIZDecode, TellsItsCount_AndWritesNoMore) {
   int room = 8;
   EXPECT_EQ(ASCIIZDecode(text, &room, nullptr), -1);
   EXPECT_EQ(ASCIIZDecode(text, nullptr, text), -1);
+}
+
+// Wherever the text lies in its last page, nothing behind that is touched.
+TEST(ASCIIZDecode, ReadsNoPageBehindTheText) {
+  const GuardedPage page;
+  for (std::size_t length = 2; length < 70; ++length) {
+    for (std::size_t behind = 0; behind < 20; ++behind) {
+      char* const text = page.End() - behind - length - 1;
+      std::memset(page.End() - GuardedPage::kSize, '\0', GuardedPage::kSize);
+      std::memset(text, '5', length);
+      char out[64];
+      int room = sizeof out;
+      ASSERT_EQ(ASCIIZDecode(text, &room, out), static_cast<int>(length * 3 / 4)) << length;
+      std::memset(page.End() - GuardedPage::kSize, '5', GuardedPage::kSize);
+      text[length] = '\0';
+      room = sizeof out;
+      ASSERT_EQ(ASCIIZDecode(text, &room, out), static_cast<int>(length * 3 / 4)) << length;
+    }
+  }
 }
 
 TEST(ASCIIZDecode, SixtyFourBytes_AreEightySixCharacters) {

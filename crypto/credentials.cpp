@@ -1,10 +1,10 @@
-#include <algorithm>
 #include <cstring>
 
 #include "crypto/armour.h"
 #include "crypto/cipher.h"
 #include "crypto/machine_seal.h"
 #include "crypto/sealed_text.h"
+#include "crypto/text_length.h"
 #include "crypto/wipe.h"
 #include "vtclass/crypto.h"
 
@@ -24,16 +24,10 @@ bool DecipherCredential(char* data, std::size_t length) noexcept {
   return CredentialCipher(kDecipher).Run(data, length);
 }
 
-// How many bytes of `text` stand before its terminator, `most` at most.
-std::size_t LengthWithin(const char* text, std::size_t most) noexcept {
-  const void* const end = std::memchr(text, 0, most);
-  return end ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : most;
-}
-
 // Seals `length` bytes with zeros behind them, `whole` together, through an area of our own.
 template <std::size_t kSize>
 bool Seal(const char* text, std::size_t length, std::size_t whole, char* out, int* outLength) {
-  SecretArea<kSize> area;
+  SecretArea<kSize> area(whole);
   std::memcpy(area.Data(), text, length);
   std::memset(area.Data() + length, 0, whole - length);
   return CredentialCipher(kEncipher).Run(area.Data(), whole) &&
@@ -41,7 +35,7 @@ bool Seal(const char* text, std::size_t length, std::size_t whole, char* out, in
 }
 
 bool SealShortText(const char* text, char* out, int* outLength) {
-  return Seal<kShortText>(text, LengthWithin(text, kShortText), kShortText, out, outLength);
+  return Seal<kShortText>(text, TextLength(text, kShortText), kShortText, out, outLength);
 }
 
 }  // namespace
@@ -51,7 +45,7 @@ int ASCIIZEncode(int length, char* data, int* outLength, char* out) noexcept {
 }
 
 int ASCIIZDecode(char* text, int* outLength, char* out) noexcept {
-  return DecodeArmour(text, text ? std::strlen(text) : 0, outLength, out);
+  return DecodeArmour(text, text ? TextLength(text) : 0, outLength, out);
 }
 
 unsigned int EU_EncAndAsciify(char* text, int textLength, char* out, int* outLength) noexcept {
@@ -69,7 +63,8 @@ unsigned int EU_DeasciifyAndDecrypt(char* armoured, int armouredLength, char* ou
     if (*outLength > 0) *out = '\0';
     return kFailed;
   }
-  return OpenSealedBlock(armoured, out, outLength, &DecipherCredential) ? kDone : kFailed;
+  const std::string_view text(armoured, TextLength(armoured));
+  return OpenSealedBlock(text, out, outLength, &DecipherCredential) ? kDone : kFailed;
 }
 
 bool EncryptAndAsciify(unsigned int algorithm, char* out, int outSize, const char* text,
@@ -99,6 +94,6 @@ bool DeasciifyAndDecrypt(unsigned int algorithm, char* out, int outSize, char* a
   if (*armoured == '\0') return true;
   if (algorithm != kCredentialAlgorithm) return false;
   if (IsMachineSeal(armoured)) return OpenMachineSeal(armoured, out, size);
-  const std::string_view text(armoured, LengthWithin(armoured, kLongestSealedText));
+  const std::string_view text(armoured, TextLength(armoured, kLongestSealedText));
   return OpenSealedText(text, out, outSize, &DecipherCredential);
 }

@@ -6,6 +6,7 @@
 #include "crypto/block_hash.h"
 #include "crypto/fixed_values.h"
 #include "crypto/md5.h"
+#include "crypto/text_length.h"
 #include "crypto/wipe.h"
 #include "vtclass/crypto.h"
 
@@ -71,13 +72,17 @@ void md5_ndmp::GetMD5Challenge(char* out) noexcept {
 
 void md5_ndmp::CreateMD5Digest(char* out) noexcept {
   constexpr std::size_t kMessage = 128;
-  SecretArea<kMessage> message;
-  std::memset(message.Data(), 0, kMessage);
-  const std::size_t length = std::strlen(password);
-  std::memcpy(message.Data(), password, length);
-  std::memcpy(message.Data() + kMessage - length, password, length);
-  std::memcpy(message.Data() + kMessage / 2 - length, challenge, sizeof challenge);
-  Md5(message.Data(), kMessage, reinterpret_cast<std::uint8_t*>(digest));
+  // All in pieces of fixed sizes, which cost next to nothing. The password ends the message: what
+  // the field holds beyond it falls behind that.
+  SecretArea<kMessage + kField> area;
+  char* const message = area.Data();
+  const std::size_t length = TextLength(password, kField - 1);
+  std::memset(message, 0, kMessage / 2);
+  std::memcpy(message, password, kField);
+  std::memset(message + length, 0, kField);
+  std::memcpy(message + kMessage - length, password, kField);
+  std::memcpy(message + kMessage / 2 - length, challenge, kChallenge);
+  Md5(message, kMessage, reinterpret_cast<std::uint8_t*>(digest));
   std::memcpy(out, digest, sizeof digest);
 }
 
@@ -125,7 +130,7 @@ void SecureHashAlgorithm::hashBlock(const void* data, unsigned int length) noexc
   if (length == 0) return;
   totalBytes += length;
   Feed(static_cast<const unsigned char*>(data), length);
-  WipeStackBelow();
+  WipeStackBelow<kDepthOfBlockHash>();
 }
 
 void SecureHashAlgorithm::finishHash(unsigned int& a, unsigned int& b, unsigned int& c,
@@ -138,7 +143,7 @@ void SecureHashAlgorithm::finishHash(unsigned int& a, unsigned int& b, unsigned 
   const std::size_t count = (kHashBlock + kCountAt - 1 - blockBytes) % kHashBlock + 1;
   std::memcpy(padding + count, &totalBytes, sizeof totalBytes);
   Feed(padding, count + kCountBytes);
-  WipeStackBelow();
+  WipeStackBelow<kDepthOfBlockHash>();
   a = words[0];
   b = words[1];
   c = words[2];

@@ -1,23 +1,18 @@
 #include "crypto/wipe.h"
 
-#include <cstring>
+#include <emmintrin.h>
 
 namespace vtclass::crypto {
 
-namespace {
-
-// Read from memory at each call: the compiler cannot know that it only fills, and so keeps the
-// call.
-void* (*const volatile fill)(void*, int, std::size_t) = &std::memset;
-
-}  // namespace
-
-void Wipe(void* memory, std::size_t size) noexcept { fill(memory, 0, size); }
-
 // Not in the header: inlined it would wipe a part of its caller's frame instead.
+template <std::size_t kDepth>
 void WipeStackBelow() noexcept {
-  constexpr std::size_t kDeepest = 1024;  // the cipher and the digest need less than half of it
-  const SecretArea<kDeepest> area;
+  // In the widest steps that every processor has: a call would take longer.
+  volatile __m128i area[kDepth / sizeof(__m128i)];
+  for (volatile __m128i& each : area) each = _mm_setzero_si128();
 }
+
+template void WipeStackBelow<kDepthOfLibcrypto>() noexcept;
+template void WipeStackBelow<kDepthOfBlockHash>() noexcept;
 
 }  // namespace vtclass::crypto

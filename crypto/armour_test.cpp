@@ -198,6 +198,13 @@ TEST(ASCIIZDecode, ReadsNoPageBehindTheText) {
   }
 }
 
+TEST(DeasciifyAndDecrypt, ReadsOneThousandAndTwentyFourCharactersAtMost) {
+  const GuardedPage page;
+  std::memset(page.End() - 1024, '5', 1024);
+  char out[768];
+  EXPECT_TRUE(DeasciifyAndDecrypt(4, out, sizeof out, page.End() - 1024));
+}
+
 TEST(ASCIIZDecode, SixtyFourBytes_AreEightySixCharacters) {
   std::string bytes = MakeMessage(64), text(89, kCanary), back(64, kCanary);
   int length = 89;

@@ -93,7 +93,7 @@ bool DeasciifyAndDecrypt(unsigned int algorithm, char* out, int outSize, char* a
   if (!armoured) return false;
   if (*armoured == '\0') return true;
   if (algorithm != kCredentialAlgorithm) return false;
-  if (IsMachineSeal(armoured)) return OpenMachineSeal(armoured, out, size);
   const std::string_view text(armoured, TextLength(armoured, kLongestSealedText));
+  if (IsMachineSeal(text)) return OpenMachineSeal({armoured, TextLength(armoured)}, out, size);
   return OpenSealedText(text, out, outSize, &DecipherCredential);
 }

@@ -161,7 +161,7 @@ VTCLASS_API unsigned int EU_EncAndAsciify(char* text, int textLength, char* out,
 /*
  * Opens it: fills `out` with 64 bytes, of which those behind the text are zeros. 0 on success, 1 on
  * failure. `*outLength` is the room in `out` and becomes the count of bytes that the armour holds,
- * with too little room too; with a null pointer it stays as it was.
+ * with too little room too. With a null pointer or an `armouredLength` above 91 it stays as it was.
  * Contract: a text of 64 bytes has no terminator. `armouredLength` is only compared with 91, and
  * more is refused; what is read goes up to the terminating zero.
  */

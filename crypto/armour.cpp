@@ -94,6 +94,11 @@ void DecodePortable(const char* text, std::size_t length, std::uint8_t* bytes) n
   }
 }
 
+const Armour& Fastest() noexcept {
+  if (platform::cpu::HasAvx2()) return kAvx2Armour;
+  return platform::cpu::HasSsse3() ? kSsse3Armour : kPortableArmour;
+}
+
 std::atomic<const Armour*> best;
 
 }  // namespace
@@ -103,9 +108,7 @@ const Armour kPortableArmour = {&EncodePortable, &DecodePortable};
 const Armour& BestArmour() noexcept {
   const Armour* armour = best.load(std::memory_order_relaxed);
   if (armour == nullptr) {
-    armour = platform::cpu::HasAvx2()    ? &kAvx2Armour
-             : platform::cpu::HasSsse3() ? &kSsse3Armour
-                                         : &kPortableArmour;
+    armour = &Fastest();
     best.store(armour, std::memory_order_relaxed);
   }
   return *armour;

@@ -61,13 +61,13 @@ std::atomic<CompressFunction> best;
 void CompressPortable(ChainingWords& words, const std::uint8_t* blocks,
                       std::size_t count) noexcept {
   for (; count > 0; --count, blocks += kHashBlock) {
-    std::array<Word, kRounds> added;
-    Expand(blocks, added.data());
+    Word added[kRounds];
+    Expand(blocks, added);
     auto [a, b, c, d, e] = words;
-    Rounds<0>(a, b, c, d, e, &added[0]);
-    Rounds<1>(a, b, c, d, e, &added[20]);
-    Rounds<2>(a, b, c, d, e, &added[40]);
-    Rounds<3>(a, b, c, d, e, &added[60]);
+    Rounds<0>(a, b, c, d, e, added);
+    Rounds<1>(a, b, c, d, e, added + 20);
+    Rounds<2>(a, b, c, d, e, added + 40);
+    Rounds<3>(a, b, c, d, e, added + 60);
     words = {words[0] + a, words[1] + b, words[2] + c, words[3] + d, words[4] + e};
   }
 }

@@ -107,6 +107,7 @@ short Open(EU_HAND& hand, const signed char* key, short keyLength, short& blockS
 
 }  // namespace
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the schedule is made when it is used
 CredentialCipher::CredentialCipher(short direction) noexcept {
   OpenDes(hand, direction, kCredentialKey.data());
 }

@@ -46,7 +46,7 @@ void Randomize(Challenge& challenge) noexcept {
 
 }  // namespace
 
-md5_ndmp::md5_ndmp() noexcept : userName{}, password{}, digest{} {
+md5_ndmp::md5_ndmp() noexcept {
   std::memcpy(userName, kDefaultUserName.data(), kDefaultUserName.size());
   std::memcpy(password, kDefaultPassword.data(), kDefaultPassword.size());
   Randomize(challenge);

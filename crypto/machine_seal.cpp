@@ -97,6 +97,7 @@ unsigned long Open(std::string_view seal, SystemBlob& text) {
   seal.remove_prefix(kMark.size());
   if (!std::ranges::all_of(seal, &IsArmourCharacter)) return ERROR_INVALID_DATA;
   std::string bytes(DisarmedLength(seal.size()), '\0');
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the count of bytes tells its length
   BestArmour().decode(seal.data(), bytes.size(), reinterpret_cast<std::uint8_t*>(bytes.data()));
   return Unprotect(bytes, text);
 }

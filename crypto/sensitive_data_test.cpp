@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -24,8 +25,8 @@ struct System {
 
 int currentCalls, olderCalls;
 
-LONG Flip(void* memory, DWORD size, LONG answer, char mask) {
-  for (DWORD i = 0; i < size; ++i) static_cast<char*>(memory)[i] ^= mask;
+LONG Flip(void* memory, DWORD size, LONG answer, BYTE mask) {
+  for (DWORD i = 0; i < size; ++i) static_cast<BYTE*>(memory)[i] ^= mask;
   return answer;
 }
 
@@ -73,7 +74,7 @@ TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
   const struct {
     System system;
     unsigned status;
-    char mask;
+    BYTE mask;
     int currentCalls, olderCalls;
   } cases[] = {
       {{true, true, true, 1, 0}, 0, 0x55, 1, 0},      {{true, true, true, 2, 0}, kFailed, 0, 1, 0},
@@ -99,10 +100,9 @@ TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
     EXPECT_EQ(olderCalls, older);
     if (status == 0) {
       ASSERT_EQ(size, 48u);
-      std::string expected(48, mask);
-      for (std::size_t i = 0; i < 2 * text.size(); ++i) {
-        expected[i] ^= reinterpret_cast<const char*>(text.data())[i];
-      }
+      std::array<BYTE, 48> expected = {};
+      std::memcpy(expected.data(), text.data(), 2 * text.size());
+      Flip(expected.data(), 48, 0, mask);
       EXPECT_EQ(std::memcmp(buffer, expected.data(), 48), 0);
       EXPECT_EQ(copy(&ADSI::GetSensitiveData)(buffer, size), 0u);
       EXPECT_EQ(buffer, text);

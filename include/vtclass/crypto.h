@@ -295,10 +295,10 @@ class md5_ndmp {
   VTCLASS_API void CreateMD5Digest(char* out) noexcept;
 
  private:
-  char userName[32];
-  char password[32];
+  char userName[32] = {};
+  char password[32] = {};
   char challenge[64];
-  char digest[16];
+  char digest[16] = {};
 };
 
 /*
@@ -349,10 +349,10 @@ class VTCLASS_API_TYPE SecureHashAlgorithm : public vtclass::border::LibraryMemo
   void Reset() noexcept;
   void Feed(const unsigned char* data, std::size_t length) noexcept;
 
-  std::array<unsigned int, 5> words;
+  std::array<unsigned int, 5> words = {};
   unsigned char block[64];
-  unsigned int blockBytes;
-  unsigned int totalBytes;
+  unsigned int blockBytes = 0;
+  unsigned int totalBytes = 0;
 };
 
 #include "vtclass/client/crypto.h"

@@ -11,9 +11,9 @@
 extern "C" void OPENSSL_cleanse(void* ptr, std::size_t len) { vtclass::crypto::Wipe(ptr, len); }
 
 // In a time that tells nothing of the contents.
-extern "C" int CRYPTO_memcmp(const void* in_a, const void* in_b, std::size_t len) {
-  const auto* const first = static_cast<const volatile unsigned char*>(in_a);
-  const auto* const second = static_cast<const volatile unsigned char*>(in_b);
+extern "C" int CRYPTO_memcmp(const void* a, const void* b, std::size_t len) {
+  const auto* const first = static_cast<const volatile unsigned char*>(a);
+  const auto* const second = static_cast<const volatile unsigned char*>(b);
   unsigned char difference = 0;
   for (std::size_t i = 0; i < len; ++i) difference |= first[i] ^ second[i];
   return difference;

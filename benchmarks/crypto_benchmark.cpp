@@ -15,7 +15,7 @@
 #include "crypto/block_hash.h"
 #include "crypto/fixed_values.h"
 
-/* Sealing, armour and digests beside libcrypto's own operations and the plain form of the rules. */
+// Sealing, armour and digests beside libcrypto's own operations and the plain form of the rules.
 namespace {
 
 using namespace vtclass::crypto;
@@ -37,7 +37,7 @@ unsigned char* Unsigned(std::string& bytes) {
   return reinterpret_cast<unsigned char*>(bytes.data());
 }
 
-/* ---- Sealing 64 bytes, and opening them ---- */
+// ---- Sealing 64 bytes, and opening them ----
 
 void OursSeal(benchmark::State& state) {
   const std::string text = RandomBytes(64);
@@ -70,7 +70,7 @@ void Des(benchmark::State& state, int direction) {
   }
 }
 
-/* ---- Armour ---- */
+// ---- Armour ----
 
 void OursEncode(benchmark::State& state, int length) {
   std::string bytes = RandomBytes(static_cast<std::size_t>(length));
@@ -128,7 +128,7 @@ void Base64Decode(benchmark::State& state, int length) {
   }
 }
 
-/* ---- Digests ---- */
+// ---- Digests ----
 
 void OursDigest(benchmark::State& state) {
   md5_ndmp login;
@@ -162,7 +162,7 @@ void OursHash(benchmark::State& state) {
   }
 }
 
-/* The rule as it is told: a byte at a time, and a round after the other. */
+// The rule as it is told: a byte at a time, and a round after the other.
 class PlainHash {
  public:
   void Add(const unsigned char* data, std::size_t length) {

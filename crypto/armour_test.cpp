@@ -43,7 +43,7 @@ std::string Decoded(const Armour& armour, const std::string& text) {
   return bytes.substr(0, bytes.size() - 40);
 }
 
-/* The rule of the decoder as it is told, for any characters. */
+// The rule of the decoder as it is told, for any characters.
 std::string DecodedPlainly(const std::string& text) {
   const auto value = [&](std::size_t i) {
     return i < text.size() ? static_cast<unsigned char>(text[i]) - 48 : 0;
@@ -86,7 +86,7 @@ TEST(Armour, OfAnyCharacters_IsDecodedAsTheRuleSays_InEveryForm) {
   }
 }
 
-/* A page of memory that no readable one follows. */
+// A page of memory that no readable one follows.
 class GuardedPage {
  public:
   GuardedPage()

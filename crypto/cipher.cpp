@@ -82,7 +82,7 @@ short OpenSubstitution(EU_HAND& hand, const signed char* key, short keyLength) n
   return 0;
 }
 
-/* The status; the block size stays as it was where there is none. */
+// The status; the block size stays as it was where there is none.
 short Open(EU_HAND& hand, const signed char* key, short keyLength, short& blockSize) noexcept {
   short status = 0;
   switch (hand.algorithm) {

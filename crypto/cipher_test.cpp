@@ -20,7 +20,7 @@ signed char* Bytes(std::string& text) { return reinterpret_cast<signed char*>(te
 
 short Length(const std::string& text) { return static_cast<short>(text.size()); }
 
-/* `text` through a cipher of its own, in pieces of `piece` bytes. */
+// `text` through a cipher of its own, in pieces of `piece` bytes.
 std::string Through(short algorithm, short direction, std::string text, std::string key,
                     std::size_t piece = 32000) {
   Encrypto cipher(algorithm, direction, Bytes(key), Length(key));

@@ -23,7 +23,7 @@ using vtclass::test::LibraryCopy;
 
 constexpr char kCanary = '\x5E';
 
-/* An area of `size` bytes with a canary behind it. */
+// An area of `size` bytes with a canary behind it.
 struct Area {
   explicit Area(int size)
       : size(size), bytes(static_cast<std::size_t>(size < 0 ? 0 : size) + 1, kCanary) {}
@@ -42,7 +42,7 @@ std::string Sealed(const std::string& text) {
   return out.Text();
 }
 
-/* The bytes that come back, all of them; nothing where that fails. */
+// The bytes that come back, all of them; nothing where that fails.
 std::string Opened(std::string sealed, int room = 1400) {
   Area out(room);
   if (!DeasciifyAndDecrypt(4, out.Data(), room, sealed.data())) {

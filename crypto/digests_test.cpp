@@ -168,7 +168,7 @@ TEST(SecureHashAlgorithm, ACopyGoesOnFromThere) {
   EXPECT_EQ(Finish(copy), Finish(hash));
 }
 
-/* The processor's two instructions, as its manual defines them. */
+// The processor's two instructions, as its manual defines them.
 struct PlainInstructions {
   using Words = std::array<std::uint32_t, 4>;  // the lowest first
 

@@ -30,7 +30,7 @@ constinit platform::BoundFunction<decltype(::CryptProtectData)> protectData(L"cr
 constinit platform::BoundFunction<decltype(::CryptUnprotectData)> unprotectData(
     L"crypt32.dll", "CryptUnprotectData", FALSE);
 
-/* What the system has made: wiped before it is freed, for it may be the secret. */
+// What the system has made: wiped before it is freed, for it may be the secret.
 class SystemBlob {
  public:
   SystemBlob() = default;

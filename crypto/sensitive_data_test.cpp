@@ -17,7 +17,7 @@ namespace {
 using vtclass::test::ImportHook;
 using vtclass::test::LibraryCopy;
 
-/* The pair's system, as a test states it. */
+// The pair's system, as a test states it.
 struct System {
   bool hasCrypt32, hasCurrent, hasOlder;
   LONG currentAnswer, olderAnswer;

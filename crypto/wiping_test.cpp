@@ -14,10 +14,8 @@
 #include "tests/support/import_hook.h"
 #include "vtclass/crypto.h"
 
-/*
- * What the library's own work areas hold when it gives them back: blocks of the heap at the moment
- * they are freed, and the stack below its caller.
- */
+// What the library's own work areas hold when it gives them back: blocks of the heap at the moment
+// they are freed, and the stack below its caller.
 namespace {
 
 using vtclass::test::Allocations;

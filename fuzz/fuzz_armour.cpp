@@ -39,7 +39,7 @@ void Decode(std::string_view text, int room) {
 
 }  // namespace
 
-/* Any characters are decoded inside both buffers, by each form alike; any bytes come back. */
+// Any characters are decoded inside both buffers, by each form alike; any bytes come back.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const std::size_t room = input.Number();

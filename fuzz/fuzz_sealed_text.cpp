@@ -41,8 +41,8 @@ void OpenBlock(std::string_view text, int room) {
 
 }  // namespace
 
-/* Any sealed text, in room of any size: what is written lies inside it, and a failure leaves none
- * of what was decoded. */
+// Any sealed text, in room of any size: what is written lies inside it, and a failure leaves none
+// of what was decoded.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const std::size_t number = input.Number();

@@ -302,6 +302,10 @@ TEST(SealForMachine, OpensHere_AndInTheOrdinaryReader) {
     EXPECT_NE(MachineSealed(text), sealed);
   }
   EXPECT_EQ(MachineSealed(""), "");
+  std::string both = "secret";
+  EXPECT_EQ(vtclass::SealForMachine(both, both), 0u);
+  EXPECT_EQ(vtclass::OpenForMachine(both, both), 0u);
+  EXPECT_EQ(both, "secret");
   std::string opened = "before";
   EXPECT_EQ(vtclass::OpenForMachine("", opened), 0u);
   EXPECT_EQ(opened, "");

@@ -131,26 +131,31 @@ bool OpenMachineSeal(std::string_view seal, char* out, std::size_t size) noexcep
 
 namespace vtclass::border {
 
+namespace {
+
+// Only now is the caller's string touched: it may be what was read.
+unsigned long HandOver(const NarrowSink& out, unsigned long status, std::string_view result) {
+  if (status == ERROR_SUCCESS && out.Assign(result)) return ERROR_SUCCESS;
+  out.Resize(0);
+  return status == ERROR_SUCCESS ? ERROR_NOT_ENOUGH_MEMORY : status;
+}
+
+}  // namespace
+
 unsigned long SealForMachine(const NarrowSink& sealed, const char* text,
                              std::size_t length) noexcept {
-  sealed.Resize(0);
-  if (length == 0) return ERROR_SUCCESS;
   std::string made;
-  const unsigned long status =
-      platform::StatusOf([&] { return crypto::Seal({text, length}, made); });
-  if (status != ERROR_SUCCESS) return status;
-  return sealed.Assign(made) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+  const unsigned long status = platform::StatusOf(
+      [&] { return length == 0 ? ERROR_SUCCESS : crypto::Seal({text, length}, made); });
+  return HandOver(sealed, status, made);
 }
 
 unsigned long OpenForMachine(const NarrowSink& text, const char* sealed,
                              std::size_t length) noexcept {
-  text.Resize(0);
-  if (length == 0) return ERROR_SUCCESS;
   crypto::SystemBlob blob;
-  const unsigned long status =
-      platform::StatusOf([&] { return crypto::Open({sealed, length}, blob); });
-  if (status != ERROR_SUCCESS) return status;
-  return text.Assign(blob.Text()) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+  const unsigned long status = platform::StatusOf(
+      [&] { return length == 0 ? ERROR_SUCCESS : crypto::Open({sealed, length}, blob); });
+  return HandOver(text, status, blob.Text());
 }
 
 }  // namespace vtclass::border

@@ -19,12 +19,18 @@
  * docs/sealed-credentials.md says more, and how the stored text is built.
  *
  * Texts are bytes, in whatever code page; lengths and sizes count bytes.
+ *
  * Secrets: areas in which the library itself holds a plain text, a key or a message are wiped
  * before the operation returns, also where it fails. What a caller handed in or got is the
- * caller's. Failures: nothing here throws and nothing is logged. Requires, everywhere: what an
- * operation reads and what it writes do not overlap, unless it works in place. Threads: no
- * operation keeps a global state, so any thread may call; one object, handle or buffer belongs to
- * one thread at a time.
+ * caller's.
+ *
+ * Failures: nothing here throws and nothing is logged.
+ *
+ * Threads: no operation keeps a global state, so any thread may call; one object, handle or buffer
+ * belongs to one thread at a time.
+ *
+ * Requires, everywhere: the buffer that an operation reads and the one that it writes do not
+ * overlap.
  */
 
 /* ---- The cipher ---- */
@@ -126,8 +132,10 @@ class Encrypto {
  * Returns the count of characters with the zero, also in `*outLength`. Returns 0, with the room
  * that is asked for in `*outLength` and `out` as it was, when there is less. Returns -1, with
  * everything as it was, for a null pointer, a `length` of 0 or less and one whose room no int
- * holds. Contract: the room asked for is length / 3 * 4 + 5, rounded toward zero before it is
- * multiplied: for some lengths more than is written.
+ * holds.
+ *
+ * Contract: the room asked for is length / 3 * 4 + 5, rounded toward zero before it is multiplied:
+ * up to four characters more than are written.
  */
 VTCLASS_API int ASCIIZEncode(int length, char* data, int* outLength, char* out) noexcept;
 
@@ -266,8 +274,9 @@ class ADSI {
  *   login.CreateMD5Digest(digest);           // 16 bytes, to be sent with the user's name
  *
  * Contract: the password stays in the object for the object's life and behind it: nothing is
- * cleared at destruction. Whoever wants it gone calls SetMD5Password(nullptr, 0) before. Requires:
- * challenges and what is filled are not null.
+ * cleared at destruction. Whoever wants it gone calls SetMD5Password(nullptr, 0) before.
+ *
+ * Requires: challenges and what is filled are not null.
  */
 class md5_ndmp {
  public:
@@ -302,8 +311,8 @@ class md5_ndmp {
 };
 
 /*
- * Credentials in the same layout, empty at first. Contract: the library computes no SHA-256; this
- * class holds fields.
+ * Credentials in the same layout, empty at first.
+ * Contract: the library computes no SHA-256; this class holds fields.
  */
 class sha256 {
  public:
@@ -320,9 +329,10 @@ class sha256 {
 
 /*
  * A hash of 160 bits, the library's own: built like the Secure Hash Algorithm, with other padding,
- * other byte order and another expansion. Contract: its results are no SHA-1, and stored ones must
- * stay comparable. Nobody has examined it as a protection against forgery; it tells apart what
- * differs by accident.
+ * other byte order and another expansion. Nobody has examined it as a protection against forgery;
+ * it tells apart what differs by accident.
+ *
+ * Contract: its results are no SHA-1, and stored ones must stay comparable.
  */
 class VTCLASS_API_TYPE SecureHashAlgorithm : public vtclass::border::LibraryMemory {
  public:

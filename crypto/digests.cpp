@@ -110,18 +110,21 @@ void SecureHashAlgorithm::Reset() noexcept {
 }
 
 void SecureHashAlgorithm::Feed(const unsigned char* data, std::size_t length) noexcept {
-  const CompressFunction compress = BestCompress();
+  const auto compress = [this](const unsigned char* blocks, std::size_t count) {
+    BestCompress()(words, blocks, count);
+    WipeStackBelow<kDepthOfBlockHash>();
+  };
   if (blockBytes > 0) {
     const std::size_t taken = std::min(length, kHashBlock - blockBytes);
     std::memcpy(block + blockBytes, data, taken);
     blockBytes += static_cast<unsigned int>(taken);
     if (blockBytes < kHashBlock) return;
-    compress(words, block, 1);
+    compress(block, 1);
     data += taken;
     length -= taken;
   }
   const std::size_t whole = length / kHashBlock;
-  if (whole > 0) compress(words, data, whole);
+  if (whole > 0) compress(data, whole);
   blockBytes = static_cast<unsigned int>(length % kHashBlock);
   if (blockBytes > 0) std::memcpy(block, data + whole * kHashBlock, blockBytes);
 }
@@ -130,7 +133,6 @@ void SecureHashAlgorithm::hashBlock(const void* data, unsigned int length) noexc
   if (length == 0) return;
   totalBytes += length;
   Feed(static_cast<const unsigned char*>(data), length);
-  WipeStackBelow<kDepthOfBlockHash>();
 }
 
 void SecureHashAlgorithm::finishHash(unsigned int& a, unsigned int& b, unsigned int& c,
@@ -143,7 +145,6 @@ void SecureHashAlgorithm::finishHash(unsigned int& a, unsigned int& b, unsigned 
   const std::size_t count = (kHashBlock + kCountAt - 1 - blockBytes) % kHashBlock + 1;
   std::memcpy(padding + count, &totalBytes, sizeof totalBytes);
   Feed(padding, count + kCountBytes);
-  WipeStackBelow<kDepthOfBlockHash>();
   a = words[0];
   b = words[1];
   c = words[2];

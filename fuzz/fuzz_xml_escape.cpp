@@ -1,4 +1,5 @@
 #include "fuzz/fuzz_input.h"
+#include "platform/cpu.h"
 #include "strings/ascii.h"
 #include "strings/xml_escape.h"
 #include "strings/xml_reference.h"
@@ -41,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool escape = choice >= 0x8000;
   const WideView text = input.Text();
   CheckEscape(text, escape, room, kSse2Scan);
-  if (HasAvx2()) CheckEscape(text, escape, room, kAvx2Scan);
+  if (vtclass::platform::cpu::HasAvx2()) CheckEscape(text, escape, room, kAvx2Scan);
   CheckAscii(text);
   return 0;
 }

@@ -1,4 +1,5 @@
 #include "fuzz/fuzz_input.h"
+#include "platform/cpu.h"
 #include "strings/xml_filter.h"
 #include "strings/xml_reference.h"
 
@@ -29,6 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t capacity = 1 + input.Number() % 4096;
   const WideView text = input.Text();
   CheckFilter(text, capacity, kSse2Scan);
-  if (HasAvx2()) CheckFilter(text, capacity, kAvx2Scan);
+  if (vtclass::platform::cpu::HasAvx2()) CheckFilter(text, capacity, kAvx2Scan);
   return 0;
 }

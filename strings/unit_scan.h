@@ -22,11 +22,8 @@ struct UnitScan {
 /* Every x86-64 processor has this one. */
 extern const UnitScan kSse2Scan;
 
-/* Requires: HasAvx2(). */
+/* Requires: platform::cpu::HasAvx2(). */
 extern const UnitScan kAvx2Scan;
-
-/* True when the processor has AVX2 and the operating system keeps its registers. */
-bool HasAvx2() noexcept;
 
 /* The fastest that this machine runs; asked once, then remembered. Threads: any. */
 const UnitScan& BestScan() noexcept;

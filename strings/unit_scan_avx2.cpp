@@ -1,7 +1,7 @@
 #include <array>
 #include <bit>
 
-#include "strings/cpu.h"
+#include "platform/cpu.h"
 #include "strings/unit_rules.h"
 #include "strings/unit_scan.h"
 

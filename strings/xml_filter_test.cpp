@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "platform/cpu.h"
 #include "strings/random_text.h"
 #include "strings/xml_escape.h"
 #include "strings/xml_reference.h"
@@ -16,7 +17,7 @@ constexpr WideView kUntouched = VTCLASS_WIDE("untouched");
 
 std::vector<const UnitScan*> Scans() {
   std::vector<const UnitScan*> scans = {&kSse2Scan};
-  if (HasAvx2()) scans.push_back(&kAvx2Scan);
+  if (vtclass::platform::cpu::HasAvx2()) scans.push_back(&kAvx2Scan);
   return scans;
 }
 

@@ -5,6 +5,7 @@
 #include "vtclass/cluster.h"
 #include "vtclass/com_environment.h"
 #include "vtclass/config.h"
+#include "vtclass/crypto.h"
 #include "vtclass/date_time.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/export.h"

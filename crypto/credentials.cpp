@@ -94,6 +94,7 @@ bool DeasciifyAndDecrypt(unsigned int algorithm, char* out, int outSize, char* a
   if (*armoured == '\0') return true;
   if (algorithm != kCredentialAlgorithm) return false;
   const std::string_view text(armoured, TextLength(armoured, kLongestSealedText));
-  if (IsMachineSeal(text)) return OpenMachineSeal({armoured, TextLength(armoured)}, out, size);
+  if (BeginsAsMachineSeal(text))
+    return OpenMachineSeal({armoured, TextLength(armoured)}, out, size);
   return OpenSealedText(text, out, outSize, &DecipherCredential);
 }

@@ -87,18 +87,28 @@ unsigned long Unprotect(std::string_view bytes, SystemBlob& text) noexcept {
   return done ? ERROR_SUCCESS : Failure();
 }
 
+// Throws std::bad_alloc.
+std::string Armoured(std::string_view bytes) {
+  std::string text(ArmouredLength(bytes.size()), '\0');
+  BestArmour().encode(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(),
+                      text.data());
+  return text;
+}
+
 bool IsArmourCharacter(char character) noexcept {
   return character >= kFirstArmourCharacter && character < kFirstArmourCharacter + 64;
 }
 
 // Throws std::bad_alloc.
 unsigned long Open(std::string_view seal, SystemBlob& text) {
-  if (!IsMachineSeal(seal)) return ERROR_INVALID_DATA;
+  if (!seal.starts_with(kMark)) return ERROR_INVALID_DATA;
   seal.remove_prefix(kMark.size());
   if (!std::ranges::all_of(seal, &IsArmourCharacter)) return ERROR_INVALID_DATA;
   std::string bytes(DisarmedLength(seal.size()), '\0');
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the count of bytes tells its length
   BestArmour().decode(seal.data(), bytes.size(), reinterpret_cast<std::uint8_t*>(bytes.data()));
+  // Each seal has one spelling: what the bytes do not show would change unnoticed.
+  if (Armoured(bytes) != seal) return ERROR_INVALID_DATA;
   return Unprotect(bytes, text);
 }
 
@@ -107,17 +117,13 @@ unsigned long Seal(std::string_view text, std::string& seal) {
   SystemBlob blob;
   const unsigned long status = Protect(text, blob);
   if (status != ERROR_SUCCESS) return status;
-  const std::string_view bytes = blob.Text();
-  seal.assign(kMark);
-  seal.resize(kMark.size() + ArmouredLength(bytes.size()));
-  BestArmour().encode(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(),
-                      seal.data() + kMark.size());
+  seal = std::string(kMark) + Armoured(blob.Text());
   return ERROR_SUCCESS;
 }
 
 }  // namespace
 
-bool IsMachineSeal(std::string_view text) noexcept { return text.starts_with(kMark); }
+bool BeginsAsMachineSeal(std::string_view text) noexcept { return text.starts_with(kMark.front()); }
 
 bool OpenMachineSeal(std::string_view seal, char* out, std::size_t size) noexcept {
   SystemBlob text;

@@ -6,11 +6,11 @@
 
 namespace vtclass::crypto {
 
-/* True for what begins as a machine-bound seal does. No armour begins so. */
-bool IsMachineSeal(std::string_view text) noexcept;
+/* True for what begins as a machine-bound seal does, of whatever form. No armour begins so. */
+bool BeginsAsMachineSeal(std::string_view text) noexcept;
 
-/* Opens one into `out`, which holds zeros; false, with zeros in all of it, where that fails or the
- * text is longer than `size` bytes. */
+/* Opens one into `out`, which holds zeros; false, with zeros in all of it, where that fails, its
+ * form is another than this library's, or the text is longer than `size` bytes. */
 bool OpenMachineSeal(std::string_view seal, char* out, std::size_t size) noexcept;
 
 }  // namespace vtclass::crypto

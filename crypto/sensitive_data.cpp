@@ -30,12 +30,29 @@ constinit Protection protect = {{L"crypt32.dll", "CryptProtectMemory", FALSE},
 constinit Protection unprotect = {{L"crypt32.dll", "CryptUnprotectMemory", FALSE},
                                   {L"advapi32.dll", "SystemFunction041", 0}};
 
+enum class Presence { there, missing, unknown };
+
+// A function that cannot be looked up for want of memory, say, may be there the next time.
+template <typename Function>
+Presence PresenceOf(Function& function) noexcept {
+  if (function.Get()) return Presence::there;
+  const DWORD error = ::GetLastError();
+  const bool isMissing = error == ERROR_MOD_NOT_FOUND || error == ERROR_PROC_NOT_FOUND;
+  return isMissing ? Presence::missing : Presence::unknown;
+}
+
 bool Run(Protection& protection, void* memory, DWORD size) noexcept {
-  if (protection.current.Get()) {
+  const Presence current = PresenceOf(protection.current);
+  if (current == Presence::there) {
     return protection.current(memory, size, CRYPTPROTECTMEMORY_SAME_PROCESS) == TRUE;
   }
-  // Missing too, it answers the 0 of a success: on purpose the memory is then used as it is.
-  return protection.older(memory, size, CRYPTPROTECTMEMORY_SAME_PROCESS) == 0;
+  if (current == Presence::unknown) return false;
+  const Presence older = PresenceOf(protection.older);
+  if (older == Presence::there) {
+    return protection.older(memory, size, CRYPTPROTECTMEMORY_SAME_PROCESS) == 0;
+  }
+  // On purpose the memory is used as it is where there is neither.
+  return older == Presence::missing;
 }
 
 }  // namespace

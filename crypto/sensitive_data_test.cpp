@@ -24,6 +24,7 @@ struct System {
 } played;
 
 int currentCalls, olderCalls;
+DWORD loadError;  // of every library
 
 LONG Flip(void* memory, DWORD size, LONG answer, BYTE mask) {
   for (DWORD i = 0; i < size; ++i) static_cast<BYTE*>(memory)[i] ^= mask;
@@ -43,6 +44,7 @@ LONG WINAPI Older(void* memory, ULONG size, ULONG flags) {
 }
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
+  ::SetLastError(ERROR_PROC_NOT_FOUND);
   const std::string function = name;
   const bool isCrypt32 = module == ::GetModuleHandleW(L"crypt32.dll");
   if (isCrypt32 && (function == "CryptProtectMemory" || function == "CryptUnprotectMemory")) {
@@ -58,7 +60,9 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 HMODULE WINAPI Load(LPCWSTR name, HANDLE file, DWORD flags) {
   EXPECT_EQ(flags, DWORD{LOAD_LIBRARY_SEARCH_SYSTEM32});
   const bool isMissing = !played.hasCrypt32 && _wcsicmp(name, L"crypt32.dll") == 0;
-  return isMissing ? nullptr : ::LoadLibraryExW(name, file, flags);
+  if (!isMissing && loadError == ERROR_SUCCESS) return ::LoadLibraryExW(name, file, flags);
+  ::SetLastError(isMissing ? DWORD{ERROR_MOD_NOT_FOUND} : loadError);
+  return nullptr;
 }
 
 // What the library gives back before anybody has seen it is wiped.
@@ -115,6 +119,29 @@ TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
     }
     ::LocalFree(buffer);
   }
+}
+
+// Plain text for want of memory, or a copy that stays enciphered, would be told as a success.
+TEST(SensitiveData, PairThatCannotBeLoadedNow_IsNotMissing) {
+  played = {true, true, true, 1, 0};
+  const LibraryCopy copy(L"vtclass_mini.dll");
+  const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress", &LookUp,
+                                                      copy.Module());
+  const ImportHook<decltype(::LoadLibraryExW)> load("KERNEL32.dll", "LoadLibraryExW", &Load,
+                                                    copy.Module());
+  wchar_t* buffer = nullptr;
+  unsigned long size = 0;
+  for (const DWORD error : {ERROR_NOT_ENOUGH_MEMORY, ERROR_COMMITMENT_LIMIT, ERROR_SUCCESS}) {
+    loadError = error;
+    EXPECT_EQ(copy(&ADSI::SaveSensitiveData)(L"secret", &buffer, &size), error == 0 ? 0 : ~0u);
+    EXPECT_EQ(buffer != nullptr, error == 0);
+  }
+  for (const DWORD error : {ERROR_NOT_ENOUGH_MEMORY, ERROR_SUCCESS}) {
+    loadError = error;
+    EXPECT_EQ(copy(&ADSI::GetSensitiveData)(buffer, size), error == 0 ? 0 : ~0u);
+  }
+  EXPECT_STREQ(buffer, L"secret");
+  ::LocalFree(buffer);
 }
 
 TEST(SensitiveData, ComesBackFromTheSystem_InWholeBlocks) {

@@ -204,6 +204,7 @@ VTCLASS_API bool KNWVEncryptAndAsciify(unsigned int algorithm, char* out,
  * `out` is cleared as a whole, all `outSize` bytes; nothing is written beyond them. It needs
  * room for the text, rounded up to a multiple of 8, and one byte more: without that one a success
  * may leave no terminating zero.
+ * A machine-bound seal of another form, or with a damaged mark, fails.
  * Contract: at most 1,024 characters of a text are taken, but for a machine-bound one. A text that
  * was never sealed gives some bytes or other, and succeeds: there is nothing in it to tell by.
  */
@@ -247,7 +248,8 @@ class ADSI {
   /*
    * A protected copy of `text` with its terminating zero, which the caller frees with LocalFree.
    * `*size` becomes its size in bytes, a multiple of 16. Returns 0, or 0xFFFFFFFF with null and 0:
-   * a null pointer, a lack of memory, a text of 4 GB, a system that refuses.
+   * a null pointer, a lack of memory, a text of 4 GB, a system that refuses, or one whose protection
+   * cannot be loaded at the moment.
    * Contract: where the system offers no protection (neither CryptProtectMemory nor
    * SystemFunction040) the copy is plain, and that is a success: programs run there as well.
    */

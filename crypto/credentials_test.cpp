@@ -328,6 +328,11 @@ std::string StrangersSeal() {
 TEST(OpenForMachine, RefusesWhatIsDamagedOrForeign) {
   const std::string sealed = MachineSealed("secret");
   std::string changed = sealed, unprintable = sealed;
+  // Whose last group is whole: one character more would be none of its bytes.
+  std::string wholeGroups = sealed;
+  for (std::string secret = "secret"; (wholeGroups.size() - 3) % 4 != 0; secret += '!') {
+    wholeGroups = MachineSealed(secret);
+  }
   changed[sealed.size() - 20] = changed[sealed.size() - 20] == '0' ? '1' : '0';
   unprintable[sealed.size() / 2] = 'p';
   const std::string cases[] = {Sealed("secret"),
@@ -337,7 +342,7 @@ TEST(OpenForMachine, RefusesWhatIsDamagedOrForeign) {
                                "~2~" + sealed.substr(3),
                                "~1" + sealed.substr(3),
                                "~" + sealed.substr(3),
-                               sealed + "0",
+                               wholeGroups + "0",
                                sealed.substr(0, sealed.size() / 2),
                                changed,
                                unprintable,

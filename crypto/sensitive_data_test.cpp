@@ -131,12 +131,13 @@ TEST(SensitiveData, PairThatCannotBeLoadedNow_IsNotMissing) {
                                                     copy.Module());
   wchar_t* buffer = nullptr;
   unsigned long size = 0;
-  for (const DWORD error : {ERROR_NOT_ENOUGH_MEMORY, ERROR_COMMITMENT_LIMIT, ERROR_SUCCESS}) {
+  for (const auto error :
+       {DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{ERROR_COMMITMENT_LIMIT}, DWORD{0}}) {
     loadError = error;
     EXPECT_EQ(copy(&ADSI::SaveSensitiveData)(L"secret", &buffer, &size), error == 0 ? 0 : ~0u);
     EXPECT_EQ(buffer != nullptr, error == 0);
   }
-  for (const DWORD error : {ERROR_NOT_ENOUGH_MEMORY, ERROR_SUCCESS}) {
+  for (const auto error : {DWORD{ERROR_NOT_ENOUGH_MEMORY}, DWORD{0}}) {
     loadError = error;
     EXPECT_EQ(copy(&ADSI::GetSensitiveData)(buffer, size), error == 0 ? 0 : ~0u);
   }

@@ -560,7 +560,8 @@ TEST(KilledCaller, CostsItsOwnLookUpAlone) {
     dying.callsLeft = call;
     ::ResumeThread(thread.Get());
     if (call == 0) {
-      EXPECT_TRUE(Eventually([&] { return fake.running == 1 && waiting == 1; }));
+      EXPECT_TRUE(Eventually([&] { return fake.running == 1 && waiting == 1; }))
+          << fake.running << " running, " << waiting << " waiting, " << fake.asked << " asked";
       --waiting;
     } else {
       const HANDLE either[] = {dying.stopped.Get(), thread.Get()};

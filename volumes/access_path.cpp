@@ -200,6 +200,7 @@ void border::TranslateVolumeName(const WideSink& volume) noexcept {
   if (!volumes::HasVolumeNames()) return;
   Failure failure;
   KeepFailure(failure, [&] {
+    // NOLINTNEXTLINE(readability-redundant-string-cstr): the text ends at its first zero
     const auto path = volumes::FindAccessPath(volume.Text().c_str(), failure);
     if (path) HandOver(volume, *path);
   });

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/fake_volumes.h"
 #include "tests/support/handle_counter.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/wine.h"
@@ -17,23 +18,11 @@ namespace vtclass {
 namespace {
 
 using test::ImportHook;
+using test::MountPoint;
 using Bytes = std::vector<unsigned char>;
 
 constexpr unsigned long kMountPoint = 0xA0000003;
 constexpr unsigned long kNone = 0xFFFFFFFF;
-
-// The data of a mount point whose target lies `offset` bytes behind the header.
-Bytes MountPoint(std::wstring_view target, unsigned short offset = 0, int lengthMore = 0,
-                 unsigned long tag = kMountPoint) {
-  const auto length = static_cast<unsigned short>(static_cast<int>(target.size() * 2) + lengthMore);
-  const unsigned short numbers[] = {0, 0, offset, length, 0, 0};
-  Bytes data(4 + sizeof(numbers) + offset);
-  std::memcpy(data.data(), &tag, 4);
-  std::memcpy(data.data() + 4, numbers, sizeof(numbers));
-  const auto* const bytes = reinterpret_cast<const unsigned char*>(target.data());
-  data.insert(data.end(), bytes, bytes + target.size() * 2);
-  return data;
-}
 
 constexpr std::wstring_view kVolume = L"\\??\\Volume{26a21bda-a627-11d7-9931-806e6f6e6963}\\";
 constexpr std::wstring_view kFolder = L"\\??\\D:\\data";

@@ -68,6 +68,7 @@ std::wstring VolumePath(const wchar_t* path) {
 
 bool ReplaceByRawName(const WideSink& volume, Failure& failure) {
   if (!HasVolumeNames()) {
+    // NOLINTNEXTLINE(readability-redundant-string-cstr): the text ends at its first zero
     HandOver(volume, DriveText(volume.Text().c_str()));
     return true;
   }

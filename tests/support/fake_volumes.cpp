@@ -214,6 +214,18 @@ std::wstring FakeVolumeName(unsigned number) {
   return name;
 }
 
+std::vector<unsigned char> MountPoint(std::wstring_view target, unsigned short offset,
+                                      int lengthMore, unsigned long tag) {
+  const auto length = static_cast<unsigned short>(static_cast<int>(target.size() * 2) + lengthMore);
+  const unsigned short numbers[] = {0, 0, offset, length, 0, 0};
+  std::vector<unsigned char> data(4 + sizeof(numbers) + offset);
+  std::memcpy(data.data(), &tag, 4);
+  std::memcpy(data.data() + 4, numbers, sizeof(numbers));
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(target.data());
+  data.insert(data.end(), bytes, bytes + target.size() * 2);
+  return data;
+}
+
 std::function<DWORD(std::string_view)> FailCalls(std::string_view function, DWORD code, long from,
                                                  long to) {
   return [=, call = 0L](std::string_view called) mutable -> DWORD {

@@ -66,6 +66,12 @@ class FakeVolumes {
   std::unique_ptr<Hooks> hooks;
 };
 
+/* The reparse data of a mount point whose target lies `offset` bytes behind the header and claims
+ * to be `lengthMore` bytes longer than it is. */
+std::vector<unsigned char> MountPoint(std::wstring_view target, unsigned short offset = 0,
+                                      int lengthMore = 0,
+                                      unsigned long tag = IO_REPARSE_TAG_MOUNT_POINT);
+
 /* For FakeVolumes::fails: the calls number `from` to `to` of a function fail. */
 std::function<DWORD(std::string_view)> FailCalls(std::string_view function, DWORD code,
                                                  long from = 1, long to = 1);

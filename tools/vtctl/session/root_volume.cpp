@@ -1,6 +1,5 @@
 #include "tools/vtctl/session/root_volume.h"
 
-#include "tools/vtctl/shared/printable.h"
 #include "vtclass/volumes.h"
 
 namespace vtctl {

@@ -58,19 +58,11 @@ HANDLE WINAPI Open(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
   return ::CreateFileW(path, access, share, security, how, flags, like);
 }
 
-// The data of a mount point: a header of 16 bytes and the name of its target.
 BOOL WINAPI Control(HANDLE, DWORD, LPVOID, DWORD, LPVOID data, DWORD, LPDWORD size, LPOVERLAPPED) {
-  const std::wstring target = isJunction ? L"\\??\\C:\\elsewhere" : L"\\??\\Volume{2}\\";
-  const auto bytes = static_cast<WORD>(target.size() * sizeof(wchar_t));
-  const DWORD tag = IO_REPARSE_TAG_MOUNT_POINT;
-  const WORD header[] = {static_cast<WORD>(bytes + 12), 0, 0, bytes,
-                         static_cast<WORD>(bytes + 2),  0};
-  auto* const to = static_cast<unsigned char*>(data);
-  std::memset(to, 0, size_t{bytes} + 20);
-  std::memcpy(to, &tag, sizeof tag);
-  std::memcpy(to + 4, header, sizeof header);
-  std::memcpy(to + 16, target.data(), bytes);
-  *size = bytes + 20U;
+  const auto bytes =
+      vtclass::test::MountPoint(isJunction ? L"\\??\\C:\\elsewhere" : L"\\??\\Volume{2}\\");
+  std::memcpy(data, bytes.data(), bytes.size());
+  *size = static_cast<DWORD>(bytes.size());
   return TRUE;
 }
 

@@ -15,7 +15,7 @@ struct NumberStyle {
 };
 
 std::wstring Grouped(uint64_t number, const NumberStyle& style);        /* "1,234,567" */
-std::wstring WithUnit(uint64_t bytes, const NumberStyle& style);        /* "1.2 MB", "17 B" */
+std::wstring WithUnit(uint64_t bytes, const NumberStyle& style = {});   /* "1.2 MB", "17 B" */
 std::wstring Duration(uint64_t milliseconds, const NumberStyle& style); /* "0:01:12.3" */
 
 /* "[#####-----]  42%" of `columns` characters in all. */

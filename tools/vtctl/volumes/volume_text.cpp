@@ -38,8 +38,6 @@ constexpr KnownReason kReasons[] = {
     {kUnrecognizedVolume,
      L"no file system that this system knows: not formatted, encrypted or damaged"}};
 
-std::wstring Size(uint64_t bytes) { return WithUnit(bytes, {}); }
-
 double OccupiedPart(const Volume& volume) {
   if (volume.totalSpace == 0) return 0;
   return static_cast<double>(volume.occupiedSpace) / static_cast<double>(volume.totalSpace);
@@ -62,14 +60,14 @@ std::wstring Reason(const Volume& volume) {
 
 // "4 KB": sizes of disks' units are whole ones.
 std::wstring UnitSize(unsigned long bytes) {
-  std::wstring text = Size(bytes);
+  std::wstring text = WithUnit(bytes);
   const size_t tenths = text.find(L".0 ");
   if (tenths != std::wstring::npos) text.erase(tenths, 2);
   return text;
 }
 
 std::wstring FreeText(const Volume& volume) {
-  return Size(volume.freeSpace) + L" free of " + Size(volume.totalSpace);
+  return WithUnit(volume.freeSpace) + L" free of " + WithUnit(volume.totalSpace);
 }
 
 std::wstring FileSystemText(const Volume& volume) {
@@ -122,7 +120,7 @@ std::wstring SpaceLines(const Volume& volume, size_t columns, bool colours) {
   const std::wstring bar = ProgressBar(part, std::clamp(room, kLeastBarColumns, kBarColumns));
   std::wstring quota;
   if (volume.freeSpaceToUser < volume.freeSpace) {
-    quota = Size(volume.freeSpaceToUser) + L" of it for this account";
+    quota = WithUnit(volume.freeSpaceToUser) + L" of it for this account";
   }
   std::wstring text = Lines({bar + L" used", FreeText(volume), quota}, columns);
   if (part >= kNearlyFull) {

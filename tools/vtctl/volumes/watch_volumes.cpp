@@ -27,10 +27,9 @@ uint64_t Difference(uint64_t a, uint64_t b) { return a > b ? a - b : b - a; }
 
 // "68.9 GB of 107.3 GB, 1.2 GB less"
 std::wstring FreeSpaceText(const VolumeChange& change) {
-  const auto size = [](uint64_t bytes) { return WithUnit(bytes, {}); };
   const Volume& volume = change.volume;
-  return size(volume.freeSpace) + L" of " + size(volume.totalSpace) + L", " +
-         size(Difference(volume.freeSpace, change.freeSpaceBefore)) +
+  return WithUnit(volume.freeSpace) + L" of " + WithUnit(volume.totalSpace) + L", " +
+         WithUnit(Difference(volume.freeSpace, change.freeSpaceBefore)) +
          (volume.freeSpace < change.freeSpaceBefore ? L" less" : L" more");
 }
 

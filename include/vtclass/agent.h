@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include <string>
 #include <vector>
 
 #include "vtclass/border.h"
@@ -209,6 +210,18 @@ class AgentAdvConfig {
 
   /* Behind the Get operations for lists. */
   VTCLASS_API unsigned long ReadList(List list, vtclass::border::ListSink out) noexcept;
+
+  unsigned long Failed(unsigned long status) noexcept; /* keeps it */
+  unsigned long Finished(bool done) noexcept;          /* the status of an operation of `config` */
+
+  /* On the list that is called `value`. TakeOut leaves it without the first `name`, packed as it is
+   * stored but for the last zero; Store stores such a text. */
+  unsigned long TakeOut(const wchar_t* value, const wchar_t* name, std::wstring& others,
+                        bool& found) noexcept;
+  unsigned long Store(const wchar_t* value, std::wstring& packed) noexcept;
+  unsigned long InString(const wchar_t* value, const wchar_t* name, bool& found) noexcept;
+  unsigned long AddString(const wchar_t* value, const wchar_t* name, bool& alreadyPresent) noexcept;
+  unsigned long DelString(const wchar_t* value, const wchar_t* name, bool& notPresent) noexcept;
 
   unsigned long errorCode = ERROR_SUCCESS;
   bool keyOpen = false;

@@ -2,15 +2,17 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cwchar>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "vtclass/agent.h"
 
 // A name is added to a list and removed again, beside the bare registry calls: the list is read,
-// with a second query where it is longer than most, and written. The bare calls neither look for
-// the name nor make the list that they write. HKEY_LOCAL_MACHINE is a key below the current user,
-// which is removed at the end.
+// with a second query where it is longer than most, and written. As the limit they neither look for
+// the name nor make the list that they write, as the plain form they do, with the C run time's
+// functions. HKEY_LOCAL_MACHINE is a key below the current user, which is removed at the end.
 namespace {
 
 constexpr wchar_t kRoot[] = L"Software\\vtclass_mini benchmark agent";
@@ -67,39 +69,70 @@ void Ours(benchmark::State& state, int count) {
   }
 }
 
-void Bare(benchmark::State& state, int count) {
+// The stored list, in `text`.
+void Query(std::wstring& text) {
+  DWORD size = kUsualSize;
+  DWORD type = 0;
+  text.resize(size / sizeof(wchar_t));
+  if (::RegQueryValueExW(scene->agents, kList, nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                         &size) == ERROR_MORE_DATA) {
+    text.resize(size / sizeof(wchar_t));
+    ::RegQueryValueExW(scene->agents, kList, nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                       &size);
+  }
+  text.resize(size / sizeof(wchar_t));
+}
+
+void Set(const std::wstring& text) {
+  ::RegSetValueExW(scene->agents, kList, 0, REG_MULTI_SZ,
+                   reinterpret_cast<const BYTE*>(text.data()),
+                   static_cast<DWORD>(text.size() * sizeof(wchar_t)));
+}
+
+void Calls(benchmark::State& state, int count) {
   std::vector<wcstring> names = Names(count);
   scene->adv.SetMyPublishedNamesList(names);
-  const auto stored = [](const std::vector<wcstring>& list) {
-    std::wstring text;
-    for (const wcstring& name : list) text.append(name).push_back(L'\0');
-    return text + L'\0';
-  };
-  const std::wstring without = stored(names);
-  names.emplace_back(kName);
-  const std::wstring with = stored(names);
-  std::vector<BYTE> buffer(with.size() * sizeof(wchar_t) + kUsualSize);
+  std::wstring text;
+  Query(text);
+  const std::wstring without = text;
+  const std::wstring with = without.substr(0, without.size() - 1) + kName + L'\0' + L'\0';
   for (auto _ : state) {
-    for (const std::wstring* next : {&with, &without}) {
-      DWORD size = kUsualSize;
-      DWORD type = 0;
-      if (::RegQueryValueExW(scene->agents, kList, nullptr, &type, buffer.data(), &size) ==
-          ERROR_MORE_DATA) {
-        ::RegQueryValueExW(scene->agents, kList, nullptr, &type, buffer.data(), &size);
-      }
-      ::RegSetValueExW(scene->agents, kList, 0, REG_MULTI_SZ,
-                       reinterpret_cast<const BYTE*>(next->data()),
-                       static_cast<DWORD>(next->size() * sizeof(wchar_t)));
-    }
+    Query(text);
+    Set(with);
+    Query(text);
+    Set(without);
+  }
+}
+
+// Where the name stands in the list; at its end where it does not.
+std::size_t Find(const std::wstring& text) {
+  const wchar_t* name = text.c_str();
+  while (*name && ::_wcsicmp(name, kName) != 0) name += std::wcslen(name) + 1;
+  return static_cast<std::size_t>(name - text.c_str());
+}
+
+void Plain(benchmark::State& state, int count) {
+  std::vector<wcstring> names = Names(count);
+  scene->adv.SetMyPublishedNamesList(names);
+  for (auto _ : state) {
+    std::wstring text;
+    Query(text);
+    text.insert(Find(text), std::wstring(kName) + L'\0');
+    Set(text);
+    Query(text);
+    text.erase(Find(text), std::size(kName));
+    Set(text);
   }
 }
 
 }  // namespace
 
 BENCHMARK_CAPTURE(Ours, few, 10)->Name("Agent/List10/ours");
-BENCHMARK_CAPTURE(Bare, few, 10)->Name("Agent/List10/limit_calls");
+BENCHMARK_CAPTURE(Calls, few, 10)->Name("Agent/List10/limit_calls");
+BENCHMARK_CAPTURE(Plain, few, 10)->Name("Agent/List10/plain_calls");
 BENCHMARK_CAPTURE(Ours, many, 1000)->Name("Agent/List1000/ours");
-BENCHMARK_CAPTURE(Bare, many, 1000)->Name("Agent/List1000/limit_calls");
+BENCHMARK_CAPTURE(Calls, many, 1000)->Name("Agent/List1000/limit_calls");
+BENCHMARK_CAPTURE(Plain, many, 1000)->Name("Agent/List1000/plain_calls");
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);

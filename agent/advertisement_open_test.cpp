@@ -121,8 +121,8 @@ BOOL WINAPI QueryAgent(SC_HANDLE service, SERVICE_STATUS* status) {
 }
 
 // A machine with what the words tell: "A" the agents key, "O" and "P" the keys of the older
-// generation, "13.0=13" a version and its number (0: of another type), "!x" no right to keys with x
-// in their path.
+// generation, "13.0=13" a version and its number (0: of another type, 1: missing), "!x" no right to
+// keys with x in their path.
 class Machine {
  public:
   explicit Machine(const std::wstring& words, const std::wstring& root = kRoot) {
@@ -150,8 +150,9 @@ class Machine {
       const std::size_t equals = word.find(L'=');
       if (equals == std::wstring::npos) continue;
       const DWORD number = std::stoul(word.substr(equals + 1));
-      StoreValue(root + L"\\" + word.substr(0, equals) + L"\\Install", L"Major Version",
-                 number ? REG_DWORD : REG_BINARY, &number, sizeof(number));
+      StoreValue(root + L"\\" + word.substr(0, equals) + L"\\Install",
+                 number == 1 ? L"Minor Version" : L"Major Version",
+                 number == 0 ? REG_BINARY : REG_DWORD, &number, sizeof(number));
     }
   }
 
@@ -192,6 +193,7 @@ TEST(AgentAdvConfigOpen, KeysAndVersions_GiveTheirStatus) {
       {L"A O", Adv::notInstalled, 2},
       {L"A 13.0=13 12.5=13 !13.0", Adv::notInstalled, 5},
       {L"A 13.0=0 12.5=13", Adv::notInstalled, 0xFFFFFFFF},
+      {L"A 13.0=1 12.5=13", Adv::notInstalled, 2},
       {L"A 13.0=13 20.0=20 9.9=9", 0, 0},
       {L"A 9.9=13", Adv::notInstalled, 2},
       {L"A 10.0=13", 0, 0},

@@ -202,18 +202,18 @@ TEST_F(AgentAdvConfigTest, Names_AreAddedFoundAndRemoved) {
   EXPECT_EQ(adv.GetErrorCode(), DWORD{ERROR_INVALID_PARAMETER});
 }
 
-// Status and flags, which were the other way round. "new": not in the list that it is added to.
-std::string Advertise(Adv& adv, const wchar_t* server, bool now) {
-  bool already = true;
-  const unsigned long status = adv.AddMediaServerAdv(server, already, now);
-  return std::to_string(status) + (already ? " already" : " new");
-}
-
-std::string Forget(Adv& adv, const wchar_t* server, bool now, bool force) {
-  bool notIn = false;
-  bool already = true;
-  const unsigned long status = adv.AddMediaServerPurge(server, notIn, already, now, force);
-  return std::to_string(status) + (notIn ? " not" : " in") + (already ? " already" : " new");
+// "+M" has the agent advertise to M, "-M" has M forget it, followed by "n" for now and "f" for by
+// force. Answers the status and the flags: "new" where M was not in the list that it goes to, "in"
+// where it was in the list that it leaves.
+std::string Call(Adv& adv, const std::wstring& call) {
+  const wchar_t server[] = {call[1] == L'0' ? L'\0' : call[1], L'\0'};
+  const bool now = call.find(L'n') != std::wstring::npos;
+  const bool force = call.find(L'f') != std::wstring::npos;
+  bool left = false, already = true;
+  const unsigned long status = call[0] == L'+'
+                                   ? adv.AddMediaServerAdv(server, already, now)
+                                   : adv.AddMediaServerPurge(server, left, already, now, force);
+  return std::to_string(status) + (already ? " already" : " new") + (left ? "" : " in");
 }
 
 std::wstring State() {
@@ -224,40 +224,32 @@ TEST_F(AgentAdvConfigTest, MediaServers_MoveFromListToList) {
   const struct {
     const wchar_t* servers;
     const wchar_t* purge;
-    std::string (*call)(Adv& adv);
+    const wchar_t* call;
     const char* answer;
     const wchar_t* after;
     int failing = 0;  // which write
   } rows[] = {
-      {L"-", L"-", [](Adv& a) { return Advertise(a, L"M", true); }, "0 new", L"M|| - 1 -"},
-      {L"-", L"-", [](Adv& a) { return Advertise(a, L"M", false); }, "0 new", L"M|| - - -"},
-      {L"M||", L"-", [](Adv& a) { return Advertise(a, L"m", true); }, "0 already", L"M|| - - -"},
-      {L"M||", L"m||", [](Adv& a) { return Advertise(a, L"m", true); }, "0 already", L"M|| | 1 -"},
-      {L"A||", L"M||", [](Adv& a) { return Advertise(a, L"M", true); }, "0 new", L"A|M|| | 1 -"},
-      {L"-", L"-", [](Adv& a) { return Advertise(a, L"", true); }, "87 new", L"- - - -"},
-      {L"-", L"M||", [](Adv& a) { return Advertise(a, L"M", true); }, "112 new", L"- M|| - -", 1},
-      {L"-", L"M||", [](Adv& a) { return Advertise(a, L"M", true); }, "112 new", L"- | - -", 2},
-      {L"-", L"M||", [](Adv& a) { return Advertise(a, L"M", true); }, "112 new", L"M|| | - -", 3},
-      {L"-", L"A||", [](Adv& a) { return Forget(a, L"M", true, false); }, "0 not new",
-       L"- A|| - -"},
-      {L"-", L"M||", [](Adv& a) { return Forget(a, L"m", true, false); }, "0 not already",
-       L"- M|| - -"},
-      {L"-", L"-", [](Adv& a) { return Forget(a, L"M", true, true); }, "0 not new", L"- M|| 1 1"},
-      {L"-", L"M||", [](Adv& a) { return Forget(a, L"m", true, true); }, "0 not already",
-       L"- M|| - 1"},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", true, false); }, "0 in new", L"| M|| 1 1"},
-      {L"M||", L"m||", [](Adv& a) { return Forget(a, L"M", true, false); }, "0 in already",
-       L"| m|| 1 1"},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", false, true); }, "0 in new", L"| M|| - 1"},
-      {L"-", L"-", [](Adv& a) { return Forget(a, nullptr, true, true); }, "87 not new", L"- - - -"},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", true, true); }, "112 in new", L"M|| - - -",
-       1},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", true, true); }, "112 in new", L"| - - -",
-       2},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", true, true); }, "112 in new", L"| M|| - -",
-       3},
-      {L"M||", L"-", [](Adv& a) { return Forget(a, L"M", true, true); }, "112 in new", L"| M|| - 1",
-       4},
+      {L"-", L"-", L"+Mn", "0 new in", L"M|| - 1 -"},
+      {L"-", L"-", L"+M", "0 new in", L"M|| - - -"},
+      {L"M||", L"-", L"+mn", "0 already in", L"M|| - - -"},
+      {L"M||", L"m||", L"+mn", "0 already in", L"M|| | 1 -"},
+      {L"A||", L"M||", L"+Mn", "0 new in", L"A|M|| | 1 -"},
+      {L"-", L"-", L"+0n", "87 new in", L"- - - -"},
+      {L"-", L"M||", L"+Mn", "112 new in", L"- M|| - -", 1},
+      {L"-", L"M||", L"+Mn", "112 new in", L"- | - -", 2},
+      {L"-", L"M||", L"+Mn", "112 new in", L"M|| | - -", 3},
+      {L"-", L"A||", L"-Mn", "0 new", L"- A|| - -"},
+      {L"-", L"M||", L"-mn", "0 already", L"- M|| - -"},
+      {L"-", L"-", L"-Mnf", "0 new", L"- M|| 1 1"},
+      {L"-", L"M||", L"-mnf", "0 already", L"- M|| - 1"},
+      {L"M||", L"-", L"-Mn", "0 new in", L"| M|| 1 1"},
+      {L"M||", L"m||", L"-Mn", "0 already in", L"| m|| 1 1"},
+      {L"M||", L"-", L"-Mf", "0 new in", L"| M|| - 1"},
+      {L"-", L"-", L"-0nf", "87 new", L"- - - -"},
+      {L"M||", L"-", L"-Mn", "112 new in", L"M|| - - -", 1},
+      {L"M||", L"-", L"-Mn", "112 new in", L"| - - -", 2},
+      {L"M||", L"-", L"-Mn", "112 new in", L"| M|| - -", 3},
+      {L"M||", L"-", L"-Mn", "112 new in", L"| M|| - 1", 4},
   };
   for (const auto& [servers, purge, call, answer, after, failing] : rows) {
     Put(kServers, servers);
@@ -266,14 +258,14 @@ TEST_F(AgentAdvConfigTest, MediaServers_MoveFromListToList) {
     Put(kPending, L"-");
     writes = 0;
     failingWrite = failing;
-    EXPECT_EQ(call(adv), answer) << after;
-    EXPECT_EQ(State(), after) << servers << " " << purge;
+    EXPECT_EQ(Call(adv, call), answer) << call << " " << after;
+    EXPECT_EQ(State(), after) << call << " " << after;
   }
   EXPECT_EQ(adv.GetErrorCode(), DWORD{ERROR_DISK_FULL});
   failingWrite = 0;
   EXPECT_EQ(adv.DisableAdv(), 0u);
   const std::wstring before = State();
-  EXPECT_EQ(Advertise(adv, L"N", true), std::to_string(0xE0008923) + " new");
+  EXPECT_EQ(Call(adv, L"+Nn"), std::to_string(0xE0008923) + " new in");
   EXPECT_EQ(adv.GetErrorCode(), 0xE0008923);
   EXPECT_EQ(State(), before);
 }

@@ -25,12 +25,12 @@ class MachineKeys {
                     Configuration::accessRead | Configuration::access64BitView);
   }
 
-  /* Of the key that was opened last. */
+  // Of the key that was opened last.
   bool Load(const config::RegistryValue& value, unsigned long& number) {
     return key.LoadDWORD(value.name, number);
   }
 
-  /* Why the last operation failed. */
+  // Why the last operation failed.
   unsigned long Failure() const {
     return static_cast<unsigned long>(connected == ERROR_SUCCESS ? key.GetErrorCode() : connected);
   }

@@ -21,7 +21,7 @@ bool TakeOut(const std::wstring& stored, std::wstring_view name, std::wstring& o
   std::wstring_view run;  // names that stand side by side, with their zeros
   std::wstring_view rest = stored;
   for (std::wstring_view item; config::NextItem(rest, item);) {
-    if (!found && item.size() == name.size() && std::ranges::equal(item, name, &IsSame)) {
+    if (!found && std::ranges::equal(item, name, &IsSame)) {
       found = true;
       continue;
     }

@@ -145,8 +145,8 @@ class Machine {
     for (std::wstring word; all >> word;) {
       if (word[0] == L'!') played.deniedKeys = word.substr(1);
       if (word == L"A") MakeKey(root + L"\\Engine\\Agents");
-      if (word == L"O") MakeKey(kOlder);
-      if (word == L"P") MakeKey(L"Software\\Quorrel\\Vantorel" + kOlder.substr(16) + L"\\10.0");
+      if (word == L"O") MakeKey(std::wstring(L"Software\\Quorrel") + kOlder);
+      if (word == L"P") MakeKey(std::wstring(L"Software\\Quorrel\\Vantorel") + kOlder + L"\\10.0");
       const std::size_t equals = word.find(L'=');
       if (equals == std::wstring::npos) continue;
       const DWORD number = std::stoul(word.substr(equals + 1));
@@ -157,8 +157,7 @@ class Machine {
   }
 
  private:
-  static inline const std::wstring kOlder =
-      L"Software\\Quorrel\\Agent Sprintel for Windows NT/2000";
+  static constexpr wchar_t kOlder[] = L"\\Agent Sprintel for Windows NT/2000";
 
   PrivateRegistry registry;
   HandleCounter counter;

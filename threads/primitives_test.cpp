@@ -4,7 +4,7 @@
 
 #include <deque>
 
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {

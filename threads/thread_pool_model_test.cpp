@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
+#include "tests/support/thread_calls.h"
 #include "threads/all_interleavings.h"
-#include "threads/threads_test_support.h"
 
 namespace vtclass::test {
 namespace {

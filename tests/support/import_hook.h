@@ -81,7 +81,7 @@ class Replaced<Result(Arguments...), Replacement> {
 
 /*
  * The same with a lambda, which has what it needs from the test; the function is found in whatever
- * library it is imported from.
+ * library it is imported from. No other thread may be calling the function when the scope ends.
  *
  *   const auto hook = Replace<decltype(::DeleteFileW)>("DeleteFileW", [&](auto...) { return no; });
  */

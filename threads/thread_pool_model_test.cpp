@@ -15,7 +15,7 @@
 
 #include "tests/support/import_hook.h"
 #include "tests/support/thread_calls.h"
-#include "threads/all_interleavings.h"
+#include "tests/support/all_interleavings.h"
 
 namespace vtclass::test {
 namespace {

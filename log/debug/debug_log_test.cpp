@@ -2,10 +2,10 @@
 #include <functional>
 #include <thread>
 
-#include "log/debug/debug_log_fixture.h"
-#include "log/file_faults.h"
 #include "tests/support/allocations.h"
+#include "tests/support/debug_log_fixture.h"
 #include "tests/support/eventually.h"
+#include "tests/support/file_faults.h"
 
 namespace vtclass::test {
 namespace {
@@ -53,17 +53,10 @@ TEST_F(DebugLogTest, Print_WritesTheTextInEitherEncoding) {
   }
 }
 
-// The library's newest memory, with a mark behind it.
-constexpr std::string_view kFence = "0123456789abcdef";
-char* fence = nullptr;
-void* FencedMalloc(std::size_t size) {
-  auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
-  fence = memory + size;
-  kFence.copy(fence, kFence.size());
-  return memory;
-}
-
 TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
+  // The library's newest memory, with a mark behind it.
+  constexpr std::string_view kFence = "0123456789abcdef";
+  char* fence = nullptr;
   for (const int unicode : {1, 0}) {
     // With the three characters of its end: in no buffer, in one, filling one; the longest.
     for (const std::size_t length : {509u, 510u, 635u, 32765u, 32766u, 100000u}) {
@@ -71,7 +64,12 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
       const std::wstring text(length, L'x');
       fence = nullptr;
       for (const wchar_t* format : {L"%s\nx", L"%ws\nx"}) {
-        const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FencedMalloc);
+        const auto hook = Replace<decltype(std::malloc)>("malloc", [&](std::size_t size) {
+          auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
+          fence = memory + size;
+          kFence.copy(fence, kFence.size());
+          return static_cast<void*>(memory);
+        });
         EXPECT_TRUE(log.print(format, text.c_str()));
       }
       EXPECT_TRUE(!fence || std::string_view(fence, kFence.size()) == kFence) << length;
@@ -88,12 +86,6 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
   }
 }
 
-// The C run time's formatter, with a fault where it gets a buffer of the log.
-int FaultyFormat(wchar_t* out, std::size_t size, const wchar_t* format, va_list arguments) {
-  if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
-  return _vsnwprintf(out, size, format, arguments);
-}
-
 // A fault leaves the lock free for other threads and the buffers as they were.
 TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   OpenDebugLog log(messages, 1, path);
@@ -103,7 +95,12 @@ TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   EXPECT_EQ(log.print(kNowhere) + log.print(1u, kNowhere, 1), 0);
   EXPECT_TRUE(log.print(L"%s", large.c_str()));
   {
-    const ImportHook<decltype(::_vsnwprintf)> hook("msvcrt.dll", "_vsnwprintf", &FaultyFormat);
+    // The C run time's formatter, with a fault where it gets a buffer of the log.
+    const auto hook = Replace<decltype(::_vsnwprintf)>(
+        "_vsnwprintf", [](wchar_t* out, std::size_t size, auto format, va_list arguments) {
+          if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
+          return ::_vsnwprintf(out, size, format, arguments);
+        });
     EXPECT_EQ(log.print(L"%6000ws", large.c_str()), 0);
     EXPECT_EQ(log.GetErrorCode(), DWORD{EXCEPTION_IN_PAGE_ERROR});
   }

@@ -15,7 +15,6 @@
 #include "platform/owned.h"
 #include "tests/support/allocations.h"
 #include "tests/support/eventually.h"
-#include "tests/support/handle_counter.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/product.h"
@@ -468,16 +467,6 @@ TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDe
   EXPECT_EQ(TestMonitor().Start(), static_cast<long>(0x80070008));
 }
 
-TEST_F(SettingsMonitorTest, ManySettings_OpenTheirKeyOnceALook) {
-  Begin();
-  for (int i = 0; i < 500; ++i) ASSERT_TRUE(Level(other));
-  const HandleCounter handles;
-  PutLevel(1);
-  for (int i = 0; i < 500; ++i) ASSERT_EQ(other.Next(), L"1");
-  monitor->Stop();
-  EXPECT_LE(handles.Opened(), 4) << "two looks for one change, two more at most for a late signal";
-}
-
 TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater) {
   Begin();
   const void* cookie = nullptr;
@@ -512,21 +501,6 @@ TEST_F(SettingsMonitorTest, MemoryRunsOutForTheLastLook_ItIsMadeLater) {
   EXPECT_EQ(first.Next(), L"1");
   EXPECT_EQ(first.Next(), L"2");
   EXPECT_TRUE(allocations.Failed());
-}
-
-TEST_F(SettingsMonitorTest, ThousandWrites_TheLastOneArrives) {
-  Begin();
-  ASSERT_TRUE(Level(first));
-  ASSERT_TRUE(monitor->VtmRegisterMaxDebugFileCount(&Subscriber::OnNumber, &other));
-  for (unsigned long number = 1; number <= 1000; ++number) {
-    if (number % 3 != 0) PutLevel(number);
-    if (number % 3 != 1) Put(kDebugKey.Path(), L"MaxDebugFile Count", number);
-  }
-  for (const auto& [reader, last] : {std::pair(&first, L"1000"), {&other, L"999"}}) {
-    std::wstring value;
-    while (value != L"none" && value != last) value = reader->Next();
-    EXPECT_EQ(value + reader->Next(0), last + std::wstring(L"none"));
-  }
 }
 
 TEST_F(SettingsMonitorTest, Setting_ReadsWritesAndKeepsItsRange) {

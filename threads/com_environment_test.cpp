@@ -6,9 +6,7 @@
 #include <objbase.h>
 
 #include <bit>
-#include <deque>
 #include <memory>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -124,20 +122,6 @@ TEST(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus
     }).join();
     EXPECT_EQ(uninitialized, result == S_OK) << "a failed one stays in COM";
   }
-}
-
-TEST(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
-  ComEnvironmentFactory::DestroyInstance();
-  Gate start;
-  std::vector<ComEnvironmentFactory*> got(8);
-  {
-    std::deque<std::jthread> threads;
-    for (auto& slot : got) {
-      threads.emplace_back([&] { start.Passed(), slot = ComEnvironmentFactory::GetInstance(); });
-    }
-    start.Open();
-  }
-  EXPECT_EQ(std::set(got.begin(), got.end()).size(), 1u);
 }
 
 TEST(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) {

@@ -53,12 +53,6 @@ TEST(IntrusiveSList, AppendPrependRemove_KeepHeadTailAndCount) {
   EXPECT_EQ(list.Count(), 0);
 }
 
-TEST(Atomics, ReturnTheNewValue) {
-  long value = 0;
-  EXPECT_EQ(AtomicIncrement(&value), 1);
-  EXPECT_EQ(AtomicDecrement(&value), 0);
-}
-
 struct Object : RefCounted {
   explicit Object(int* destroyed) : destroyed(destroyed) {}
   void Destroy() override { ++*destroyed, RefCounted::Destroy(); }

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/all_interleavings.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/thread_calls.h"
-#include "tests/support/all_interleavings.h"
 
 namespace vtclass::test {
 namespace {

@@ -12,7 +12,6 @@
 #include "tests/support/handle_counter.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/wine.h"
-#include "volumes/reparse_data.h"
 #include "vtclass/volumes.h"
 
 namespace vtclass {
@@ -58,14 +57,6 @@ std::vector<Row> Rows() {
                     kMountPoint, false});
   }
   return rows;
-}
-
-TEST(ReparseData, IsReadWithinItsBounds) {
-  for (const Row& row : Rows()) {
-    const volumes::ReparsePoint point = volumes::ReadReparseData(row.data);
-    EXPECT_EQ(point.tag, row.tag);
-    EXPECT_EQ(point.leadsToVolume, row.leadsToVolume) << ::testing::PrintToString(row.data);
-  }
 }
 
 TEST(ReparseTag, IsThatOfThePathItself) {

@@ -211,30 +211,6 @@ TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   }
 }
 
-// What a print says is so: its line is in the log, or it answered 0 because the log was closed.
-TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
-  DebugLog log(messages, 1, nullptr);
-  std::atomic<int> running = 4;
-  std::atomic<std::size_t> written = 0;
-  std::vector<std::thread> threads;
-  while (threads.size() < 4) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < 2000; ++n) written += static_cast<std::size_t>(log.print(L"line\n"));
-      --running;
-    });
-  }
-  MakeFile(path, "");
-  while (running > 0) {
-    EXPECT_TRUE(log.Open(openAppend, path.c_str()));
-    EXPECT_TRUE(log.print(L"line\n"));
-    EXPECT_TRUE(log.Close());
-    ++written;
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(FileBytes(path).size(), written * 12);
-  EXPECT_EQ(log.GetLostLines(), 0u);
-}
-
 TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   const auto log = std::make_unique<DebugLog>(messages, 1, L"Path");
   EXPECT_TRUE(log->Open(createNew, path.c_str()));
@@ -263,28 +239,6 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_EQ(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Append").size(), 4u);
   EXPECT_TRUE(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Enabled").empty())
       << "not written";
-}
-
-TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
-  LogFileFactory factory(messages, 0);
-  Set(L"Engine NDMP Debug Level", 2);
-  const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(nullptr, path.c_str()));
-  EXPECT_EQ(log->GetLogLevel(), 2u);
-  Set(L"Engine NDMP Debug Level", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetLogLevel() == 0; }));
-  Set(L"CreateDebugLog", 1);
-  EXPECT_TRUE(test::Eventually([&] { return log->print(L"on\n") == 1; }));
-  Limit(7);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().count == 7; }));
-  Set(L"MaxDebugFile Count", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().refused; }));
-  EXPECT_EQ(log->GetSettings().mode, DebugLogSettings::rollsSimply);
-  Set(L"MaxDebugFile LimitMode", 1);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().mode == DebugLogSettings::wraps; }));
-  Set(L"CreateDebugLog", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->print(L"x\n") == 0; }));
-  EXPECT_EQ(LinesIn(path).front(), kOn);
-  EXPECT_EQ(LinesIn(path).back(), kOff);
 }
 
 // Prints numbered lines, some of them long.

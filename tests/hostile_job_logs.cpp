@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "strings/random_text.h"
+#include "tests/support/random_text.h"
 #include "vtclass/log.h"
 
 namespace {

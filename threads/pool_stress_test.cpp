@@ -10,7 +10,7 @@
 #include <random>
 #include <thread>
 
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {

@@ -1,5 +1,5 @@
 #include "log/buffer_growth.h"
-#include "log/job/log_file_fixture.h"
+#include "tests/support/log_file_fixture.h"
 
 namespace vtclass::test {
 namespace {

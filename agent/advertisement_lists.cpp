@@ -8,6 +8,15 @@ using namespace vtclass::config;
 using vtclass::border::ListSink;
 using vtclass::platform::StatusOf;
 
+namespace {
+
+bool TellsWantOfMemory(long status) noexcept {
+  return status == ERROR_NOT_ENOUGH_MEMORY || status == ERROR_OUTOFMEMORY ||
+         status == ERROR_NO_SYSTEM_RESOURCES || status == ERROR_COMMITMENT_LIMIT;
+}
+
+}  // namespace
+
 unsigned long AgentAdvConfig::ReadList(List list, ListSink out) noexcept {
   // In the order of List.
   constexpr const RegistryValue* values[] = {&kMediaServers, &kPurgeServers, &kPublishedNames};
@@ -35,7 +44,7 @@ unsigned long AgentAdvConfig::TakeOut(const wchar_t* value, const wchar_t* name,
   // What cannot be read counts as empty, on purpose. The list that did not fit into memory is not
   // unreadable: it would be lost.
   const bool isRead = config.LoadStored(value, stored);
-  if (!isRead && config.GetErrorCode() == ERROR_NOT_ENOUGH_MEMORY) return Finished(false);
+  if (!isRead && TellsWantOfMemory(config.GetErrorCode())) return Finished(false);
   const unsigned long noMemory =
       StatusOf([&] { found = vtclass::agent::TakeOut(stored, name, others); });
   return noMemory == ERROR_SUCCESS ? ERROR_SUCCESS : Failed(noMemory);

@@ -12,6 +12,7 @@ using vtclass::agent::ConnectShare;
 using vtclass::agent::DisconnectShare;
 using vtclass::agent::MachineOf;
 using vtclass::agent::Outcome;
+using vtclass::agent::RegistryFailed;
 using vtclass::agent::WhyNoAgentsKey;
 using vtclass::platform::StatusOf;
 
@@ -32,9 +33,7 @@ Outcome OpenKey(Configuration& config, const std::wstring& machine, unsigned int
     return {};
   }
   const auto code = static_cast<unsigned long>(config.GetErrorCode());
-  if (code == ERROR_FILE_NOT_FOUND) return WhyNoAgentsKey(machine);
-  if (code == ERROR_NOT_ENOUGH_MEMORY) return {code};
-  return {AgentAdvConfig::notInstalled, code};
+  return code == ERROR_FILE_NOT_FOUND ? WhyNoAgentsKey(machine) : RegistryFailed(code);
 }
 
 }  // namespace

@@ -188,6 +188,7 @@ TEST(AgentAdvConfigOpen, KeysAndVersions_GiveTheirStatus) {
       {L"O", Adv::otherVersion, 2},
       {L"P", Adv::otherVersion, 2},
       {L"O P !Sprintel", Adv::notInstalled, 5},
+      {L"O P !Quorrel\\Agent", Adv::otherVersion, 2},
       {L"A O 13.0=13 !Engine", Adv::notInstalled, 5},
       {L"A O", Adv::notInstalled, 2},
       {L"A 13.0=13 12.5=13 !13.0", Adv::notInstalled, 5},

@@ -285,6 +285,22 @@ TEST_F(AgentAdvConfigTest, UnreadableList_CountsAsEmpty) {
   EXPECT_EQ(list, Texts());
 }
 
+LSTATUS queryStatus;
+LSTATUS WINAPI RefuseQuery(HKEY, LPCWSTR, LPDWORD, LPDWORD, LPBYTE, LPDWORD) { return queryStatus; }
+
+TEST_F(AgentAdvConfigTest, ListThatTheSystemHasNoMemoryFor_IsNotReplaced) {
+  Put(kNames, L"A||");
+  const ImportHook<decltype(::RegQueryValueExW)> hook("ADVAPI32.dll", "RegQueryValueExW",
+                                                      &RefuseQuery);
+  for (const DWORD code : {8u, 14u, 1450u, 1455u, 53u}) {
+    queryStatus = static_cast<LSTATUS>(code);
+    bool flag = true;
+    EXPECT_EQ(adv.AddPublishedNameToList(L"B", flag), code == 53 ? 0 : code);
+    EXPECT_FALSE(flag);
+    EXPECT_EQ(Shown(kNames), code == 53 ? L"B||" : L"A||") << code;
+  }
+}
+
 TEST_F(AgentAdvConfigTest, ClosedObject_Fails) {
   adv.Close();
   bool flag = false;

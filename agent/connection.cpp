@@ -16,6 +16,12 @@ constinit platform::BoundFunction<decltype(::WNetAddConnection2W)> addConnection
 constinit platform::BoundFunction<decltype(::WNetCancelConnection2W)> cancelConnection(
     L"mpr.dll", "WNetCancelConnection2W", ERROR_PROC_NOT_FOUND);
 
+// Right behind a look for a function that failed: it did, whatever the loader tells.
+DWORD WhyMissing() noexcept {
+  const DWORD code = ::GetLastError();
+  return code == ERROR_SUCCESS ? ERROR_PROC_NOT_FOUND : code;
+}
+
 }  // namespace
 
 std::wstring MachineOf(std::wstring_view server) {
@@ -28,11 +34,11 @@ DWORD ConnectShare(std::wstring& share, const wchar_t* user, const wchar_t* pass
   NETRESOURCEW resource = {};
   resource.dwType = RESOURCETYPE_ANY;
   resource.lpRemoteName = share.data();
-  return addConnection(&resource, password, user, 0);
+  return addConnection.Get() ? addConnection(&resource, password, user, 0) : WhyMissing();
 }
 
 DWORD DisconnectShare(const std::wstring& share) noexcept {
-  return cancelConnection(share.c_str(), 0, FALSE);
+  return cancelConnection.Get() ? cancelConnection(share.c_str(), 0, FALSE) : WhyMissing();
 }
 
 }  // namespace vtclass::agent

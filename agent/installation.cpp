@@ -45,11 +45,12 @@ class MachineKeys {
 
 Outcome WhyNoAgentsKey(const std::wstring& machine) {
   MachineKeys keys(machine);
+  unsigned long failure = ERROR_FILE_NOT_FOUND;
   for (const wchar_t* path : config::kOlderAgentKeys) {
     if (keys.Open(path)) return {AgentAdvConfig::otherVersion, ERROR_FILE_NOT_FOUND};
-    if (keys.Failure() != ERROR_FILE_NOT_FOUND) break;
+    if (failure == ERROR_FILE_NOT_FOUND) failure = keys.Failure();
   }
-  return {AgentAdvConfig::notInstalled, keys.Failure()};
+  return RegistryFailed(failure);
 }
 
 Outcome CheckVersion(const std::wstring& machine) {
@@ -67,7 +68,7 @@ Outcome CheckVersion(const std::wstring& machine) {
     }
     if (keys.Failure() != ERROR_FILE_NOT_FOUND) break;
   }
-  return {AgentAdvConfig::notInstalled, keys.Failure()};
+  return RegistryFailed(keys.Failure());
 }
 
 Outcome CheckService(const std::wstring& machine) {

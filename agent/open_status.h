@@ -39,6 +39,12 @@ constexpr Outcome ConnectionFailed(DWORD code) noexcept {
   return {AgentAdvConfig::notReachable, code};
 }
 
+/* The registry's failures: a want of memory says nothing of the agent. */
+constexpr Outcome RegistryFailed(unsigned long code) noexcept {
+  if (code == ERROR_NOT_ENOUGH_MEMORY) return {code};
+  return {AgentAdvConfig::notInstalled, code};
+}
+
 constexpr Outcome ServiceManagerFailed(DWORD code) noexcept {
   const bool isRefused = code == ERROR_ACCESS_DENIED;
   return {isRefused ? AgentAdvConfig::accessDenied : AgentAdvConfig::notReachable, code};

@@ -58,7 +58,8 @@ class AgentAdvConfig {
    * agent is of this version and its service runs. Null or empty is this machine; of any other text
    * leading backslashes and all from the next one on are ignored ("\\SRV\share" is SRV), and one
    * of backslashes alone is refused (notReachable, 87). `accessWord`: the bits of
-   * Configuration::Open; the 64-bit view is always added. A missing key is not made.
+   * Configuration::Open. access64BitView is always added, so access32BitView makes no sense. A
+   * missing key is not made.
    *
    * With `server`, a connection to its IPC$ share is made first, as `user` with `password`; null is
    * the system's default for either (the current logon), empty is none. They are not kept. `user`
@@ -76,8 +77,9 @@ class AgentAdvConfig {
    * - the service manager: accessDenied for 5, else notReachable
    * - the agent's service: accessDenied for 5, notInstalled for 123 and 1060, else notReachable;
    *   notRunning unless it tells that it runs
-   * And 8 when memory runs out. GetErrorCode has the system's status for the step that failed, and
-   * the returned status itself where the system has refused nothing.
+   * And 8 where the library or the registry runs out of memory. GetErrorCode has the status of what
+   * failed in that step, and the returned status itself where nothing was refused (another version,
+   * a service that does not run).
    *
    * Contract: a failed Open keeps what it has opened until Close, the next Open or the destructor.
    * Callers read and change the settings of an agent that is stopped (notRunning). Whoever gives up
@@ -140,7 +142,7 @@ class AgentAdvConfig {
    * that are to forget it ("Advertisement Purge Media Server"), and the names that this machine
    * publishes ("Advertised Name Ok List"). Get replaces what the list held: by nothing where the
    * value is missing, which is a success, and after a failure. Set replaces the stored list; its
-   * argument is only read, and empty names in it are lost.
+   * argument is only read; empty names in it are lost, and one with a zero in it becomes two.
    */
   unsigned long GetMediaServerAdvList(std::vector<wcstring>& servers);
   VTCLASS_API unsigned long SetMediaServerAdvList(std::vector<wcstring>& servers) noexcept;
@@ -154,13 +156,15 @@ class AgentAdvConfig {
    * only (comparei). A name is added at the end; of several that are the same the first is removed.
    * Nothing is written where nothing changes.
    *
-   * Contract: a list that cannot be read counts as empty, whatever the reason. Only want of memory
-   * is told (8), with nothing written. So a name that is added replaces a value of another type,
-   * and, where the key was opened for writing only, the whole list: open it for both.
+   * Contract: a list that cannot be read counts as empty. So a name that is added replaces a value
+   * of another type, and the whole list where the key was opened for writing only, or where another
+   * machine's registry fails to hand it out this once. Whoever changes the lists of another machine
+   * reads them first, and looks again afterwards. Only want of memory (8, 14, 1450, 1455) is told,
+   * with nothing written.
    *
    * The flags are set in every case: alreadyPresent and present are false and notPresent is true
-   * unless the name has been found. Contract: notPresent has the opposite sense of alreadyPresent,
-   * it is true when nothing was removed; callers rely on both.
+   * unless the name has been found. Contract: notPresent has the opposite sense of alreadyPresent;
+   * callers rely on both.
    */
   VTCLASS_API unsigned long AddPublishedNameToList(const wchar_t* name,
                                                    bool& alreadyPresent) noexcept;
@@ -173,8 +177,12 @@ class AgentAdvConfig {
    * Has the agent advertise to `server`: removes it from the purge list, adds it to the list of
    * media servers, and, with `advertiseNow`, sets "Advertise Now" unless neither list has changed.
    * advertisingDisabled, with nothing changed, while advertising is off. `alreadyPresent`: it was
-   * in the list of media servers; false where that was not reached. After a failure the changes
-   * made before it stay.
+   * in the list of media servers; false where that was not reached.
+   *
+   * After a failure the changes made before it stay, here and in the next operation, and the same
+   * call again is no repair: it finds what was changed already and may succeed without the steps
+   * that are missing. Set what is missing by itself (SetPendingAdvertiseNow, EnablePendingPurge),
+   * or use `force` there.
    */
   VTCLASS_API unsigned long AddMediaServerAdv(const wchar_t* server, bool& alreadyPresent,
                                               bool advertiseNow) noexcept;
@@ -184,8 +192,7 @@ class AgentAdvConfig {
    * list, sets "Advertisement Purge", and, with `advertiseNow`, "Advertise Now" unless neither list
    * has changed. A server that is not in the list of media servers is left alone without `force`,
    * and 0 returned. `notInDirectory`: it was not in the list of media servers; `alreadyInPurge`: it
-   * was in the purge list, false where that was not reached. After a failure the changes made
-   * before it stay.
+   * was in the purge list, false where that was not reached.
    */
   VTCLASS_API unsigned long AddMediaServerPurge(const wchar_t* server, bool& notInDirectory,
                                                 bool& alreadyInPurge, bool advertiseNow,

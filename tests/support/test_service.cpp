@@ -9,7 +9,7 @@
 namespace vtclass::test {
 
 TestService::TestService(const std::wstring& name)
-    : manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
+    : name(name), manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
   wchar_t path[MAX_PATH] = L"";
   ::GetModuleFileNameW(nullptr, path, MAX_PATH);
   const auto program = std::filesystem::path(path).replace_filename(L"test_service.exe");
@@ -24,6 +24,12 @@ TestService::~TestService() {
   if (!service) return;
   Stop();
   EXPECT_TRUE(::DeleteService(service.Get()));
+  service.Reset();
+  // It goes with its last handle, and the service manager keeps one until the program has ended.
+  EXPECT_TRUE(Eventually([&] {
+    return !platform::OwnedService(
+        ::OpenServiceW(manager.Get(), name.c_str(), SERVICE_QUERY_STATUS));
+  }));
 }
 
 void TestService::Start() {

@@ -30,6 +30,7 @@ class TestService {
  private:
   void WaitFor(DWORD state);
 
+  const std::wstring name;
   platform::OwnedService manager;
   platform::OwnedService service;
 };

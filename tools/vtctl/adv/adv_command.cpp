@@ -133,7 +133,8 @@ void PrintRow(const SettingRow& row) {
 
 void PrintShown(const Agent& agent, const std::optional<AdvSettings>& settings) {
   const bool isRunning = agent.state.status == 0;
-  PrintRow({L"Agent", {(isRunning ? L"runs on " : L"on ") + MachineName(agent.state)}});
+  const std::wstring machine = MachineName(agent.state);
+  PrintRow({L"Agent", {isRunning ? L"runs on " + machine : L"on " + machine + L": see below"}});
   if (!settings) return;
   for (const SettingRow& row : Rows(*settings)) PrintRow(row);
 }

@@ -60,7 +60,7 @@ std::wstring NotInstalled(const AgentState& state) {
       return L"The agent's service is missing on " + machine + L", though its settings are there." +
              Reason(state) + L" Repair the agent's installation.";
     case ERROR_FILE_NOT_FOUND:
-      return L"No agent is installed on " + machine +
+      return L"No complete agent is installed on " + machine +
              L": its settings or its version are not in the registry. Install the agent; for the "
              L"sibling product add --product 1.";
     default:

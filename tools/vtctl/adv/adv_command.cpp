@@ -132,9 +132,7 @@ void PrintRow(const SettingRow& row) {
 }
 
 void PrintShown(const Agent& agent, const std::optional<AdvSettings>& settings) {
-  const bool isRunning = agent.state.status == 0;
-  const std::wstring machine = MachineName(agent.state);
-  PrintRow({L"Agent", {isRunning ? L"runs on " + machine : L"on " + machine + L": see below"}});
+  PrintRow({L"Agent", {MachineName(agent.state) + L", " + StateName(agent.state)}});
   if (!settings) return;
   for (const SettingRow& row : Rows(*settings)) PrintRow(row);
 }

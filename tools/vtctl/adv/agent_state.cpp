@@ -7,17 +7,26 @@
 namespace vtctl {
 namespace {
 
-struct StateName {
+struct Words {
   unsigned long status;
-  const char* word;
+  const char* forScripts;
+  const wchar_t* shown;
 };
-constexpr StateName kNames[] = {{0, "running"},
-                                {AgentAdvConfig::accessDenied, "access-denied"},
-                                {AgentAdvConfig::notReachable, "not-reachable"},
-                                {AgentAdvConfig::notInstalled, "not-installed"},
-                                {AgentAdvConfig::olderVersion, "older-version"},
-                                {AgentAdvConfig::otherVersion, "other-version"},
-                                {AgentAdvConfig::notRunning, "not-running"}};
+constexpr Words kWords[] = {{0, "running", L"runs"},
+                            {AgentAdvConfig::accessDenied, "access-denied", L"access denied"},
+                            {AgentAdvConfig::notReachable, "not-reachable", L"not reachable"},
+                            {AgentAdvConfig::notInstalled, "not-installed", L"not complete"},
+                            {AgentAdvConfig::olderVersion, "older-version", L"older version"},
+                            {AgentAdvConfig::otherVersion, "other-version", L"other version"},
+                            {AgentAdvConfig::notRunning, "not-running", L"stopped"}};
+constexpr Words kOther = {0, "failed", L"failed"};
+
+const Words& WordsFor(const AgentState& state) {
+  for (const Words& words : kWords) {
+    if (words.status == state.status) return words;
+  }
+  return kOther;
+}
 
 // The system's words, where it has refused something.
 std::wstring Reason(const AgentState& state) {
@@ -81,12 +90,9 @@ std::wstring OtherVersion(const AgentState& state) {
 
 }  // namespace
 
-const char* StateWord(const AgentState& state) {
-  for (const StateName& name : kNames) {
-    if (name.status == state.status) return name.word;
-  }
-  return "failed";
-}
+const char* StateWord(const AgentState& state) { return WordsFor(state).forScripts; }
+
+const wchar_t* StateName(const AgentState& state) { return WordsFor(state).shown; }
 
 std::wstring MachineName(const AgentState& state) {
   const std::size_t begin = state.machine.find_first_not_of(L'\\');

@@ -17,6 +17,9 @@ struct AgentState {
 /* "running", "not-running", "older-version", ...: for scripts. */
 const char* StateWord(const AgentState& state);
 
+/* "runs", "stopped", ...: for people. */
+const wchar_t* StateName(const AgentState& state);
+
 /* "this machine", "SRV1". */
 std::wstring MachineName(const AgentState& state);
 

@@ -94,15 +94,16 @@ Json ToJson(const CredentialKey& key, const StoredCredential& credential) {
   Json names = Json::array();
   for (const std::wstring& name : readers.names) names.push_back(ToUtf8(name));
   const char* const openableBy = FormOf(credential).openableBy;
-  return {{"key", ToUtf8(key.name)},
-          {"value", ToUtf8(credential.name)},
-          {"scheme", credential.isText ? FormWord(seal.form) : FormWord(SealForm::none)},
-          {"opens", seal.form == SealForm::nothing ? Json() : Json(seal.opens)},
-          {"status", seal.status},
-          {"user", credential.user ? Json(ToUtf8(*credential.user)) : Json()},
-          {"openableBy", openableBy ? Json(openableBy) : Json()},
-          {"readableByEveryUser", readers.error == 0 ? Json(readers.isEveryUser) : Json()},
-          {"readers", names}};
+  return {
+      {"key", ToUtf8(key.name)},
+      {"value", ToUtf8(credential.name)},
+      {"scheme", credential.isText ? FormWord(seal.form) : FormWord(SealForm::none)},
+      {"opens", credential.isText && seal.form == SealForm::nothing ? Json() : Json(seal.opens)},
+      {"status", seal.status},
+      {"user", credential.user ? Json(ToUtf8(*credential.user)) : Json()},
+      {"openableBy", openableBy ? Json(openableBy) : Json()},
+      {"readableByEveryUser", readers.error == 0 ? Json(readers.isEveryUser) : Json()},
+      {"readers", names}};
 }
 
 std::wstring UnreadText(const UnreadKey& key) {

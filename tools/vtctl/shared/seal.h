@@ -25,10 +25,10 @@ struct OpenedSeal {
 };
 
 /*
- * Opens `sealed`; what is in it comes into `secret`. Nothing in an ordinary seal tells whether it
- * is whole: it counts as opening when what comes out reads as text, so that one of some thousand
- * texts that were never sealed passes, and a secret that is none as text does not. What comes out
- * stands in `secret` either way.
+ * Opens `sealed`; what is in it comes into `secret`, also where it does not count. Nothing in an
+ * ordinary seal tells whether it is whole: it counts as opening when what comes out reads as text.
+ * So a text of eleven characters that was never sealed passes in one of some fifty cases, a longer
+ * one hardly ever; and a secret that does not read as text does not pass.
  */
 OpenedSeal OpenSeal(const std::string& sealed, Secret& secret);
 

@@ -103,6 +103,7 @@ std::vector<StoredCredential> CredentialsAmong(const std::map<std::wstring, Valu
         form == SealForm::machineBound || (form == SealForm::ordinary && credential.seal.isUtf8);
     if (!isNamed && !isSeal) continue;
     if (isNamed) credential.user = UserOf(name, values);
+    if (credential.user == L"") credential.user.reset();
     credentials.push_back(std::move(credential));
   }
   return credentials;

@@ -27,7 +27,7 @@ struct OpenedSeal {
 /*
  * Opens `sealed`; what is in it comes into `secret`, also where it does not count. Nothing in an
  * ordinary seal tells whether it is whole: it counts as opening when what comes out reads as text.
- * So a text of eleven characters that was never sealed passes in one of some fifty cases, a longer
+ * So a text of eleven characters that was never sealed passes in one of some thirty cases, a longer
  * one hardly ever; and a secret that does not read as text does not pass.
  */
 OpenedSeal OpenSeal(const std::string& sealed, Secret& secret);

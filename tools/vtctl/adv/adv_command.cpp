@@ -179,60 +179,84 @@ int NotWritten(unsigned long status) {
   return Fail(kExitCannotWrite, L"The change cannot be written: " + SystemText(status));
 }
 
-// A change that is one operation of the library.
+// One operation of the library, and the sentence that tells what it has done; the operation may
+// put another one in its place.
 template <typename Change>
-int MakeChange(const AdvArguments& arguments, const std::wstring& sentence, const Change& change) {
+int MakeChange(const AdvArguments& arguments, std::wstring sentence, const Change& change) {
   Agent agent;
   const int code = OpenOrFail(arguments, kChange, agent);
   if (code != kExitClean) return code;
-  const unsigned long status = change(agent.config);
+  const unsigned long status = change(agent.config, sentence);
   return status == 0 ? Done(agent, sentence) : NotWritten(status);
 }
 
 int Enable(const AdvArguments& arguments) {
   return MakeChange(arguments, L"Advertising is on.",
-                    [](AgentAdvConfig& config) { return config.EnableAdv(); });
+                    [](AgentAdvConfig& config, std::wstring&) { return config.EnableAdv(); });
 }
 
 int Disable(const AdvArguments& arguments) {
   return MakeChange(arguments, L"Advertising is off.",
-                    [](AgentAdvConfig& config) { return config.DisableAdv(); });
+                    [](AgentAdvConfig& config, std::wstring&) { return config.DisableAdv(); });
 }
 
 int SetInterval(const IntervalArguments& arguments) {
-  return MakeChange(
-      arguments, L"The interval is " + std::to_wstring(arguments.minutes) + L" min.",
-      [&](AgentAdvConfig& config) { return config.SetAdvertiseInterval(arguments.minutes); });
+  return MakeChange(arguments, L"The interval is " + std::to_wstring(arguments.minutes) + L" min.",
+                    [&](AgentAdvConfig& config, std::wstring&) {
+                      return config.SetAdvertiseInterval(arguments.minutes);
+                    });
 }
 
 int SetDiscovery(const DiscoveryArguments& arguments) {
   const bool isOn = arguments.isOn;
   return MakeChange(arguments, isOn ? L"Discovery is on." : L"Discovery is off.",
-                    [isOn](AgentAdvConfig& config) {
+                    [isOn](AgentAdvConfig& config, std::wstring&) {
                       return isOn ? config.EnableAutoDiscovery() : config.DisableAutoDiscovery();
                     });
 }
 
 int AdvertiseNow(const AdvArguments& arguments) {
-  Agent agent;
-  const int code = OpenOrFail(arguments, kChange, agent);
-  if (code != kExitClean) return code;
-  if (!agent.config.IsAdvEnabled()) return NotWritten(AgentAdvConfig::advertisingDisabled);
-  const unsigned long status = agent.config.SetPendingAdvertiseNow();
-  return status == 0 ? Done(agent, L"The agent is to advertise at once.") : NotWritten(status);
+  return MakeChange(arguments, L"The agent is to advertise at once.",
+                    [](AgentAdvConfig& config, std::wstring&) {
+                      return config.IsAdvEnabled() ? config.SetPendingAdvertiseNow()
+                                                   : AgentAdvConfig::advertisingDisabled;
+                    });
 }
 
 int AddServer(const NameArguments& arguments) {
-  Agent agent;
-  const int code = OpenOrFail(arguments, kChange, agent);
-  if (code != kExitClean) return code;
-  bool wasThere = false;
-  const unsigned long status =
-      agent.config.AddMediaServerAdv(arguments.name.c_str(), wasThere, !arguments.isLater);
-  if (status != 0) return NotWritten(status);
   const std::wstring name = Printable(arguments.name);
-  return Done(agent, wasThere ? name + L" was among the media servers already."
-                              : name + L" is among the media servers now.");
+  return MakeChange(arguments, name + L" is among the media servers now.",
+                    [&](AgentAdvConfig& config, std::wstring& sentence) {
+                      bool wasThere = false;
+                      const unsigned long status = config.AddMediaServerAdv(
+                          arguments.name.c_str(), wasThere, !arguments.isLater);
+                      if (wasThere) sentence = name + L" was among the media servers already.";
+                      return status;
+                    });
+}
+
+int Publish(const NameArguments& arguments) {
+  const std::wstring name = Printable(arguments.name);
+  return MakeChange(arguments, name + L" is published now.",
+                    [&](AgentAdvConfig& config, std::wstring& sentence) {
+                      bool wasThere = false;
+                      const unsigned long status =
+                          config.AddPublishedNameToList(arguments.name.c_str(), wasThere);
+                      if (wasThere) sentence = name + L" was published already.";
+                      return status;
+                    });
+}
+
+int Unpublish(const NameArguments& arguments) {
+  const std::wstring name = Printable(arguments.name);
+  return MakeChange(arguments, name + L" is not published any more.",
+                    [&](AgentAdvConfig& config, std::wstring& sentence) {
+                      bool wasMissing = false;
+                      const unsigned long status =
+                          config.DelPublishedNameFromList(arguments.name.c_str(), wasMissing);
+                      if (wasMissing) sentence = name + L" was not published.";
+                      return status;
+                    });
 }
 
 int PurgeServer(const NameArguments& arguments) {
@@ -252,30 +276,6 @@ int PurgeServer(const NameArguments& arguments) {
                                    L"--force has it purged all the same.");
   }
   return Done(agent, name + L" is to forget the agent.");
-}
-
-int Publish(const NameArguments& arguments) {
-  Agent agent;
-  const int code = OpenOrFail(arguments, kChange, agent);
-  if (code != kExitClean) return code;
-  bool wasThere = false;
-  const unsigned long status =
-      agent.config.AddPublishedNameToList(arguments.name.c_str(), wasThere);
-  if (status != 0) return NotWritten(status);
-  return Done(agent, Printable(arguments.name) +
-                         (wasThere ? L" was published already." : L" is published now."));
-}
-
-int Unpublish(const NameArguments& arguments) {
-  Agent agent;
-  const int code = OpenOrFail(arguments, kChange, agent);
-  if (code != kExitClean) return code;
-  bool wasMissing = false;
-  const unsigned long status =
-      agent.config.DelPublishedNameFromList(arguments.name.c_str(), wasMissing);
-  if (status != 0) return NotWritten(status);
-  return Done(agent, Printable(arguments.name) +
-                         (wasMissing ? L" was not published." : L" is not published any more."));
 }
 
 // Prints the rows that differ.
@@ -372,7 +372,9 @@ void AddAdvCommand(Command& program) {
       .Required();
   auto discovery =
       AddOperation(adv, "discovery", "Switch automatic discovery on or off", SetDiscovery);
-  discovery.Choice<bool>("on|off", discovery->isOn, {{"on", true}, {"off", false}}, "").Required();
+  discovery
+      .Choice<bool>("on|off", discovery->isOn, {{"on", true}, {"off", false}}, "What it is to be")
+      .Required();
   AddOperation(adv, "now", "Have the agent advertise at once", AdvertiseNow);
   auto watch = AddOperation(adv, "watch", "Print changes as they come; Ctrl+C ends it", Watch);
   watch.Count("--for SECONDS", watch->seconds, "End after so many seconds", kSeconds);

@@ -71,8 +71,18 @@ nlohmann::json Shown(int exitCode) {
   return nlohmann::json::parse(run.Output());
 }
 
+// Leaves nothing in the registry that all runs of vtctl share.
+class AdvCommands : public testing::Test {
+ protected:
+  ~AdvCommands() override {
+    wchar_t root[MAX_PATH] = {};
+    ::GetEnvironmentVariableW(test::kRegistryVariable, root, MAX_PATH);
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, (root + std::wstring(L"\\Software\\Norvane")).c_str());
+  }
+};
+
 // One after the other: an agent that is missing, stopped, running.
-TEST(Adv, Commands_AskAndChangeTheSettings) {
+TEST_F(AdvCommands, AskAndChangeTheSettings) {
   EXPECT_EQ(Set(L"\\Engine\\Agents", L"Advertise Now", L"0"), kExitClean);
   EXPECT_EQ(Shown(kExitWarnings)["state"], "not-installed");
   VtctlRun absent({L"adv", L"show", L"--product", L"1"});
@@ -137,7 +147,9 @@ TEST(Adv, Commands_AskAndChangeTheSettings) {
   }
   EXPECT_EQ(Set(L"\\Engine\\Agents", L"Advertise Now", L"0"), kExitClean);
   EXPECT_EQ(VtctlRun({L"adv", L"add", L"MS4", L"--later"}).ExitCode(), kExitClean);
-  EXPECT_EQ(Shown(kExitClean)["settings"]["advertiseNowPending"], false);
+  const nlohmann::json later = Shown(kExitClean)["settings"];
+  EXPECT_EQ(later["advertiseNowPending"], false);
+  EXPECT_EQ(later["purgePending"], true);
   EXPECT_EQ(VtctlRun({L"adv", L"now"}).ExitCode(), kExitClean);
   EXPECT_EQ(Shown(kExitClean)["settings"]["advertiseNowPending"], true);
 

@@ -1,8 +1,8 @@
 #include <vtclass/win32.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -134,11 +134,10 @@ void PrintHash(const HashResult& result, const std::wstring& name, bool json) {
   Json words = Json::array();
   std::string line;
   for (const unsigned word : result.words) {
-    const std::uint8_t bytes[] = {
-        static_cast<std::uint8_t>(word >> 24), static_cast<std::uint8_t>(word >> 16),
-        static_cast<std::uint8_t>(word >> 8), static_cast<std::uint8_t>(word)};
-    words.push_back(Hex(bytes, std::size(bytes)));
-    line += words.back().get<std::string>() + " ";
+    char text[16];
+    std::snprintf(text, sizeof text, "%08x", word);
+    words.push_back(text);
+    line += text + std::string(" ");
   }
   if (json) {
     PrintJson({{"file", TextOrNull(name)}, {"bytes", result.bytes}, {"words", words}});

@@ -15,7 +15,7 @@ struct FormText {
 };
 constexpr FormText kForms[] = {
     {L"nothing is stored", L"", nullptr},
-    {L"none: plain text, or a damaged seal", L"nobody needs to: who reads it has it", "plain"},
+    {L"none: plain text, or a damaged seal", L"who reads it: nothing need be opened", "plain"},
     {L"ordinary", L"who reads it, on any machine", "anybody"},
     {L"bound to this machine", L"who reads it, on this machine only", "anybody-on-this-machine"},
     {L"of a later version of the product", L"not known", nullptr}};
@@ -63,7 +63,7 @@ std::wstring CredentialText(const CredentialKey& key, const StoredCredential& cr
   };
   add(L"Seal:      ", SealText(credential));
   if (credential.user) add(L"User:      ", Printable(*credential.user));
-  add(L"Opened by: ", FormOf(credential).opener);
+  add(L"Open to:   ", FormOf(credential).opener);
   return text;
 }
 
@@ -85,7 +85,11 @@ std::wstring Summary(const CredentialReport& report) {
   std::wstring text = Counted(count, L"stored credential");
   if (errors > 0) text += L", " + Counted(errors, L"error");
   if (warnings > 0) text += L", " + Counted(warnings, L"warning");
-  return text + L".\n";
+  text += L".\n";
+  if (errors > 0)
+    text += L"Errors: seal the credential (vtctl credential seal), and store it anew.\n";
+  if (warnings > 0) text += L"Warnings: let only those read the key who need it.\n";
+  return text;
 }
 
 Json ToJson(const CredentialKey& key, const StoredCredential& credential) {

@@ -75,7 +75,6 @@ struct WatchArguments : AdvArguments {
 struct Agent {
   AgentAdvConfig config;
   AgentState state;
-  int exitCode = kExitClean;  // when the password was not to be had
 
   bool IsOpen() {
     unsigned long minutes = 0;
@@ -97,14 +96,15 @@ class WidePassword {
   std::wstring text;
 };
 
-void Open(const AdvArguments& arguments, unsigned access, Agent& agent) {
+// An exit code where the password was not to be had.
+int Open(const AdvArguments& arguments, unsigned access, Agent& agent) {
   agent.state.machine = arguments.server;
   const wchar_t* const server = arguments.server.c_str();
   if (arguments.user) {
     const std::wstring prompt = L"Password of " + Printable(*arguments.user) + L" (not shown): ";
     Secret secret;
-    agent.exitCode = ReadSecret({.prompt = prompt.c_str(), .isOneLine = true}, secret);
-    if (agent.exitCode != kExitClean) return;
+    const int code = ReadSecret({.prompt = prompt.c_str(), .isOneLine = true}, secret);
+    if (code != kExitClean) return code;
     const WidePassword password(secret);
     agent.state.status =
         agent.config.Open(server, arguments.user->c_str(), password.Text(), access);
@@ -112,12 +112,13 @@ void Open(const AdvArguments& arguments, unsigned access, Agent& agent) {
     agent.state.status = agent.config.Open(server, nullptr, nullptr, access);
   }
   agent.state.code = agent.config.GetErrorCode();
+  return kExitClean;
 }
 
 // Opens the agent's settings. Where they are not open then, says why: an exit code.
 int OpenOrFail(const AdvArguments& arguments, unsigned access, Agent& agent) {
-  Open(arguments, access, agent);
-  if (agent.exitCode != kExitClean) return agent.exitCode;
+  const int code = Open(arguments, access, agent);
+  if (code != kExitClean) return code;
   if (agent.IsOpen()) return kExitClean;
   return Fail(ExitCodeOf(agent.state, false), Explanation(agent.state));
 }
@@ -142,15 +143,15 @@ void PrintAsJson(const Agent& agent, const std::optional<AdvSettings>& settings)
   PrintJson({{"server", TextOrNull(state.machine)},
              {"state", StateWord(state)},
              {"status", state.status},
-             {"systemStatus", state.status == 0 ? 0 : state.code},
+             {"systemStatus", state.status == 0 || state.code == state.status ? 0 : state.code},
              {"problem", TextOrNull(Explanation(state))},
              {"settings", settings ? ToJson(*settings) : Json()}});
 }
 
 int Show(const AdvArguments& arguments) {
   Agent agent;
-  Open(arguments, kRead, agent);
-  if (agent.exitCode != kExitClean) return agent.exitCode;
+  const int readCode = Open(arguments, kRead, agent);
+  if (readCode != kExitClean) return readCode;
   const std::optional<AdvSettings> settings = ReadSettings(agent.config);
   const int code = ExitCodeOf(agent.state, settings.has_value());
   if (arguments.json) {

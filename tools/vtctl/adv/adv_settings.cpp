@@ -18,6 +18,7 @@ std::vector<std::wstring> Texts(const NameList& list) {
   if (list.error != 0) return {L"cannot be read: " + SystemText(list.error)};
   if (list.names.empty()) return {L"none"};
   std::vector<std::wstring> texts;
+  texts.reserve(list.names.size());
   for (const wcstring& name : list.names) texts.push_back(Printable(name));
   return texts;
 }

@@ -27,7 +27,7 @@ const FormText& FormOf(const StoredCredential& credential) {
 std::wstring SealText(const StoredCredential& credential) {
   const OpenedSeal& seal = credential.seal;
   if (!credential.isText) return L"none: the value is no text";
-  const std::wstring text = FormOf(credential).seal;
+  std::wstring text = FormOf(credential).seal;
   if (seal.form == SealForm::ordinary) {
     return text +
            (seal.opens ? L", opens" : L", opens to no text: damaged, or made by another key");

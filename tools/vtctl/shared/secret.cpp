@@ -33,7 +33,8 @@ class TypedLine {
   // False when there is none.
   bool DropLast() {
     if (count == 0) return false;
-    if (IS_LOW_SURROGATE(units[--count]) && count > 0) --count;
+    const wchar_t last = units[--count];
+    if (IS_LOW_SURROGATE(last) && count > 0) --count;
     return true;
   }
   std::wstring_view Text() const { return {units, count}; }

@@ -24,7 +24,7 @@ class Secret {
 
 /* How a secret is asked for. */
 struct SecretQuestion {
-  const wchar_t* prompt;
+  const wchar_t* prompt = L"";
   const wchar_t* again = nullptr; /* at a terminal, the prompt for a second time: both must agree */
   bool isShown = false;           /* at a terminal, while it is typed */
   bool isOneLine = false;         /* of what does not come from a terminal; otherwise all of it */

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "config/product_keys.h"
-#include "tools/vtctl/registry/key_reader.h"
+#include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/registry/watch.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"

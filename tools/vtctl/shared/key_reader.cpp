@@ -1,4 +1,4 @@
-#include "tools/vtctl/registry/key_reader.h"
+#include "tools/vtctl/shared/key_reader.h"
 
 #include <cstring>
 

@@ -39,7 +39,7 @@ constexpr AddCommand kCommands[] = {AddSessionCommand,  AddJobLogCommand,   AddD
                                     AddRegistryCommand, AddIdentityCommand, AddConvertCommand,
                                     AddResolveCommand,  AddClusterCommand,  AddAppsCommand,
                                     AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
-                                    AddTimeCommand,     AddVolumesCommand};
+                                    AddTimeCommand,     AddVolumesCommand,  AddDoctorCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {

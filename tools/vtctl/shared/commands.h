@@ -11,6 +11,7 @@ void AddClusterCommand(Command& program);
 void AddConvertCommand(Command& program);
 void AddDatabaseCommand(Command& program);
 void AddDebugLogCommand(Command& program);
+void AddDoctorCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);
 void AddRegistryCommand(Command& program);

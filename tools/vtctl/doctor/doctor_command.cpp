@@ -1,0 +1,121 @@
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "config/product_keys.h"
+#include "tools/vtctl/doctor/report.h"
+#include "tools/vtctl/shared/command.h"
+#include "tools/vtctl/shared/commands.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/system_text.h"
+#include "vtclass/net.h"
+
+namespace vtctl {
+namespace {
+
+using namespace doctor;
+
+constexpr const char* kFooter =
+    "Looks once at everything that an agent needs here, and says of each thing: ok, note (worth\n"
+    "knowing), warning or problem, why, and what to do. Nothing that lasts is changed: in the\n"
+    "folders of debug logs a small file is made and deleted, which tells whether they can be\n"
+    "written. Rights are those of the account that runs vtctl, so run it as the agents' account.\n"
+    "\n"
+    "Examples:\n"
+    "  vtctl doctor\n"
+    "  vtctl doctor --only resolver,identity --timeout 60\n"
+    "  vtctl doctor --json > doctor.json\n"
+    "\n"
+    "Exit codes: 0 all is well or worth a note, 1 the worst is a warning, 2 a problem, 64 --only\n"
+    "names no check, 130 interrupted: what was found until then is printed.";
+
+struct DoctorArguments : CommonArguments {
+  std::wstring only;
+  unsigned seconds = 10;
+};
+
+// The rows that `only` names, in the order of the table; all of them when it is empty. What names
+// none goes to `unknown`.
+std::vector<CheckRow> Chosen(std::wstring_view only, std::wstring& unknown) {
+  std::vector<CheckRow> rows(std::begin(kChecks), std::end(kChecks));
+  if (only.empty()) return rows;
+  std::vector<std::string> names;
+  for (size_t at = 0; at <= only.size();) {
+    const size_t end = std::min(only.find(L',', at), only.size());
+    const std::wstring name(only.substr(at, end - at));
+    names.push_back(ToUtf8(name));
+    if (std::ranges::find(rows, names.back(), &CheckRow::name) == rows.end())
+      unknown = L"\"" + name + L"\"";
+    at = end + 1;
+  }
+  std::erase_if(rows,
+                [&](const CheckRow& row) { return std::ranges::count(names, row.name) == 0; });
+  return rows;
+}
+
+std::wstring AllNames() {
+  std::wstring names;
+  for (const CheckRow& row : kChecks) names += (names.empty() ? L"" : L", ") + FromUtf8(row.name);
+  return names;
+}
+
+std::wstring ThisAccount() {
+  constexpr DWORD kLongestName = 257;
+  wchar_t name[kLongestName] = {};
+  DWORD size = kLongestName;
+  return ::GetUserNameW(name, &size) ? name : L"";
+}
+
+Header AskHeader() {
+  wcstring computer;
+  vtclass::GetComputerNameInString(computer);
+  return {IsoTime(), computer, ThisAccount(),
+          KeyName({HKEY_LOCAL_MACHINE, vtclass::config::kProductRoot.Path()})};
+}
+
+// The process ends here when a check was left behind: that may hold what an orderly end waits for,
+// the loader's lock above all, and may use what such an end destroys.
+int EndWith(int code, const std::vector<CheckResult>& results) {
+  if (std::ranges::count(results, WaitEnd::timeOut, &CheckResult::end) == 0) return code;
+  if (OutputIsLost()) code = Fail(kExitCannotWrite, L"Standard output cannot be written.");
+  ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(code));
+  return code;
+}
+
+int Run(const DoctorArguments& arguments) {
+  std::wstring unknown;
+  const std::vector<CheckRow> rows = Chosen(arguments.only, unknown);
+  if (!unknown.empty())
+    return Fail(kExitUsage, unknown + L" is no check. There are " + AllNames() + L".");
+  const Header header = AskHeader();
+  const auto columns = static_cast<size_t>(TerminalWidth());
+  const bool colours = ColoursWanted();
+  if (!arguments.json) Print(Text(header, columns));
+  std::vector<CheckResult> results;
+  bool isInterrupted = false;
+  for (const CheckRow& row : rows) {
+    CheckResult result = RunCheck(row, arguments.seconds * 1000);
+    isInterrupted = result.end == WaitEnd::interrupted;
+    if (isInterrupted) break;
+    if (!arguments.json) Print(L"\n" + Text(result, columns, colours));
+    results.push_back(std::move(result));
+  }
+  arguments.json ? PrintJson(ToJson(header, results)) : Print(L"\n" + Summary(results) + L"\n");
+  return EndWith(isInterrupted ? int{kExitCancelled} : ExitCodeOf(Worst(results)), results);
+}
+
+}  // namespace
+
+void AddDoctorCommand(Command& program) {
+  auto doctor = program.Add("doctor", "Look over everything that an agent needs on this machine",
+                            kFooter, Run);
+  doctor.Text("--only NAME[,NAME]", doctor->only, ("Only these of " + ToUtf8(AllNames())).c_str());
+  doctor.Count("--timeout SECONDS", doctor->seconds, "How long one check may take (10)", kSeconds);
+  doctor.Json("One JSON object with everything");
+}
+
+}  // namespace vtctl

@@ -1,0 +1,167 @@
+#include "tools/vtctl/doctor/values_check.h"
+
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <string>
+
+#include "log/debug/log_names.h"
+#include "log/messages/message_language.h"
+#include "net/dns_time_out.h"
+#include "tools/vtctl/doctor/checks.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/system_text.h"
+
+namespace vtctl::doctor {
+namespace {
+
+using namespace vtclass::config;
+
+std::wstring Quoted(const std::wstring& text) { return L"\"" + text + L"\""; }
+
+std::wstring Name(const StoredValue& stored) {
+  return Quoted(stored.value->name) + L" of " + ShownKey(stored.key);
+}
+
+// The guide's words, without its marks.
+std::wstring Purpose(const RegistryValue& value) {
+  std::wstring text = FromUtf8(value.purpose);
+  std::erase(text, L'`');
+  return text;
+}
+
+// The command that stores the number that counts while nothing is stored.
+std::wstring StoreCommand(const StoredValue& stored) {
+  const RegistryValue& value = *stored.value;
+  const bool isMonitored =
+      std::ranges::find(kMonitoredValues, &value) != std::end(kMonitoredValues);
+  const bool isText = value.kind == ValueKind::text;
+  const std::wstring data =
+      isText ? L"TEXT" : std::to_wstring(std::max(value.number, value.minimum));
+  if (isMonitored) {
+    return L"vtctl settings set " + Quoted(value.name) + L" " + data +
+           (&value.key == &kLoggingKey ? L"" : L" --key debug");
+  }
+  return L"vtctl registry set " + Quoted(KeyName({HKEY_LOCAL_MACHINE, stored.key})) + L" " +
+         Quoted(value.name) + L" " + data + (isText ? L" --type sz" : L" --type dword");
+}
+
+Finding Warning(const StoredValue& stored, const char* code) {
+  Finding finding = {.verdict = Verdict::warning, .code = code};
+  finding.path = KeyName({HKEY_LOCAL_MACHINE, stored.key});
+  finding.remedy = StoreCommand(stored);
+  return finding;
+}
+
+bool HasRightType(const StoredValue& stored) {
+  const bool isText = stored.value->kind == ValueKind::text;
+  if (isText) return IsText(stored.data->type) || stored.data->type == REG_MULTI_SZ;
+  return stored.data->type == REG_DWORD && NumberOf(*stored.data);
+}
+
+Finding WrongType(const StoredValue& stored) {
+  Finding finding = Warning(stored, "value-wrong-type");
+  const wchar_t* const right = stored.value->kind == ValueKind::text ? L"REG_SZ" : L"REG_DWORD";
+  finding.what =
+      Name(stored) + L" is a " + TypeName(stored.data->type) + L", not a " + right + L".";
+  finding.reason = L"One of another type counts as missing.";
+  return finding;
+}
+
+bool IsInRange(const RegistryValue& value, unsigned long number) {
+  if (&value == &kDnsQueryTimeOut) return vtclass::net::UsableTimeOut(number) == number;
+  return value.maximum == 0 || (number >= value.minimum && number <= value.maximum);
+}
+
+Finding OutOfRange(const StoredValue& stored, unsigned long number) {
+  Finding finding = Warning(stored, "value-out-of-range");
+  finding.what = Name(stored) + L" is " + std::to_wstring(number) + L"; its range is " +
+                 std::to_wstring(stored.value->minimum) + L" to " +
+                 std::to_wstring(stored.value->maximum) + L".";
+  finding.reason = Purpose(*stored.value);
+  return finding;
+}
+
+void JudgeNumber(const StoredValue& stored, Findings& findings) {
+  const auto number = static_cast<unsigned long>(*NumberOf(*stored.data));
+  if (!IsInRange(*stored.value, number)) findings.push_back(OutOfRange(stored, number));
+}
+
+// Texts of which a rule says more than their type.
+void JudgeText(const StoredValue& stored, Findings& findings) {
+  const std::wstring text = TextOf(*stored.data);
+  const bool isLanguage = stored.value == &kLanguage && !text.empty();
+  const bool isBadLanguage = isLanguage && !vtclass::log::IsLanguageCode(text);
+  const bool isBadExtension =
+      stored.value == &kMaxDebugFileExt && !vtclass::log::IsRotationExtension(text);
+  if (!isBadLanguage && !isBadExtension) return;
+  Finding finding = Warning(stored, "value-unusable");
+  finding.what = Name(stored) + L" is " + Quoted(text) + L", which cannot be used.";
+  finding.reason = Purpose(*stored.value);
+  findings.push_back(finding);
+}
+
+// Sizes that are no limits: each is in its range, and the two do not go together.
+void JudgeSizes(const std::vector<StoredValue>& values, Findings& findings) {
+  const vtclass::log::SizeSettings settings = SizeSettingsIn(values);
+  vtclass::log::SizeLimits limits;
+  const bool isLimited = vtclass::log::LimitsFrom(settings, &limits) &&
+                         limits.mode != vtclass::log::LimitMode::simpleRoll;
+  if (!isLimited || limits.maximum == std::uint64_t{settings.sizeMB} << 20) return;
+  const auto size = std::ranges::find(values, &kMaxDebugFileSize, &StoredValue::value);
+  if (size == values.end()) return;
+  Finding finding = Warning(*size, "sizes-unusable");
+  finding.what = Name(*size) + L" is " + std::to_wstring(settings.sizeMB) +
+                 L" with a retention size of " + std::to_wstring(settings.retentionMB) + L".";
+  finding.reason = Purpose(kMaxDebugFileSize);
+  findings.push_back(finding);
+}
+
+Finding Unreadable(const StoredValue& stored) {
+  Finding finding = Warning(stored, "value-unreadable");
+  finding.status = stored.error;
+  finding.what = Name(stored) + L" cannot be read: " + SystemText(stored.error);
+  finding.reason = L"A component with this account goes by its default, or by what it knew.";
+  finding.remedy = L"Run this as the agents' account; if that is this one, let it read the key.";
+  return finding;
+}
+
+// All values of a key that may not be read fail alike: one finding for each key.
+bool IsFirstOfKey(const std::vector<StoredValue>& values, const StoredValue& stored) {
+  const auto isSame = [&](const StoredValue& other) {
+    return other.key == stored.key && other.error == stored.error;
+  };
+  return &*std::ranges::find_if(values, isSame) == &stored;
+}
+
+}  // namespace
+
+Findings JudgeValues(const std::vector<StoredValue>& values) {
+  Findings findings;
+  for (const StoredValue& stored : values) {
+    if (stored.error != 0) {
+      if (IsFirstOfKey(values, stored)) findings.push_back(Unreadable(stored));
+    } else if (!stored.data) {
+      continue;
+    } else if (!HasRightType(stored)) {
+      findings.push_back(WrongType(stored));
+    } else if (stored.value->kind == ValueKind::text) {
+      JudgeText(stored, findings);
+    } else {
+      JudgeNumber(stored, findings);
+    }
+  }
+  JudgeSizes(values, findings);
+  if (!findings.empty()) return findings;
+  const auto count =
+      std::ranges::count_if(values, [](auto& value) { return value.data.has_value(); });
+  return {{.code = "values-usable",
+           .what = count == 0 ? L"None is stored; the defaults count."
+                              : std::to_wstring(count) +
+                                    L" stored, all of the right type and in their ranges."}};
+}
+
+Findings CheckValues() { return JudgeValues(ReadProductValues()); }
+
+}  // namespace vtctl::doctor

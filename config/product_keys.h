@@ -50,6 +50,23 @@ inline constexpr ProductKey kOracleAgentKey = {
     "The Oracle agent's databases: a subkey each, named after the database, with these values. The "
     "product only reads them."};
 
+inline constexpr ProductKey kAgentsKey = {
+    VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
+    "How the agent advertises this machine to media servers. Nothing missing is stored."};
+
+#define VTCLASS_INSTALLED_VERSION "13.0"
+inline constexpr wchar_t kInstalledVersion[] = L"" VTCLASS_INSTALLED_VERSION;
+inline constexpr ProductKey kInstallKey = {
+    VTCLASS_UNDER_ROOTS("\\" VTCLASS_INSTALLED_VERSION "\\Install"),
+    "The installed product; the number in the path is its version. Of the keys for 19.9 down to "
+    "10.0 "
+    "the first that exists counts. The product only reads it."};
+
+/* Of agents of an older generation, one after another. */
+inline constexpr const wchar_t* kOlderAgentKeys[] = {
+    L"Software\\Quorrel\\Agent Sprintel for Windows NT/2000",
+    L"Software\\Quorrel\\Vantorel\\Agent Sprintel for Windows NT/2000\\10.0"};
+
 inline constexpr ProductKey kSessionKey = {
     VTCLASS_UNDER_ROOTS("\\Session"),
     "How `vtctl session` works. Missing values are stored with their defaults where the operator "

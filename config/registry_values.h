@@ -13,8 +13,9 @@
  */
 namespace vtclass::config {
 
-/* Texts are REG_SZ, the others REG_DWORD. The numbers are those of Setting::eKind. */
-enum class ValueKind { text = 1, number = 2, range = 3, toggle = 6, debugMask = 7 };
+/* Texts are REG_SZ, lists REG_MULTI_SZ, the others REG_DWORD. The numbers are those of
+ * Setting::eKind, which knows no lists. */
+enum class ValueKind { text = 1, number = 2, range = 3, toggle = 6, debugMask = 7, list = 8 };
 
 struct ValuePlace {
   const ProductKey& key;
@@ -48,6 +49,7 @@ inline constexpr const char* kSubscribers = "subscribers";
 inline constexpr const char* kSGMon = "clients of service-group monitoring";
 inline constexpr const char* kNames = "questions whether a name is this machine";
 inline constexpr const char* kDatabases = "questions where the databases are";
+inline constexpr const char* kAgent = "the agent, management tools";
 inline constexpr const char* kSession = "`vtctl session`";
 inline constexpr const char* kAtBegin = "when a session begins";
 inline constexpr const char* kThisMachine = "this machine's node name";
@@ -186,6 +188,47 @@ inline constexpr RegistryValue kOracleDbId = {
     {ValueKind::text},
     {words::kEachTime, words::kNames, "The identifier of the database."}};
 
+// The agents key.
+inline constexpr RegistryValue kAdvertisingDisabled = {
+    {kAgentsKey, L"Advertising Disabled"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the agent does not advertise."}};
+inline constexpr RegistryValue kMediaServers = {
+    {kAgentsKey, L"Agent Directory List"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The media servers that the agent advertises to."}};
+inline constexpr RegistryValue kPurgePending = {
+    {kAgentsKey, L"Advertisement Purge"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the media servers below are to be told."}};
+inline constexpr RegistryValue kPurgeServers = {
+    {kAgentsKey, L"Advertisement Purge Media Server"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The media servers that are to forget the agent."}};
+inline constexpr RegistryValue kAdvertisingInterval = {
+    {kAgentsKey, L"Advertising Interval Minutes"},
+    {ValueKind::number},
+    {words::kEachTime, words::kAgent, "How many minutes lie between two advertisements.",
+     "nothing"}};
+inline constexpr RegistryValue kAdvertiseNow = {
+    {kAgentsKey, L"Advertise Now"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the agent is to advertise at once."}};
+inline constexpr RegistryValue kAutoDiscoveryEnabled = {
+    {kAgentsKey, L"Auto Discovery Enabled"},
+    {ValueKind::number, 1},
+    {words::kEachTime, words::kAgent, "Other than 0: automatic discovery is on."}};
+inline constexpr RegistryValue kPublishedNames = {
+    {kAgentsKey, L"Advertised Name Ok List"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The names of this machine that the agent publishes."}};
+
+// The install key.
+inline constexpr RegistryValue kMajorVersion = {
+    {kInstallKey, L"Major Version"},
+    {ValueKind::number},
+    {words::kEachTime, "management tools", "Tells the agent's version.", "no agent is installed"}};
+
 // The keys of the databases.
 inline constexpr RegistryValue kDatabaseServerName = {
     {kProductDatabaseKey, L"Database Server Name"},
@@ -292,6 +335,15 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kOracleSid,
     &kOracleIsRac,
     &kOracleDbId,
+    &kAdvertisingDisabled,
+    &kMediaServers,
+    &kPurgePending,
+    &kPurgeServers,
+    &kAdvertisingInterval,
+    &kAdvertiseNow,
+    &kAutoDiscoveryEnabled,
+    &kPublishedNames,
+    &kMajorVersion,
     &kDatabaseServerName,
     &kDatabaseInstanceName,
     &kDatabaseName,

@@ -39,7 +39,8 @@ constexpr AddCommand kCommands[] = {AddSessionCommand,  AddJobLogCommand,   AddD
                                     AddRegistryCommand, AddIdentityCommand, AddConvertCommand,
                                     AddResolveCommand,  AddClusterCommand,  AddAppsCommand,
                                     AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
-                                    AddTimeCommand,     AddVolumesCommand,  AddDoctorCommand};
+                                    AddTimeCommand,     AddVolumesCommand,  AddCredentialCommand,
+                                    AddDigestCommand,   AddHashCommand,     AddDoctorCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {

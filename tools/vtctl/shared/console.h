@@ -17,6 +17,9 @@ void PrintError(std::wstring_view text);
 int Fail(int exitCode, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
+/* A secret, on standard output: its bytes as they are to a file or a pipe; to a console window as
+ * text, printable, of UTF-8 or else of the ANSI code page. Leaves no copy in memory. */
+void PrintSecret(std::string_view bytes);
 
 /* True once a text for standard output could not be written, whole or in part. */
 bool OutputIsLost();

@@ -23,6 +23,8 @@ Findings CheckLibraries();
 Findings CheckLogs();
 Findings CheckVolumes();
 Findings CheckClock();
+Findings CheckCredentials();
+Findings CheckAdvertisement();
 
 struct CheckRow {
   const char* name; /* for --only and for scripts */
@@ -31,15 +33,18 @@ struct CheckRow {
 };
 
 /* All checks, in the order in which they run. A further one is a row here and a function above. */
-inline constexpr CheckRow kChecks[] = {{"keys", L"Product keys", CheckKeys},
-                                       {"values", L"Registry values", CheckValues},
-                                       {"identity", L"Identity", CheckIdentity},
-                                       {"resolver", L"Name resolver", CheckResolver},
-                                       {"cluster", L"Cluster and applications", CheckCluster},
-                                       {"libraries", L"Libraries", CheckLibraries},
-                                       {"logs", L"Debug logs", CheckLogs},
-                                       {"volumes", L"Free space", CheckVolumes},
-                                       {"clock", L"Clock and time zone", CheckClock}};
+inline constexpr CheckRow kChecks[] = {
+    {"keys", L"Product keys", CheckKeys},
+    {"values", L"Registry values", CheckValues},
+    {"identity", L"Identity", CheckIdentity},
+    {"resolver", L"Name resolver", CheckResolver},
+    {"cluster", L"Cluster and applications", CheckCluster},
+    {"libraries", L"Libraries", CheckLibraries},
+    {"logs", L"Debug logs", CheckLogs},
+    {"volumes", L"Free space", CheckVolumes},
+    {"clock", L"Clock and time zone", CheckClock},
+    {"credentials", L"Stored credentials", CheckCredentials},
+    {"advertisement", L"Agent and advertisement", CheckAdvertisement}};
 
 }  // namespace vtctl::doctor
 

@@ -2,17 +2,11 @@
 #define VTCLASS_TOOLS_VTCTL_DOCTOR_KEYS_CHECK_H
 
 #include <string>
-#include <vector>
 
 #include "tools/vtctl/doctor/finding.h"
+#include "tools/vtctl/shared/key_access.h"
 
 namespace vtctl::doctor {
-
-/* Who may change a key. */
-struct KeyWriter {
-  std::wstring sid;  /* "S-1-5-32-544" */
-  std::wstring name; /* of the account or group; the SID where it has none */
-};
 
 /* A key of the product as it was found. The codes are the system's, 0 for none. */
 struct KeyState {
@@ -20,8 +14,7 @@ struct KeyState {
   bool isRoot = false;
   unsigned long readError = 0;
   unsigned long writeError = 0;
-  unsigned long listError = 0; /* of reading who may change it */
-  std::vector<KeyWriter> writers;
+  KeyAccess writers;
 };
 
 Finding JudgeKey(const KeyState& state);

@@ -31,20 +31,31 @@ std::wstring Purpose(const RegistryValue& value) {
   return text;
 }
 
-// The command that stores the number that counts while nothing is stored.
+// As it is stored; readers take one text for another.
+const wchar_t* RightType(const RegistryValue& value) {
+  if (value.kind == ValueKind::text) return L"REG_SZ";
+  return value.kind == ValueKind::list ? L"REG_MULTI_SZ" : L"REG_DWORD";
+}
+
+bool IsNumber(const RegistryValue& value) {
+  return value.kind != ValueKind::text && value.kind != ValueKind::list;
+}
+
+// The command that stores what counts while nothing is stored; the word TEXT where nothing does.
 std::wstring StoreCommand(const StoredValue& stored) {
   const RegistryValue& value = *stored.value;
-  const bool isMonitored =
-      std::ranges::find(kMonitoredValues, &value) != std::end(kMonitoredValues);
-  const bool isText = value.kind == ValueKind::text;
-  const std::wstring data =
-      isText ? L"TEXT" : std::to_wstring(std::max(value.number, value.minimum));
-  if (isMonitored) {
+  std::wstring data = value.text ? Quoted(value.text) : L"TEXT";
+  const wchar_t* type = value.kind == ValueKind::list ? L"multi" : L"sz";
+  if (IsNumber(value)) {
+    data = std::to_wstring(std::max(value.number, value.minimum));
+    type = L"dword";
+  }
+  if (std::ranges::find(kMonitoredValues, &value) != std::end(kMonitoredValues)) {
     return L"vtctl settings set " + Quoted(value.name) + L" " + data +
            (&value.key == &kLoggingKey ? L"" : L" --key debug");
   }
   return L"vtctl registry set " + Quoted(KeyName({HKEY_LOCAL_MACHINE, stored.key})) + L" " +
-         Quoted(value.name) + L" " + data + (isText ? L" --type sz" : L" --type dword");
+         Quoted(value.name) + L" " + data + L" --type " + type;
 }
 
 Finding Warning(const StoredValue& stored, const char* code) {
@@ -55,16 +66,15 @@ Finding Warning(const StoredValue& stored, const char* code) {
 }
 
 bool HasRightType(const StoredValue& stored) {
-  const bool isText = stored.value->kind == ValueKind::text;
-  if (isText) return IsText(stored.data->type) || stored.data->type == REG_MULTI_SZ;
-  return stored.data->type == REG_DWORD && NumberOf(*stored.data);
+  const Value& data = *stored.data;
+  if (!IsNumber(*stored.value)) return IsText(data.type) || data.type == REG_MULTI_SZ;
+  return data.type == REG_DWORD && NumberOf(data);
 }
 
 Finding WrongType(const StoredValue& stored) {
   Finding finding = Warning(stored, "value-wrong-type");
-  const wchar_t* const right = stored.value->kind == ValueKind::text ? L"REG_SZ" : L"REG_DWORD";
-  finding.what =
-      Name(stored) + L" is a " + TypeName(stored.data->type) + L", not a " + right + L".";
+  finding.what = Name(stored) + L" is a " + TypeName(stored.data->type) + L", not a " +
+                 RightType(*stored.value) + L".";
   finding.reason = L"One of another type counts as missing.";
   return finding;
 }
@@ -146,7 +156,7 @@ Findings JudgeValues(const std::vector<StoredValue>& values) {
       continue;
     } else if (!HasRightType(stored)) {
       findings.push_back(WrongType(stored));
-    } else if (stored.value->kind == ValueKind::text) {
+    } else if (!IsNumber(*stored.value)) {
       JudgeText(stored, findings);
     } else {
       JudgeNumber(stored, findings);

@@ -29,6 +29,8 @@ constexpr ProgramText kText = {
     "      see what the product's components see\n"
     "  vtctl identity \\\\BACKUP01\\data\n"
     "      ask whether that server is this machine, and why\n"
+    "  vtctl doctor\n"
+    "      look over everything that an agent needs on this machine\n"
     "\n"
     "Exit codes: 0 clean, 1 warnings, 2 errors in what was read; 64 wrong usage, 65 unusable\n"
     "input, 66 input missing or not readable, 68 not this machine, 69 no answer from a name\n"

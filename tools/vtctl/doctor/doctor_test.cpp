@@ -121,7 +121,7 @@ TEST(DoctorReport, ExitCode_IsThatOfTheWorst) {
 TEST(DoctorReport, Text_KeepsToTheColumns) {
   const CheckResult result = ResultOf({Verdict::ok, Verdict::problem});
   const Header header = {L"2026-01-01T00:00:00Z", L"HOST", L"account", L"HKEY_LOCAL_MACHINE\\S"};
-  for (const std::size_t columns : {40, 80, 120}) {
+  for (const std::size_t columns : {40u, 80u, 120u}) {
     std::wistringstream lines(Text(header, columns) + Text(result, columns, false));
     for (std::wstring line; std::getline(lines, line);) {
       EXPECT_LE(ColumnsOf(line), columns) << ToUtf8(line);
@@ -134,8 +134,8 @@ TEST(DoctorReport, Text_KeepsToTheColumns) {
             L"           reached by this account.\n"
             L"           Why: The component that keeps its debug log there\n"
             L"                writes none of its lines.\n"
-            L"           Do:  Make the folder, or delete the value:\xFFFD it is\n"
-            L"                stored anew.\n");
+            L"           Do:  Make the folder, or delete the value:\xFFFD it\n"
+            L"                is stored anew.\n");
   EXPECT_TRUE(Text(result, 59, false).starts_with(L"A row\n  ok  A folder with"));
   EXPECT_NE(Text(result, 80, true).find(L"  \x1b[31mPROBLEM\x1b[0m  A"), std::wstring::npos);
 }

@@ -63,6 +63,9 @@ Findings JudgeNames(const MachineNames& names) {
                         .remedy = L"Set the computer's name, and start the machine anew."});
     return findings;
   }
+  findings.push_back({.code = "names-known",
+                      .what = L"This machine is " + names.computer + L", in DNS " + names.dnsHost +
+                              L", in full " + names.full + L"."});
   if (!IsSameName(names.computer, names.node)) {
     findings.push_back({.verdict = Verdict::note,
                         .code = "name-of-virtual-server",
@@ -84,8 +87,8 @@ Findings JudgeNames(const MachineNames& names) {
 
 Findings CheckIdentity() {
   const MachineNames names = AskMachineNames();
-  Findings findings = AskOwnNames(names);
-  for (Finding& finding : JudgeNames(names)) findings.push_back(std::move(finding));
+  Findings findings = JudgeNames(names);
+  for (Finding& finding : AskOwnNames(names)) findings.push_back(std::move(finding));
   return findings;
 }
 

@@ -9,7 +9,7 @@ namespace vtctl::doctor {
 /* One of this machine's names, asked whether it is this machine's. */
 Finding JudgeOwnName(const IdentityQuestion& question, const IdentityAnswer& answer);
 
-/* The names as a whole. */
+/* The names that there are. */
 Findings JudgeNames(const MachineNames& names);
 
 }  // namespace vtctl::doctor

@@ -162,9 +162,9 @@ TEST(DoctorIdentity, Judge) {
     const IdentityAnswer answer = {L"HOST", row.isMe, row.code, row.milliseconds, {}};
     Expect(JudgeOwnName({L"HOST"}, answer), row.verdict, row.expected);
   }
-  EXPECT_EQ(Codes(JudgeNames({L"HOST", L"host", L"host", L"host.example"})), "");
+  EXPECT_EQ(Codes(JudgeNames({L"HOST", L"host", L"host", L"host.example"})), "names-known");
   EXPECT_EQ(Codes(JudgeNames({L"SQLV", L"NODE1", L"node1", L"node1"})),
-            "name-of-virtual-server name-without-domain");
+            "names-known name-of-virtual-server name-without-domain");
   Expect(JudgeNames({L"", L"", L"", L"host.example"})[0], problem, "name-missing");
 }
 
@@ -422,11 +422,15 @@ TEST(DoctorAdvertisement, Judge) {
                 {AgentAdvConfig::accessDenied, warning, "agent-not-visible"},
                 {AgentAdvConfig::notReachable, problem, "agent-unknown"}};
   for (const auto& row : agents) {
-    const Findings findings = JudgeAdvertisement({row.status, 5});
+    AdvertisementState state;
+    state.status = row.status;
+    const Findings findings = JudgeAdvertisement(state);
     ASSERT_EQ(findings.size(), 1u) << row.code;
     Expect(findings[0], row.verdict, row.code);
   }
-  AdvertisementState state = {.hasSettings = true, .servers = {L"A", L"B", L"C", L"D", L"E", L"F"}};
+  AdvertisementState state;
+  state.hasSettings = true;
+  state.servers = {L"A", L"B", L"C", L"D", L"E", L"F"};
   state.interval = 30;
   const Finding well = JudgeAdvertisement(state)[1];
   Expect(well, ok, "advertises");

@@ -25,9 +25,9 @@ bool IsFolder(const std::wstring& systemPath) {
 }
 
 // The folder's own files.
-void Count(LogFolder& folder, const std::wstring& systemPath) {
+void Count(LogFolder& folder, const Path& place) {
   WIN32_FIND_DATAW entry = {};
-  const HANDLE search = ::FindFirstFileW((systemPath + L"\\*").c_str(), &entry);
+  const HANDLE search = ::FindFirstFileW((place / L"*").System().c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
@@ -121,7 +121,7 @@ LogFolder LookAtLogFolder(const std::wstring& value, const std::wstring& path) {
     // Somebody else, an agent perhaps, is testing right now: that tells nothing.
     if (folder.writeError == ERROR_SHARING_VIOLATION) folder.writeError = 0;
   }
-  Count(folder, place.System());
+  Count(folder, place);
   const wcstring root = (place / L"").System();
   folder.freeSpace = ULARGE_INTEGER(vtclass::get<vtclass::free_space_to_usr>(root)).QuadPart;
   return folder;

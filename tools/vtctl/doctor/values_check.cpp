@@ -118,7 +118,13 @@ void JudgeSizes(const std::vector<StoredValue>& values, Findings& findings) {
   vtclass::log::SizeLimits limits;
   const bool isLimited = vtclass::log::LimitsFrom(settings, &limits) &&
                          limits.mode != vtclass::log::LimitMode::simpleRoll;
-  if (!isLimited || limits.maximum == std::uint64_t{settings.sizeMB} << 20) return;
+  const auto isKept = [](std::uint64_t bytes, std::uint32_t megabytes) {
+    return bytes == std::uint64_t{megabytes} << 20;
+  };
+  if (!isLimited ||
+      (isKept(limits.maximum, settings.sizeMB) && isKept(limits.retention, settings.retentionMB))) {
+    return;
+  }
   const auto size = std::ranges::find(values, &kMaxDebugFileSize, &StoredValue::value);
   if (size == values.end()) return;
   Finding finding = Warning(*size, "sizes-unusable");

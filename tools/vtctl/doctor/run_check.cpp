@@ -4,9 +4,8 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <system_error>
-#include <thread>
 
+#include "platform/module_thread.h"
 #include "platform/owned.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/number_text.h"
@@ -16,10 +15,11 @@ namespace vtctl::doctor {
 namespace {
 
 using vtclass::platform::OwnedKernelObject;
+using vtclass::platform::StartCallersThread;
 
-// What the check and whoever waits for it share; the last one of the two ends it.
+// What the check's thread and whoever waits for it share; the last one of the two ends it.
 struct Running {
-  OwnedKernelObject done{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  Check check;
   Findings findings;
 };
 
@@ -44,6 +44,22 @@ Findings RunGuarded(Check check) {
   }
 }
 
+// The thread's own share, which ends before the thread does.
+DWORD RunHeld(std::shared_ptr<Running>& held) {
+  const std::unique_ptr<std::shared_ptr<Running>> share(&held);
+  held->findings = RunGuarded(held->check);
+  return 0;
+}
+
+// A thread that nobody need join; empty, with the reason as the last error, when it does not start.
+OwnedKernelObject Start(const std::shared_ptr<Running>& running) {
+  auto share = std::make_unique<std::shared_ptr<Running>>(running);
+  unsigned id = 0;
+  OwnedKernelObject thread = StartCallersThread<&RunHeld>(*share, 0, id);
+  if (thread) share.release();  // NOLINT(bugprone-unused-return-value): it is the thread's now
+  return thread;
+}
+
 Finding TimedOut(DWORD milliseconds) {
   return {.verdict = Verdict::problem,
           .code = "check-timed-out",
@@ -60,17 +76,15 @@ Finding TimedOut(DWORD milliseconds) {
 CheckResult RunCheck(const CheckRow& row, DWORD milliseconds) {
   CheckResult result;
   result.row = row;
-  const auto running = std::make_shared<Running>();
+  const auto running = std::make_shared<Running>(row.check);
   const ULONGLONG start = ::GetTickCount64();
-  std::thread([running, check = row.check] {
-    running->findings = RunGuarded(check);
-    ::SetEvent(running->done.Get());
-  }).detach();
-  result.end = WaitFor(running->done.Get(), milliseconds);
+  const OwnedKernelObject thread = Start(running);
+  result.end = thread ? WaitFor(thread.Get(), milliseconds) : WaitEnd::failed;
+  const DWORD error = ::GetLastError();
   result.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
   if (result.end == WaitEnd::signalled) result.findings = std::move(running->findings);
   if (result.end == WaitEnd::timeOut) result.findings = {TimedOut(milliseconds)};
-  if (result.end == WaitEnd::failed) result.findings = {Broken(SystemText(::GetLastError()))};
+  if (result.end == WaitEnd::failed) result.findings = {Broken(SystemText(error), error)};
   return result;
 }
 

@@ -25,12 +25,12 @@ class MachineKeys {
                     Configuration::accessRead | Configuration::access64BitView);
   }
 
-  /* Of the key that was opened last. */
+  // Of the key that was opened last.
   bool Load(const config::RegistryValue& value, unsigned long& number) {
     return key.LoadDWORD(value.name, number);
   }
 
-  /* Why the last operation failed. */
+  // Why the last operation failed.
   unsigned long Failure() const {
     return static_cast<unsigned long>(connected == ERROR_SUCCESS ? key.GetErrorCode() : connected);
   }
@@ -56,7 +56,7 @@ Outcome CheckVersion(const std::wstring& machine) {
   MachineKeys keys(machine);
   std::wstring path = config::kInstallKey.Path();
   const std::size_t at = path.rfind(config::kInstalledVersion);
-  // From the newest on: an older version leaves its key behind when it is replaced.
+  // From the newest on: where several are installed, or left their keys behind, that one runs.
   for (int version = 199; version >= 100; --version) {
     const std::wstring digits = std::to_wstring(version);
     path.replace(at, digits.size() + 1, digits.substr(0, 2) + L'.' + digits[2]);

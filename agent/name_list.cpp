@@ -14,17 +14,25 @@ bool IsSame(wchar_t a, wchar_t b) { return a == b || ::comparei(a, b) == 0; }
 
 }  // namespace
 
-bool TakeOut(std::wstring_view stored, std::wstring_view name, std::wstring& others) {
+bool TakeOut(const std::wstring& stored, std::wstring_view name, std::wstring& others) {
   bool found = false;
   others.clear();
   others.reserve(stored.size() + name.size() + 3);
-  for (std::wstring_view item; config::NextItem(stored, item);) {
-    if (!found && item.size() == name.size() && std::ranges::equal(item, name, &IsSame)) {
+  std::wstring_view run;  // names that stand side by side, with their zeros
+  std::wstring_view rest = stored;
+  for (std::wstring_view item; config::NextItem(rest, item);) {
+    if (!found && std::ranges::equal(item, name, &IsSame)) {
       found = true;
-    } else {
-      others.append(item).push_back(L'\0');
+      continue;
     }
+    if (item.data() != run.data() + run.size()) {
+      others.append(run);
+      run = item.substr(0, 0);
+    }
+    // Behind a last name without its zero stands that of the string.
+    run = {run.data(), run.size() + item.size() + 1};
   }
+  others.append(run);
   return found;
 }
 

@@ -12,7 +12,7 @@ namespace vtclass::agent {
  * have the same length and comparei finds no difference. The zero behind all names is left to the
  * caller: `others` has room for it, and for one more `name`. Throws std::bad_alloc.
  */
-bool TakeOut(std::wstring_view stored, std::wstring_view name, std::wstring& others);
+bool TakeOut(const std::wstring& stored, std::wstring_view name, std::wstring& others);
 
 }  // namespace vtclass::agent
 

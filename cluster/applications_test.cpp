@@ -2,14 +2,12 @@
 // looks for, and removed again.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
-#include "platform/owned.h"
-#include "tests/support/eventually.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/test_service.h"
 #include "vtclass/cluster.h"
 #include "vtclass/net.h"
 
@@ -19,52 +17,10 @@ using namespace vtclass;
 using test::FakeCluster;
 using test::FakeClusterTable;
 using test::ImportHook;
+using test::TestService;
 
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
-
-// One registered service. Not `Usable` where a service of that name exists already, which the test
-// must leave alone, or this user may register none.
-class TestService {
- public:
-  explicit TestService(const std::wstring& name)
-      : manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
-    wchar_t path[MAX_PATH] = L"";
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const auto program = std::filesystem::path(path).replace_filename(L"cluster_test_service.exe");
-    if (!manager) return;
-    service.Reset(::CreateServiceW(manager.Get(), name.c_str(), nullptr, SERVICE_ALL_ACCESS,
-                                   SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-                                   SERVICE_ERROR_IGNORE, (L"\"" + program.native() + L"\"").c_str(),
-                                   nullptr, nullptr, nullptr, nullptr, nullptr));
-  }
-  ~TestService() {
-    SERVICE_STATUS status = {};
-    if (!service) return;
-    if (::ControlService(service.Get(), SERVICE_CONTROL_STOP, &status)) WaitFor(SERVICE_STOPPED);
-    EXPECT_TRUE(::DeleteService(service.Get()));
-  }
-
-  bool Usable() const { return static_cast<bool>(service); }
-  void Start() {
-    EXPECT_TRUE(::StartServiceW(service.Get(), 0, nullptr)) << ::GetLastError();
-    WaitFor(SERVICE_RUNNING);
-  }
-
- private:
-  void WaitFor(DWORD state) {
-    SERVICE_STATUS status = {};
-    EXPECT_TRUE(test::Eventually([&] {
-      EXPECT_TRUE(::QueryServiceStatus(service.Get(), &status)) << ::GetLastError();
-      return status.dwCurrentState == state;
-    })) << status.dwCurrentState;
-  }
-
-  platform::OwnedService manager;
-  platform::OwnedService service;
-};
-
-constexpr const char* kSkipped = "a service of that name exists already, or this user may add none";
 
 std::wstring asked;
 int open;
@@ -150,7 +106,7 @@ class Applications : public ::testing::Test {
 TEST_F(Applications, Sql_ServiceAndCluster) {
   std::optional<TestService> named(L"MSSQLServer$" + node);
   TestService sql(L"MSSQLServer");
-  if (!sql.Usable() || !named->Usable()) GTEST_SKIP() << kSkipped;
+  if (!sql.Usable() || !named->Usable()) GTEST_SKIP() << test::kNoService;
   EXPECT_EQ(Sql(node), "no");
   named->Start();
   EXPECT_EQ(Sql(node), "runs");
@@ -174,7 +130,8 @@ TEST_F(Applications, Sql_ServiceAndCluster) {
 
 TEST_F(Applications, Exchange_ServicesAndCluster) {
   TestService attendant(L"MSExchangeSA"), store(L"MSExchangeIS"), directory(L"MSExchangeDS");
-  if (!attendant.Usable() || !store.Usable() || !directory.Usable()) GTEST_SKIP() << kSkipped;
+  if (!attendant.Usable() || !store.Usable() || !directory.Usable())
+    GTEST_SKIP() << test::kNoService;
   store.Start();
   EXPECT_EQ(Exchange(node, false), "-0000") << "the system attendant does not run";
   attendant.Start();

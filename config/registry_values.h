@@ -303,6 +303,18 @@ inline constexpr RegistryValue kSessionWorkers = {
     {ValueKind::range, 0, 1, 64},
     {words::kAtBegin, words::kSession, "How many threads read and write.",
      "one for each processor, 8 at most"}};
+inline constexpr RegistryValue kSessionAccount = {
+    {kSessionKey, L"Account"},
+    {ValueKind::text},
+    {words::kAtBegin, words::kSession, "Whose the password below is.", "nothing; not stored"}};
+inline constexpr RegistryValue kSessionAccountPassword = {
+    {kSessionKey, L"Account Password"},
+    {ValueKind::text},
+    {words::kAtBegin, words::kSession,
+     "A sealed password (`vtctl credential seal`). The session tells whose it is, and warns when "
+     "it "
+     "does not open or is not sealed.",
+     "nothing; not stored"}};
 
 inline constexpr const RegistryValue* kMonitoredValues[] = {
     // In the order of SettingsMonitor's registrations.
@@ -359,7 +371,9 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kSessionReportLargeFiles,
     &kSessionLargestFiles,
     &kSessionReportLinks,
-    &kSessionWorkers};
+    &kSessionWorkers,
+    &kSessionAccount,
+    &kSessionAccountPassword};
 
 }  // namespace vtclass::config
 

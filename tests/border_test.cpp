@@ -86,6 +86,7 @@ namespace {
 using namespace vtclass::test;
 
 constexpr wchar_t kKey[] = L"Software\\Border";
+constexpr wchar_t kAgents[] = L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Engine\\Agents";
 constexpr wchar_t kLongText[] = L"a text that no string keeps inside itself";
 
 template <typename Text>
@@ -107,6 +108,7 @@ class Border : public testing::Test {
     const wchar_t items[] = L"the first item of the list\0the second item of the list\0";
     StoreValue(kKey, L"text", REG_SZ, kLongText, sizeof kLongText);
     StoreValue(kKey, L"list", REG_MULTI_SZ, items, sizeof items);
+    StoreValue(kAgents, L"Agent Directory List", REG_MULTI_SZ, items, sizeof items);
     MakeKey(std::wstring(kKey) + L"\\a subkey with a long name");
     MakeKey(std::wstring(kKey) + L"\\another subkey with a name");
     for (const wchar_t* database : {L"Pordex", L"VTDatabase"}) {
@@ -236,6 +238,16 @@ std::vector<Operation> RegistryOperations(Configuration& key) {
          const bool listed = key.Enum(kKey, names);
          EXPECT_EQ(names.size(), listed ? 3u : 1u);
          return listed && IsWhole(names[2]);
+       }},
+      {"advertisement",
+       [] {
+         AgentAdvConfig adv;
+         adv.Open(nullptr, nullptr, nullptr,
+                  Configuration::accessRead | Configuration::accessWrite);
+         std::vector<wcstring> servers(3);
+         const bool loaded = adv.GetMediaServerAdvList(servers) == 0;
+         EXPECT_EQ(servers.size(), loaded ? 2u : 0u);
+         return loaded && IsWhole(servers[1]) && adv.SetMyPublishedNamesList(servers) == 0;
        }},
       {"iterators",
        [&] {

@@ -35,7 +35,7 @@
  *
  * Threads: no locking; one object belongs to one thread at a time. Several objects, in any process,
  * may work on one key; but each change of a list reads, changes and writes the whole list, so that
- * of two that change one list at once the first may be lost.
+ * of two changes of one list at the same time one may be lost.
  */
 class AgentAdvConfig {
  public:
@@ -65,23 +65,23 @@ class AgentAdvConfig {
    * and `password` are not used for this machine. The connection serves the whole logon session,
    * not only this object.
    *
-   * The steps, of which the first that fails decides:
-   *   connection          accessDenied for the system's statuses of access, logon and credentials
-   *                       (5, 86, 1219, 1244, 1323 to 1331, 1385, 1793, 1807 to 1809, 1907, 2202),
-   *                       notReachable for all others
-   *   agents key          missing: otherVersion when the key of an agent of an older generation
-   *                       exists, else notInstalled; notInstalled for every other failure
-   *   installed version   of the product's keys "19.9\Install" down to "10.0\Install" the first
-   * that exists decides by its "Major Version": above 13 otherVersion, below olderVersion;
-   * notInstalled when there is none or it cannot be read service manager     accessDenied for 5,
-   * else notReachable agent's service     accessDenied for 5, notInstalled for 123 and 1060, else
-   * notReachable; notRunning unless its state can be asked for and is SERVICE_RUNNING and 8 when
-   * memory runs out. GetErrorCode then has the system's status for the failed step; the returned
-   * status itself, where the system has refused nothing.
+   * The first of these steps that fails decides:
+   * - the connection: accessDenied for the system's statuses of access, logon and credentials (5,
+   *   86, 1219, 1244, 1323 to 1331, 1385, 1793, 1807 to 1809, 1907, 2202), else notReachable
+   * - the agents key: where it is missing, otherVersion when the key of an agent of an older
+   *   generation exists, else notInstalled; for every other failure notInstalled
+   * - the installed version: of the product's keys "19.9\Install" down to "10.0\Install" the first
+   *   that exists decides by its "Major Version", which must be 13: above it otherVersion, below it
+   *   olderVersion; notInstalled where none exists, or it cannot be read
+   * - the service manager: accessDenied for 5, else notReachable
+   * - the agent's service: accessDenied for 5, notInstalled for 123 and 1060, else notReachable;
+   *   notRunning unless it tells that it runs
+   * And 8 when memory runs out. GetErrorCode has the system's status for the step that failed, and
+   * the returned status itself where the system has refused nothing.
    *
    * Contract: a failed Open keeps what it has opened until Close, the next Open or the destructor.
-   * Callers read and change the settings of an agent that is stopped (notRunning) or of another
-   * version; whoever gives up calls Close, or keeps a connection.
+   * Callers read and change the settings of an agent that is stopped (notRunning). Whoever gives up
+   * calls Close, or keeps a connection.
    *
    * Goes over the network, and can take the system's time-outs for a machine that does not answer.
    */
@@ -97,16 +97,16 @@ class AgentAdvConfig {
   VTCLASS_API unsigned long Close() noexcept;
 
   /*
-   * The status of the last failure, 0 before the first; successes leave it. Contract: questions
-   * (Is...), the three operations for changes below, and lists that were unreadable when a name was
-   * to be added or removed leave it too. Callers report what they asked for by it.
+   * The status of the last failure, 0 before the first; successes leave it. Questions (Is...),
+   * the three operations for changes below, and lists that could not be read when a name was to be
+   * added, found or removed leave it too.
    */
   unsigned long GetErrorCode() const noexcept { return errorCode; }
 
   /*
    * Switches. A question answers its default while the value is missing, is no number, or cannot be
-   * read for whatever reason, and never fails. Contract: the defaults differ on purpose. What
-   * nobody has set is on (advertising, discovery), and nothing is pending.
+   * read for whatever reason, and never fails. Contract: the defaults differ on purpose. Where
+   * nobody has set anything, advertising and discovery are on and nothing is pending.
    */
 
   /* "Advertising Disabled" is 0; true by default. */
@@ -158,9 +158,9 @@ class AgentAdvConfig {
    * is told (8), with nothing written. So a name that is added replaces a value of another type,
    * and, where the key was opened for writing only, the whole list: open it for both.
    *
-   * The flags are set in every case: alreadyPresent and present are false, notPresent is true until
-   * the name has been found. Contract: notPresent has the opposite sense of alreadyPresent, it is
-   * true when nothing was removed; callers rely on both.
+   * The flags are set in every case: alreadyPresent and present are false and notPresent is true
+   * unless the name has been found. Contract: notPresent has the opposite sense of alreadyPresent,
+   * it is true when nothing was removed; callers rely on both.
    */
   VTCLASS_API unsigned long AddPublishedNameToList(const wchar_t* name,
                                                    bool& alreadyPresent) noexcept;

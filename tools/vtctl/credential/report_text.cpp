@@ -15,10 +15,9 @@ struct FormText {
 };
 constexpr FormText kForms[] = {
     {L"nothing is stored", L"", nullptr},
-    {L"none: plain text, or a damaged seal", L"needs no opening", "plain"},
-    {L"ordinary", L"anybody, on any machine", "anybody"},
-    {L"bound to this machine", L"anybody on this machine, and nobody elsewhere",
-     "anybody-on-this-machine"},
+    {L"none: plain text, or a damaged seal", L"nobody needs to: who reads it has it", "plain"},
+    {L"ordinary", L"who reads it, on any machine", "anybody"},
+    {L"bound to this machine", L"who reads it, on this machine only", "anybody-on-this-machine"},
     {L"of a later version of the product", L"not known", nullptr}};
 
 const FormText& FormOf(const StoredCredential& credential) {
@@ -35,7 +34,7 @@ std::wstring SealText(const StoredCredential& credential) {
   }
   if (seal.form == SealForm::machineBound) {
     return text + (seal.opens ? L", opens"
-                              : L", does not open: damaged, or made on another machine; " +
+                              : L", does not open: damaged, or made on another machine: " +
                                     SystemText(seal.status));
   }
   return text;
@@ -62,9 +61,9 @@ std::wstring CredentialText(const CredentialKey& key, const StoredCredential& cr
   const auto add = [&text](const wchar_t* label, const std::wstring& words) {
     if (!words.empty()) text += L"    " + std::wstring(label) + words + L"\n";
   };
-  add(L"Seal:     ", SealText(credential));
-  if (credential.user) add(L"User:     ", Printable(*credential.user));
-  add(L"Opened by ", FormOf(credential).opener);
+  add(L"Seal:      ", SealText(credential));
+  if (credential.user) add(L"User:      ", Printable(*credential.user));
+  add(L"Opened by: ", FormOf(credential).opener);
   return text;
 }
 

@@ -6,6 +6,7 @@ namespace vtctl {
 class Command;
 
 /* Each says what a command takes and what it runs; main has them in one table. */
+void AddAdvCommand(Command& program);
 void AddAppsCommand(Command& program);
 void AddClusterCommand(Command& program);
 void AddConvertCommand(Command& program);

@@ -1,43 +1,91 @@
 #include "tools/vtctl/shared/secret.h"
 
+#include <string_view>
+
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/wait.h"
 
 namespace vtctl {
 namespace {
 
 // Characters of a terminal's line.
-constexpr DWORD kLineUnits = 16384;
+constexpr std::size_t kLineUnits = 16384;
 static_assert(kLineUnits * 3 <= Secret::kMost);
 
-struct TypedLine {
+class TypedLine {
+ public:
   TypedLine() = default;
   ~TypedLine() { ::SecureZeroMemory(units, sizeof units); }
   TypedLine(const TypedLine&) = delete;
   TypedLine& operator=(const TypedLine&) = delete;
 
+  void Add(wchar_t unit) {
+    if (count == kLineUnits) {
+      isTooLong = true;
+    } else {
+      units[count++] = unit;
+    }
+  }
+  // False when there is none.
+  bool DropLast() {
+    if (count == 0) return false;
+    if (IS_LOW_SURROGATE(units[--count]) && count > 0) --count;
+    return true;
+  }
+  std::wstring_view Text() const { return {units, count}; }
+  bool IsTooLong() const { return isTooLong; }
+
+ private:
   wchar_t units[kLineUnits];
-  DWORD count = 0;
+  std::size_t count = 0;
+  bool isTooLong = false;
 };
 
-// A terminal that reads whole lines and, where wanted, does not show them; as it was at the end.
-class LineMode {
+// A terminal that hands over keys as they are pressed, and shows none; as it was at the end.
+class KeyMode {
  public:
-  LineMode(HANDLE console, DWORD mode, bool isShown) : console(console), before(mode) {
-    mode |= ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT;
-    constexpr DWORD kEcho = ENABLE_ECHO_INPUT;
-    ::SetConsoleMode(console, isShown ? mode | kEcho : mode & ~kEcho);
+  KeyMode(HANDLE console, DWORD mode) : console(console), before(mode) {
+    ::SetConsoleMode(console, ENABLE_PROCESSED_INPUT);  // Ctrl+C stays an interrupt
   }
-  ~LineMode() { ::SetConsoleMode(console, before); }
-  LineMode(const LineMode&) = delete;
-  LineMode& operator=(const LineMode&) = delete;
+  ~KeyMode() { ::SetConsoleMode(console, before); }
+  KeyMode(const KeyMode&) = delete;
+  KeyMode& operator=(const KeyMode&) = delete;
 
  private:
   HANDLE console;
   DWORD before;
 };
+
+// The character of a key press, 0 where it has none. One that is composed of digits comes when Alt
+// is released.
+wchar_t TypedUnit(const INPUT_RECORD& record) {
+  const KEY_EVENT_RECORD& key = record.Event.KeyEvent;
+  if (record.EventType != KEY_EVENT || (!key.bKeyDown && key.wVirtualKeyCode != VK_MENU)) return 0;
+  return key.uChar.UnicodeChar;
+}
+
+// Up to the Enter key. Reading a whole line at once would not end at Ctrl+C everywhere.
+WaitEnd ReadKeys(HANDLE console, bool isShown, TypedLine& line) {
+  for (;;) {
+    const WaitEnd end = WaitFor(console, INFINITE);
+    if (end != WaitEnd::signalled) return end;
+    INPUT_RECORD record = {};
+    DWORD count = 0;
+    if (!::ReadConsoleInputW(console, &record, 1, &count)) return WaitEnd::failed;
+    const wchar_t unit = TypedUnit(record);
+    if (unit == L'\r' || unit == L'\n') return WaitEnd::signalled;
+    if (unit == L'\b') {
+      if (line.DropLast() && isShown) PrintError(L"\b \b");
+    } else if (unit != 0) {
+      line.Add(unit);
+      if (isShown) PrintError(Printable({&unit, 1}));
+    }
+  }
+}
 
 int NotReadable(DWORD error) {
   return Fail(kExitNoInput, L"Standard input cannot be read: " + SystemText(error));
@@ -49,34 +97,34 @@ int TooLong() {
                                  std::to_wstring(kLineUnits) + L" characters.");
 }
 
-bool DropLineEnd(std::string& text) {
-  if (!text.ends_with('\n')) return false;
+void DropLineEnd(std::string& text) {
+  if (!text.ends_with('\n')) return;
   text.pop_back();
   if (text.ends_with('\r')) text.pop_back();
-  return true;
 }
 
-// Ctrl+C ends the reading before the mark of an interrupt need be there.
 int ReadLine(HANDLE console, DWORD mode, const wchar_t* prompt, bool isShown, Secret& secret) {
   TypedLine line;
   PrintError(prompt);
-  BOOL isRead = FALSE;
+  WaitEnd end;
   DWORD error = ERROR_SUCCESS;
   {
-    const LineMode lineMode(console, mode, isShown);
-    ::SetLastError(ERROR_SUCCESS);
-    isRead = ::ReadConsoleW(console, line.units, kLineUnits, &line.count, nullptr);
+    const KeyMode keys(console, mode);
+    end = ReadKeys(console, isShown, line);
     error = ::GetLastError();
   }
-  if (!isShown) PrintError(L"\n");
-  if (Interrupted() || error == ERROR_OPERATION_ABORTED) return kExitCancelled;
-  if (!isRead) return NotReadable(error);
+  PrintError(L"\n");
+  if (end == WaitEnd::interrupted) return kExitCancelled;
+  if (end == WaitEnd::failed) return NotReadable(error);
+  if (line.IsTooLong()) return TooLong();
+  const std::wstring_view text = line.Text();
   secret.text.resize(Secret::kMost);
+  // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
   const int bytes =
-      ::WideCharToMultiByte(CP_UTF8, 0, line.units, static_cast<int>(line.count),
+      ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
                             secret.text.data(), static_cast<int>(Secret::kMost), nullptr, nullptr);
   secret.text.resize(static_cast<std::size_t>(bytes));
-  return DropLineEnd(secret.text) || line.count < kLineUnits ? kExitClean : TooLong();
+  return kExitClean;
 }
 
 int ReadTwice(HANDLE console, DWORD mode, const SecretQuestion& question, Secret& secret) {

@@ -9,10 +9,9 @@ using vtclass::border::ListSink;
 using vtclass::platform::StatusOf;
 
 unsigned long AgentAdvConfig::ReadList(List list, ListSink out) noexcept {
-  const RegistryValue& value = list == List::mediaServers ? kMediaServers
-                               : list == List::purge      ? kPurgeServers
-                                                          : kPublishedNames;
-  const bool isRead = config.LoadList(value.name, out);
+  // In the order of List.
+  constexpr const RegistryValue* values[] = {&kMediaServers, &kPurgeServers, &kPublishedNames};
+  const bool isRead = config.LoadList(values[static_cast<std::size_t>(list)]->name, out);
   return isRead || config.GetErrorCode() == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : Finished(false);
 }
 

@@ -328,7 +328,7 @@ TEST(AgentAdvConfigOpen, WantOfMemory_IsTold) {
   for (long n = 1;; ++n) {
     Allocations allocations;
     allocations.FailAt(n);
-    const unsigned long status = OpenThere(adv);
+    const unsigned long status = adv.Open(L"a-long-server-name", nullptr, nullptr, kReadWrite);
     EXPECT_EQ(status, allocations.Failed() ? DWORD{ERROR_NOT_ENOUGH_MEMORY} : 0) << n;
     if (!allocations.Failed()) break;
     EXPECT_EQ(adv.GetErrorCode(), DWORD{ERROR_NOT_ENOUGH_MEMORY}) << n;

@@ -53,6 +53,7 @@ Scene* scene;
 
 std::vector<wcstring> Names(int count) {
   std::vector<wcstring> names;
+  names.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) names.emplace_back(L"media-server-" + std::to_wstring(1000 + i));
   return names;
 }

@@ -54,13 +54,11 @@ inline constexpr ProductKey kAgentsKey = {
     VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
     "How the agent advertises this machine to media servers. Nothing missing is stored."};
 
-#define VTCLASS_INSTALLED_VERSION "13.0"
-inline constexpr wchar_t kInstalledVersion[] = L"" VTCLASS_INSTALLED_VERSION;
 inline constexpr ProductKey kInstallKey = {
-    VTCLASS_UNDER_ROOTS("\\" VTCLASS_INSTALLED_VERSION "\\Install"),
+    VTCLASS_UNDER_ROOTS("\\13.0\\Install"),
     "The installed product; the number in the path is its version. Of the keys for 19.9 down to "
-    "10.0 "
-    "the first that exists counts. The product only reads it."};
+    "10.0 the first that exists counts. The product only reads it."};
+inline constexpr wchar_t kInstalledVersion[] = L"13.0"; /* in that path */
 
 /* Of agents of an older generation, one after another. */
 inline constexpr const wchar_t* kOlderAgentKeys[] = {

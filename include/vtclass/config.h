@@ -221,7 +221,7 @@ class Configuration {
   VTCLASS_API bool AppendSubkeys(const wchar_t* subkey,
                                  const vtclass::border::ListSink& names) noexcept;
 
-  /* Its lists are worked on as they are stored. */
+  /* For lists that are worked on as they are stored; inside the library. */
   friend class AgentAdvConfig;
   bool LoadStored(const wchar_t* name, std::wstring& out) noexcept;
 

@@ -59,8 +59,7 @@ std::vector<std::string> Words() {
 int main() {
   try {
     CatchInterrupts();
-    const int code = RunCommandLine(kText, kCommands, Words());
-    return OutputIsLost() ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
+    return EndCode(RunCommandLine(kText, kCommands, Words()));
   } catch (const std::bad_alloc&) {
     PrintError(L"vtctl: There is not enough memory to go on.\n");
   } catch (const std::exception& error) {

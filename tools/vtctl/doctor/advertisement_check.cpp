@@ -4,9 +4,7 @@
 
 #include <algorithm>
 
-#include "config/product_keys.h"
 #include "tools/vtctl/doctor/checks.h"
-#include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
@@ -56,46 +54,48 @@ Finding JudgeAgent(const AdvertisementState& state) {
           .status = state.status == 0 ? 0 : state.error};
 }
 
-std::wstring Servers(const AdvertisementState& state) {
+std::wstring Joined(const std::vector<wcstring>& names) {
   constexpr size_t kMostShown = 5;
   std::wstring text;
-  for (size_t i = 0; i < std::min(state.servers.size(), kMostShown); ++i) {
-    text += (i == 0 ? L"" : L", ") + state.servers[i];
+  for (size_t i = 0; i < std::min(names.size(), kMostShown); ++i) {
+    text += (i == 0 ? L"" : L", ") + names[i];
   }
-  const size_t more = state.servers.size() - std::min(state.servers.size(), kMostShown);
+  const size_t more = names.size() - std::min(names.size(), kMostShown);
   return more == 0 ? text : text + L" and " + std::to_wstring(more) + L" more";
 }
 
-Finding JudgeServers(const AdvertisementState& state) {
-  if (state.listError != 0) {
+Finding JudgeServers(const AdvSettings& settings) {
+  if (settings.mediaServers.error != 0) {
     return {.verdict = Verdict::warning,
             .code = "advertisement-unreadable",
-            .what = L"The list of media servers cannot be read: " + SystemText(state.listError),
+            .what = L"The list of media servers cannot be read: " +
+                    SystemText(settings.mediaServers.error),
             .reason = L"Agents take it for empty.",
             .remedy =
                 L"See whether the value \"Agent Directory List\" is a REG_MULTI_SZ that the "
                 L"agents' account may read.",
-            .status = state.listError};
+            .status = settings.mediaServers.error};
   }
-  if (!state.isEnabled) {
+  if (!settings.isEnabled) {
     return {.verdict = Verdict::note,
             .code = "advertising-off",
             .what = L"The agent does not advertise: \"Advertising Disabled\" is set.",
             .reason = L"Media servers that do not list this machine yet do not learn of it."};
   }
-  if (state.servers.empty()) {
-    return {.verdict = state.isDiscovered ? Verdict::note : Verdict::warning,
+  if (settings.mediaServers.names.empty()) {
+    return {.verdict = settings.isDiscoveryOn ? Verdict::note : Verdict::warning,
             .code = "no-media-server",
             .what = L"The agent has no media server to advertise to.",
-            .reason = state.isDiscovered
+            .reason = settings.isDiscoveryOn
                           ? L"Media servers have to discover this machine by themselves."
                           : L"Automatic discovery is off as well: no media server learns of it.",
             .remedy = L"Name a media server in the agent's settings."};
   }
   const std::wstring interval =
-      state.interval ? L" every " + std::to_wstring(*state.interval) + L" minutes" : L"";
-  return {.code = "advertises",
-          .what = L"The agent advertises to " + Servers(state) + interval + L"."};
+      settings.minutes ? L" every " + std::to_wstring(*settings.minutes) + L" minutes" : L"";
+  return {
+      .code = "advertises",
+      .what = L"The agent advertises to " + Joined(settings.mediaServers.names) + interval + L"."};
 }
 
 AdvertisementState AskAdvertisement() {
@@ -103,16 +103,7 @@ AdvertisementState AskAdvertisement() {
   AgentAdvConfig agent;
   state.status = agent.Open(nullptr, nullptr, nullptr, Configuration::accessRead);
   state.error = agent.GetErrorCode();
-  KeyHandle key;
-  state.hasSettings = key.Open({{HKEY_LOCAL_MACHINE, vtclass::config::kAgentsKey.Path()},
-                                L"",
-                                Configuration::access64BitView}) == ERROR_SUCCESS;
-  state.isEnabled = agent.IsAdvEnabled();
-  state.isDiscovered = agent.IsAutoDiscoveryEnabled();
-  state.isPurgePending = agent.IsPurgePending();
-  unsigned long minutes = 0;
-  if (agent.GetAdvertiseInterval(minutes) == ERROR_SUCCESS) state.interval = minutes;
-  state.listError = agent.GetMediaServerAdvList(state.servers);
+  state.settings = ReadSettings(agent);
   return state;
 }
 
@@ -120,9 +111,9 @@ AdvertisementState AskAdvertisement() {
 
 Findings JudgeAdvertisement(const AdvertisementState& state) {
   Findings findings = {JudgeAgent(state)};
-  if (!state.hasSettings) return findings;
-  findings.push_back(JudgeServers(state));
-  if (state.isPurgePending) {
+  if (!state.settings) return findings;
+  findings.push_back(JudgeServers(*state.settings));
+  if (state.settings->isPurgePending) {
     findings.push_back({.verdict = Verdict::note,
                         .code = "purge-pending",
                         .what = L"Media servers are still to be told to forget this machine.",

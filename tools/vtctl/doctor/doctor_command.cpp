@@ -1,6 +1,7 @@
 #include <vtclass/win32.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,8 +12,8 @@
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
-#include "vtclass/net.h"
 
 namespace vtctl {
 namespace {
@@ -34,22 +35,23 @@ constexpr const char* kFooter =
     "names no check, 130 interrupted: what was found until then is printed.";
 
 struct DoctorArguments : CommonArguments {
-  std::wstring only;
+  std::optional<std::wstring> only;
   unsigned seconds = 10;
 };
 
-// The rows that `only` names, in the order of the table; all of them when it is empty. What names
-// none goes to `unknown`.
-std::vector<CheckRow> Chosen(std::wstring_view only, std::wstring& unknown) {
+// The rows that `only` names, in the order of the table; without it all of them. What names none
+// goes to `unknown`.
+std::vector<CheckRow> Chosen(const std::optional<std::wstring>& chosen, std::wstring& unknown) {
   std::vector<CheckRow> rows(std::begin(kChecks), std::end(kChecks));
-  if (only.empty()) return rows;
+  if (!chosen) return rows;
+  const std::wstring_view only = *chosen;
   std::vector<std::string> names;
   for (size_t at = 0; at <= only.size();) {
     const size_t end = std::min(only.find(L',', at), only.size());
     const std::wstring name(only.substr(at, end - at));
     names.push_back(ToUtf8(name));
     if (std::ranges::find(rows, names.back(), &CheckRow::name) == rows.end())
-      unknown = L"\"" + name + L"\"";
+      unknown = L"\"" + Printable(name) + L"\"";
     at = end + 1;
   }
   std::erase_if(rows,
@@ -71,18 +73,19 @@ std::wstring ThisAccount() {
 }
 
 Header AskHeader() {
-  wcstring computer;
-  vtclass::GetComputerNameInString(computer);
+  // The system's own: it needs no companion.
+  wchar_t computer[MAX_COMPUTERNAME_LENGTH + 1] = {};
+  DWORD size = ARRAYSIZE(computer);
+  ::GetComputerNameW(computer, &size);
   return {IsoTime(), computer, ThisAccount(),
           KeyName({HKEY_LOCAL_MACHINE, vtclass::config::kProductRoot.Path()})};
 }
 
 // The process ends here when a check was left behind: that may hold what an orderly end waits for,
 // the loader's lock above all, and may use what such an end destroys.
-int EndWith(int code, const std::vector<CheckResult>& results) {
-  if (std::ranges::count(results, WaitEnd::timeOut, &CheckResult::end) == 0) return code;
-  if (OutputIsLost()) code = Fail(kExitCannotWrite, L"Standard output cannot be written.");
-  ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(code));
+int EndWith(int code, bool isCheckLeftBehind) {
+  if (isCheckLeftBehind)
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(EndCode(code)));
   return code;
 }
 
@@ -97,15 +100,18 @@ int Run(const DoctorArguments& arguments) {
   if (!arguments.json) Print(Text(header, columns));
   std::vector<CheckResult> results;
   bool isInterrupted = false;
+  bool isCheckLeftBehind = false;
   for (const CheckRow& row : rows) {
     CheckResult result = RunCheck(row, arguments.seconds * 1000);
     isInterrupted = result.end == WaitEnd::interrupted;
+    isCheckLeftBehind = isCheckLeftBehind || result.end != WaitEnd::signalled;
     if (isInterrupted) break;
     if (!arguments.json) Print(L"\n" + Text(result, columns, colours));
     results.push_back(std::move(result));
   }
   arguments.json ? PrintJson(ToJson(header, results)) : Print(L"\n" + Summary(results) + L"\n");
-  return EndWith(isInterrupted ? int{kExitCancelled} : ExitCodeOf(Worst(results)), results);
+  return EndWith(isInterrupted ? int{kExitCancelled} : ExitCodeOf(Worst(results)),
+                 isCheckLeftBehind);
 }
 
 }  // namespace

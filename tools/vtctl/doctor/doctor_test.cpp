@@ -9,6 +9,9 @@
 #include <stdexcept>
 
 #include "platform/owned.h"
+#include "tests/support/child_process.h"
+#include "tests/support/random_name.h"
+#include "tools/vtctl/doctor/libraries_check.h"
 #include "tools/vtctl/doctor/report.h"
 #include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
@@ -184,11 +187,51 @@ TEST(DoctorCommand, Only_AsksForSomeInTheOrderOfTheTable) {
   EXPECT_NE(run.Output().find("\nClock and time zone\n"), std::string::npos);
   EXPECT_EQ(run.Output().find("\nIdentity\n"), std::string::npos);
   EXPECT_LT(run.Output().find("Registry"), run.Output().find("Clock"));
-  for (const wchar_t* const names : {L"bogus", L"values,", L"values,bogus", L"Values"}) {
+  for (const wchar_t* const names : {L"", L"bogus", L"values,", L"values,bogus", L"Values"}) {
     VtctlRun wrong({L"doctor", L"--only", names});
     EXPECT_EQ(wrong.ExitCode(), kExitUsage) << ToUtf8(names);
     EXPECT_NE(wrong.ErrorOutput().find("is no check. There are keys, values,"), std::string::npos);
   }
+}
+
+// vtctl in a folder beside this program, with some of the product's libraries.
+class PartialInstallation {
+ public:
+  explicit PartialInstallation(const std::vector<std::wstring>& names) : names(names) {
+    ::CreateDirectoryW((beside + folder).c_str(), nullptr);
+    for (const std::wstring& name : names) {
+      EXPECT_TRUE(::CopyFileW((beside + name).c_str(), (beside + folder + name).c_str(), TRUE));
+    }
+  }
+  ~PartialInstallation() {
+    for (const std::wstring& name : names) ::DeleteFileW((beside + folder + name).c_str());
+    EXPECT_TRUE(::RemoveDirectoryW((beside + folder).c_str()));
+  }
+  PartialInstallation(const PartialInstallation&) = delete;
+  PartialInstallation& operator=(const PartialInstallation&) = delete;
+
+  std::wstring Program() const { return folder + L"vtctl_private.exe"; }
+
+ private:
+  const std::wstring file = LibraryFile();
+  const std::wstring beside = file.substr(0, file.rfind(L'\\') + 1);
+  const std::wstring folder = L"doctor-" + vtclass::test::RandomName() + L"\\";
+  const std::vector<std::wstring> names;
+};
+
+TEST(DoctorCommand, MissingCompanions_AreTold) {
+  const PartialInstallation partial({L"vtctl_private.exe", L"vtclass_mini.dll", L"vterrors.dll"});
+  vtclass::test::ChildProcess doctor(partial.Program(),
+                                     {L"doctor", L"--only", L"cluster,libraries"});
+  EXPECT_EQ(doctor.ExitCode(), kExitErrors) << doctor.ErrorOutput();
+  const std::string text = doctor.Output();
+  for (const char* const part : {"vtcluster.dll is missing.", "vtsocket.dll is missing.",
+                                 "This could not be looked at to the end."}) {
+    EXPECT_NE(text.find(part), std::string::npos) << text;
+  }
+  vtclass::test::ChildProcess cluster(partial.Program(), {L"cluster"});
+  EXPECT_EQ(cluster.ExitCode(), kExitInternal);
+  EXPECT_NE(cluster.ErrorOutput().find("vtcluster.dll cannot be loaded"), std::string::npos);
 }
 
 }  // namespace

@@ -2,11 +2,12 @@
 #include <vtclass/win32.h>
 
 #include <gtest/gtest.h>
+#include <sddl.h>
 
 #include <string>
 #include <vector>
 
-#include "config/registry_values.h"
+#include "platform/owned.h"
 #include "tests/support/private_registry.h"
 #include "tests/support/scratch_folder.h"
 #include "tools/vtctl/doctor/advertisement_check.h"
@@ -70,6 +71,33 @@ TEST(DoctorKeys, Judge) {
     EXPECT_EQ(finding.path, std::wstring(L"HKEY_LOCAL_MACHINE\\") + kRoot);
   }
   EXPECT_NE(JudgeKey(rows[0].state).what.find(L"Writers: Administrators."), std::wstring::npos);
+}
+
+TEST(DoctorKeys, EveryUser_IsFoundInTheAccessList) {
+  const struct {
+    const wchar_t* list;
+    bool mayChange, mayRead;
+  } rows[] = {{L"D:(A;;KA;;;BA)", false, false},
+              {L"D:(A;;KR;;;BU)(A;;KA;;;SY)", false, true},
+              {L"D:(A;;KA;;;AU)", true, true},
+              {L"D:(A;;GA;;;WD)", true, true},
+              {L"D:(A;;SD;;;IU)", true, false},
+              {L"D:(A;CIIO;KA;;;WD)", false, false},
+              {L"D:(D;;KA;;;BU)(A;;KA;;;WD)", false, false},
+              {L"D:(D;;SD;;;BU)(A;;KA;;;WD)", true, true}};
+  for (const auto& row : rows) {
+    vtclass::platform::OwnedLocalMemory memory;
+    ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorW(row.list, SDDL_REVISION_1,
+                                                                       memory.Receive(), nullptr))
+        << ToUtf8(row.list) << ::GetLastError();
+    BOOL isThere = FALSE;
+    BOOL isDefault = FALSE;
+    ACL* list = nullptr;
+    ASSERT_TRUE(::GetSecurityDescriptorDacl(memory.Get(), &isThere, &list, &isDefault));
+    EXPECT_EQ(LetsEveryUser(list, kChangeRights), row.mayChange) << ToUtf8(row.list);
+    EXPECT_EQ(LetsEveryUser(list, KEY_QUERY_VALUE), row.mayRead) << ToUtf8(row.list);
+  }
+  EXPECT_TRUE(LetsEveryUser(nullptr, kChangeRights));
 }
 
 TEST(DoctorKeys, Check_LooksBelowARootThatIsThere) {
@@ -429,20 +457,21 @@ TEST(DoctorAdvertisement, Judge) {
     Expect(findings[0], row.verdict, row.code);
   }
   AdvertisementState state;
-  state.hasSettings = true;
-  state.servers = {L"A", L"B", L"C", L"D", L"E", L"F"};
-  state.interval = 30;
+  AdvSettings& settings = state.settings.emplace();
+  settings.isEnabled = settings.isDiscoveryOn = true;
+  settings.mediaServers.names = {L"A", L"B", L"C", L"D", L"E", L"F"};
+  settings.minutes = 30;
   const Finding well = JudgeAdvertisement(state)[1];
   Expect(well, ok, "advertises");
   EXPECT_EQ(well.what, L"The agent advertises to A, B, C, D, E and 1 more every 30 minutes.");
-  state.servers.clear();
+  settings.mediaServers.names.clear();
   Expect(JudgeAdvertisement(state)[1], note, "no-media-server");
-  state.isDiscovered = false;
+  settings.isDiscoveryOn = false;
   Expect(JudgeAdvertisement(state)[1], warning, "no-media-server");
-  state.isEnabled = false;
+  settings.isEnabled = false;
   Expect(JudgeAdvertisement(state)[1], note, "advertising-off");
-  state.listError = ERROR_ACCESS_DENIED;
-  state.isPurgePending = true;
+  settings.mediaServers.error = ERROR_ACCESS_DENIED;
+  settings.isPurgePending = true;
   EXPECT_EQ(Codes(JudgeAdvertisement(state)), "agent-runs advertisement-unreadable purge-pending");
 }
 

@@ -71,7 +71,9 @@ Finding JudgeSwitch(const LogsState& state) {
             .code = "logs-unlimited",
             .what = L"Debug logs are on, and nothing limits them.",
             .reason = L"A log goes on in a further file every 20 MB, and none is deleted.",
-            .remedy = L"vtctl settings set \"MaxDebugFile Enabled\" 1"};
+            .remedy =
+                L"vtctl settings set \"MaxDebugFile Enabled\" 1. If it is 1 already, the check "
+                L"\"values\" names the value that stands against it."};
   }
   return {.code = "logs-on",
           .what = L"Debug logs are on, each of " + WithUnit(state.limits.maximum) + L" at most."};

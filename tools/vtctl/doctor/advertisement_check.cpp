@@ -89,7 +89,7 @@ Finding JudgeServers(const AdvSettings& settings) {
             .reason = settings.isDiscoveryOn
                           ? L"Media servers have to discover this machine by themselves."
                           : L"Automatic discovery is off as well: no media server learns of it.",
-            .remedy = L"Name a media server in the agent's settings."};
+            .remedy = L"vtctl adv add SERVER names one."};
   }
   const std::wstring interval =
       settings.minutes ? L" every " + std::to_wstring(*settings.minutes) + L" minutes" : L"";

@@ -1,6 +1,7 @@
 #include "tools/vtctl/doctor/credentials_check.h"
 
 #include "tools/vtctl/doctor/checks.h"
+#include "tools/vtctl/doctor/product_values.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
@@ -44,7 +45,7 @@ Finding JudgeReaders(const KeyAccess& readers, const std::wstring& key) {
   if (readers.error != 0) {
     return {.verdict = Verdict::warning,
             .code = "credential-readers-unknown",
-            .what = L"Who may read the credentials of " + key + L" cannot be told: " +
+            .what = L"Who may read the credentials of " + ShownKey(key) + L" cannot be told: " +
                     SystemText(readers.error),
             .reason = L"This account may not read the key's access list.",
             .remedy = kAsAgent,
@@ -53,7 +54,7 @@ Finding JudgeReaders(const KeyAccess& readers, const std::wstring& key) {
   }
   return {.verdict = Verdict::warning,
           .code = "credential-open-to-all",
-          .what = L"Every user of this machine may read the credentials of " + key + L".",
+          .what = L"Every user of this machine may read the credentials of " + ShownKey(key) + L".",
           .reason =
               L"The seal protects against a look, and not against somebody who has a copy of "
               L"the product.",
@@ -72,7 +73,8 @@ Findings JudgeCredentials(const CredentialReport& report) {
     for (const StoredCredential& credential : key.credentials) {
       if (credential.isText && credential.seal.form == SealForm::nothing) continue;
       isAnyStored = true;
-      findings.push_back(JudgeSeal(credential, L"\"" + credential.name + L"\" of " + key.name));
+      findings.push_back(
+          JudgeSeal(credential, L"\"" + credential.name + L"\" of " + ShownKey(key.name)));
       findings.back().path = key.name;
     }
     const bool isGuarded = key.readers.error == 0 && !key.readers.isEveryUser;
@@ -81,7 +83,7 @@ Findings JudgeCredentials(const CredentialReport& report) {
   for (const UnreadKey& key : report.unread) {
     findings.push_back({.verdict = Verdict::warning,
                         .code = "credential-key-unread",
-                        .what = key.name + L" could not be read, or not to its end" +
+                        .what = ShownKey(key.name) + L" could not be read, or not to its end" +
                                 (key.error == 0 ? L"." : L": " + SystemText(key.error)),
                         .reason = L"What credentials it holds is not known.",
                         .remedy = kAsAgent,

@@ -12,6 +12,7 @@
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
@@ -117,9 +118,11 @@ int Run(const DoctorArguments& arguments) {
 }  // namespace
 
 void AddDoctorCommand(Command& program) {
+  constexpr size_t kHelpColumns = 92;
+  const std::wstring checks = Wrapped(L"Checks: ", AllNames() + L".", 8, kHelpColumns);
   auto doctor = program.Add("doctor", "Look over everything that an agent needs on this machine",
-                            kFooter, Run);
-  doctor.Text("--only NAME[,NAME]", doctor->only, ("Only these of " + ToUtf8(AllNames())).c_str());
+                            (ToUtf8(checks) + "\n" + kFooter).c_str(), Run);
+  doctor.Text("--only NAME[,NAME]", doctor->only, "Only these checks");
   doctor.Count("--timeout SECONDS", doctor->seconds, "How long one check may take (10)", kSeconds);
   doctor.Json("One JSON object with everything");
 }

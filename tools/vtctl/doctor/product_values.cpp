@@ -49,8 +49,11 @@ std::vector<const ProductKey*> ProductKeys() {
 }
 
 std::wstring ShownKey(const std::wstring& path) {
-  constexpr std::wstring_view kFolder = L"" VTCLASS_PRODUCT_FOLDER "\\";
-  return path.starts_with(kFolder) ? path.substr(kFolder.size()) : path;
+  std::wstring_view shown = path;
+  for (const std::wstring_view part : {L"HKEY_LOCAL_MACHINE\\", L"" VTCLASS_PRODUCT_FOLDER "\\"}) {
+    if (shown.starts_with(part)) shown.remove_prefix(part.size());
+  }
+  return std::wstring(shown);
 }
 
 std::vector<StoredValue> ReadProductValues() {

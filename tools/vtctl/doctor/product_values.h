@@ -15,7 +15,8 @@ namespace vtctl::doctor {
 /* The keys that hold values, the product's root first. */
 std::vector<const vtclass::config::ProductKey*> ProductKeys();
 
-/* "Vantorel\Engine\Logging": a key below HKEY_LOCAL_MACHINE as people know it. */
+/* "Vantorel\Engine\Logging": a key below HKEY_LOCAL_MACHINE, named with that or without, as people
+ * know it. */
 std::wstring ShownKey(const std::wstring& path);
 
 /* A value of the table as it is stored. */

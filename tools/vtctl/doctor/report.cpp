@@ -83,7 +83,8 @@ int ExitCodeOf(Verdict worst) {
 
 std::wstring Text(const Header& header, std::size_t columns) {
   return Wrapped(L"",
-                 L"What agents find on " + Printable(header.computer) +
+                 L"What agents find on " +
+                     (header.computer.empty() ? L"this machine" : Printable(header.computer)) +
                      L", looked at by the account " + Printable(header.account) + L" at " +
                      header.time + L". The product's keys lie below " + header.root + L".",
                  0, columns);
@@ -119,7 +120,7 @@ Verdict Worst(const std::vector<CheckResult>& results) {
 
 Json ToJson(const Header& header, const std::vector<CheckResult>& results) {
   Json json = {{"time", ToUtf8(header.time)},
-               {"computer", ToUtf8(header.computer)},
+               {"computer", TextOrNull(header.computer)},
                {"account", TextOrNull(header.account)},
                {"root", ToUtf8(header.root)},
                {"severity", WordsOf(Worst(results)).word},

@@ -21,8 +21,8 @@ struct Header {
 
 std::wstring Text(const Header& header, std::size_t columns);
 
-/* One check over several lines of at most so many columns; only a word that is longer itself goes
- * beyond. Colours as the terminal takes them. */
+/* One check over several lines of fewer than so many columns; only a word that is longer itself
+ * goes beyond. Colours as the terminal takes them. */
 std::wstring Text(const CheckResult& result, std::size_t columns, bool colours);
 
 /* "1 problem, 2 warnings, 1 note, 14 ok." */

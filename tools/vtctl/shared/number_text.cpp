@@ -84,7 +84,7 @@ std::wstring Wrapped(const std::wstring& first, const std::wstring& text, size_t
     const size_t end = std::min(text.find(L' ', at), text.size());
     const std::wstring word = text.substr(at, end - at);
     const size_t width = ColumnsOf(word);
-    if (!isAtBegin && used + 1 + width > columns) {
+    if (!isAtBegin && used + 1 + width >= columns) {
       lines += L"\n" + std::wstring(indent, L' ');
       used = indent;
       isAtBegin = true;

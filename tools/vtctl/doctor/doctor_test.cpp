@@ -135,8 +135,8 @@ TEST(DoctorReport, Text_KeepsToTheColumns) {
             L"A row\n"
             L"  warning  A folder with a name of several words cannot be\n"
             L"           reached by this account.\n"
-            L"           Why: The component that keeps its debug log there\n"
-            L"                writes none of its lines.\n"
+            L"           Why: The component that keeps its debug log\n"
+            L"                there writes none of its lines.\n"
             L"           Do:  Make the folder, or delete the value:\xFFFD it\n"
             L"                is stored anew.\n");
   EXPECT_TRUE(Text(result, 59, false).starts_with(L"A row\n  ok  A folder with"));

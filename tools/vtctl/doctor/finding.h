@@ -9,6 +9,7 @@ namespace vtctl::doctor {
 /* From good to bad. A note is worth knowing and asks for nothing. */
 enum class Verdict { ok, note, warning, problem };
 
+// NOLINTBEGIN(readability-redundant-member-init): a finding names those members that it has
 /* One thing that was looked at. */
 struct Finding {
   Verdict verdict = Verdict::ok;
@@ -20,6 +21,7 @@ struct Finding {
   unsigned long status = 0; /* of the system, where it refused something */
 };
 
+// NOLINTEND(readability-redundant-member-init)
 using Findings = std::vector<Finding>;
 
 /* From so many milliseconds on an answer is a slow one. */

@@ -10,6 +10,7 @@
 
 namespace vtctl::doctor {
 
+// NOLINTBEGIN(readability-redundant-member-init): a folder that is missing has few members
 /* Where a component keeps its debug log, as it is stored and as it was found. */
 struct LogFolder {
   std::wstring value = {};      /* the value that holds the path */
@@ -21,6 +22,7 @@ struct LogFolder {
   uint64_t freeSpace = 0; /* for this account, in bytes */
 };
 
+// NOLINTEND(readability-redundant-member-init)
 struct LogsState {
   bool isOn = false;
   vtclass::log::SizeLimits limits;

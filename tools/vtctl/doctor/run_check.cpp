@@ -57,7 +57,7 @@ OwnedKernelObject Start(const std::shared_ptr<Running>& running) {
   unsigned id = 0;
   OwnedKernelObject thread = StartCallersThread<&RunHeld>(*share, 0, id);
   if (thread) share.release();  // NOLINT(bugprone-unused-return-value): it is the thread's now
-  return thread;
+  return thread;                // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): which deletes it
 }
 
 Finding TimedOut(DWORD milliseconds) {

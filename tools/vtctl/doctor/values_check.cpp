@@ -65,15 +65,14 @@ Finding Warning(const StoredValue& stored, const char* code) {
   return finding;
 }
 
-bool HasRightType(const StoredValue& stored) {
-  const Value& data = *stored.data;
+bool HasRightType(const StoredValue& stored, const Value& data) {
   if (!IsNumber(*stored.value)) return IsText(data.type) || data.type == REG_MULTI_SZ;
   return data.type == REG_DWORD && NumberOf(data);
 }
 
-Finding WrongType(const StoredValue& stored) {
+Finding WrongType(const StoredValue& stored, const Value& data) {
   Finding finding = Warning(stored, "value-wrong-type");
-  finding.what = Name(stored) + L" is a " + TypeName(stored.data->type) + L", not a " +
+  finding.what = Name(stored) + L" is a " + TypeName(data.type) + L", not a " +
                  RightType(*stored.value) + L".";
   finding.reason = L"One of another type counts as missing.";
   return finding;
@@ -93,14 +92,14 @@ Finding OutOfRange(const StoredValue& stored, unsigned long number) {
   return finding;
 }
 
-void JudgeNumber(const StoredValue& stored, Findings& findings) {
-  const auto number = static_cast<unsigned long>(*NumberOf(*stored.data));
+void JudgeNumber(const StoredValue& stored, const Value& data, Findings& findings) {
+  const auto number = static_cast<unsigned long>(NumberOf(data).value_or(stored.value->number));
   if (!IsInRange(*stored.value, number)) findings.push_back(OutOfRange(stored, number));
 }
 
 // Texts of which a rule says more than their type.
-void JudgeText(const StoredValue& stored, Findings& findings) {
-  const std::wstring text = TextOf(*stored.data);
+void JudgeText(const StoredValue& stored, const Value& data, Findings& findings) {
+  const std::wstring text = TextOf(data);
   const bool isLanguage = stored.value == &kLanguage && !text.empty();
   const bool isBadLanguage = isLanguage && !vtclass::log::IsLanguageCode(text);
   const bool isBadExtension =
@@ -160,12 +159,12 @@ Findings JudgeValues(const std::vector<StoredValue>& values) {
       if (IsFirstOfKey(values, stored)) findings.push_back(Unreadable(stored));
     } else if (!stored.data) {
       continue;
-    } else if (!HasRightType(stored)) {
-      findings.push_back(WrongType(stored));
+    } else if (!HasRightType(stored, *stored.data)) {
+      findings.push_back(WrongType(stored, *stored.data));
     } else if (!IsNumber(*stored.value)) {
-      JudgeText(stored, findings);
+      JudgeText(stored, *stored.data, findings);
     } else {
-      JudgeNumber(stored, findings);
+      JudgeNumber(stored, *stored.data, findings);
     }
   }
   JudgeSizes(values, findings);

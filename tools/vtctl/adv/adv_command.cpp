@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/owned.h"
-#include "tools/vtctl/adv/adv_settings.h"
 #include "tools/vtctl/adv/agent_state.h"
+#include "tools/vtctl/shared/adv_settings.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <string>
 
-#include "tools/vtctl/credential/report.h"
+#include "tools/vtctl/credential/report_text.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"

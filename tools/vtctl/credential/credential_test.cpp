@@ -8,7 +8,7 @@
 #include "platform/owned.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
-#include "tools/vtctl/credential/report.h"
+#include "tools/vtctl/credential/report_text.h"
 #include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "vtclass/crypto.h"
@@ -119,9 +119,9 @@ TEST(Credential, KeyReaders_AreThoseOfTheAccessList) {
     BOOL isDefault = FALSE;
     ACL* list = nullptr;
     ASSERT_TRUE(::GetSecurityDescriptorDacl(descriptor, &isPresent, &list, &isDefault));
-    EXPECT_EQ(LetsEveryUserRead(list), row.isEveryUser) << ToUtf8(row.list);
+    EXPECT_EQ(LetsEveryUser(list, KEY_QUERY_VALUE), row.isEveryUser) << ToUtf8(row.list);
   }
-  EXPECT_TRUE(LetsEveryUserRead(nullptr));
+  EXPECT_TRUE(LetsEveryUser(nullptr, KEY_QUERY_VALUE));
 }
 
 void StoreText(const std::wstring& key, const std::wstring& name, const std::wstring& text) {

@@ -1,5 +1,5 @@
-// How the report reads.
-#include "tools/vtctl/credential/report.h"
+#include "tools/vtctl/credential/report_text.h"
+
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
@@ -40,7 +40,7 @@ std::wstring SealText(const StoredCredential& credential) {
   return text;
 }
 
-std::wstring ReadersText(const KeyReaders& readers) {
+std::wstring ReadersText(const KeyAccess& readers) {
   if (readers.error != 0) return L"cannot be told: " + SystemText(readers.error);
   if (readers.isEveryUser) return L"every user of this machine";
   if (readers.names.empty()) return L"nobody";
@@ -94,7 +94,7 @@ std::wstring Summary(const CredentialReport& report) {
 
 Json ToJson(const CredentialKey& key, const StoredCredential& credential) {
   const OpenedSeal& seal = credential.seal;
-  const KeyReaders& readers = key.readers;
+  const KeyAccess& readers = key.readers;
   Json names = Json::array();
   for (const std::wstring& name : readers.names) names.push_back(ToUtf8(name));
   const char* const openableBy = FormOf(credential).openableBy;

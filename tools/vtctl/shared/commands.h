@@ -14,6 +14,7 @@ void AddCredentialCommand(Command& program);
 void AddDatabaseCommand(Command& program);
 void AddDebugLogCommand(Command& program);
 void AddDigestCommand(Command& program);
+void AddDoctorCommand(Command& program);
 void AddHashCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 
+#include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
@@ -99,7 +100,9 @@ void PrintSecret(std::string_view bytes) {
   ::SecureZeroMemory(units.get(), bytes.size() * sizeof(wchar_t));
 }
 
-bool OutputIsLost() { return outputIsLost; }
+int EndCode(int code) {
+  return outputIsLost ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
+}
 
 void DropOutput() { outputIsDropped = true; }
 

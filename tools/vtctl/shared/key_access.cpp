@@ -1,4 +1,4 @@
-#include "tools/vtctl/credential/key_readers.h"
+#include "tools/vtctl/shared/key_access.h"
 
 #include <aclapi.h>
 #include <sddl.h>
@@ -13,13 +13,14 @@ namespace {
 
 constexpr DWORD kNameUnits = 257;
 
-// An entry that speaks of reading values.
+// An entry that speaks of some of the rights.
 struct Entry {
   bool allows;
+  DWORD rights;
   PSID account;
 };
 
-std::optional<Entry> EntryAt(ACL* list, DWORD index) {
+std::optional<Entry> EntryAt(ACL* list, DWORD index, DWORD wanted) {
   void* data = nullptr;
   if (!::GetAce(list, index, &data)) return std::nullopt;
   const auto* const header = static_cast<const ACE_HEADER*>(data);
@@ -31,14 +32,14 @@ std::optional<Entry> EntryAt(ACL* list, DWORD index) {
   GENERIC_MAPPING mapping = {KEY_READ, KEY_WRITE, KEY_EXECUTE, KEY_ALL_ACCESS};
   DWORD rights = entry->Mask;
   ::MapGenericMask(&rights, &mapping);
-  if (!(rights & KEY_QUERY_VALUE)) return std::nullopt;
-  return Entry{allows, &entry->SidStart};
+  if ((rights & wanted) == 0) return std::nullopt;
+  return Entry{allows, rights & wanted, &entry->SidStart};
 }
 
-std::vector<Entry> EntriesOf(ACL* list) {
+std::vector<Entry> EntriesOf(ACL* list, DWORD wanted) {
   std::vector<Entry> entries;
   for (DWORD i = 0; i < list->AceCount; ++i) {
-    if (const std::optional<Entry> entry = EntryAt(list, i)) entries.push_back(*entry);
+    if (const std::optional<Entry> entry = EntryAt(list, i, wanted)) entries.push_back(*entry);
   }
   return entries;
 }
@@ -69,31 +70,33 @@ std::wstring NameOf(PSID account) {
 
 }  // namespace
 
-bool LetsEveryUserRead(ACL* list) {
+bool LetsEveryUser(ACL* list, DWORD rights) {
   if (!list) return true;
-  for (const Entry& entry : EntriesOf(list)) {
-    if (IsOfEveryUser(entry.account)) return entry.allows;
+  DWORD refused = 0;
+  for (const Entry& entry : EntriesOf(list, rights)) {
+    if (!IsOfEveryUser(entry.account)) continue;
+    if (entry.allows && (entry.rights & ~refused) != 0) return true;
+    refused |= entry.rights;
   }
   return false;
 }
 
-KeyReaders ReadersOf(HKEY key) {
-  KeyReaders readers;
+KeyAccess AccessTo(HKEY key, DWORD rights) {
+  KeyAccess access;
   ACL* list = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  readers.error = ::GetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr,
-                                    nullptr, &list, nullptr, &descriptor);
-  if (readers.error != ERROR_SUCCESS) return readers;
+  access.error = ::GetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr,
+                                   nullptr, &list, nullptr, &descriptor);
+  if (access.error != ERROR_SUCCESS) return access;
   const vtclass::platform::OwnedLocalMemory memory(descriptor);
-  readers.isEveryUser = LetsEveryUserRead(list);
-  if (!list) return readers;
-  for (const Entry& entry : EntriesOf(list)) {
+  access.isEveryUser = LetsEveryUser(list, rights);
+  if (!list) return access;
+  for (const Entry& entry : EntriesOf(list, rights)) {
     if (!entry.allows) continue;
     const std::wstring name = NameOf(entry.account);
-    if (std::ranges::find(readers.names, name) == readers.names.end())
-      readers.names.push_back(name);
+    if (std::ranges::find(access.names, name) == access.names.end()) access.names.push_back(name);
   }
-  return readers;
+  return access;
 }
 
 }  // namespace vtctl

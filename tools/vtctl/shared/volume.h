@@ -1,5 +1,5 @@
-#ifndef VTCLASS_TOOLS_VTCTL_VOLUMES_VOLUME_H
-#define VTCLASS_TOOLS_VTCTL_VOLUMES_VOLUME_H
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_VOLUME_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_VOLUME_H
 
 #include <cstdint>
 #include <optional>
@@ -38,6 +38,15 @@ struct VolumeList {
   std::vector<Volume> volumes;
   unsigned long error = 0; /* why the list ends early or never began */
 };
+
+/* Of a volume with so much of it occupied the end is near. */
+inline constexpr double kNearlyFull = 0.9;
+/* 0 to 1; 0 where nothing is known. */
+double OccupiedPart(const Volume& volume);
+
+/* With less than that for it, a job log may end early: each folder takes some 500 bytes of it, each
+ * warning as much, so that this is enough for 200,000 of them. */
+inline constexpr uint64_t kLeastLogSpace = 100 << 20;
 
 /* What is tried to find out whether a volume can be written. */
 enum class WriteTest {

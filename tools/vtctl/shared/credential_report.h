@@ -1,5 +1,5 @@
-#ifndef VTCLASS_TOOLS_VTCTL_CREDENTIAL_REPORT_H
-#define VTCLASS_TOOLS_VTCTL_CREDENTIAL_REPORT_H
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_CREDENTIAL_REPORT_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_CREDENTIAL_REPORT_H
 
 #include <vtclass/win32.h>
 
@@ -7,9 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/vtctl/credential/key_readers.h"
 #include "tools/vtctl/shared/exit_code.h"
-#include "tools/vtctl/shared/json.h"
+#include "tools/vtctl/shared/key_access.h"
 #include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/shared/seal.h"
 
@@ -26,7 +25,7 @@ struct StoredCredential {
 /* A key with credentials. */
 struct CredentialKey {
   std::wstring name;
-  KeyReaders readers;
+  KeyAccess readers;
   std::vector<StoredCredential> credentials;
 };
 
@@ -53,10 +52,6 @@ CredentialReport ReadCredentials();
  * read one, or who may is not known, or a key was not read. */
 ExitCode Severity(const CredentialKey& key, const StoredCredential& credential);
 ExitCode Severity(const CredentialReport& report);
-
-/* For people and for scripts; the secrets stand in neither. */
-std::wstring Text(const CredentialReport& report);
-Json ToJson(const CredentialReport& report);
 
 }  // namespace vtctl
 

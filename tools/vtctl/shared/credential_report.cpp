@@ -1,4 +1,4 @@
-#include "tools/vtctl/credential/report.h"
+#include "tools/vtctl/shared/credential_report.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,8 +38,6 @@ bool NamesAUser(const std::wstring& name) {
   return !NamesASecret(name) && PlaceOf(kUserWords, name) != std::wstring::npos;
 }
 
-bool IsText(const Value& value) { return value.type == REG_SZ || value.type == REG_EXPAND_SZ; }
-
 bool IsNumber(const Value& value) {
   return value.type == REG_DWORD || value.type == REG_DWORD_BIG_ENDIAN || value.type == REG_QWORD;
 }
@@ -59,7 +57,7 @@ std::optional<std::wstring> UserOf(const std::wstring& secret,
   const std::wstring beginning = Lower(secret.substr(0, PlaceOf(kSecretWords, secret)));
   std::vector<const Value*> users;
   for (const auto& [name, value] : values) {
-    if (!NamesAUser(name) || !IsText(value)) continue;
+    if (!NamesAUser(name) || !IsText(value.type)) continue;
     if (Lower(name.substr(0, PlaceOf(kUserWords, name))) == beginning) return UserIn(value);
     // "Account Password" is of "Account".
     if (beginning.starts_with(Lower(name))) return UserIn(value);
@@ -81,7 +79,8 @@ void ReadTree(const KeyPath& path, CredentialReport& report) {
   if (contents.unreadable != 0) report.unread.push_back({KeyName(path)});
   std::vector<StoredCredential> credentials = CredentialsAmong(contents.values);
   if (!credentials.empty()) {
-    report.keys.push_back({KeyName(path), ReadersOf(key.Get()), std::move(credentials)});
+    report.keys.push_back(
+        {KeyName(path), AccessTo(key.Get(), KEY_QUERY_VALUE), std::move(credentials)});
   }
   for (const std::wstring& name : contents.subkeys) {
     ReadTree({path.root, path.subkey + L"\\" + name}, report);
@@ -94,8 +93,8 @@ std::vector<StoredCredential> CredentialsAmong(const std::map<std::wstring, Valu
   std::vector<StoredCredential> credentials;
   for (const auto& [name, value] : values) {
     const bool isNamed = NamesASecret(name) && !IsNumber(value);
-    if (!isNamed && !IsText(value)) continue;
-    StoredCredential credential = {name, IsText(value), {}, {}};
+    if (!isNamed && !IsText(value.type)) continue;
+    StoredCredential credential = {name, IsText(value.type), {}, {}};
     Secret secret;
     if (credential.isText) credential.seal = OpenSeal(ToUtf8(TextOf(value)), secret);
     const SealForm form = credential.seal.form;

@@ -1,4 +1,4 @@
-#include "tools/vtctl/adv/adv_settings.h"
+#include "tools/vtctl/shared/adv_settings.h"
 
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/printable.h"

@@ -1,4 +1,4 @@
-#include "tools/vtctl/volumes/volume.h"
+#include "tools/vtctl/shared/volume.h"
 
 #include <vtclass/win32.h>
 
@@ -144,6 +144,11 @@ void Collect(WriteTest test, VolumeList& list) {
 
 bool IsMissed(const Volume& volume) {
   return !volume.IsReached() && volume.type != Volume::removable && volume.type != Volume::cdRom;
+}
+
+double OccupiedPart(const Volume& volume) {
+  if (volume.totalSpace == 0) return 0;
+  return static_cast<double>(volume.occupiedSpace) / static_cast<double>(volume.totalSpace);
 }
 
 VolumeList ListVolumes(WriteTest test) {

@@ -101,8 +101,8 @@ unsigned long Open(std::string_view seal, SystemBlob& text) {
   std::string bytes(DisarmedLength(seal.size()), '\0');
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the count of bytes tells its length
   BestArmour().decode(seal.data(), bytes.size(), reinterpret_cast<std::uint8_t*>(bytes.data()));
-  // Each seal has one spelling. Other characters, and bits of the last one that no byte shows, would
-  // change unnoticed.
+  // Each seal has one spelling. Other characters, and bits of the last one that no byte shows,
+  // would change unnoticed.
   if (Armoured(bytes) != seal) return ERROR_INVALID_DATA;
   return Unprotect(bytes, text);
 }

@@ -49,8 +49,9 @@ class BoundFunction<Result WINAPI(Arguments...)> {
     if (!module) return nullptr;
     bound = std::bit_cast<Address>(::GetProcAddress(module, function));
     if (!bound) {
+      const DWORD reason = ::GetLastError();
       ::FreeLibrary(module);
-      ::SetLastError(ERROR_PROC_NOT_FOUND);
+      ::SetLastError(reason);
       return nullptr;
     }
     address.store(bound, std::memory_order_release);

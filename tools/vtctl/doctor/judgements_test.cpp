@@ -398,7 +398,7 @@ TEST(DoctorClock, Judge) {
   };
   EXPECT_EQ(codes(kNow - kDay, kNow + 1, 0), "clock-plausible zone-known 0");
   EXPECT_EQ(codes(kNow + 2 * kDay, kNow, 0), "clock-too-early zone-known 2");
-  EXPECT_EQ(codes(kNow - 31 * 365 * kDay, kNow, 0), "clock-too-late zone-known 2");
+  EXPECT_EQ(codes(kNow - 31LL * 365 * kDay, kNow, 0), "clock-too-late zone-known 2");
   EXPECT_EQ(codes(0, kNow - 3600, 0), "clock-plausible zone-of-run-time-differs 1");
   EXPECT_EQ(codes(0, std::nullopt, 0), "clock-plausible zone-of-run-time-differs 1");
   EXPECT_EQ(codes(0, kNow, ERROR_FILE_NOT_FOUND), "clock-plausible zone-unknown 2");

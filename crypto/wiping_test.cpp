@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "crypto/fixed_values.h"
 #include "tests/support/allocations.h"

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sddl.h>
 
-#include <array>
 #include <functional>
 #include <set>
 #include <tuple>

@@ -470,12 +470,8 @@ TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDe
 TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater) {
   Begin();
   const void* cookie = nullptr;
-  for (long n = 1; !cookie; ++n) {
-    Allocations allocations;
-    allocations.FailAt(n);
-    cookie = monitor->VtmRegisterLogPath(&Subscriber::OnText, &first);
-    EXPECT_EQ(cookie == nullptr, allocations.Failed()) << n;
-  }
+  TryEachAllocation([&] { cookie = monitor->VtmRegisterLogPath(&Subscriber::OnText, &first); },
+                    [&](bool failed) { EXPECT_EQ(cookie == nullptr, failed); });
   for (long n = 1; n < 6; ++n) {
     const std::wstring text = L"C:\\a folder with a long name " + std::to_wstring(n);
     Allocations allocations;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include "crypto/vectors.h"
 #include "tests/support/allocations.h"

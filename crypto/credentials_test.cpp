@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include "crypto/armour.h"
 #include "crypto/vectors.h"

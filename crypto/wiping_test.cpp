@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "crypto/fixed_values.h"
 #include "tests/support/allocations.h"
@@ -18,8 +17,8 @@
 // they are freed, and the stack below its caller.
 namespace {
 
-using vtclass::test::Allocations;
 using vtclass::test::ImportHook;
+using vtclass::test::TryEachAllocation;
 
 // Each eight bytes of one of these betray it.
 constexpr std::string_view kSecret =
@@ -172,12 +171,7 @@ TEST_F(Wiping, NothingIsLeftBehind) {
 
 TEST_F(Wiping, NothingIsLeftBehind_WhenMemoryRunsOut) {
   for (const Operation& operation : kOperations) {
-    for (long n = 1;; ++n) {
-      Allocations allocations;
-      allocations.FailAt(n);
-      Watch(operation);
-      if (!allocations.Failed()) break;
-    }
+    TryEachAllocation([&] { Watch(operation); }, [](bool) {});
   }
 }
 

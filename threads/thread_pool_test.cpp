@@ -4,7 +4,6 @@
 #include <process.h>
 
 #include <atomic>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -101,32 +100,6 @@ TEST_F(Pool, PostingWaitsForNoDestructor) {
     Post(second, [] {}, [&] { inSecond.Open(), inThird.Passed(), Post(first, [] {}); });
     EXPECT_TRUE(Eventually(&AllAreDead));
   }
-}
-
-TEST_F(Pool, ChainPostedByDestructors_PilesUpNoThreads) {
-  // Workers that were started and not yet destroyed, by the handles of their threads.
-  std::atomic<int> unreaped = 0, mostUnreaped = 0;
-  const auto starts = Replace<decltype(::_beginthreadex)>("_beginthreadex", [&](auto... all) {
-    const int now = ++unreaped;
-    if (now > mostUnreaped) mostUnreaped = now;
-    return ::_beginthreadex(all...);
-  });
-  const auto closes = Replace<decltype(::CloseHandle)>("CloseHandle", [&](HANDLE handle) {
-    if (::GetThreadId(handle) != 0) --unreaped;
-    return ::CloseHandle(handle);
-  });
-  {
-    ThreadPool pool(1, 0, kNoCom);
-    int left = 1000;
-    const std::function<void()> next = [&] {
-      if (--left > 0) Post(pool, [] {}, next);
-    };
-    next();
-    EXPECT_TRUE(Eventually(&AllAreDead));
-    EXPECT_EQ(left, 0);
-  }
-  EXPECT_EQ(unreaped, 0);
-  EXPECT_LT(mostUnreaped, 100);
 }
 
 // Throws where it is told to.

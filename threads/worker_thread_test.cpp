@@ -8,7 +8,6 @@
 #include <bit>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/support/allocations.h"

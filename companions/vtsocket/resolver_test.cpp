@@ -1,5 +1,4 @@
 #include <cstdarg>
-#include <functional>
 #include <optional>
 #include <thread>
 

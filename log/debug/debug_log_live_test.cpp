@@ -1,5 +1,4 @@
 #include <functional>
-#include <thread>
 
 #include "platform/owned.h"
 #include "tests/support/allocations.h"

@@ -15,7 +15,7 @@ namespace {
 
 constexpr long long kDay = 86400;
 // A clock that runs so long after the library was written is not believed.
-constexpr long long kLongestLife = 30 * 365 * kDay;
+constexpr long long kLongestLife = 30LL * 365 * kDay;
 // The clock goes on while both are asked.
 constexpr long long kSameTime = 2;
 

@@ -35,6 +35,14 @@ StoredValue Read(const RegistryValue& value, const std::wstring& path) {
   return stored;
 }
 
+// Null when nothing is stored, or it cannot be read. Of several the first.
+const Value* StoredIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
+  for (const StoredValue& stored : values) {
+    if (stored.value == &value) return stored.data ? &*stored.data : nullptr;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 std::vector<const ProductKey*> ProductKeys() {
@@ -73,9 +81,9 @@ std::vector<StoredValue> ReadProductValues() {
 }
 
 unsigned long NumberIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
-  const auto at = std::ranges::find(values, &value, &StoredValue::value);
-  const bool isNumber = at != values.end() && at->data && at->data->type == REG_DWORD;
-  const auto number = isNumber ? NumberOf(*at->data) : std::nullopt;
+  const Value* const stored = StoredIn(values, value);
+  const bool isNumber = stored && stored->type == REG_DWORD;
+  const auto number = isNumber ? NumberOf(*stored) : std::nullopt;
   return static_cast<unsigned long>(number.value_or(value.number));
 }
 
@@ -87,8 +95,8 @@ vtclass::log::SizeSettings SizeSettingsIn(const std::vector<StoredValue>& values
 }
 
 std::wstring TextIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
-  const auto at = std::ranges::find(values, &value, &StoredValue::value);
-  if (at != values.end() && at->data && IsText(at->data->type)) return TextOf(*at->data);
+  const Value* const stored = StoredIn(values, value);
+  if (stored && IsText(stored->type)) return TextOf(*stored);
   return value.text ? value.text : L"";
 }
 

@@ -175,14 +175,16 @@ TEST_F(Wiping, NothingIsLeftBehind_WhenMemoryRunsOut) {
   }
 }
 
+// Not inlined: the area would lie in its caller's frame.
+__attribute__((noinline)) void LeaveOnTheStack() {
+  volatile char area[64];
+  for (std::size_t i = 0; i < sizeof area; ++i) area[i] = kSecret[i];
+}
+
 // The looking itself sees what is there.
 TEST_F(Wiping, WhatIsLeftBehind_IsSeen) {
-  const auto leave = +[] {
-    volatile char area[64];
-    for (std::size_t i = 0; i < sizeof area; ++i) area[i] = kSecret[i];
-  };
   CoverStack();
-  leave();
+  LeaveOnTheStack();
   EXPECT_TRUE(StackHolds());
   Free(std::memcpy(std::malloc(64), secret, 64));
   EXPECT_STREQ(expose, "a block of the heap");

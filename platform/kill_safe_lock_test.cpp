@@ -49,8 +49,9 @@ DWORD WINAPI Pass(void* context) {
     guarded.inside = &self;  // over what a dead thread left
     for (int i = 0; i < 10; ++i) ::YieldProcessor();
     const Passer* const seen = guarded.inside;
-    // A thread can run for a moment more when its mutexes have already passed on.
-    if (seen != &self && !seen->isDying) ++guarded.intruders;
+    // A thread can run for a moment more when its mutexes have already passed on: as the intruder,
+    // or as who is intruded upon.
+    if (seen != &self && !seen->isDying && !self.isDying) ++guarded.intruders;
   }
 }
 

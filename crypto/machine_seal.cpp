@@ -12,6 +12,7 @@
 #include "crypto/wipe.h"
 #include "platform/bound_function.h"
 #include "platform/checked_cast.h"
+#include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "platform/owned.h"
 #include "vtclass/crypto.h"
@@ -19,9 +20,6 @@
 namespace vtclass::crypto {
 
 namespace {
-
-// '~' lies beyond the armour's characters. Another form of the seal gets another number.
-constexpr std::string_view kMark = "~1~";
 
 constinit platform::BoundFunction<decltype(::CryptProtectData)> protectData(L"crypt32.dll",
                                                                             "CryptProtectData",
@@ -59,12 +57,6 @@ DATA_BLOB Entropy() noexcept {
   return BlobOf(kMachineEntropy.data(), static_cast<DWORD>(kMachineEntropy.size()));
 }
 
-// Right behind a call that failed: it did, whatever the system tells.
-unsigned long Failure() noexcept {
-  const DWORD code = ::GetLastError();
-  return code == ERROR_SUCCESS ? ERROR_INVALID_DATA : code;
-}
-
 unsigned long Protect(std::string_view text, SystemBlob& sealed) noexcept {
   const auto size = platform::CheckedCast<DWORD>(text.size());
   if (!size) return ERROR_INVALID_PARAMETER;
@@ -73,7 +65,7 @@ unsigned long Protect(std::string_view text, SystemBlob& sealed) noexcept {
   const BOOL done =
       protectData(&in, nullptr, &entropy, nullptr, nullptr,
                   CRYPTPROTECT_LOCAL_MACHINE | CRYPTPROTECT_UI_FORBIDDEN, sealed.Receive());
-  return done ? ERROR_SUCCESS : Failure();
+  return done ? ERROR_SUCCESS : platform::FailureCode(ERROR_INVALID_DATA);
 }
 
 unsigned long Unprotect(std::string_view bytes, SystemBlob& text) noexcept {
@@ -83,7 +75,7 @@ unsigned long Unprotect(std::string_view bytes, SystemBlob& text) noexcept {
   DATA_BLOB entropy = Entropy();
   const BOOL done = unprotectData(&in, nullptr, &entropy, nullptr, nullptr,
                                   CRYPTPROTECT_UI_FORBIDDEN, text.Receive());
-  return done ? ERROR_SUCCESS : Failure();
+  return done ? ERROR_SUCCESS : platform::FailureCode(ERROR_INVALID_DATA);
 }
 
 // Throws std::bad_alloc.
@@ -96,8 +88,8 @@ std::string Armoured(std::string_view bytes) {
 
 // Throws std::bad_alloc.
 unsigned long Open(std::string_view seal, SystemBlob& text) {
-  if (!seal.starts_with(kMark)) return ERROR_INVALID_DATA;
-  seal.remove_prefix(kMark.size());
+  if (!seal.starts_with(kMachineMark)) return ERROR_INVALID_DATA;
+  seal.remove_prefix(kMachineMark.size());
   std::string bytes(DisarmedLength(seal.size()), '\0');
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the count of bytes tells its length
   BestArmour().decode(seal.data(), bytes.size(), reinterpret_cast<std::uint8_t*>(bytes.data()));
@@ -112,13 +104,13 @@ unsigned long Seal(std::string_view text, std::string& seal) {
   SystemBlob blob;
   const unsigned long status = Protect(text, blob);
   if (status != ERROR_SUCCESS) return status;
-  seal = std::string(kMark) + Armoured(blob.Text());
+  seal = std::string(kMachineMark) + Armoured(blob.Text());
   return ERROR_SUCCESS;
 }
 
 }  // namespace
 
-bool BeginsAsMachineSeal(std::string_view text) noexcept { return text.starts_with(kMark.front()); }
+
 
 bool OpenMachineSeal(std::string_view seal, char* out, std::size_t size) noexcept {
   SystemBlob text;

@@ -6,8 +6,14 @@
 
 namespace vtclass::crypto {
 
+/* What a machine-bound seal of this form begins with. '~' lies beyond the armour's characters;
+ * another form of the seal gets another number. */
+inline constexpr std::string_view kMachineMark = "~1~";
+
 /* True for what begins as a machine-bound seal does, of whatever form. No armour begins so. */
-bool BeginsAsMachineSeal(std::string_view text) noexcept;
+constexpr bool BeginsAsMachineSeal(std::string_view text) noexcept {
+  return text.starts_with(kMachineMark.front());
+}
 
 /* Opens one into `out`, which holds zeros; false, with zeros in all of it, where that fails, its
  * form is another than this library's, or the text is longer than `size` bytes. */

@@ -13,7 +13,7 @@ namespace vtclass::test {
 namespace {
 
 constexpr unsigned kProducers = 8;
-constexpr long kCallsOfProducer = 20000;
+constexpr long kCallsOfProducer = 4000;
 
 std::atomic<long> posted, runs, outOfOrder, twiceAtOnce;
 

@@ -12,10 +12,10 @@ target_link_libraries(vtclass_mini PRIVATE advapi32)
 
 vtclass_dll(vtclass_mini "${PROJECT_DESCRIPTION}")
 
-# The companions load at their first call: a host that never asks for a host's name or a cluster
-# does not pay for them. Imported plainly, they make loading this DLL five times as slow.
+# The companions load at their first call: a host that never asks for a host's name or a cluster and
+# never logs an account on does not pay for them. Imported plainly, they make loading this DLL five times as slow.
 # Only functions are imported from them.
-set(delayed vtsocket.dll vtcluster.dll)
+set(delayed vtsocket.dll vtcluster.dll vtstdutl.dll)
 if(MSVC)
   list(TRANSFORM delayed PREPEND /DELAYLOAD:)
 else()

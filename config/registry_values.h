@@ -158,7 +158,7 @@ inline constexpr RegistryValue kSdkDebugLevel = {
      "How much the SDK traces. The bits 2, 4 and 8, each only with those before it, stand for the "
      "levels 2, 3 and 4; otherwise the level is 1. Only a change of the level is told."}};
 
-// The keys of name resolution, of the product, of the Oracle agent.
+// The keys of name resolution, of the product, of the agents.
 inline constexpr RegistryValue kDnsQueryTimeOut = {
     {kTcpIpKey, L"DnsQueryTimeOut"},
     {ValueKind::number, 5000, 1000, 60000},
@@ -172,6 +172,13 @@ inline constexpr RegistryValue kLanguage = {
      "Two letters such as DE: the messages come from `vterrors_DE.dll` where that is installed, "
      "and the thread that loads them gets the language's locale.",
      "the texts of `vterrors.dll`"}};
+inline constexpr RegistryValue kLogonUserType = {
+    {kAgentsKey, L"LogonUserType"},
+    {ValueKind::number},
+    {"at each logon", "agents that act as a job's account",
+     "How the account is logged on, by the system's number, whatever it is: 2 interactive, 3 "
+     "network, 4 batch, 5 service, 7 unlock, 8 network in clear text, 9 new credentials.",
+     "4; on systems before version 6 it is 2"}};
 inline constexpr RegistryValue kOracleSid = {
     {kOracleAgentKey, L"SID"},
     {ValueKind::text},
@@ -289,6 +296,7 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kSGMonComponents,
     &kDnsQueryTimeOut,
     &kLanguage,
+    &kLogonUserType,
     &kOracleSid,
     &kOracleIsRac,
     &kOracleDbId,

@@ -64,6 +64,13 @@ struct FileTraits {
   static bool Close(Type file) noexcept { return ::CloseHandle(file) != FALSE; }
 };
 
+/* Searches for files: what FindFirstFileW begins. */
+struct FileSearchTraits {
+  using Type = HANDLE;
+  static Type Empty() noexcept { return INVALID_HANDLE_VALUE; }
+  static bool Close(Type search) noexcept { return ::FindClose(search) != FALSE; }
+};
+
 /* Threads, events, semaphores, tokens: what is null when there is none. */
 struct KernelObjectTraits {
   using Type = HANDLE;
@@ -92,6 +99,7 @@ struct ServiceTraits {
 
 using OwnedRegistryKey = Owned<RegistryKeyTraits>;
 using OwnedFile = Owned<FileTraits>;
+using OwnedFileSearch = Owned<FileSearchTraits>;
 using OwnedKernelObject = Owned<KernelObjectTraits>;
 using OwnedLocalMemory = Owned<LocalMemoryTraits>;
 using OwnedModule = Owned<ModuleTraits>;

@@ -4,6 +4,7 @@
 
 #include "config/registry_values.h"
 #include "log/messages/message_language.h"
+#include "log/messages/message_library.h"
 #include "log/messages/string_resource_state.h"
 #include "platform/no_throw.h"
 #include "vtclass/config.h"
@@ -23,6 +24,7 @@ struct Registration {
   CriticalSection section;
   HINSTANCE module VTCLASS_GUARDED_BY(section) = nullptr;
   std::unique_ptr<StringResourceMgr> messages VTCLASS_GUARDED_BY(section);
+  HMODULE library VTCLASS_GUARDED_BY(section) = nullptr;  // of the messages
 };
 
 // Made on first use and gone with the library; what it then unloads has no code of its own.
@@ -64,6 +66,7 @@ void ErrorMessageBase::set_ModuleInstance(HINSTANCE module) {
   const ScopedLock lock(registration.section);
   registration.module = module;
   registration.messages.reset();
+  registration.library = nullptr;
 }
 
 bool ErrorMessageBase::BaseInit() {
@@ -75,6 +78,7 @@ StringResourceMgr ErrorMessageBase::GetMessages() {
   const ScopedLock lock(registration.section);
   if (!registration.messages) {
     registration.messages = std::make_unique<StringResourceMgr>(Load(registration.module));
+    registration.library = registration.messages->state->Library();
   }
   return *registration.messages;
 }
@@ -102,4 +106,15 @@ StringResourceMgr ErrorMessageBase::Load(HINSTANCE module) {
     error = library ? ERROR_SUCCESS : ::GetLastError();
   }
   return StringResourceMgr(new StringResourceMgr::State(std::move(library), error));
+}
+
+OwnedModule vtclass::log::HoldMessageLibrary() noexcept {
+  Registration& registration = Shared();
+  const ScopedLock lock(registration.section);
+  OwnedModule held;
+  if (registration.library) {
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                         reinterpret_cast<LPCWSTR>(registration.library), held.Receive());
+  }
+  return held;
 }

@@ -13,12 +13,6 @@
 
 namespace vtctl {
 
-struct FindTraits {
-  using Type = HANDLE;
-  static Type Empty() noexcept { return INVALID_HANDLE_VALUE; }
-  static bool Close(Type find) noexcept { return ::FindClose(find) != FALSE; }
-};
-
 /* The entries of one folder, without "." and "..", as the system lists them. */
 class FolderListing {
  public:
@@ -35,7 +29,7 @@ class FolderListing {
  private:
   bool Advance(WIN32_FIND_DATAW& entry);
 
-  vtclass::platform::Owned<FindTraits> find;
+  vtclass::platform::OwnedFileSearch find;
   WIN32_FIND_DATAW first = {};
   bool firstPending = false;
   bool opened = false;

@@ -22,8 +22,8 @@ struct AdministratorsSid {
 };
 static_assert(sizeof(AdministratorsSid) == sizeof(SID) + sizeof(DWORD));
 
-AdministratorsSid administrators;
-SID localSystem = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {SECURITY_LOCAL_SYSTEM_RID}};
+constinit AdministratorsSid administrators;
+constinit SID localSystem = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {SECURITY_LOCAL_SYSTEM_RID}};
 
 // What a path leads to, as the system's functions for names reach it.
 class NamedObject {

@@ -49,8 +49,8 @@ TEST_F(Trace, Text_GoesToTheSinkAndOtherwiseToTheDebugger) {
   EXPECT_EQ(::GetLastError(), 4711u);
   debugger.clear();
   VTSetTraceSink(&Kept::Sink, &kept);
-  VTTrace(L"net", 2, L"%s\n\n", L"host");
-  EXPECT_EQ(kept.text, L"net/2/host;");
+  VTTrace(L"net", 2, L"%s\r\n\n\r\n", L"ho\r\nst");
+  EXPECT_EQ(kept.text, L"net/2/ho\r\nst;");
   EXPECT_EQ(debugger, L"");
   EXPECT_EQ(::GetLastError(), 4711u);
 }

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "security/folder_path.h"
 #include "tests/support/allocations.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/scratch_folder.h"
@@ -23,102 +22,104 @@ namespace {
 
 using Lines = std::vector<std::wstring>;
 
+constexpr DWORD kFolder = FILE_ATTRIBUTE_DIRECTORY;
+constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
+
 struct Entry {
   std::wstring name;
   DWORD attributes = 0;
+};
+
+// A folder as it is listed: its entries, and why that begins or ends otherwise than it should.
+struct Listing {
+  std::vector<Entry> entries;
+  DWORD beginError = ERROR_SUCCESS;
+  DWORD endError = ERROR_NO_MORE_FILES;
 };
 
 // What the system is asked, in words, and what it answers. Ownership is played: changing it takes
 // rights that few accounts have.
 struct Played {
   Lines asked;
-  int count = 0;   // of the questions
-  int failAt = 0;  // call number that fails, 0 for none
+  size_t failAt = 0;        // the question that fails; 0: none
+  std::wstring failAtPath;  // questions about this one fail
   DWORD code = ERROR_ACCESS_DENIED;
-  std::wstring failAtPath;     // each change of this one fails
-  bool knowsNoSystem = false;  // by its name
-  int buffers = 0, searches = 0, links = 0;
-  int mostSearches = 0;
-
-  // Played folders, by path; others are listed for real.
-  std::map<std::wstring, std::vector<Entry>> folders;
-  std::map<std::wstring, DWORD> listErrors, breakErrors;
+  bool knowsNoSystem = false;               // by its name
+  int open = 0;                             // buffers, searches and links
+  std::map<std::wstring, Listing> folders;  // others are listed for real
+  std::map<HANDLE, Listing> searches;
 };
 Played played;
 
-DWORD Ask(const std::wstring& question, const std::wstring& path) {
-  played.asked.push_back(question + (path.empty() ? L"" : L" " + path));
+DWORD Ask(const std::wstring& question, const std::wstring& path = L"-") {
+  played.asked.push_back(question + L" " + path);
   ::SetLastError(ERROR_GEN_FAILURE);  // these functions report by their result alone
-  const bool fails =
-      ++played.count == played.failAt || (!path.empty() && path == played.failAtPath);
-  return fails ? played.code : ERROR_SUCCESS;
-}
-
-std::wstring OwnerText(PSID owner) {
-  if (::IsWellKnownSid(owner, WinBuiltinAdministratorsSid)) return L"administrators";
-  return ::IsWellKnownSid(owner, WinLocalSystemSid) ? L"system" : L"somebody";
+  return played.asked.size() == played.failAt || path == played.failAtPath ? played.code : 0;
 }
 
 ACL someList, changedList;
 
-DWORD Change(const std::wstring& path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID owner,
-             PSID group, PACL list, PACL audit) {
-  EXPECT_EQ(type, SE_FILE_OBJECT);
-  EXPECT_EQ(group, nullptr);
-  EXPECT_EQ(audit, nullptr);
-  if (what == OWNER_SECURITY_INFORMATION) return Ask(L"owner " + OwnerText(owner), path);
-  EXPECT_EQ(what, DWORD{DACL_SECURITY_INFORMATION});
-  EXPECT_EQ(owner, nullptr);
-  return Ask(list && list->AclSize == changedList.AclSize ? L"list" : L"another list", path);
+DWORD Set(const std::wstring& path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID owner,
+          PSID group, PACL list, PACL audit) {
+  EXPECT_TRUE(type == SE_FILE_OBJECT && !group && !audit);
+  if (what == DACL_SECURITY_INFORMATION) {
+    EXPECT_TRUE(!owner && list && list->AclSize == changedList.AclSize);
+    return Ask(L"list", path);
+  }
+  EXPECT_EQ(what, DWORD{OWNER_SECURITY_INFORMATION});
+  EXPECT_FALSE(list);
+  if (::IsWellKnownSid(owner, WinLocalSystemSid)) return Ask(L"system", path);
+  EXPECT_TRUE(::IsWellKnownSid(owner, WinBuiltinAdministratorsSid));
+  return Ask(L"administrators", path);
 }
-DWORD Read(const std::wstring& path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PACL* list,
-           PSECURITY_DESCRIPTOR* holder) {
-  EXPECT_EQ(type, SE_FILE_OBJECT);
-  EXPECT_EQ(what, DWORD{DACL_SECURITY_INFORMATION});
+
+DWORD Get(const std::wstring& path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PACL* list,
+          PSECURITY_DESCRIPTOR* holder) {
+  EXPECT_TRUE(type == SE_FILE_OBJECT && what == DACL_SECURITY_INFORMATION);
   const DWORD status = Ask(L"list?", path);
   if (status != ERROR_SUCCESS) return status;
   *holder = ::LocalAlloc(LPTR, 16);
   *list = &someList;
-  ++played.buffers;
+  ++played.open;
   return status;
 }
 
 DWORD WINAPI SetNamed(LPWSTR path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID owner,
                       PSID group, PACL list, PACL audit) {
-  return Change(path, type, what, owner, group, list, audit);
-}
-DWORD WINAPI GetNamed(LPCWSTR path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID*, PSID*,
-                      PACL* list, PACL*, PSECURITY_DESCRIPTOR* holder) {
-  return Read(path, type, what, list, holder);
+  return Set(path, type, what, owner, group, list, audit);
 }
 DWORD WINAPI SetOpened(HANDLE, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID owner,
                        PSID group, PACL list, PACL audit) {
-  return Change(L"(link)", type, what, owner, group, list, audit);
+  return Set(L"(link)", type, what, owner, group, list, audit);
+}
+DWORD WINAPI GetNamed(LPCWSTR path, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID*, PSID*,
+                      PACL* list, PACL*, PSECURITY_DESCRIPTOR* holder) {
+  return Get(path, type, what, list, holder);
 }
 DWORD WINAPI GetOpened(HANDLE, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID*, PSID*,
                        PACL* list, PACL*, PSECURITY_DESCRIPTOR* holder) {
-  return Read(L"(link)", type, what, list, holder);
+  return Get(L"(link)", type, what, list, holder);
 }
 
 DWORD WINAPI AddEntry(ULONG count, PEXPLICIT_ACCESSW entry, PACL before, PACL* after) {
-  EXPECT_EQ(count, 1u);
-  EXPECT_EQ(before, &someList);
+  EXPECT_TRUE(count == 1 && before == &someList);
   EXPECT_EQ(entry->grfAccessPermissions, 0x1F01FFu);
   EXPECT_EQ(entry->grfAccessMode, SET_ACCESS);
   EXPECT_EQ(entry->grfInheritance, 0u);
-  const bool byName = entry->Trustee.TrusteeForm == TRUSTEE_IS_NAME;
-  const DWORD status = Ask(byName ? L"entry " + std::wstring(entry->Trustee.ptstrName)
-                                  : L"entry for " + OwnerText(entry->Trustee.ptstrName),
-                           L"");
-  if (byName && played.knowsNoSystem) return ERROR_NONE_MAPPED;
+  wchar_t* const trustee = entry->Trustee.ptstrName;
+  const bool isNamed = entry->Trustee.TrusteeForm == TRUSTEE_IS_NAME;
+  EXPECT_TRUE(isNamed || ::IsWellKnownSid(trustee, WinLocalSystemSid));
+  const DWORD status = Ask(L"entry", isNamed ? trustee : L"S-1-5-18");
+  if (isNamed && played.knowsNoSystem) return ERROR_NONE_MAPPED;
   if (status != ERROR_SUCCESS) return status;
   *after = static_cast<PACL>(::LocalAlloc(LPTR, sizeof(ACL)));
   (*after)->AclSize = changedList.AclSize;
-  ++played.buffers;
+  ++played.open;
   return status;
 }
+
 HLOCAL WINAPI FreeBuffer(HLOCAL buffer) {
-  if (buffer) --played.buffers;
+  if (buffer) --played.open;
   return ::LocalFree(buffer);
 }
 
@@ -127,68 +128,50 @@ HANDLE WINAPI OpenLink(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRI
   EXPECT_EQ(share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE});
   EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
   EXPECT_EQ(flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT});
-  if (Ask(L"open " + std::to_wstring(access >> 16), path) != ERROR_SUCCESS) {
-    ::SetLastError(played.code);
-    return INVALID_HANDLE_VALUE;
-  }
-  ++played.links;
+  const DWORD status = Ask(L"open " + std::to_wstring(access >> 16), path);
+  ::SetLastError(status);
+  if (status != ERROR_SUCCESS) return INVALID_HANDLE_VALUE;
+  ++played.open;
   return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
 }
 BOOL WINAPI CloseLink(HANDLE link) {
-  --played.links;
+  --played.open;
   return ::CloseHandle(link);
 }
 
-// A search in a played folder, which outlives changes of `played`.
-struct Search {
-  std::vector<Entry> entries;
-  DWORD end;
-  size_t next = 0;
-
-  BOOL Next(WIN32_FIND_DATAW* found) {
-    ::SetLastError(end);
-    if (next == entries.size()) return FALSE;
-    wcscpy(found->cFileName, entries[next].name.c_str());
-    found->dwFileAttributes = entries[next++].attributes;
-    return TRUE;
-  }
-};
-std::map<HANDLE, Search> searches;
-
+BOOL WINAPI FindNext(HANDLE search, LPWIN32_FIND_DATAW found) {
+  const auto known = played.searches.find(search);
+  if (known == played.searches.end()) return ::FindNextFileW(search, found);
+  auto& [entries, beginError, endError] = known->second;
+  ::SetLastError(endError);
+  if (entries.empty()) return FALSE;
+  wcscpy(found->cFileName, entries.front().name.c_str());
+  found->dwFileAttributes = entries.front().attributes;
+  entries.erase(entries.begin());
+  return TRUE;
+}
 HANDLE WINAPI FindFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW found) {
-  const std::wstring folder(pattern, std::wstring_view(pattern).rfind(L'\\'));
+  const auto known =
+      played.folders.find(std::wstring(pattern, std::wstring_view(pattern).rfind(L'\\')));
   HANDLE search = INVALID_HANDLE_VALUE;
-  const auto known = played.folders.find(folder);
-  if (played.listErrors.contains(folder)) {
-    ::SetLastError(played.listErrors[folder]);
-  } else if (known == played.folders.end()) {
+  if (known == played.folders.end()) {
     search = ::FindFirstFileW(pattern, found);
+  } else if (known->second.beginError == ERROR_SUCCESS) {
+    search = reinterpret_cast<HANDLE>(played.searches.size() + 0x10000);
+    Listing listing = known->second;
+    listing.entries.insert(listing.entries.begin(), {{L".", kFolder}, {L"..", kFolder}});
+    played.searches[search] = std::move(listing);
+    FindNext(search, found);
   } else {
-    static std::uintptr_t last = 0x1000;
-    search = reinterpret_cast<HANDLE>(++last);
-    const auto broken = played.breakErrors.find(folder);
-    Search made{known->second,
-                broken == played.breakErrors.end() ? ERROR_NO_MORE_FILES : broken->second};
-    made.entries.insert(made.entries.begin(),
-                        {{L".", FILE_ATTRIBUTE_DIRECTORY}, {L"..", FILE_ATTRIBUTE_DIRECTORY}});
-    made.Next(found);
-    searches.emplace(search, std::move(made));
+    ::SetLastError(known->second.beginError);
   }
-  if (search != INVALID_HANDLE_VALUE) ++played.searches;
-  played.mostSearches = std::max(played.mostSearches, played.searches);
+  if (search != INVALID_HANDLE_VALUE) ++played.open;
   return search;
 }
-BOOL WINAPI FindNext(HANDLE search, LPWIN32_FIND_DATAW found) {
-  const auto known = searches.find(search);
-  return known == searches.end() ? ::FindNextFileW(search, found) : known->second.Next(found);
-}
 BOOL WINAPI FindEnd(HANDLE search) {
-  --played.searches;
-  return searches.erase(search) == 1 || ::FindClose(search);
+  --played.open;
+  return played.searches.contains(search) || ::FindClose(search);
 }
-
-constexpr DWORD kFolder = FILE_ATTRIBUTE_DIRECTORY;
-constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
 
 class Ownership : public ::testing::Test {
  protected:
@@ -196,17 +179,13 @@ class Ownership : public ::testing::Test {
     played = {};
     changedList.AclSize = 77;
   }
-  ~Ownership() override {
-    EXPECT_EQ(played.buffers, 0);
-    EXPECT_EQ(played.searches, 0);
-    EXPECT_EQ(played.links, 0);
-  }
+  ~Ownership() override { EXPECT_EQ(played.open, 0); }
 
-  // The paths whose owner the system became last, which is what taking over ends with.
+  // The paths whose owner the system became, which is what taking over ends with.
   static Lines Taken() {
     Lines taken;
     for (const std::wstring& line : std::exchange(played.asked, {})) {
-      if (line.starts_with(L"owner system ")) taken.push_back(line.substr(13));
+      if (line.starts_with(L"system ")) taken.push_back(line.substr(7));
     }
     return taken;
   }
@@ -229,59 +208,53 @@ class Ownership : public ::testing::Test {
   const ImportHook<decltype(::FindClose)> end{"KERNEL32.dll", "FindClose", &FindEnd};
 };
 
+constexpr wchar_t kTree[] = L"C:\\tree";
 const std::wstring kRoot = L"\\\\?\\C:\\tree";
 
 TEST_F(Ownership, Take_GoesByWayOfTheAdministrators_EachStepAfterTheOneBefore) {
-  const Lines steps{L"owner administrators " + kRoot, L"list? " + kRoot, L"entry system",
-                    L"list " + kRoot, L"owner system " + kRoot};
+  const Lines steps{L"administrators " + kRoot, L"list? " + kRoot, L"entry system",
+                    L"list " + kRoot, L"system " + kRoot};
   for (played.failAt = 1;; ++played.failAt) {
-    played.count = 0;
     played.code = 1000 + static_cast<DWORD>(played.failAt);
-    const bool done = TakeOwnership(L"C:\\tree") != 0;
-    const size_t asked = std::min<size_t>(steps.size(), static_cast<size_t>(played.failAt));
-    EXPECT_EQ(std::exchange(played.asked, {}), Lines(steps.data(), steps.data() + asked));
-    EXPECT_EQ(played.buffers, 0);
+    const bool done = TakeOwnership(kTree) != 0;
+    EXPECT_EQ(std::exchange(played.asked, {}),
+              Lines(steps.data(), steps.data() + std::min(steps.size(), played.failAt)));
+    EXPECT_EQ(played.open, 0);
     if (done) break;
     EXPECT_EQ(::GetLastError(), played.code) << "behind the clean-up";
   }
-  EXPECT_EQ(played.failAt, 6);
+  EXPECT_EQ(played.failAt, 6u);
   played.failAt = 0;
   played.knowsNoSystem = true;
-  ASSERT_EQ(TakeOwnership(L"C:\\tree"), 1);
-  EXPECT_EQ(played.asked[2] + L", " + played.asked[3], L"entry system, entry for system");
+  EXPECT_EQ(TakeOwnership(kTree), 1);
+  ASSERT_EQ(played.asked.size(), 6u);
+  EXPECT_EQ(played.asked[3], L"entry S-1-5-18");
 }
 
 TEST_F(Ownership, Paths_AreResolvedOnce_AndRootsKeepTheirBackslash) {
   wchar_t current[MAX_PATH] = L"";
   ::GetCurrentDirectoryW(MAX_PATH, current);
-  const std::wstring here = std::wstring(L"\\\\?\\") + current;
-  const std::wstring longName(300, L'n');
+  const std::wstring below = L"\\" + std::wstring(300, L'n') + L"\\" + std::wstring(300, L'm');
   const struct {
     std::wstring path, whole, folder;
   } rows[] = {
-      {L"C:\\x", L"\\\\?\\C:\\x", L"\\\\?\\C:\\x"},
+      {L"C:" + below, L"\\\\?\\C:" + below, L"\\\\?\\C:" + below},
       {L"C:/x//\\", L"\\\\?\\C:\\x\\", L"\\\\?\\C:\\x"},
       {L"C:\\", L"\\\\?\\C:\\", L"\\\\?\\C:\\"},
       {L"\\\\?\\C:\\\\\\", L"\\\\?\\C:\\\\\\", L"\\\\?\\C:\\"},
-      {L"C:\\" + longName + L"\\" + longName, L"\\\\?\\C:\\" + longName + L"\\" + longName,
-       L"\\\\?\\C:\\" + longName + L"\\" + longName},
       {L"\\\\srv\\share\\x\\", L"\\\\?\\UNC\\srv\\share\\x\\", L"\\\\?\\UNC\\srv\\share\\x"},
-      {L"\\\\srv\\share\\", L"\\\\?\\UNC\\srv\\share\\", L"\\\\?\\UNC\\srv\\share"},
       {L"\\\\?\\C:\\dots. .\\", L"\\\\?\\C:\\dots. .\\", L"\\\\?\\C:\\dots. ."},
       {L"\\\\?\\Volume{1}\\", L"\\\\?\\Volume{1}\\", L"\\\\?\\Volume{1}\\"},
-      {L"x", here + L"\\x", here + L"\\x"},
+      {L"x", L"\\\\?\\" + std::wstring(current) + L"\\x",
+       L"\\\\?\\" + std::wstring(current) + L"\\x"},
   };
-  played.code = ERROR_PATH_NOT_FOUND;
+  played.failAt = 1;
   for (const auto& row : rows) {
-    for (const bool isFolder : {false, true}) {
-      played.count = 0;
-      played.failAt = 1;
-      EXPECT_EQ(
-          isFolder ? ::TakeFolderOwnership(row.path.c_str()) : TakeOwnership(row.path.c_str()), 0);
-      EXPECT_EQ(::GetLastError(), played.code);
-      EXPECT_EQ(std::exchange(played.asked, {}),
-                (Lines{L"owner administrators " + (isFolder ? row.folder : row.whole)}));
-    }
+    EXPECT_EQ(TakeOwnership(row.path.c_str()), 0);
+    EXPECT_EQ(std::exchange(played.asked, {}), Lines{L"administrators " + row.whole});
+    EXPECT_EQ(::TakeFolderOwnership(row.path.c_str()), 0);
+    EXPECT_EQ(std::exchange(played.asked, {}), Lines{L"administrators " + row.folder});
+    EXPECT_EQ(::GetLastError(), played.code);
   }
   for (const wchar_t* const nothing :
        {L"", L"\\", L"\\\\", L"/", static_cast<const wchar_t*>(nullptr)}) {
@@ -296,113 +269,47 @@ TEST_F(Ownership, Paths_AreResolvedOnce_AndRootsKeepTheirBackslash) {
 TEST_F(Ownership, RealTree_IsTakenInTheOrderOfItsListing) {
   const ScratchFolder scratch;
   const std::wstring tree = L"\\\\?\\" + scratch.Path();
-  for (const wchar_t* const folder : {L"\\b", L"\\b\\empty", L"\\d\xD83D\xDE00 ."}) {
-    ASSERT_TRUE(::CreateDirectoryW((tree + folder).c_str(), nullptr)) << ::GetLastError();
+  const std::wstring odd = tree + L"\\d\xD83D\xDE00 .";
+  for (const std::wstring& folder : {tree + L"\\b", tree + L"\\b\\empty", odd}) {
+    ASSERT_TRUE(::CreateDirectoryW(folder.c_str(), nullptr)) << ::GetLastError();
   }
-  for (const wchar_t* const file : {L"\\a.", L"\\b\\f ", L"\\d\xD83D\xDE00 .\\x", L"\\e"}) {
-    MakeFile(tree + file, "x");
-  }
+  const Lines files{tree + L"\\a.", tree + L"\\b\\f ", odd + L"\\x", tree + L"\\e"};
+  for (const std::wstring& file : files) MakeFile(file, "x");
   EXPECT_EQ(::TakeFolderOwnership((scratch.Path() + L"\\\\").c_str()), 1);
-  EXPECT_EQ(Taken(),
-            (Lines{tree, tree + L"\\a.", tree + L"\\b", tree + L"\\b\\empty", tree + L"\\b\\f ",
-                   tree + L"\\d\xD83D\xDE00 .", tree + L"\\d\xD83D\xDE00 .\\x", tree + L"\\e"}));
+  EXPECT_EQ(Taken(), (Lines{tree, files[0], tree + L"\\b", tree + L"\\b\\empty", files[1], odd,
+                            files[2], files[3]}));
   // A file is taken over, and then cannot be listed.
   EXPECT_EQ(::TakeFolderOwnership((scratch / L"e").c_str()), 0);
   EXPECT_NE(::GetLastError(), 0u);
-  EXPECT_EQ(Taken(), Lines{tree + L"\\e"});
-  for (const wchar_t* const entry : {L"\\a.", L"\\b\\f ", L"\\d\xD83D\xDE00 .\\x"}) {
-    EXPECT_TRUE(::DeleteFileW((tree + entry).c_str()));
-  }
-  EXPECT_TRUE(::RemoveDirectoryW((tree + L"\\d\xD83D\xDE00 .").c_str()));
+  EXPECT_EQ(Taken(), Lines{files[3]});
+  for (const std::wstring& file : files) EXPECT_TRUE(::DeleteFileW(file.c_str()));
+  EXPECT_TRUE(::RemoveDirectoryW(odd.c_str()));
 }
 
 TEST_F(Ownership, Links_AreTakenThemselvesAndNotFollowed) {
-  played.folders = {{kRoot, {{L"junction", kFolder | kLink}, {L"link", kLink}, {L"x"}}},
-                    {kRoot + L"\\junction", {{L"outside"}}}};
-  EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree"), 1);
-  Lines expected;
-  for (const std::wstring& link : {kRoot + L"\\junction", kRoot + L"\\link"}) {
-    const std::wstring steps[] = {L"open 8 " + link,     L"owner administrators (link)",
-                                  L"open 2 " + link,     L"list? (link)",
-                                  L"entry system",       L"open 4 " + link,
-                                  L"list (link)",        L"open 8 " + link,
-                                  L"owner system (link)"};
-    expected.insert(expected.end(), std::begin(steps), std::end(steps));
-  }
-  const Lines seen(played.asked.begin() + 5, played.asked.end() - 5);
-  EXPECT_EQ(seen, expected);
-  EXPECT_EQ(played.asked.back(), L"owner system " + kRoot + L"\\x");
-  for (int failAt = 6; failAt <= 14; ++failAt) {
-    played.asked.clear();
-    played.count = 0;
-    played.failAt = failAt;
-    EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree"), 0);
-    EXPECT_EQ(::GetLastError(), played.code);
-    EXPECT_EQ(played.asked.size(), static_cast<size_t>(failAt));
-  }
-  // One that the caller names is walked.
-  played.failAt = 0;
-  Taken();
-  EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree\\junction"), 1);
-  EXPECT_EQ(Taken(), (Lines{kRoot + L"\\junction", kRoot + L"\\junction\\outside"}));
-}
-
-TEST_F(Ownership, Walk_StopsAtTheFirstFailure_AndALaterListingTellsItsEnd) {
-  played.folders = {{kRoot, {{L"a"}, {L"f", kFolder}, {L"z"}}}, {kRoot + L"\\f", {{L"g"}}}};
-  const std::wstring f = kRoot + L"\\f";
-  const struct {
-    DWORD listError, breakError;
-    const wchar_t* failAtPath;
-    int result;
-    Lines taken;
-  } rows[] = {
-      {0, 0, L"", 1, {kRoot, kRoot + L"\\a", f, f + L"\\g", kRoot + L"\\z"}},
-      {0, 0, L"\\f\\g", 0, {kRoot, kRoot + L"\\a", f}},
-      {0, 0, L"\\f", 0, {kRoot, kRoot + L"\\a"}},
-      {5, 0, L"", 0, {kRoot, kRoot + L"\\a", f}},
-      {ERROR_NO_MORE_FILES, 0, L"", 1, {kRoot, kRoot + L"\\a", f, kRoot + L"\\z"}},
-      {0, 5, L"", 0, {kRoot, kRoot + L"\\a", f, f + L"\\g"}},
-  };
-  for (const auto& row : rows) {
-    played.listErrors.clear();
-    played.breakErrors.clear();
-    if (row.listError != 0) played.listErrors[f] = row.listError;
-    if (row.breakError != 0) played.breakErrors[f] = row.breakError;
-    played.failAtPath = *row.failAtPath ? kRoot + row.failAtPath : L"";
-    ::SetLastError(0);
-    EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree\\"), row.result);
-    if (row.result == 0) EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    EXPECT_EQ(Taken(), row.taken);
-  }
-}
-
-TEST_F(Ownership, Trees_OfAnySizeAndDepth) {
-  auto& wide = played.folders[kRoot];
-  for (int i = 0; i < 100; ++i) {
-    wide.push_back({L"f" + std::to_wstring(i), kFolder});
-    played.folders[kRoot + L"\\" + wide.back().name].assign(99, {L"x"});
-  }
-  EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree"), 1);
-  EXPECT_EQ(Taken().size(), 10001u);
-  EXPECT_EQ(played.mostSearches, 2);
-
-  played.folders.clear();
-  std::wstring folder = kRoot;
-  for (int i = 0; i < 2000; ++i, folder += L"\\d") played.folders[folder] = {{L"d", kFolder}};
-  played.folders[folder] = {};
-  EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree"), 1);
-  EXPECT_EQ(Taken().back(), folder);
-  played.folders = {{kRoot, {{L"a"}, {L"f", kFolder}}},
-                    {kRoot + L"\\f", {{std::wstring(200, L'g')}}}};
-
-  for (long n = 1;; ++n) {
-    Allocations allocations;
-    allocations.FailAt(n);
-    const int result = ::TakeFolderOwnership(L"C:\\tree");
-    EXPECT_EQ(result, allocations.Failed() ? 0 : 1);
-    if (result != 0) break;
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
-    EXPECT_EQ(played.searches, 0);
+  const std::wstring link = kRoot + L"\\link";
+  for (const DWORD attributes : {kLink, kLink | kFolder}) {
+    played = {};
+    played.folders = {{kRoot, {{{L"link", attributes}, {L"x"}}}}, {link, {{{L"outside"}}}}};
+    EXPECT_EQ(::TakeFolderOwnership(kTree), 1);
+    const Lines steps{L"open 8 " + link, L"administrators (link)",
+                      L"open 2 " + link, L"list? (link)",
+                      L"entry system",   L"open 4 " + link,
+                      L"list (link)",    L"open 8 " + link,
+                      L"system (link)",  L"administrators " + kRoot + L"\\x"};
+    ASSERT_EQ(played.asked.size(), 19u);
+    EXPECT_EQ(Lines(&played.asked[5], &played.asked[15]), steps);
+    for (played.failAt = 6; played.failAt <= 14; ++played.failAt) {
+      played.asked.clear();
+      EXPECT_EQ(::TakeFolderOwnership(kTree), 0);
+      EXPECT_EQ(::GetLastError(), played.code);
+      EXPECT_EQ(played.asked.size(), played.failAt);
+    }
+    played.failAt = 0;
+    Taken();
+    // One that the caller names is walked.
+    EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree\\link"), 1);
+    EXPECT_EQ(Taken(), (Lines{link, link + L"\\outside"}));
   }
 }
 
@@ -414,55 +321,119 @@ struct Reader {
 
   static bool Read(OwnershipStep step, const wchar_t* path, unsigned long status, void* context) {
     auto& self = *static_cast<Reader*>(context);
-    self.told.push_back((step == ownershipTaken ? L"" : L"list ") +
-                        std::wstring(path + kRoot.size()) + L" " + std::to_wstring(status));
-    if (self.endAt != path + kRoot.size()) return true;
-    if (self.throws) throw std::runtime_error("lost");
-    return false;
+    const std::wstring entry = path + kRoot.size();
+    self.told.push_back((step == ownershipTaken ? L"" : L"list ") + entry + L" " +
+                        std::to_wstring(status));
+    if (self.endAt == entry && self.throws) throw std::runtime_error("lost");
+    return self.endAt != entry;
   }
 };
 
-TEST_F(Ownership, Report_TellsEachEntry_GoesOnBehindFailures_AndEndsTheWalk) {
-  played.folders = {{kRoot, {{L"a"}, {L"f", kFolder}, {L"h", kFolder}, {L"z"}}},
-                    {kRoot + L"\\f", {{L"g"}}}};
-  played.listErrors[kRoot + L"\\h"] = 3;
-  played.breakErrors[kRoot + L"\\f"] = 1117;
+TEST_F(Ownership, Walk_StopsAtTheFirstFailure_AReportGoesOnOrEndsIt) {
+  const Lines all{L" 0", L"\\a 0", L"\\f 0", L"\\f\\g 0", L"\\z 0"};
   const struct {
     const wchar_t* failAtPath;
-    const wchar_t* endAt;
+    Listing listing;  // of the folder "f"
+    unsigned long status;
+    Lines taken;
+    const wchar_t* endAt;  // where the report ends the walk
     bool throws;
-    unsigned long result;
+    unsigned long reported;
     Lines told;
   } rows[] = {
+      {L"", {{{L"g"}}}, 0, {L"", L"\\a", L"\\f", L"\\f\\g", L"\\z"}, L"-", false, 0, all},
       {L"",
-       L"-",
+       {{}, 18},
+       0,
+       {L"", L"\\a", L"\\f", L"\\z"},
+       L"\\f",
        false,
-       1117,
-       {L" 0", L"\\a 0", L"\\f 0", L"\\f\\g 0", L"list \\f 1117", L"\\h 0", L"list \\h 3",
-        L"\\z 0"}},
+       1223,
+       {all[0], all[1], all[2]}},
       {L"\\f",
+       {{{L"g"}}},
+       5,
+       {L"", L"\\a"},
        L"-",
        false,
        5,
-       {L" 0", L"\\a 0", L"\\f 5", L"\\f\\g 0", L"list \\f 1117", L"\\h 0", L"list \\h 3",
-        L"\\z 0"}},
-      {L"\\a", L"\\f\\g", false, 5, {L" 0", L"\\a 5", L"\\f 0", L"\\f\\g 0"}},
-      {L"", L"\\f\\g", false, 1223, {L" 0", L"\\a 0", L"\\f 0", L"\\f\\g 0"}},
-      {L"", L"\\a", true, 1223, {L" 0", L"\\a 0"}},
-      {L"", L"", false, 1223, {L" 0"}},
+       {all[0], all[1], L"\\f 5", all[3], all[4]}},
+      {L"\\f\\g",
+       {{{L"g"}}, 0, 9},
+       5,
+       {L"", L"\\a", L"\\f"},
+       L"-",
+       false,
+       5,
+       {all[0], all[1], all[2], L"\\f\\g 5", L"list \\f 9", all[4]}},
+      {L"",
+       {{}, 3},
+       3,
+       {L"", L"\\a", L"\\f"},
+       L"-",
+       false,
+       3,
+       {all[0], all[1], all[2], L"list \\f 3", all[4]}},
+      {L"",
+       {{{L"g"}}, 0, 9},
+       9,
+       {L"", L"\\a", L"\\f", L"\\f\\g"},
+       L"\\a",
+       true,
+       1223,
+       {all[0], all[1]}},
+      {L"\\a", {{{L"g"}}}, 5, {L""}, L"\\f\\g", false, 5, {all[0], L"\\a 5", all[2], all[3]}},
+      {L"", {{{L"g"}}}, 0, {L"", L"\\a", L"\\f", L"\\f\\g", L"\\z"}, L"", false, 1223, {all[0]}},
   };
   for (const auto& row : rows) {
+    played.folders = {{kRoot, {{{L"a"}, {L"f", kFolder}, {L"z"}}}}, {kRoot + L"\\f", row.listing}};
     played.failAtPath = *row.failAtPath ? kRoot + row.failAtPath : L"";
+    Lines taken;
+    for (const std::wstring& entry : row.taken) taken.push_back(kRoot + entry);
+    ::SetLastError(0);
+    EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree\\"), row.status == 0 ? 1 : 0);
+    if (row.status != 0) EXPECT_EQ(::GetLastError(), row.status);
+    EXPECT_EQ(Taken(), taken);
+    EXPECT_EQ(TakeFolderOwnership(kTree, nullptr, nullptr), row.status);
+    EXPECT_EQ(Taken(), taken);
     Reader reader{{}, row.endAt, row.throws};
-    EXPECT_EQ(TakeFolderOwnership(L"C:\\tree", &Reader::Read, &reader), row.result);
+    EXPECT_EQ(TakeFolderOwnership(kTree, &Reader::Read, &reader), row.reported);
     EXPECT_EQ(reader.told, row.told);
+    Taken();
   }
-  played.failAtPath.clear();
-  EXPECT_EQ(TakeFolderOwnership(L"C:\\tree", nullptr, nullptr), 1117u);
-  played.breakErrors.clear();
-  played.listErrors.clear();
-  played.folders[kRoot + L"\\h"] = {};
-  EXPECT_EQ(TakeFolderOwnership(L"C:\\tree", nullptr, nullptr), 0u);
+}
+
+TEST_F(Ownership, Trees_OfAnySizeAndDepth_AlsoWithoutMemory) {
+  for (int i = 0; i < 100; ++i) {
+    auto& entries = played.folders[kRoot].entries;
+    entries.push_back({L"f" + std::to_wstring(i), kFolder});
+    played.folders[kRoot + L"\\" + entries.back().name].entries.assign(99, {L"x"});
+  }
+  EXPECT_EQ(::TakeFolderOwnership(kTree), 1);
+  EXPECT_EQ(Taken().size(), 10001u);
+
+  played.folders.clear();
+  std::wstring folder = kRoot;
+  for (int i = 0; i < 2000; ++i, folder += L"\\d") {
+    played.folders[folder].entries = {{L"d", kFolder}};
+  }
+  played.folders[folder] = {};
+  EXPECT_EQ(::TakeFolderOwnership(kTree), 1);
+  EXPECT_EQ(Taken().back(), folder);
+
+  played.folders = {{kRoot, {{{L"a"}, {L"f", kFolder}}}},
+                    {kRoot + L"\\f", {{{std::wstring(200, L'g')}}}}};
+  long n = 1;
+  for (bool failed = true; failed; ++n) {
+    Allocations allocations;
+    allocations.FailAt(n);
+    const int result = ::TakeFolderOwnership(kTree);
+    failed = allocations.Failed();
+    EXPECT_EQ(result, failed ? 0 : 1);
+    if (failed) EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    EXPECT_EQ(played.open, 0);
+  }
+  EXPECT_GT(n, 3);
 }
 
 // The system itself, without any hook.

@@ -163,7 +163,7 @@ VTCLASS_API int AssertPrivilege(const wchar_t* privilegeName, int openAsSelf) no
  * stays. Refused with 87, and nothing is touched: null, the empty path, slashes and backslashes
  * alone.
  *
- * `path` may have any length, and may begin with "\\?\". Where it is a link its target is meant.
+ * `path` may have any length, and may begin with "\\?\".
  * An object without an access list, which everybody may use, has that one entry afterwards.
  *
  * Threads: any.
@@ -182,6 +182,8 @@ VTCLASS_API int TakeOwnership(const wchar_t* path) noexcept;
  *
  * Links, junctions and mount points below `path` are taken over themselves and not followed, so a
  * planted one leads nowhere. `path` itself may be one: the folder that it leads to is walked.
+ * Who may write into the tree while it is walked can put a link in the place of a folder between
+ * its listing and its turn: take no tree over by this that a stranger is still at work in.
  * How deep the tree is does not matter, nor what its names are made of; 0 with 8 when memory runs
  * out.
  */
@@ -241,8 +243,9 @@ using OwnershipReport = bool (*)(OwnershipStep step, const wchar_t* path, unsign
  * the first failure.
  *
  * 0 when everything was taken over; else the status of the first failure; 1223 when the report
- * ended the walk before any. 87, without a report, for the paths that TakeOwnership refuses; the
- * system's status, without a report, for one that it cannot make absolute.
+ * ended the walk before any; 8 when memory runs out. 87, without a report, for the paths that
+ * TakeOwnership refuses; the system's status, without a report, for one that it cannot make
+ * absolute.
  */
 inline unsigned long TakeFolderOwnership(const wchar_t* path, OwnershipReport report,
                                          void* context) noexcept;

@@ -179,7 +179,7 @@ TEST_F(CurrentIdentity, NoMemory_IsNoAnswer_AndNothingStaysAllocated) {
       Impersonator::WhoAmI(domain, user);
       EXPECT_EQ(domain.empty(), user.empty());
       const bool hasNames = !user.empty();
-      const bool hasSid = impersonator.GetSid(sid);
+      const bool hasSid = impersonator.GetSid(sid) && impersonator.GetSid(sid);
       impersonator.~Impersonator();
       new (&impersonator) Impersonator;
       failed = allocations.Failed();

@@ -61,6 +61,19 @@ BOOL WINAPI PlayImpersonation(HANDLE token) {
   return FALSE;
 }
 
+// The texts that the system has made and that are not freed.
+int texts = 0;
+DWORD WINAPI PlayFormat(DWORD flags, LPCVOID module, DWORD message, DWORD language, LPWSTR out,
+                        DWORD room, va_list* arguments) {
+  const DWORD length = ::FormatMessageW(flags, module, message, language, out, room, arguments);
+  if (length > 0) ++texts;
+  return length;
+}
+HLOCAL WINAPI PlayFree(HLOCAL text) {
+  --texts;
+  return ::LocalFree(text);
+}
+
 BOOL WINAPI PlayRevert() { return played.refusesRevert ? FALSE : ::RevertToSelf(); }
 DWORD WINAPI PlayVersion() { return 0x1DB10000 | 3 << 8 | played.version; }
 
@@ -105,6 +118,7 @@ class Logon : public ::testing::Test {
     VTSetTraceSink(nullptr, nullptr);
     CMS_SetProd(0);
     ::RevertToSelf();
+    EXPECT_EQ(std::exchange(texts, 0), 0);
   }
 
   static void Keep(const wchar_t* source, unsigned long level, const wchar_t* text, void* self) {
@@ -137,12 +151,15 @@ class Logon : public ::testing::Test {
   const ImportHook<decltype(::GetVersion)> version{"KERNEL32.dll", "GetVersion", &PlayVersion};
   const ImportHook<decltype(::GetTokenInformation)> user{"ADVAPI32.dll", "GetTokenInformation",
                                                          &PlayUser};
+  const ImportHook<decltype(::FormatMessageW)> format{"KERNEL32.dll", "FormatMessageW",
+                                                      &PlayFormat};
+  const ImportHook<decltype(::LocalFree)> freeText{"KERNEL32.dll", "LocalFree", &PlayFree};
   const std::wstring process = Impersonator::WhoAmI();
   const std::wstring service = NameOf(SECURITY_LOCAL_SERVICE_RID);
   Traces traces;
 };
 
-const std::wstring kForeign = L"VTLogonUser: vtclass::IsThisMe() returned error: 87";
+constexpr wchar_t kForeign[] = L"VTLogonUser: vtclass::IsThisMe() returned error: 87";
 
 TEST_F(Logon, Account_IsSplit_AndThisMachinesDomainConverted) {
   wchar_t netBios[100] = L"", full[1000] = L"";
@@ -261,6 +278,7 @@ TEST_F(Logon, Refused_IsTheSystemsCodeAndItsText) {
     Taken();
   }
   ErrorMessageBase::set_ModuleInstance(nullptr);
+  EXPECT_EQ(::GetModuleHandleW(L"vterrors.dll"), nullptr) << "held for ever";
 }
 
 TEST_F(Logon, NoMemory_IsAStatus_AndAFailedConversionIsTraced) {

@@ -159,7 +159,9 @@ HANDLE WINAPI FindFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW found) {
   } else if (known->second.beginError == ERROR_SUCCESS) {
     search = reinterpret_cast<HANDLE>(played.searches.size() + 0x10000);
     Listing listing = known->second;
-    listing.entries.insert(listing.entries.begin(), {{L".", kFolder}, {L"..", kFolder}});
+    const bool isRoot = known->first.ends_with(L':');
+    if (!isRoot)
+      listing.entries.insert(listing.entries.begin(), {{L".", kFolder}, {L"..", kFolder}});
     played.searches[search] = std::move(listing);
     FindNext(search, found);
   } else {
@@ -282,6 +284,10 @@ TEST_F(Ownership, RealTree_IsTakenInTheOrderOfItsListing) {
   EXPECT_EQ(::TakeFolderOwnership((scratch / L"e").c_str()), 0);
   EXPECT_NE(::GetLastError(), 0u);
   EXPECT_EQ(Taken(), Lines{files[3]});
+  // A root has no "." and "..".
+  played.folders = {{L"\\\\?\\Q:", {{{L"x"}}}}};
+  EXPECT_EQ(::TakeFolderOwnership(L"Q:\\"), 1);
+  EXPECT_EQ(Taken(), (Lines{L"\\\\?\\Q:\\", L"\\\\?\\Q:\\x"}));
   for (const std::wstring& file : files) EXPECT_TRUE(::DeleteFileW(file.c_str()));
   EXPECT_TRUE(::RemoveDirectoryW(odd.c_str()));
 }

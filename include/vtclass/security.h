@@ -20,6 +20,8 @@
  * to whatever sink the host has installed. That library lies in the folder of this one and loads at
  * the first trace, with the rights of the process; where it is missing there are no traces and all
  * else is as ever. The sink runs on the thread that traces, while that acts as the account, too.
+ * The text of an error is the product's where ErrorMessageBase has loaded the message library and
+ * that has one, else the system's, up to its first insert; without either it is the number.
  * Passwords are in no trace, and the library makes no copy of one.
  */
 
@@ -229,10 +231,11 @@ enum OwnershipStep : int {
 };
 
 /*
- * Told of each entry in the order of the walk. `path` is absolute, begins with "\\?\" and lives
- * until the report returns; `status` is 0 or the reason of the failure; `context` is the caller's.
- * True: the walk goes on, behind a failure too, and skips only what it could not list. False: it
- * ends. Called on the thread that walks; what it throws ends the walk and is told to the debugger.
+ * Told of each entry in the order of the walk. `path` is absolute, begins with "\\?\" (that of
+ * a device with "\\.\") and lives until the report returns; `status` is 0 or the reason of the
+ * failure; `context` is the caller's. True: the walk goes on, behind a failure too, and skips only
+ * what it could not list. False: it ends. Called on the thread that walks; what it throws ends the
+ * walk and is told to the debugger.
  */
 using OwnershipReport = bool (*)(OwnershipStep step, const wchar_t* path, unsigned long status,
                                  void* context);

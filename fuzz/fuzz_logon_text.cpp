@@ -11,13 +11,14 @@ using fuzz::Check;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const WideView text = input.Text();
-  const AccountParts parts = SplitAccount(text);
-  const bool isSplit = parts.domain.size() + parts.user.size() < text.size();
-  Check(parts.domain.data() == text.data());
-  Check(parts.user.data() + parts.user.size() == text.data() + text.size());
+  const WideText terminated(text.substr(0, text.find(WideUnit{0})));
+  const WideView account = terminated;
+  const AccountParts parts = SplitAccount(terminated.c_str());
+  const bool isSplit = account.find(WideUnit{'\\'}) != WideView::npos;
+  Check(parts.domain.data() == account.data());
   Check(parts.domain.find(WideUnit{'\\'}) == WideView::npos);
-  Check(isSplit == (text.find(WideUnit{'\\'}) != WideView::npos));
   Check(isSplit || parts.domain.empty());
+  Check(parts.user == account.data() + parts.domain.size() + (isSplit ? 1 : 0));
 
   const WideView folder = WithoutTrailingBackslashes(text);
   Check(text.starts_with(folder));

@@ -8,14 +8,15 @@ namespace vtclass::security {
 
 struct AccountParts {
   WideView domain;
-  WideView user; /* the account's end, so it ends where the account does */
+  const WideUnit* user; /* the account's end, up to its zero */
 };
 
 /* DOMAIN\user at its first backslash; a user alone has an empty domain. */
-constexpr AccountParts SplitAccount(WideView account) noexcept {
-  const auto backslash = account.find(WideUnit{'\\'});
-  if (backslash == WideView::npos) return {account.substr(0, 0), account};
-  return {account.substr(0, backslash), account.substr(backslash + 1)};
+constexpr AccountParts SplitAccount(const WideUnit* account) noexcept {
+  const WideView text = account;
+  const auto backslash = text.find(WideUnit{'\\'});
+  if (backslash == WideView::npos) return {text.substr(0, 0), account};
+  return {text.substr(0, backslash), account + backslash + 1};
 }
 
 /* The name by which traces call a type of logon. */

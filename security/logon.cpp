@@ -67,8 +67,7 @@ unsigned long LogOnTraced(const wchar_t* account, const wchar_t* password, HANDL
   const DWORD type = ChosenLogonType();
   Trace(L"LogonType set = [%s][0x%x]", LogonTypeName(type), type);
   HANDLE made = nullptr;
-  if (!::LogonUserW(parts.user.data(), domain.c_str(), password, type, LOGON32_PROVIDER_DEFAULT,
-                    &made)) {
+  if (!::LogonUserW(parts.user, domain.c_str(), password, type, LOGON32_PROVIDER_DEFAULT, &made)) {
     return ::GetLastError();
   }
   Trace(L"LogonUser(%s-0x%x) success", LogonTypeName(type), type);
@@ -131,6 +130,6 @@ unsigned long Win32Impersonator::Logon(const wchar_t* domain, const wchar_t* use
 unsigned long Win32Impersonator::Logon(const wchar_t* account, const wchar_t* password) noexcept {
   return StatusOf([&] {
     const AccountParts parts = SplitAccount(TextOf(account));
-    return Logon(std::wstring(parts.domain).c_str(), parts.user.data(), password);
+    return Logon(std::wstring(parts.domain).c_str(), parts.user, password);
   });
 }

@@ -5,7 +5,7 @@
 
 #include <vtstdutl/vtstdutl.h>
 
-#include <exception>
+#include "platform/no_throw.h"
 
 namespace vtclass::security {
 
@@ -13,11 +13,8 @@ namespace vtclass::security {
 template <typename... Arguments>
 void Trace(const wchar_t* format, Arguments... arguments) noexcept {
   const DWORD lastError = ::GetLastError();
-  try {
-    ::VTTrace(L"impersonator", 0, format, arguments...);
-  } catch (const std::exception&) {
-    // The library of the traces cannot be loaded. Nobody is kept from logging on by that.
-  }
+  // Nobody is kept from logging on by a library of traces that cannot be loaded.
+  platform::StatusOf([&] { ::VTTrace(L"impersonator", 0, format, arguments...); });
   ::SetLastError(lastError);
 }
 

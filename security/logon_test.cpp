@@ -77,24 +77,19 @@ HLOCAL WINAPI PlayFree(HLOCAL text) {
 BOOL WINAPI PlayRevert() { return played.refusesRevert ? FALSE : ::RevertToSelf(); }
 DWORD WINAPI PlayVersion() { return 0x1DB10000 | 3 << 8 | played.version; }
 
-// Whom a thread impersonates is the local service; there is no second account to log on.
-BOOL WINAPI PlayUser(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID out, DWORD room,
-                     PDWORD size) {
-  TOKEN_TYPE type = TokenPrimary;
-  ::GetTokenInformation(token, TokenType, &type, sizeof(type), size);
-  const BOOL done = ::GetTokenInformation(token, what, out, room, size);
-  if (!done || what != TokenUser || type != TokenImpersonation) return done;
-  SID service = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {SECURITY_LOCAL_SERVICE_RID}};
-  return ::CopySid(room - sizeof(TOKEN_USER), static_cast<TOKEN_USER*>(out)->User.Sid, &service);
-}
-
-std::wstring NameOf(DWORD authorityPart) {
-  SID sid = {SID_REVISION, 1, SECURITY_NT_AUTHORITY, {authorityPart}};
-  wchar_t user[100], domain[100];
-  DWORD userRoom = 100, domainRoom = 100;
-  SID_NAME_USE use = SidTypeUnknown;
-  EXPECT_TRUE(::LookupAccountSidW(nullptr, &sid, user, &userRoom, domain, &domainRoom, &use));
-  return std::wstring(domain) + L"\\" + user;
+// The names of whomever the thread acts as; there is no second account to log on.
+BOOL WINAPI PlayNames(LPCWSTR, PSID, LPWSTR user, LPDWORD userRoom, LPWSTR domain,
+                      LPDWORD domainRoom, PSID_NAME_USE) {
+  const wchar_t* const name = ThreadTokenId() ? L"impersonated" : L"process";
+  const bool isSize = !user;
+  if (!isSize) {
+    wcscpy(domain, L"D");
+    wcscpy(user, name);
+  }
+  *userRoom = static_cast<DWORD>(wcslen(name)) + (isSize ? 1 : 0);
+  *domainRoom = isSize ? 2 : 1;
+  ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+  return !isSize;
 }
 
 // The system's text without the line feed at its end.
@@ -149,13 +144,11 @@ class Logon : public ::testing::Test {
       "ADVAPI32.dll", "ImpersonateLoggedOnUser", &PlayImpersonation};
   const ImportHook<decltype(::RevertToSelf)> revert{"ADVAPI32.dll", "RevertToSelf", &PlayRevert};
   const ImportHook<decltype(::GetVersion)> version{"KERNEL32.dll", "GetVersion", &PlayVersion};
-  const ImportHook<decltype(::GetTokenInformation)> user{"ADVAPI32.dll", "GetTokenInformation",
-                                                         &PlayUser};
+  const ImportHook<decltype(::LookupAccountSidW)> names{"ADVAPI32.dll", "LookupAccountSidW",
+                                                        &PlayNames};
   const ImportHook<decltype(::FormatMessageW)> format{"KERNEL32.dll", "FormatMessageW",
                                                       &PlayFormat};
   const ImportHook<decltype(::LocalFree)> freeText{"KERNEL32.dll", "LocalFree", &PlayFree};
-  const std::wstring process = Impersonator::WhoAmI();
-  const std::wstring service = NameOf(SECURITY_LOCAL_SERVICE_RID);
   Traces traces;
 };
 
@@ -315,14 +308,15 @@ TEST_F(Logon, Impersonation_EndsByReverting) {
   ASSERT_TRUE(token);
   EXPECT_TRUE(ThreadTokenId());
   EXPECT_EQ(error, kUntouched);
-  EXPECT_EQ(Taken(), (Traces{kForeign, L"LogonType set = [LOGON32_LOGON_BATCH][0x4]",
-                             L"LogonUser(LOGON32_LOGON_BATCH-0x4) success",
-                             L"Successfully impersonated D\\u", L"WhoAmI( ) reports: " + service}));
+  EXPECT_EQ(Taken(),
+            (Traces{kForeign, L"LogonType set = [LOGON32_LOGON_BATCH][0x4]",
+                    L"LogonUser(LOGON32_LOGON_BATCH-0x4) success",
+                    L"Successfully impersonated D\\u", L"WhoAmI( ) reports: D\\impersonated"}));
   Impersonator::RevertToSelfAndClose(token);
   EXPECT_FALSE(ThreadTokenId());
-  EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports " + service}));
+  EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports D\\impersonated"}));
   Impersonator::RevertToSelfAndClose(nullptr);
-  EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports " + process}));
+  EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports D\\process"}));
   ExpectAllClosed();
 
   Impersonator::RevertToSelfAndClose(Impersonator::LogonAndImpersonateUser(nullptr, L"", nullptr));
@@ -352,7 +346,7 @@ TEST_F(Logon, RefusedImpersonation_EndsAnEarlierOne_RefusedLogonDoesNot) {
       expected.insert(expected.end(),
                       {L"LogonUser(LOGON32_LOGON_BATCH-0x4) success",
                        L"ImpersonateLoggedOnUser failed: " + SystemText(1346),
-                       L"About to close user context. WhoAmI( ) reports " + service});
+                       L"About to close user context. WhoAmI( ) reports D\\impersonated"});
     }
     EXPECT_EQ(Taken(), expected);
     ExpectAllClosed();

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -24,8 +25,10 @@ struct Registration {
   CriticalSection section;
   HINSTANCE module VTCLASS_GUARDED_BY(section) = nullptr;
   std::unique_ptr<StringResourceMgr> messages VTCLASS_GUARDED_BY(section);
-  HMODULE library VTCLASS_GUARDED_BY(section) = nullptr;  // of the messages
 };
+
+// The file of those messages, for threads that may be killed: they must not hold the lock.
+constinit std::atomic<HMODULE> loadedLibrary{nullptr};
 
 // Made on first use and gone with the library; what it then unloads has no code of its own.
 Registration& Shared() {
@@ -65,8 +68,8 @@ void ErrorMessageBase::set_ModuleInstance(HINSTANCE module) {
   Registration& registration = Shared();
   const ScopedLock lock(registration.section);
   registration.module = module;
+  loadedLibrary = nullptr;
   registration.messages.reset();
-  registration.library = nullptr;
 }
 
 bool ErrorMessageBase::BaseInit() {
@@ -78,7 +81,7 @@ StringResourceMgr ErrorMessageBase::GetMessages() {
   const ScopedLock lock(registration.section);
   if (!registration.messages) {
     registration.messages = std::make_unique<StringResourceMgr>(Load(registration.module));
-    registration.library = registration.messages->state->Library();
+    loadedLibrary = registration.messages->state->Library();
   }
   return *registration.messages;
 }
@@ -109,12 +112,12 @@ StringResourceMgr ErrorMessageBase::Load(HINSTANCE module) {
 }
 
 OwnedModule vtclass::log::HoldMessageLibrary() noexcept {
-  Registration& registration = Shared();
-  const ScopedLock lock(registration.section);
   OwnedModule held;
-  if (registration.library) {
-    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                         reinterpret_cast<LPCWSTR>(registration.library), held.Receive());
+  const HMODULE library = loadedLibrary;
+  // One that has been given up since is not found.
+  if (library) {
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(library),
+                         held.Receive());
   }
   return held;
 }

@@ -22,8 +22,7 @@ using vtclass::security::Trace;
 
 namespace {
 
-// What jobs have always been logged on by: from version 6 on an interactive logon would need a
-// right that service accounts are not given any more.
+// How an account is logged on where nobody has chosen the type.
 DWORD DefaultLogonType() {
   constexpr BYTE kBatchFrom = 6;
   return LOBYTE(::GetVersion()) < kBatchFrom ? LOGON32_LOGON_INTERACTIVE : LOGON32_LOGON_BATCH;

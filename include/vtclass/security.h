@@ -80,7 +80,7 @@ class Impersonator {
    * VTLogonUser, and the thread acts as the account until RevertToSelfAndClose. Returns the token
    * to give to that, or null. After null nothing is left to close, and ::GetLastError() is the
    * reason: of a refused logon, which `*error` holds too and which leaves an earlier impersonation
-   * alone; or of a refused impersonation, after which the thread acts as the process.
+   * alone; or of a refused impersonation, which ends as RevertToSelfAndClose does.
    * Contract: a refused impersonation leaves `*error` alone. Callers set it to 0 before, and tell
    * the two by that.
    */
@@ -226,8 +226,8 @@ class ImpersonationScope {
 
 /* What an ownership report tells of an entry. */
 enum OwnershipStep : int {
-  ownershipTaken, /* its ownership was taken, or, with a status, was not */
-  folderNotListed /* a folder that was taken over could not be listed, or not to its end */
+  ownershipTaken, /* it was taken over, or, with a status, was not */
+  folderNotListed /* the folder could not be listed, or not to its end */
 };
 
 /*

@@ -4,6 +4,7 @@
 #include <vtstdutl/vtstdutl.h>
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,12 +12,10 @@
 #include "messages/message_codes.h"
 #include "security/token_test.h"
 #include "tests/support/allocations.h"
-#include "tests/support/handle_counter.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/library_copy.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/log.h"
-#include "vtclass/net.h"
 #include "vtclass/product.h"
 #include "vtclass/security.h"
 
@@ -37,7 +36,7 @@ struct Played {
   std::wstring domain, user;
   DWORD type = 0;
   const wchar_t* password = nullptr;
-  int tokens = 0;  // that it has given out
+  std::set<HANDLE> tokens;  // that it has given out and that are open
 };
 Played played;
 
@@ -51,8 +50,11 @@ BOOL WINAPI PlayLogon(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD type
   ::SetLastError(played.logonError);
   if (played.logonError != ERROR_SUCCESS) return FALSE;
   *token = TokenCopy().Release();
-  ++played.tokens;
-  return TRUE;
+  return played.tokens.insert(*token).second;
+}
+BOOL WINAPI PlayClose(HANDLE token) {
+  played.tokens.erase(token);
+  return ::CloseHandle(token);
 }
 
 BOOL WINAPI PlayImpersonation(HANDLE token) {
@@ -125,21 +127,9 @@ class Logon : public ::testing::Test {
   }
   Traces Taken() { return std::exchange(traces, {}); }
 
-  // All tokens that were given out are closed, and whatever else the library opened.
-  void ExpectAllClosed() { EXPECT_EQ(handles.Open(), -played.tokens); }
-
-  // What is loaded at its first use stays loaded.
-  static bool LoadCompanions() {
-    bool isMe = false;
-    IsThisMe(L"x", &isMe, true);
-    Impersonator::RevertToSelfAndClose(nullptr);
-    return true;
-  }
-
-  const bool areLoaded = LoadCompanions();
   const PrivateRegistry registry;
-  const HandleCounter handles;
   const ImportHook<decltype(::LogonUserW)> logon{"ADVAPI32.dll", "LogonUserW", &PlayLogon};
+  const ImportHook<decltype(::CloseHandle)> close{"KERNEL32.dll", "CloseHandle", &PlayClose};
   const ImportHook<decltype(::ImpersonateLoggedOnUser)> impersonate{
       "ADVAPI32.dll", "ImpersonateLoggedOnUser", &PlayImpersonation};
   const ImportHook<decltype(::RevertToSelf)> revert{"ADVAPI32.dll", "RevertToSelf", &PlayRevert};
@@ -189,9 +179,9 @@ TEST_F(Logon, Account_IsSplit_AndThisMachinesDomainConverted) {
     if (!row.isOwn) expected.insert(expected.begin(), kForeign);
     EXPECT_EQ(Taken(), expected);
     EXPECT_FALSE(ThreadTokenId());
-    ::CloseHandle(token);
+    EXPECT_EQ(played.tokens, std::set<HANDLE>{token});
+    PlayClose(token);
   }
-  EXPECT_EQ(handles.Open(), 0);
 }
 
 constexpr wchar_t kAgents[] = L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Engine\\Agents";
@@ -226,7 +216,7 @@ TEST_F(Logon, Type_ComesFromTheAgentsKey_ElseFromTheVersion) {
     if (row.size != 0) StoreValue(key, L"LogonUserType", row.kind, &row.stored, row.size);
     EXPECT_EQ(KeyExists(key), row.size != 0) << "made by the library";
     played.version = row.version;
-    ::CloseHandle(Impersonator::VTLogonUser(L"u", kPassword, nullptr));
+    PlayClose(Impersonator::VTLogonUser(L"u", kPassword, nullptr));
     EXPECT_EQ(played.type, row.type) << row.traced;
     std::wstring name = row.traced;
     EXPECT_EQ(Taken()[1], L"LogonType set = " + name);
@@ -288,7 +278,7 @@ TEST_F(Logon, NoMemory_IsAStatus_AndAFailedConversionIsTraced) {
     const Traces seen = Taken();
     EXPECT_EQ(error, token ? kUntouched : 8u);
     if (token) {
-      ::CloseHandle(token);
+      PlayClose(token);
     } else {
       EXPECT_EQ(seen.back(), L"LogonUser failed: " + SystemText(8));
     }
@@ -299,7 +289,6 @@ TEST_F(Logon, NoMemory_IsAStatus_AndAFailedConversionIsTraced) {
     if (!allocations.Failed()) break;
   }
   EXPECT_GT(conversions, 0);
-  EXPECT_EQ(handles.Open(), 0);
 }
 
 TEST_F(Logon, Impersonation_EndsByReverting) {
@@ -317,7 +306,7 @@ TEST_F(Logon, Impersonation_EndsByReverting) {
   EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports D\\impersonated"}));
   Impersonator::RevertToSelfAndClose(nullptr);
   EXPECT_EQ(Taken(), (Traces{L"About to close user context. WhoAmI( ) reports D\\process"}));
-  ExpectAllClosed();
+  EXPECT_TRUE(played.tokens.empty());
 
   Impersonator::RevertToSelfAndClose(Impersonator::LogonAndImpersonateUser(nullptr, L"", nullptr));
   EXPECT_EQ(Taken()[3], L"Successfully impersonated ");
@@ -325,7 +314,7 @@ TEST_F(Logon, Impersonation_EndsByReverting) {
   Impersonator::RevertToSelfAndClose(
       Impersonator::LogonAndImpersonateUser(L"u", kPassword, nullptr));
   EXPECT_TRUE(ThreadTokenId());
-  ExpectAllClosed();
+  EXPECT_TRUE(played.tokens.empty());
 }
 
 // As whom the thread acts after each failure, when it acted as another before.
@@ -349,7 +338,7 @@ TEST_F(Logon, RefusedImpersonation_EndsAnEarlierOne_RefusedLogonDoesNot) {
                        L"About to close user context. WhoAmI( ) reports D\\impersonated"});
     }
     EXPECT_EQ(Taken(), expected);
-    ExpectAllClosed();
+    EXPECT_TRUE(played.tokens.empty());
     played = {};
   }
 }
@@ -372,7 +361,7 @@ TEST_F(Logon, Scope_RevertsAndClosesOnEachWayOut) {
   EXPECT_FALSE(ThreadTokenId());
   EXPECT_FALSE(early);
   early.End();
-  ExpectAllClosed();
+  EXPECT_TRUE(played.tokens.empty());
   for (const bool isLogon : {true, false}) {
     (isLogon ? played.logonError : played.impersonationError) = 1385;
     Taken();
@@ -383,7 +372,7 @@ TEST_F(Logon, Scope_RevertsAndClosesOnEachWayOut) {
     }
     EXPECT_EQ(Taken().size(), isLogon ? 3u : 5u) << "nothing is ended a second time";
     EXPECT_FALSE(ThreadTokenId());
-    ExpectAllClosed();
+    EXPECT_TRUE(played.tokens.empty());
     played.logonError = ERROR_SUCCESS;
   }
 }
@@ -397,20 +386,20 @@ TEST_F(Logon, Win32Impersonator_OwnsItsToken) {
     EXPECT_EQ(played.user, L"b\\c");
     EXPECT_EQ(played.password, kPassword);
     EXPECT_EQ(plain.Logon(nullptr, kPassword), 0u);
-    EXPECT_EQ(handles.Open(), -1) << "the first one";
     void* const token = plain.GetToken();
+    EXPECT_EQ(played.tokens, std::set<HANDLE>{token}) << "the first one too";
     played.logonError = 1909;
     EXPECT_EQ(plain.Logon(L"x", L"y", kPassword), 1909u);
     EXPECT_EQ(played.domain, L"x");
     EXPECT_EQ(played.user, L"y");
     EXPECT_EQ(plain.GetToken(), token);
-    EXPECT_EQ(handles.Open(), -1);
+    EXPECT_TRUE(played.tokens.contains(token));
     Allocations allocations;
     allocations.FailAt(1);
     const std::wstring longDomain(1000, L'd');
     EXPECT_EQ(plain.Logon((longDomain + L"\\u").c_str(), kPassword), 8u);
   }
-  ExpectAllClosed();
+  EXPECT_TRUE(played.tokens.empty());
   EXPECT_EQ(Taken(), Traces());
   EXPECT_FALSE(ThreadTokenId());
 }

@@ -50,13 +50,6 @@ HANDLE WINAPI OpenFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRI
   return file;
 }
 
-BOOL WINAPI OpenTokenOfThread(HANDLE thread, DWORD access, BOOL asSelf, PHANDLE token) {
-  return Count(opened, ::OpenThreadToken(thread, access, asSelf, token) != FALSE);
-}
-BOOL WINAPI OpenTokenOfProcess(HANDLE process, DWORD access, PHANDLE token) {
-  return Count(opened, ::OpenProcessToken(process, access, token) != FALSE);
-}
-
 HMODULE WINAPI LoadModule(LPCWSTR name, HANDLE file, DWORD flags) {
   const HMODULE module = ::LoadLibraryExW(name, file, flags);
   Count(opened, module != nullptr);
@@ -77,8 +70,6 @@ const Replacement kReplacements[] = {
     {"ADVAPI32.dll", "RegCreateKeyExW", reinterpret_cast<void*>(&CreateKey)},
     {"ADVAPI32.dll", "RegConnectRegistryW", reinterpret_cast<void*>(&ConnectRegistry)},
     {"ADVAPI32.dll", "RegCloseKey", reinterpret_cast<void*>(&CloseKey)},
-    {"ADVAPI32.dll", "OpenThreadToken", reinterpret_cast<void*>(&OpenTokenOfThread)},
-    {"ADVAPI32.dll", "OpenProcessToken", reinterpret_cast<void*>(&OpenTokenOfProcess)},
     {"KERNEL32.dll", "CreateFileW", reinterpret_cast<void*>(&OpenFile)},
     {"KERNEL32.dll", "LoadLibraryExW", reinterpret_cast<void*>(&LoadModule)},
     {"KERNEL32.dll", "FreeLibrary", reinterpret_cast<void*>(&UnloadModule)},

@@ -8,7 +8,7 @@ namespace vtclass::test {
 
 /*
  * Counts what the DLL under test opens and closes in one scope, by replacing the opening and
- * closing calls in its import table: registry keys, files, tokens, modules. Predefined registry
+ * closing calls in its import table: registry keys, files, events, modules. Predefined registry
  * keys that a remote connection hands out count too: they must be closed like every other. One at
  * a time in a process.
  */

@@ -45,14 +45,14 @@ inline constexpr ProductKey kTcpIpKey = {
     VTCLASS_UNDER_ROOTS("\\Network\\TcpIp"),
     "Name resolution. A missing value is stored with its default where the process may write."};
 
-inline constexpr ProductKey kAgentsKey = {
-    VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
-    "The agents. The product only reads this value, and only where it could write the key."};
-
 inline constexpr ProductKey kOracleAgentKey = {
     VTCLASS_UNDER_ROOTS("\\Engine\\Agents\\Oracle"),
     "The Oracle agent's databases: a subkey each, named after the database, with these values. The "
     "product only reads them."};
+
+inline constexpr ProductKey kAgentsKey = {
+    VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
+    "The agents. The product only reads this value, and only where it could write the key."};
 
 inline constexpr ProductKey kSessionKey = {
     VTCLASS_UNDER_ROOTS("\\Session"),

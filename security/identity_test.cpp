@@ -2,93 +2,64 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
-#include <vector>
 
-#include "security/token_test.h"
 #include "tests/support/allocations.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/token_copy.h"
 #include "vtclass/security.h"
 
 namespace vtclass::test {
 namespace {
 
-// The system's calls in their order; call number `failAt` fails with `code`.
+// The system's calls in their order; number `failAt` is refused.
 struct Calls {
   int count = 0;
   int failAt = 0;
-  DWORD code = ERROR_ACCESS_DENIED;
   DWORD access = 0;  // that the thread's token was last opened with
   int asSelf = -1;   // and the flag
+  int tokens = 0;    // that are open
 };
-Calls calls;
-int openTokens = 0;
 
-BOOL Opened(BOOL isOpen) {
-  openTokens += isOpen ? 1 : 0;
-  return isOpen;
+// Runs `work` with these calls.
+template <typename Work>
+void With(Calls& calls, Work work) {
+  const auto fails = [&calls] {
+    if (++calls.count != calls.failAt) return false;
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return true;
+  };
+  const auto opened = [&calls](BOOL isOpen) {
+    calls.tokens += isOpen ? 1 : 0;
+    return isOpen;
+  };
+  const auto thread = Replace<decltype(::OpenThreadToken)>(
+      "OpenThreadToken", [&](HANDLE owner, DWORD access, BOOL asSelf, PHANDLE token) {
+        calls.access = access;
+        calls.asSelf = asSelf;
+        return fails() ? FALSE : opened(::OpenThreadToken(owner, access, asSelf, token));
+      });
+  const auto process = Replace<decltype(::OpenProcessToken)>("OpenProcessToken", [&](auto... as) {
+    return fails() ? FALSE : opened(::OpenProcessToken(as...));
+  });
+  const auto close = Replace<decltype(::CloseHandle)>(
+      "CloseHandle", [&](HANDLE token) { return --calls.tokens, ::CloseHandle(token); });
+  const auto information = Replace<decltype(::GetTokenInformation)>(
+      "GetTokenInformation",
+      [&](auto... as) { return fails() ? FALSE : ::GetTokenInformation(as...); });
+  const auto names = Replace<decltype(::LookupAccountSidW)>("LookupAccountSidW", [&](auto... as) {
+    return fails() ? FALSE : ::LookupAccountSidW(as...);
+  });
+  const auto copy = Replace<decltype(::CopySid)>(
+      "CopySid", [&](auto... as) { return fails() ? FALSE : ::CopySid(as...); });
+  const auto adjust = Replace<decltype(::AdjustTokenPrivileges)>(
+      "AdjustTokenPrivileges",
+      [&](auto... as) { return fails() ? FALSE : ::AdjustTokenPrivileges(as...); });
+  calls.count = 0;
+  work();
+  EXPECT_EQ(calls.tokens, 0);
 }
-
-bool Fails() {
-  if (++calls.count != calls.failAt) return false;
-  ::SetLastError(calls.code);
-  return true;
-}
-
-BOOL WINAPI OpenThread(HANDLE thread, DWORD access, BOOL asSelf, PHANDLE token) {
-  calls.access = access;
-  calls.asSelf = asSelf;
-  return Fails() ? FALSE : Opened(::OpenThreadToken(thread, access, asSelf, token));
-}
-BOOL WINAPI OpenProcess(HANDLE process, DWORD access, PHANDLE token) {
-  return Fails() ? FALSE : Opened(::OpenProcessToken(process, access, token));
-}
-BOOL WINAPI Close(HANDLE handle) {
-  --openTokens;
-  return ::CloseHandle(handle);
-}
-BOOL WINAPI Information(HANDLE token, TOKEN_INFORMATION_CLASS what, LPVOID out, DWORD room,
-                        PDWORD size) {
-  return Fails() ? FALSE : ::GetTokenInformation(token, what, out, room, size);
-}
-BOOL WINAPI LookUpSid(LPCWSTR system, PSID sid, LPWSTR user, LPDWORD userRoom, LPWSTR domain,
-                      LPDWORD domainRoom, PSID_NAME_USE use) {
-  return Fails() ? FALSE
-                 : ::LookupAccountSidW(system, sid, user, userRoom, domain, domainRoom, use);
-}
-BOOL WINAPI Copy(DWORD room, PSID to, PSID from) {
-  return Fails() ? FALSE : ::CopySid(room, to, from);
-}
-BOOL WINAPI Adjust(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES change, DWORD size,
-                   PTOKEN_PRIVILEGES before, PDWORD beforeSize) {
-  return Fails() ? FALSE
-                 : ::AdjustTokenPrivileges(token, disableAll, change, size, before, beforeSize);
-}
-
-class CurrentIdentity : public ::testing::Test {
- protected:
-  CurrentIdentity() {
-    calls = {};
-    openTokens = 0;
-  }
-  ~CurrentIdentity() override {
-    ::RevertToSelf();
-    EXPECT_EQ(openTokens, 0);
-  }
-
-  const ImportHook<decltype(::OpenThreadToken)> openThread{"ADVAPI32.dll", "OpenThreadToken",
-                                                           &OpenThread};
-  const ImportHook<decltype(::OpenProcessToken)> openProcess{"ADVAPI32.dll", "OpenProcessToken",
-                                                             &OpenProcess};
-  const ImportHook<decltype(::CloseHandle)> close{"KERNEL32.dll", "CloseHandle", &Close};
-  const ImportHook<decltype(::GetTokenInformation)> information{
-      "ADVAPI32.dll", "GetTokenInformation", &Information};
-  const ImportHook<decltype(::LookupAccountSidW)> lookUp{"ADVAPI32.dll", "LookupAccountSidW",
-                                                         &LookUpSid};
-  const ImportHook<decltype(::CopySid)> copy{"ADVAPI32.dll", "CopySid", &Copy};
-  const ImportHook<decltype(::AdjustTokenPrivileges)> adjust{"ADVAPI32.dll",
-                                                             "AdjustTokenPrivileges", &Adjust};
-};
 
 // What the system says of the process's account.
 struct Account {
@@ -111,21 +82,23 @@ struct Account {
   std::wstring domain, user;
 };
 
-TEST_F(CurrentIdentity, EachCallMayFail_AndNothingOfAnotherAccountIsTold) {
+TEST(WhoAmI, EachCallMayFail_AndNothingOfAnotherAccountIsTold) {
   const Account account;
   for (const bool impersonates : {false, true}) {
-    if (impersonates) ::ImpersonateLoggedOnUser(TokenCopy().Get());
-    for (calls.failAt = 1;; ++calls.failAt) {
-      calls.count = 0;
-      wcstring domain = L"old domain", user = L"old user";
-      EXPECT_FALSE(Impersonator::WhoAmI(domain, user));
-      const bool failed = calls.count >= calls.failAt;
+    const platform::OwnedKernelObject token = TokenCopy();
+    if (impersonates) ::ImpersonateLoggedOnUser(token.Get());
+    Calls calls;
+    for (bool failed = true; failed;) {
+      ++calls.failAt;
+      wcstring domain = L"old domain", user = L"old user", both;
+      With(calls, [&] { EXPECT_FALSE(Impersonator::WhoAmI(domain, user)); });
+      With(calls, [&] { both = Impersonator::WhoAmI(); });
+      failed = calls.count >= calls.failAt;
       EXPECT_EQ(domain, failed ? L"" : account.domain) << "call " << calls.failAt;
       EXPECT_EQ(user, failed ? L"" : account.user);
-      calls.count = 0;
-      EXPECT_EQ(Impersonator::WhoAmI(), failed ? L"\\" : account.domain + L"\\" + account.user);
-      if (!failed) break;
+      EXPECT_EQ(both, failed ? L"\\" : account.domain + L"\\" + account.user);
     }
+    ::RevertToSelf();
     // Opening the thread's token, and the process's where there is none; the two of each question.
     EXPECT_EQ(calls.failAt, impersonates ? 6 : 7);
     EXPECT_EQ(calls.access, DWORD{TOKEN_QUERY});
@@ -133,78 +106,54 @@ TEST_F(CurrentIdentity, EachCallMayFail_AndNothingOfAnotherAccountIsTold) {
   }
 }
 
-TEST_F(CurrentIdentity, GetSid_KeepsItsCopyUntilTheNextSuccess) {
+TEST(GetSid, KeepsItsCopyUntilTheNextSuccess) {
   Account account;
   Impersonator impersonator;
   void* sid = &account;
-  for (calls.failAt = 1;; ++calls.failAt) {
-    calls.count = 0;
-    if (impersonator.GetSid(sid)) break;
-    EXPECT_EQ(sid, &account) << "call " << calls.failAt;
+  for (int round = 0; round < 2; ++round) {
+    void* const former = sid;
+    Calls calls;
+    for (bool done = false; !done;) {
+      ++calls.failAt;
+      With(calls, [&] { done = impersonator.GetSid(sid); });
+      if (!done) EXPECT_EQ(sid, former) << "call " << calls.failAt;
+      if (done || round > 0) EXPECT_TRUE(::EqualSid(sid, account.Sid()));
+    }
+    EXPECT_EQ(calls.failAt, 6);
   }
-  EXPECT_EQ(calls.failAt, 6);
-  EXPECT_TRUE(::EqualSid(sid, account.Sid()));
-  void* const first = sid;
-  for (calls.failAt = 1; calls.failAt < 6; ++calls.failAt) {
-    calls.count = 0;
-    EXPECT_FALSE(impersonator.GetSid(sid));
-    EXPECT_EQ(sid, first);
-    EXPECT_TRUE(::EqualSid(first, account.Sid()));
-  }
-  calls.failAt = 0;
-  EXPECT_TRUE(impersonator.GetSid(sid));
-  EXPECT_TRUE(::EqualSid(sid, account.Sid()));
 }
 
-// The blocks that the library takes and gives back.
-long blocks = 0;
-decltype(std::free)* freeBlock = nullptr;
-void CountFree(void* block) {
-  if (block) --blocks;
-  freeBlock(block);
-}
-
-TEST_F(CurrentIdentity, NoMemory_IsNoAnswer_AndNothingStaysAllocated) {
-  for (long n = 1;; ++n) {
+TEST(GetSid, NoMemory_IsNoAnswer_AndNothingStaysAllocated) {
+  long blocks = 0;
+  bool isAnswered = false;
+  const auto ask = [&] {
+    const auto counted = Replace<decltype(std::free)>("free", [&](void* block) {
+      blocks -= block ? 1 : 0;
+      std::free(block);
+    });
+    wcstring domain = L"old", user = L"old";
+    void* sid = nullptr;
+    Impersonator impersonator;
+    Impersonator::WhoAmI(domain, user);
+    EXPECT_EQ(domain.empty(), user.empty());
+    isAnswered = impersonator.GetSid(sid) && impersonator.GetSid(sid) && !user.empty();
+  };
+  for (long n = 1; !isAnswered; ++n) {
+    Allocations allocations;
+    allocations.FailAt(n);
     blocks = 0;
-    bool failed = false;
-    {
-      Allocations allocations;
-      const ImportHook<decltype(std::free)> counted("msvcrt.dll", "free", &CountFree);
-      freeBlock = counted.Original();
-      allocations.FailAt(n);
-      wcstring domain = L"old", user = L"old";
-      void* sid = nullptr;
-      Impersonator impersonator;
-      Impersonator::WhoAmI(domain, user);
-      EXPECT_EQ(domain.empty(), user.empty());
-      const bool hasNames = !user.empty();
-      const bool hasSid = impersonator.GetSid(sid) && impersonator.GetSid(sid);
-      impersonator.~Impersonator();
-      new (&impersonator) Impersonator;
-      failed = allocations.Failed();
-      EXPECT_EQ(hasNames && hasSid, !failed);
-      blocks += allocations.Count() - (failed ? 1 : 0);
-    }
-    EXPECT_EQ(blocks, 0) << "allocation " << n;
-    if (!failed) break;
+    ask();
+    EXPECT_EQ(isAnswered, !allocations.Failed());
+    EXPECT_EQ(allocations.Count() - (isAnswered ? 0 : 1) + blocks, 0) << "allocation " << n;
   }
 }
 
-DWORD AttributesOf(HANDLE token, const wchar_t* privilege) {
-  LUID wanted = {};
-  EXPECT_TRUE(::LookupPrivilegeValueW(nullptr, privilege, &wanted));
-  alignas(8) BYTE data[2000];
-  DWORD size = 0;
-  EXPECT_TRUE(::GetTokenInformation(token, TokenPrivileges, data, sizeof(data), &size));
-  const auto& all = *reinterpret_cast<const TOKEN_PRIVILEGES*>(data);
-  for (DWORD i = 0; i < all.PrivilegeCount; ++i) {
-    const LUID& luid = all.Privileges[i].Luid;
-    if (luid.LowPart == wanted.LowPart && luid.HighPart == wanted.HighPart) {
-      return all.Privileges[i].Attributes & (SE_PRIVILEGE_ENABLED | SE_PRIVILEGE_REMOVED);
-    }
-  }
-  return SE_PRIVILEGE_REMOVED;
+bool IsEnabled(HANDLE token, const wchar_t* privilege) {
+  PRIVILEGE_SET wanted = {1, PRIVILEGE_SET_ALL_NECESSARY, {}};
+  EXPECT_TRUE(::LookupPrivilegeValueW(nullptr, privilege, &wanted.Privilege[0].Luid));
+  BOOL isEnabled = FALSE;
+  EXPECT_TRUE(::PrivilegeCheck(token, &wanted, &isEnabled));
+  return isEnabled;
 }
 
 void SetAttributes(HANDLE token, const wchar_t* privilege, DWORD attributes) {
@@ -216,55 +165,55 @@ void SetAttributes(HANDLE token, const wchar_t* privilege, DWORD attributes) {
 // Every account holds this one.
 constexpr wchar_t kHeld[] = L"SeChangeNotifyPrivilege";
 
-TEST_F(CurrentIdentity, AssertPrivilege_ChangesTheThreadsTokenElseTheProcesss) {
-  const platform::OwnedKernelObject thread = TokenCopy();
-  platform::OwnedKernelObject process;
+TEST(AssertPrivilege, ChangesTheThreadsTokenElseTheProcesss) {
+  const platform::OwnedKernelObject copy = TokenCopy();
+  platform::OwnedKernelObject process, thread;
   ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY | TOKEN_ADJUST_PRIVILEGES,
                                  process.Receive()));
-  for (const HANDLE token : {thread.Get(), process.Get()}) SetAttributes(token, kHeld, 0);
-  // Without a token of its own the thread changes the process's; a failed opening leads there too.
-  ::SetLastError(ERROR_NOT_ALL_ASSIGNED);
-  EXPECT_NE(AssertPrivilege(kHeld, FALSE), 0);
-  EXPECT_EQ(AttributesOf(process.Get(), kHeld), DWORD{SE_PRIVILEGE_ENABLED});
-  SetAttributes(process.Get(), kHeld, 0);
-  ASSERT_TRUE(::ImpersonateLoggedOnUser(thread.Get()));
-  platform::OwnedKernelObject own;
-  ASSERT_TRUE(::OpenThreadToken(::GetCurrentThread(), TOKEN_ALL_ACCESS, TRUE, own.Receive()));
-  SetAttributes(own.Get(), kHeld, 0);
-  calls = {.failAt = 1};
-  EXPECT_NE(AssertPrivilege(kHeld, FALSE), 0);
-  EXPECT_EQ(AttributesOf(process.Get(), kHeld), DWORD{SE_PRIVILEGE_ENABLED});
-  EXPECT_EQ(AttributesOf(own.Get(), kHeld), 0u);
-  SetAttributes(process.Get(), kHeld, 0);
-
-  for (const int openAsSelf : {FALSE, TRUE, 7}) {
-    SetAttributes(own.Get(), kHeld, 0);
-    EXPECT_NE(AssertPrivilege(kHeld, openAsSelf), 0);
-    EXPECT_EQ(calls.asSelf, openAsSelf ? TRUE : FALSE);
+  ASSERT_TRUE(::ImpersonateLoggedOnUser(copy.Get()));
+  ASSERT_TRUE(::OpenThreadToken(::GetCurrentThread(), TOKEN_ALL_ACCESS, TRUE, thread.Receive()));
+  ::RevertToSelf();
+  const struct {
+    bool impersonates;
+    int failAt;
+    int openAsSelf;
+  } rows[] = {{false, 0, 0}, {true, 1, 0}, {true, 0, 0}, {true, 0, 1}, {true, 0, 7}};
+  for (const auto& row : rows) {
+    for (const HANDLE token : {thread.Get(), process.Get()}) SetAttributes(token, kHeld, 0);
+    if (row.impersonates) ::SetThreadToken(nullptr, thread.Get());
+    Calls calls{.failAt = row.failAt};
+    ::SetLastError(ERROR_NOT_ALL_ASSIGNED);
+    With(calls, [&] { EXPECT_NE(AssertPrivilege(kHeld, row.openAsSelf), 0); });
+    ::RevertToSelf();
     EXPECT_EQ(calls.access, DWORD{MAXIMUM_ALLOWED});
-    EXPECT_EQ(AttributesOf(own.Get(), kHeld), DWORD{SE_PRIVILEGE_ENABLED});
-    EXPECT_EQ(AttributesOf(process.Get(), kHeld), 0u);
+    EXPECT_EQ(calls.asSelf, row.openAsSelf ? TRUE : FALSE);
+    const bool isThreads = row.impersonates && row.failAt == 0;
+    EXPECT_EQ(IsEnabled(thread.Get(), kHeld), isThreads);
+    EXPECT_EQ(IsEnabled(process.Get(), kHeld), !isThreads);
   }
-  SetAttributes(own.Get(), kHeld, SE_PRIVILEGE_REMOVED);
+  SetAttributes(process.Get(), kHeld, SE_PRIVILEGE_ENABLED);
+  SetAttributes(thread.Get(), kHeld, SE_PRIVILEGE_REMOVED);
+  ::SetThreadToken(nullptr, thread.Get());
   EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
   EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_ALL_ASSIGNED});
-  SetAttributes(process.Get(), kHeld, SE_PRIVILEGE_ENABLED);
+  ::RevertToSelf();
 }
 
-TEST_F(CurrentIdentity, AssertPrivilege_UnknownNamesSucceed_FailuresAreTold) {
+TEST(AssertPrivilege, UnknownNamesSucceed_FailuresAreTold) {
   for (const wchar_t* const name :
        {L"SeBakupPrivilege", L"", static_cast<const wchar_t*>(nullptr)}) {
-    calls = {};
-    EXPECT_NE(AssertPrivilege(name, FALSE), 0);
+    Calls calls;
+    With(calls, [&] { EXPECT_NE(AssertPrivilege(name, FALSE), 0); });
     EXPECT_EQ(calls.count, 2) << "nothing is adjusted";
   }
   // The process's token cannot be opened, nor the change be made.
   for (const int failAt : {2, 3}) {
-    calls = {.failAt = failAt};
-    EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
-    EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    calls = {.failAt = failAt};
-    EXPECT_EQ(AssertPrivilege(L"SeBakupPrivilege", FALSE) != 0, failAt == 3);
+    Calls calls{.failAt = failAt};
+    With(calls, [&] {
+      EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
+      EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    });
+    With(calls, [&] { EXPECT_EQ(AssertPrivilege(L"SeBakupPrivilege", FALSE) != 0, failAt == 3); });
   }
 }
 

@@ -1,7 +1,6 @@
 #include <vtclass/win32.h>
 
 #include <gtest/gtest.h>
-#include <vtstdutl/vtstdutl.h>
 
 #include <algorithm>
 #include <set>
@@ -10,137 +9,18 @@
 #include <vector>
 
 #include "messages/message_codes.h"
-#include "security/token_test.h"
 #include "tests/support/allocations.h"
-#include "tests/support/import_hook.h"
 #include "tests/support/library_copy.h"
-#include "tests/support/private_registry.h"
+#include "tests/support/logon_fixture.h"
 #include "vtclass/log.h"
-#include "vtclass/product.h"
 #include "vtclass/security.h"
 
 namespace vtclass::test {
 namespace {
 
-using Traces = std::vector<std::wstring>;
-
-constexpr wchar_t kPassword[] = L"Tr0ub4dor&3";
 constexpr unsigned long kUntouched = 4711;
 
-// What the system is asked, and what it answers.
-struct Played {
-  DWORD logonError = ERROR_SUCCESS;
-  DWORD impersonationError = ERROR_SUCCESS;
-  bool refusesRevert = false;
-  DWORD version = 6;
-  std::wstring domain, user;
-  DWORD type = 0;
-  const wchar_t* password = nullptr;
-  std::set<HANDLE> tokens;  // that it has given out and that are open
-};
-Played played;
-
-BOOL WINAPI PlayLogon(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD type, DWORD provider,
-                      PHANDLE token) {
-  EXPECT_EQ(provider, DWORD{LOGON32_PROVIDER_DEFAULT});
-  played.domain = domain;
-  played.user = user;
-  played.type = type;
-  played.password = password;
-  ::SetLastError(played.logonError);
-  if (played.logonError != ERROR_SUCCESS) return FALSE;
-  *token = TokenCopy().Release();
-  return played.tokens.insert(*token).second;
-}
-BOOL WINAPI PlayClose(HANDLE token) {
-  played.tokens.erase(token);
-  return ::CloseHandle(token);
-}
-
-BOOL WINAPI PlayImpersonation(HANDLE token) {
-  if (played.impersonationError == ERROR_SUCCESS) return ::ImpersonateLoggedOnUser(token);
-  ::SetLastError(played.impersonationError);
-  return FALSE;
-}
-
-// The texts that the system has made and that are not freed.
-int texts = 0;
-DWORD WINAPI PlayFormat(DWORD flags, LPCVOID module, DWORD message, DWORD language, LPWSTR out,
-                        DWORD room, va_list* arguments) {
-  const DWORD length = ::FormatMessageW(flags, module, message, language, out, room, arguments);
-  if (length > 0) ++texts;
-  return length;
-}
-HLOCAL WINAPI PlayFree(HLOCAL text) {
-  --texts;
-  return ::LocalFree(text);
-}
-
-BOOL WINAPI PlayRevert() { return played.refusesRevert ? FALSE : ::RevertToSelf(); }
-DWORD WINAPI PlayVersion() { return 0x1DB10000 | 3 << 8 | played.version; }
-
-// The names of whomever the thread acts as; there is no second account to log on.
-BOOL WINAPI PlayNames(LPCWSTR, PSID, LPWSTR user, LPDWORD userRoom, LPWSTR domain,
-                      LPDWORD domainRoom, PSID_NAME_USE) {
-  const wchar_t* const name = ThreadTokenId() ? L"impersonated" : L"process";
-  const bool isSize = !user;
-  if (!isSize) {
-    wcscpy(domain, L"D");
-    wcscpy(user, name);
-  }
-  *userRoom = static_cast<DWORD>(wcslen(name)) + (isSize ? 1 : 0);
-  *domainRoom = isSize ? 2 : 1;
-  ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
-  return !isSize;
-}
-
-// The system's text without the line feed at its end.
-std::wstring SystemText(DWORD error) {
-  wchar_t text[500] = L"";
-  DWORD length =
-      ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
-                       MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text, ARRAYSIZE(text), nullptr);
-  EXPECT_GT(length, 0u) << error;
-  while (length > 0 && (text[length - 1] == L'\n' || text[length - 1] == L'\r')) --length;
-  return std::wstring(text, length);
-}
-
-class Logon : public ::testing::Test {
- protected:
-  Logon() {
-    played = {};
-    VTSetTraceSink(&Keep, this);
-  }
-  ~Logon() override {
-    VTSetTraceSink(nullptr, nullptr);
-    CMS_SetProd(0);
-    ::RevertToSelf();
-    EXPECT_EQ(std::exchange(texts, 0), 0);
-  }
-
-  static void Keep(const wchar_t* source, unsigned long level, const wchar_t* text, void* self) {
-    EXPECT_STREQ(source, L"impersonator");
-    EXPECT_EQ(level, 0u);
-    EXPECT_EQ(std::wstring(text).find(kPassword), std::wstring::npos);
-    static_cast<Logon*>(self)->traces.emplace_back(text);
-    ::SetLastError(ERROR_GEN_FAILURE);
-  }
-  Traces Taken() { return std::exchange(traces, {}); }
-
-  const PrivateRegistry registry;
-  const ImportHook<decltype(::LogonUserW)> logon{"ADVAPI32.dll", "LogonUserW", &PlayLogon};
-  const ImportHook<decltype(::CloseHandle)> close{"KERNEL32.dll", "CloseHandle", &PlayClose};
-  const ImportHook<decltype(::ImpersonateLoggedOnUser)> impersonate{
-      "ADVAPI32.dll", "ImpersonateLoggedOnUser", &PlayImpersonation};
-  const ImportHook<decltype(::RevertToSelf)> revert{"ADVAPI32.dll", "RevertToSelf", &PlayRevert};
-  const ImportHook<decltype(::GetVersion)> version{"KERNEL32.dll", "GetVersion", &PlayVersion};
-  const ImportHook<decltype(::LookupAccountSidW)> names{"ADVAPI32.dll", "LookupAccountSidW",
-                                                        &PlayNames};
-  const ImportHook<decltype(::FormatMessageW)> format{"KERNEL32.dll", "FormatMessageW",
-                                                      &PlayFormat};
-  const ImportHook<decltype(::LocalFree)> freeText{"KERNEL32.dll", "LocalFree", &PlayFree};
-  Traces traces;
-};
+class Logon : public LogonFixture {};
 
 constexpr wchar_t kForeign[] = L"VTLogonUser: vtclass::IsThisMe() returned error: 87";
 
@@ -269,25 +149,24 @@ TEST_F(Logon, NoMemory_IsAStatus_AndAFailedConversionIsTraced) {
       L"VTLogonUser: vtclass::VTConvertServerNamePlus()                                 returned "
       L"error: 8, extended error: 4 ";
   int conversions = 0;
-  for (long n = 1;; ++n) {
-    Allocations allocations;
-    allocations.FailAt(n);
+  unsigned long error = kUntouched;
+  void* token = nullptr;
+  const auto logOn = [&] {
     played.domain = L"?";
-    unsigned long error = kUntouched;
-    void* const token = Impersonator::VTLogonUser(L"127.0.0.1\\a-user", kPassword, &error);
+    error = kUntouched;
+    token = Impersonator::VTLogonUser(L"127.0.0.1\\a-user", kPassword, &error);
+  };
+  TryEachAllocation(logOn, [&](bool) {
     const Traces seen = Taken();
     EXPECT_EQ(error, token ? kUntouched : 8u);
-    if (token) {
-      PlayClose(token);
-    } else {
-      EXPECT_EQ(seen.back(), L"LogonUser failed: " + SystemText(8));
-    }
+    if (!token) EXPECT_EQ(seen.back(), L"LogonUser failed: " + SystemText(8));
     if (std::ranges::find(seen, failed) != seen.end()) {
       ++conversions;
       EXPECT_EQ(played.domain, token ? L"" : L"?");
     }
-    if (!allocations.Failed()) break;
-  }
+    if (token) PlayClose(token);
+  });
+  EXPECT_TRUE(token);
   EXPECT_GT(conversions, 0);
 }
 

@@ -43,24 +43,41 @@ inline HMODULE ThisProgram() { return ::GetModuleHandleW(nullptr); }
 
 /*
  * Runs `work` again and again while its first, second, third, ... allocation fails, until none
- * does. Each failure must come out as std::bad_alloc; `check` then looks at what is left behind.
- * Returns how many failed.
+ * does; `check` is told each time whether one has failed. Returns how many did.
  */
 template <typename Work, typename Check>
-long FailEachAllocation(Work work, Check check, HMODULE module = LibraryUnderTest()) {
-  for (long n = 1;; ++n) {
+long TryEachAllocation(Work work, Check check, HMODULE module = LibraryUnderTest()) {
+  bool failed = true;
+  long n = 0;
+  while (failed) {
+    SCOPED_TRACE(::testing::Message() << "allocation " << ++n);
     Allocations allocations(module);
     allocations.FailAt(n);
-    bool thrown = false;
+    work();
+    failed = allocations.Failed();
+    check(failed);
+  }
+  return n - 1;
+}
+
+/* The same where each failure must come out as std::bad_alloc; `check` then looks at what is left
+ * behind. */
+template <typename Work, typename Check>
+long FailEachAllocation(Work work, Check check, HMODULE module = LibraryUnderTest()) {
+  bool thrown = false;
+  const auto run = [&] {
+    thrown = false;
     try {
       work();
     } catch (const std::bad_alloc&) {
       thrown = true;
     }
-    EXPECT_EQ(thrown, allocations.Failed()) << "allocation " << n;
-    if (!allocations.Failed()) return n - 1;
-    check();
-  }
+  };
+  const auto look = [&](bool failed) {
+    EXPECT_EQ(thrown, failed);
+    if (failed) check();
+  };
+  return TryEachAllocation(run, look, module);
 }
 
 }  // namespace vtclass::test

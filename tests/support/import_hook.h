@@ -4,11 +4,12 @@
 #include <vtclass/win32.h>
 
 #include <type_traits>
+#include <utility>
 
 namespace vtclass::test {
 
 /* The slot of an imported function in a module's import table, or in that of the libraries it loads
- * at the first call; null when it is not imported. */
+ * at the first call; null when it is not imported. From whatever library where that is null. */
 void** FindImport(HMODULE module, const char* library, const char* function);
 
 /* The DLL under test. */
@@ -52,6 +53,41 @@ ImportHook<Function>::ImportHook(const char* library, const char* function, Func
 template <typename Function>
 ImportHook<Function>::~ImportHook() {
   if (slot) PatchSlot(slot, original);
+}
+
+template <typename Function, typename Replacement>
+class Replaced;
+template <typename Result, typename... Arguments, typename Replacement>
+class Replaced<Result(Arguments...), Replacement> {
+  static_assert(std::is_class_v<Replacement>, "each lambda has its own state, functions have none");
+
+ public:
+  Replaced(const char* function, Replacement replacement, HMODULE module)
+      : replacement(std::move(replacement)), hook(nullptr, function, &Call, module) {}
+
+ private:
+  struct Current {
+    explicit Current(Replaced* self) : outer(std::exchange(current, self)) {}
+    ~Current() { current = outer; }
+    Replaced* outer;
+  };
+  static Result Call(Arguments... arguments) { return current->replacement(arguments...); }
+
+  static inline Replaced* current;
+  mutable Replacement replacement;
+  const Current self{this};
+  const ImportHook<Result(Arguments...)> hook;
+};
+
+/*
+ * The same with a lambda, which has what it needs from the test; the function is found in whatever
+ * library it is imported from. No other thread may be calling the function when the scope ends.
+ *
+ *   const auto hook = Replace<decltype(::DeleteFileW)>("DeleteFileW", [&](auto...) { return no; });
+ */
+template <typename Function, typename Replacement>
+auto Replace(const char* function, Replacement replacement, HMODULE module = LibraryUnderTest()) {
+  return Replaced<Function, Replacement>(function, std::move(replacement), module);
 }
 
 }  // namespace vtclass::test

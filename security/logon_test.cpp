@@ -286,6 +286,7 @@ TEST_F(Logon, Win32Impersonator_OwnsItsToken) {
 // A set-up without the library of the traces.
 TEST(LogonAlone, MissingTraceLibrary_KeepsNobodyFromLoggingOn) {
   played = {};
+  const PrivateRegistry registry;
   const LibraryCopy copy(L"vtclass_mini.dll", {L"vtsocket.dll", L"vtcluster.dll"});
   const ImportHook<decltype(::LogonUserW)> logon("ADVAPI32.dll", "LogonUserW", &PlayLogon,
                                                  copy.Module());

@@ -138,13 +138,15 @@ TEST(GetSid, NoMemory_IsNoAnswer_AndNothingStaysAllocated) {
     EXPECT_EQ(domain.empty(), user.empty());
     isAnswered = impersonator.GetSid(sid) && impersonator.GetSid(sid) && !user.empty();
   };
-  for (long n = 1; !isAnswered; ++n) {
+  // The first exception of a thread makes what the C++ run time keeps for the others.
+  for (long n = 0; !isAnswered; ++n) {
     Allocations allocations;
-    allocations.FailAt(n);
+    allocations.FailAt(n == 0 ? 1 : n);
     blocks = 0;
     ask();
     EXPECT_EQ(isAnswered, !allocations.Failed());
-    EXPECT_EQ(allocations.Count() - (isAnswered ? 0 : 1) + blocks, 0) << "allocation " << n;
+    const long left = allocations.Count() - (isAnswered ? 0 : 1) + blocks;
+    if (n > 0) EXPECT_EQ(left, 0) << "allocation " << n;
   }
 }
 

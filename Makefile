@@ -4,7 +4,7 @@
 PRESET ?= release
 export PRESET
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench lint fuzz fuzz-smoke docs package clean
+.PHONY: help demo test build bench lint fuzz docs package clean
 
 help: ## this list
 	@sed -n 's/^\([a-z-]*\):.* *## /  make \1\t/p' $(firstword $(MAKEFILE_LIST)) | expand -t 20
@@ -14,9 +14,10 @@ demo: ## run the main job on real data of this machine and say where the results
 	@scripts/build vtctl
 	@scripts/demo
 
-test: ## build and run all tests, closing with one summary line
-	@scripts/setup test
+test: ## build and run all tests and, briefly, all fuzzers, closing with one summary line
+	@scripts/setup test fuzz
 	@scripts/build
+	@scripts/fuzz --runs 5000
 	@scripts/run-tests
 
 build: ## build the preset, nothing more
@@ -35,10 +36,6 @@ lint: ## formatting, clang-tidy on what has changed since it was last clean, she
 fuzz: ## native build with sanitizers; each fuzzer runs for SECONDS (300)
 	@scripts/setup fuzz
 	@scripts/fuzz $(or $(SECONDS),300)
-
-fuzz-smoke: ## the same for a few seconds each
-	@scripts/setup fuzz
-	@scripts/fuzz 5
 
 docs: ## interface documentation in build/docs
 	@scripts/setup docs

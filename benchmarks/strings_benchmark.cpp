@@ -13,7 +13,7 @@
 
 #include "strings/xml_escape.h"
 #include "strings/xml_filter.h"
-#include "strings/xml_reference.h"
+#include "tests/support/xml_reference.h"
 
 namespace {
 

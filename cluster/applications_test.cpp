@@ -1,13 +1,8 @@
-// The services are real: a small service program is registered under the names that the library
-// looks for, and removed again.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <optional>
+#include <map>
 #include <string>
 
-#include "platform/owned.h"
-#include "tests/support/eventually.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
 #include "vtclass/cluster.h"
@@ -23,99 +18,12 @@ using test::ImportHook;
 // NOLINTNEXTLINE(cert-err58-cpp): what throws here ends the test program, as it should
 [[maybe_unused]] auto* const clusters = FakeCluster::AnswerLookUps();
 
-// One registered service. Not `Usable` where a service of that name exists already, which the test
-// must leave alone, or this user may register none.
-class TestService {
- public:
-  explicit TestService(const std::wstring& name)
-      : manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)) {
-    wchar_t path[MAX_PATH] = L"";
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const auto program = std::filesystem::path(path).replace_filename(L"cluster_test_service.exe");
-    if (!manager) return;
-    service.Reset(::CreateServiceW(manager.Get(), name.c_str(), nullptr, SERVICE_ALL_ACCESS,
-                                   SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-                                   SERVICE_ERROR_IGNORE, (L"\"" + program.native() + L"\"").c_str(),
-                                   nullptr, nullptr, nullptr, nullptr, nullptr));
-  }
-  ~TestService() {
-    SERVICE_STATUS status = {};
-    if (!service) return;
-    if (::ControlService(service.Get(), SERVICE_CONTROL_STOP, &status)) WaitFor(SERVICE_STOPPED);
-    EXPECT_TRUE(::DeleteService(service.Get()));
-  }
-
-  bool Usable() const { return static_cast<bool>(service); }
-  void Start() {
-    EXPECT_TRUE(::StartServiceW(service.Get(), 0, nullptr)) << ::GetLastError();
-    WaitFor(SERVICE_RUNNING);
-  }
-
- private:
-  void WaitFor(DWORD state) {
-    SERVICE_STATUS status = {};
-    EXPECT_TRUE(test::Eventually([&] {
-      EXPECT_TRUE(::QueryServiceStatus(service.Get(), &status)) << ::GetLastError();
-      return status.dwCurrentState == state;
-    })) << status.dwCurrentState;
-  }
-
-  platform::OwnedService manager;
-  platform::OwnedService service;
-};
-
-constexpr const char* kSkipped = "a service of that name exists already, or this user may add none";
-
-std::wstring asked;
-int open;
-
-// Every computer is this one.
-SC_HANDLE WINAPI LocalManager(LPCWSTR computer, LPCWSTR, DWORD access) {
-  asked = computer ? computer : L"(this machine)";
-  EXPECT_EQ(access, DWORD{SC_MANAGER_CONNECT});
-  ++open;
-  return ::OpenSCManagerW(nullptr, nullptr, access);
-}
-
-SC_HANDLE WINAPI CountedService(SC_HANDLE manager, LPCWSTR name, DWORD access) {
-  EXPECT_EQ(access, DWORD{SERVICE_QUERY_STATUS});
-  const SC_HANDLE service = ::OpenServiceW(manager, name, access);
-  if (service) ++open;
-  return service;
-}
-
-BOOL WINAPI CountedClose(SC_HANDLE handle) {
-  --open;
-  return ::CloseServiceHandle(handle);
-}
-
-// A service manager that knows every service but one, all in one state; 0 is a state that cannot be
-// asked for.
-DWORD playedState;
-const wchar_t* missing;
-
-template <typename... Arguments>
-SC_HANDLE Played(const Arguments&...) {
-  ++open;
-  return reinterpret_cast<SC_HANDLE>(&playedState);
-}
-SC_HANDLE WINAPI PlayedManager(LPCWSTR name, LPCWSTR, DWORD) { return Played(name); }
-SC_HANDLE WINAPI PlayedService(SC_HANDLE, LPCWSTR name, DWORD) {
-  return missing && std::wstring(name) == missing ? nullptr : Played(name);
-}
-BOOL WINAPI PlayedClose(SC_HANDLE) {
-  --open;
-  return TRUE;
-}
-BOOL WINAPI PlayedStatus(SC_HANDLE, SERVICE_STATUS* status) {
-  status->dwCurrentState = playedState;
-  return playedState != 0;
-}
-
+// The service manager of every computer is played: a test may not register services under the names
+// of products that a machine can have.
 class Applications : public ::testing::Test {
  protected:
   Applications() {
-    open = 0;
+    services.clear();
     EXPECT_NE(GetComputerNodeName(node), 0);
     for (auto& [group, owner] : table.groups) owner = node;
     table.reachedBy.push_back(node);
@@ -140,24 +48,42 @@ class Applications : public ::testing::Test {
     return text;
   }
 
+  static SC_HANDLE WINAPI OpenManager(LPCWSTR computer, LPCWSTR, DWORD access) {
+    asked = computer ? computer : L"(this machine)";
+    EXPECT_EQ(access, DWORD{SC_MANAGER_CONNECT});
+    return ++open, reinterpret_cast<SC_HANDLE>(&services);
+  }
+  static SC_HANDLE WINAPI OpenService(SC_HANDLE, LPCWSTR name, DWORD access) {
+    EXPECT_EQ(access, DWORD{SERVICE_QUERY_STATUS});
+    const auto service = services.find(name);
+    if (service == services.end()) return ::SetLastError(ERROR_SERVICE_DOES_NOT_EXIST), nullptr;
+    return ++open, reinterpret_cast<SC_HANDLE>(&service->second);
+  }
+  static BOOL WINAPI Query(SC_HANDLE service, SERVICE_STATUS* status) {
+    status->dwCurrentState = *reinterpret_cast<DWORD*>(service);
+    return status->dwCurrentState != 0;
+  }
+  static BOOL WINAPI Close(SC_HANDLE) { return --open, TRUE; }
+
+  static inline std::map<std::wstring, DWORD> services;  // their states; 0: it cannot be told
+  static inline std::wstring asked;                      // the last computer
+  static inline int open = 0;
+
   wcstring node;                              // this machine
   FakeClusterTable table = test::TwoNodes();  // with all groups on this machine
-  ImportHook<decltype(::OpenSCManagerW)> a{"ADVAPI32.dll", "OpenSCManagerW", &LocalManager};
-  ImportHook<decltype(::OpenServiceW)> b{"ADVAPI32.dll", "OpenServiceW", &CountedService};
-  ImportHook<decltype(::CloseServiceHandle)> c{"ADVAPI32.dll", "CloseServiceHandle", &CountedClose};
+  ImportHook<decltype(OpenManager)> a{"ADVAPI32.dll", "OpenSCManagerW", &OpenManager};
+  ImportHook<decltype(OpenService)> b{"ADVAPI32.dll", "OpenServiceW", &OpenService};
+  ImportHook<decltype(Query)> c{"ADVAPI32.dll", "QueryServiceStatus", &Query};
+  ImportHook<decltype(Close)> d{"ADVAPI32.dll", "CloseServiceHandle", &Close};
 };
 
 TEST_F(Applications, Sql_ServiceAndCluster) {
-  std::optional<TestService> named(L"MSSQLServer$" + node);
-  TestService sql(L"MSSQLServer");
-  if (!sql.Usable() || !named->Usable()) GTEST_SKIP() << kSkipped;
-  EXPECT_EQ(Sql(node), "no");
-  named->Start();
+  const std::wstring named = L"MSSQLServer$" + node;
+  services = {{L"MSSQLServer", SERVICE_STOPPED}, {named, SERVICE_RUNNING}};
   EXPECT_EQ(Sql(node), "runs");
   EXPECT_EQ(asked, L"\\\\" + node);
   EXPECT_EQ(Sql(L"\\\\" + node), "no") << "no service is called MSSQLServer$\\\\name";
-  named.reset();
-  sql.Start();
+  services = {{L"MSSQLServer", SERVICE_RUNNING}};
   EXPECT_EQ(Sql(L"\\\\" + node), "runs");
   EXPECT_FALSE(ServerIsRunningSQL(L"", nullptr));
   EXPECT_FALSE(ServerIsRunningSQL(nullptr, nullptr));
@@ -173,11 +99,9 @@ TEST_F(Applications, Sql_ServiceAndCluster) {
 }
 
 TEST_F(Applications, Exchange_ServicesAndCluster) {
-  TestService attendant(L"MSExchangeSA"), store(L"MSExchangeIS"), directory(L"MSExchangeDS");
-  if (!attendant.Usable() || !store.Usable() || !directory.Usable()) GTEST_SKIP() << kSkipped;
-  store.Start();
-  EXPECT_EQ(Exchange(node, false), "-0000") << "the system attendant does not run";
-  attendant.Start();
+  services = {{L"MSExchangeIS", SERVICE_RUNNING}, {L"MSExchangeDS", SERVICE_STOPPED}};
+  EXPECT_EQ(Exchange(node, false), "-0000") << "there is no system attendant";
+  services[L"MSExchangeSA"] = SERVICE_RUNNING;
   EXPECT_EQ(Exchange(node, false), "+1100");
   EXPECT_EQ(asked, L"(this machine)");
   EXPECT_EQ(Exchange(node, true), "+1000");
@@ -192,40 +116,35 @@ TEST_F(Applications, Exchange_ServicesAndCluster) {
 }
 
 TEST_F(Applications, OnlyARunningServiceRuns) {
-  const ImportHook<decltype(::OpenSCManagerW)> manager("ADVAPI32.dll", "OpenSCManagerW",
-                                                       &PlayedManager);
-  const ImportHook<decltype(::OpenServiceW)> service("ADVAPI32.dll", "OpenServiceW",
-                                                     &PlayedService);
-  const ImportHook<decltype(::CloseServiceHandle)> close("ADVAPI32.dll", "CloseServiceHandle",
-                                                         &PlayedClose);
-  const ImportHook<decltype(::QueryServiceStatus)> status("ADVAPI32.dll", "QueryServiceStatus",
-                                                          &PlayedStatus);
-  for (playedState = 0; playedState <= SERVICE_PAUSED; ++playedState) {
-    const bool runs = playedState == SERVICE_RUNNING;
-    EXPECT_EQ(Sql(node), runs ? "runs" : "no") << playedState;
-    EXPECT_EQ(Exchange(node, true), runs ? "+1111" : "-0000") << playedState;
+  const std::pair<const wchar_t*, const char*> withoutOne[] = {{L"MSExchangeIS", "+0111"},
+                                                               {L"MSExchangeDS", "+1011"},
+                                                               {L"MSExchangeSRS", "+1101"},
+                                                               {L"MSExchangeKMS", "+1110"},
+                                                               {L"MSExchangeSA", "-0000"}};
+  for (DWORD state = 0; state <= SERVICE_PAUSED; ++state) {
+    SCOPED_TRACE(state);
+    const bool runs = state == SERVICE_RUNNING;
+    services = {{L"MSSQLServer", state}, {L"MSSQLServer$" + node, state}};
+    for (const auto& [name, answer] : withoutOne) services[name] = state;
+    EXPECT_EQ(Sql(node), runs ? "runs" : "no");
+    EXPECT_EQ(Exchange(node, true), runs ? "+1111" : "-0000");
     // All of them are looked at where the caller wants to see them.
-    std::vector<Step> services(9);
-    EXPECT_EQ(ServerIsRunningSQLWithServices(node.c_str(), nullptr, services), runs);
-    ASSERT_EQ(services.size(), 2u);
-    EXPECT_EQ(services[1].text, L"MSSQLServer$" + node);
-    EXPECT_EQ(services[1].answer, playedState);
+    std::vector<Step> seen(9);
+    EXPECT_EQ(ServerIsRunningSQLWithServices(node.c_str(), nullptr, seen), runs);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[1].text, L"MSSQLServer$" + node);
+    EXPECT_EQ(seen[1].answer, state);
     EXPECT_EQ(ServerIsRunningExchangeWithServices(node.data(), nullptr, nullptr, nullptr, nullptr,
-                                                  false, services),
+                                                  false, seen),
               runs);
-    EXPECT_EQ(services.size(), 5u);
+    EXPECT_EQ(seen.size(), 5u);
   }
-  playedState = SERVICE_RUNNING;
-  const std::pair<const wchar_t*, const char*> rows[] = {{L"MSExchangeIS", "+0111"},
-                                                         {L"MSExchangeDS", "+1011"},
-                                                         {L"MSExchangeSRS", "+1101"},
-                                                         {L"MSExchangeKMS", "+1110"},
-                                                         {L"MSExchangeSA", "-0000"}};
-  for (const auto& [name, answer] : rows) {
-    missing = name;
+  for (auto& [name, state] : services) state = SERVICE_RUNNING;
+  for (const auto& [name, answer] : withoutOne) {
+    auto missing = services.extract(name);
     EXPECT_EQ(Exchange(node, false), answer);
+    services.insert(std::move(missing));
   }
-  missing = nullptr;
   // In a cluster that opens but does not tell, nothing counts as running, and the caller hears why.
   FakeCluster fake(table);
   fake.table.Resource(L"SQL1").factsError = RPC_S_CALL_FAILED;

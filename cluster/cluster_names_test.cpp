@@ -7,15 +7,14 @@
 
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/mute_cluster.h"
 #include "vtclass/cluster.h"
 #include "vtclass/net.h"
-#include "vtcluster/vtcluster.h"
 
 namespace {
 
 using namespace vtclass;
 using test::FakeCluster;
-using test::ImportHook;
 
 bool Node(const wchar_t* name, wcstring& out) {
   out = name;
@@ -73,28 +72,18 @@ TEST(ClusterNames, InACluster) {
 }
 
 // A cluster of the kind that the cluster library does not meet; its node query runs out of memory.
-class XcsDouble : public Cluster {
+class XcsDouble : public test::MuteCluster {
  public:
-  bool Open() override { return true; }
-  unsigned long GetErrorCode() const override { return 0; }
   int GetClusterType() override { return xcsCluster; }
-  std::wstring GetClusterName() override { return L"CLUSTER7"; }
-  bool GetBeActiveNodeName(std::wstring&) override { return false; }
   bool NetworkNameToNodeName(const std::wstring&, std::wstring& node) override {
     node = L"half";
     throw std::bad_alloc();
   }
-  bool GetVirtualNameFromIp(std::wstring&, const char*) override { return false; }
-  bool GetVtVirtualServerName(const std::wstring&, std::wstring&) override { return false; }
-  appState IsServerRunningSQL(const wchar_t*, bool*) override { return noAnswer; }
-  appState IsServerRunningExchange(const wchar_t*, bool*) override { return noAnswer; }
 };
 
-std::shared_ptr<Cluster> GiveDouble(const wchar_t*) { return std::make_shared<XcsDouble>(); }
-
 TEST(ClusterNames, XcsCluster_NameIsCutToTheBuffer) {
-  const ImportHook<std::shared_ptr<Cluster>(const wchar_t*)> hook(
-      "vtcluster.dll", "_ZN7Cluster11GetInstanceEPKw", &GiveDouble);
+  const auto instance = test::Replace<std::shared_ptr<Cluster>(const wchar_t*)>(
+      "_ZN7Cluster11GetInstanceEPKw", [](auto) { return std::make_shared<XcsDouble>(); });
   EXPECT_TRUE(ServerIsRunningXCSCluster());
   const std::pair<size_t, const wchar_t*> rows[] = {
       {9, L"CLUSTER7"}, {8, L"CLUSTER"}, {1, L""}, {0, L"as before"}};

@@ -99,38 +99,35 @@ TEST_F(DatabaseLocation, InACluster_NamesTheActiveNode) {
   }
 }
 
-int NoName(wchar_t*, unsigned long*) { return 0; }
-
 TEST_F(DatabaseLocation, Failure_LeavesNothingInTheOutputs) {
   test::MakeKey(kQuestions[0].key);
   {
-    const test::ImportHook<decltype(NoName)> name("vtcluster.dll", "_Z17VTGetComputerNamePwPm",
-                                                  &NoName);
-    const test::ImportHook<decltype(NoName)> wide("vtcluster.dll", "_Z18VTGetComputerNameWPwPm",
-                                                  &NoName);
+    const auto none = [](auto...) { return 0; };
+    using NameInto = int(wchar_t*, unsigned long*);
+    const auto name = test::Replace<NameInto>("_Z17VTGetComputerNamePwPm", none);
+    const auto wide = test::Replace<NameInto>("_Z18VTGetComputerNameWPwPm", none);
     EXPECT_EQ(Ask(), L"none");
   }
   const FakeCluster fake(test::TwoNodes());
   Store(L"Database Server Name", L"VTBACKUP");
   Store(L"Database Instance Name", std::wstring(100, L'i'));
   EXPECT_EQ(Ask(), L"VTBACKUP/NODEB/" + std::wstring(100, L'i') + L"/VTDB/");
-  bool failed = true;
-  for (long n = 1; failed; ++n) {
-    std::wstring texts[4] = {L"x", L"x", L"x", L"x"};
-    bool isLocal = true;
-    test::Allocations allocations;
-    allocations.FailAt(n);
-    const bool found = GetDatabaseServerNames(texts[0], texts[1], texts[2], texts[3], isLocal);
-    const DWORD error = ::GetLastError();
-    failed = allocations.Failed();
+  std::wstring texts[4];
+  bool found = false, isLocal = true;
+  DWORD error = 0;
+  const auto ask = [&] {
+    for (std::wstring& text : texts) text = L"x";
+    found = GetDatabaseServerNames(texts[0], texts[1], texts[2], texts[3], isLocal);
+    error = ::GetLastError();
+  };
+  test::TryEachAllocation(ask, [&](bool) {
     EXPECT_FALSE(isLocal);
-    EXPECT_TRUE(found || error == ERROR_NOT_ENOUGH_MEMORY) << n << ": " << error;
-    for (const auto& text : texts) {
-      // A node that cannot be told stays empty, and the last error says so.
-      const bool mayLack = &text == &texts[1] && found && error != ERROR_SUCCESS;
-      EXPECT_TRUE(mayLack || text.empty() == !found) << n;
-    }
-  }
+    EXPECT_TRUE(found || error == ERROR_NOT_ENOUGH_MEMORY) << error;
+    // A node that cannot be told stays empty, and the last error says so.
+    const bool mayLackNode = found && error != ERROR_SUCCESS;
+    EXPECT_TRUE(mayLackNode || texts[1].empty() == !found);
+    for (const int i : {0, 2, 3}) EXPECT_EQ(texts[i].empty(), !found);
+  });
 }
 
 TEST_F(DatabaseLocation, UnreadableCluster_IsNoLocalServer) {
@@ -139,13 +136,6 @@ TEST_F(DatabaseLocation, UnreadableCluster_IsNoLocalServer) {
   Store(L"Database Server Name", L"127.0.0.1");
   EXPECT_EQ(Ask(), L"127.0.0.1//Vantorl/VTDB/");
   EXPECT_EQ(::GetLastError(), DWORD{RPC_S_CALL_FAILED});
-}
-
-BOOL WINAPI LongHostName(COMPUTER_NAME_FORMAT format, LPWSTR, DWORD* size) {
-  EXPECT_EQ(format, ComputerNamePhysicalDnsHostname);
-  EXPECT_EQ(*size, 64u);
-  ::SetLastError(ERROR_MORE_DATA);
-  return FALSE;
 }
 
 // The connection string, "none" for no.
@@ -170,8 +160,12 @@ TEST(OdbcConnectionString, PartsAndHost) {
   ASSERT_TRUE(::GetComputerNameExW(ComputerNamePhysicalDnsHostname, host, &size));
   const std::wstring physical = start + (size < 64 ? host : L"S") + L";DATABASE=D";
   EXPECT_EQ(Odbc(L"S", L"", L"D", nullptr, true), physical);
-  const test::ImportHook<decltype(::GetComputerNameExW)> hook("KERNEL32.dll", "GetComputerNameExW",
-                                                              &LongHostName);
+  const auto longName = test::Replace<decltype(::GetComputerNameExW)>(
+      "GetComputerNameExW", [](COMPUTER_NAME_FORMAT format, LPWSTR, LPDWORD room) {
+        EXPECT_EQ(format, ComputerNamePhysicalDnsHostname);
+        EXPECT_EQ(*room, 64u);
+        return ::SetLastError(ERROR_MORE_DATA), FALSE;
+      });
   EXPECT_EQ(Odbc(L"S", L"", L"D", nullptr, true), start + L"S;DATABASE=D");
 }
 

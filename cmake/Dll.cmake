@@ -2,12 +2,17 @@
 # it, and an import library of its own name.
 set(file_version "${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0")
 
-# vtclass_dll(target description)
-function(vtclass_dll target description)
+# vtclass_version_resource(target description)
+function(vtclass_version_resource target description)
   set(dll_name ${target})
   set(dll_description ${description})
   configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_BINARY_DIR}/${target}.rc @ONLY)
   target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/${target}.rc)
+endfunction()
+
+# vtclass_dll(target description)
+function(vtclass_dll target description)
+  vtclass_version_resource(${target} ${description})
   target_link_libraries(${target} PRIVATE vtclass_options)
   set_target_properties(${target} PROPERTIES PREFIX "")
   if(NOT MSVC)

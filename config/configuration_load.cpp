@@ -85,6 +85,17 @@ bool Configuration::LoadList(const wchar_t* name, ListSink out) noexcept {
   return Succeeded(status);
 }
 
+// All characters of a text or of a list, terminators included; `out` is empty after a failure.
+bool Configuration::LoadStored(const wchar_t* name, std::wstring& out) noexcept {
+  out.clear();
+  StoredText stored;
+  return Succeeded(StatusOf([&] {
+    const long status = stored.Read(key, name);
+    if (status == ERROR_SUCCESS) out = stored.Characters();
+    return status;
+  }));
+}
+
 bool Configuration::Load(const wchar_t* name, unsigned char* data, unsigned long* size) {
   DWORD type = REG_NONE;
   const long status = ::RegQueryValueExW(key, name, nullptr, &type, data, size);

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sddl.h>
 
-#include <array>
 #include <functional>
 #include <set>
 #include <tuple>
@@ -55,19 +54,17 @@ void Put(DWORD type, const std::string& data) {
   StoreValue(kKey, L"v", type, (data + "xx").data(), static_cast<DWORD>(data.size()));
 }
 
-DWORD playedVersion;  // 51 is 5.1; 0: not known
-REGSAM asked;
-
 TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {
-  const ImportHook<decltype(::GetVersionExW)> version(
-      "KERNEL32.dll", "GetVersionExW", [](OSVERSIONINFOW* answer) -> BOOL {
+  DWORD playedVersion = 0;  // 51 is 5.1; 0: not known
+  REGSAM asked = 0;
+  const auto version =
+      Replace<decltype(::GetVersionExW)>("GetVersionExW", [&](OSVERSIONINFOW* answer) {
         answer->dwMajorVersion = playedVersion / 10, answer->dwMinorVersion = playedVersion % 10;
         return playedVersion != 0;
       });
-  const ImportHook<decltype(::RegOpenKeyExW)> open(
-      "ADVAPI32.dll", "RegOpenKeyExW", [](HKEY, LPCWSTR, DWORD, REGSAM rights, PHKEY) -> LSTATUS {
-        asked = rights;
-        return ERROR_ACCESS_DENIED;
+  const auto open = Replace<decltype(::RegOpenKeyExW)>(
+      "RegOpenKeyExW", [&](auto, auto, auto, REGSAM rights, auto) {
+        return asked = rights, LSTATUS{ERROR_ACCESS_DENIED};
       });
   // Access word, version of the system, rights.
   const unsigned rows[][3] = {
@@ -92,52 +89,38 @@ TEST_F(ConfigurationTest, Open_Modes_MakeAMissingKeyOrDoNot) {
   EXPECT_TRUE(settings.Open(Configuration::openOrCreateSecure, L"Software\\S", nullptr, 3));
 }
 
-TEST_F(ConfigurationTest, Open_OtherComputer_OpensBelowItsRoot) {
+TEST_F(ConfigurationTest, Open_OtherComputer_OpensBelowItsRoot_AndKeepsTheConnection) {
+  static int connections, closed;
   const ImportHook<decltype(::RegConnectRegistryW)> connect(
       "ADVAPI32.dll", "RegConnectRegistryW", [](LPCWSTR, HKEY root, PHKEY remote) {
-        return ::RegOpenKeyExW(root, L"Software\\A", 0, KEY_READ, remote);
+        return ++connections, ::RegOpenKeyExW(root, L"Software\\A", 0, KEY_READ, remote);
       });
+  const ImportHook<decltype(::RegCloseKey)> close(
+      "ADVAPI32.dll", "RegCloseKey", [](HKEY key) { return ++closed, ::RegCloseKey(key); });
+  connections = 0;
   MakeKey(kKey);
   EXPECT_TRUE(settings.Open(Configuration::openExisting, L"B", L"elsewhere", 1));
-  // OpenEx stays on this computer whatever is connected.
+  closed = 0;
+  // OpenEx stays on this computer whatever is connected, and does not end the connection.
   for (const bool allowCreate : {false, true}) {
     EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, allowCreate, nullptr));
   }
   EXPECT_FALSE(KeyExists(L"Software\\A\\Software"));
-}
-
-TEST_F(ConfigurationTest, Open_OwnName_KeepsTheConnectionUntilClose) {
-  wchar_t name[MAX_COMPUTERNAME_LENGTH + 1] = {};
-  DWORD length = ARRAYSIZE(name);
-  ::GetComputerNameW(name, &length);
-  if (!settings.Open(Configuration::openExisting, L"Software", name, 1)) {
-    GTEST_SKIP() << "the remote registry of this computer does not answer: " << Result(false);
-  }
+  EXPECT_EQ(connections, 1);
+  EXPECT_EQ(closed, 2) << "the key before";
   settings.Close();
-  const HandleCounter handles;
-  EXPECT_FALSE(settings.Open(Configuration::openExisting, kKey, name, 1));
-  EXPECT_EQ(handles.Open(), 1);
-  // On this computer whatever is connected, and without ending the connection.
-  EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, true, nullptr));
-  EXPECT_TRUE(settings.OpenEx(L"Software", KEY_READ, 0, false, nullptr));
-  EXPECT_EQ(handles.Open(), 2);
-  settings.Close();
-  EXPECT_EQ(handles.Open(), 0);
+  EXPECT_EQ(closed, 4) << "the key and the connection";
 }
-
-int created;
-LSTATUS firstLook;
 
 // Two that test for one key at once would each take the other's creation for a key that exists.
 TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_CreatesNothingAndTellsWhatItFound) {
-  const ImportHook<decltype(::RegCreateKeyExW)> create("ADVAPI32.dll", "RegCreateKeyExW",
-                                                       [](auto... all) {
-                                                         ++created;
-                                                         return ::RegCreateKeyExW(all...);
-                                                       });
-  const ImportHook<decltype(::RegOpenKeyExW)> open(
-      "ADVAPI32.dll", "RegOpenKeyExW",
-      [](HKEY root, LPCWSTR key, DWORD options, REGSAM rights, PHKEY opened) {
+  int created = 0;
+  LSTATUS firstLook = 0;
+  REGSAM asked = 0;
+  const auto create = Replace<decltype(::RegCreateKeyExW)>(
+      "RegCreateKeyExW", [&](auto... all) { return ++created, ::RegCreateKeyExW(all...); });
+  const auto open = Replace<decltype(::RegOpenKeyExW)>(
+      "RegOpenKeyExW", [&](HKEY root, LPCWSTR key, DWORD options, REGSAM rights, PHKEY opened) {
         asked = rights;
         return firstLook ? firstLook : ::RegOpenKeyExW(root, key, options, rights, opened);
       });
@@ -172,46 +155,40 @@ TEST_F(ConfigurationTest, OpenEx_RefusingToCreate_CreatesNothingAndTellsWhatItFo
 }
 
 TEST_F(ConfigurationTest, OpenEx_FailedCreation_HasNoDisposition) {
-  const ImportHook<decltype(::RegCreateKeyExW)> hook(
-      "ADVAPI32.dll", "RegCreateKeyExW", [](auto... all) -> LSTATUS {
-        *std::get<8>(std::tuple(all...)) = REG_CREATED_NEW_KEY;
-        return ERROR_ACCESS_DENIED;
-      });
+  const auto hook = Replace<decltype(::RegCreateKeyExW)>("RegCreateKeyExW", [](auto... all) {
+    *std::get<8>(std::tuple(all...)) = REG_CREATED_NEW_KEY;
+    return LSTATUS{ERROR_ACCESS_DENIED};
+  });
   EXPECT_FALSE(settings.OpenEx(kKey, KEY_READ, 0, true, &disposition));
   EXPECT_EQ(disposition, 0u);
 }
 
-long freed;
-
-TEST_F(ConfigurationTest, FailingOpens_TenThousandTimes_LeaveNothingOpen) {
+TEST_F(ConfigurationTest, FailingOpens_LeaveNothingOpen) {
   const HandleCounter handles;
-  freed = 0;
-  const auto repeat = [&](long status, const std::function<bool()>& open) {
-    for (int i = 0; i < 10000; ++i) ASSERT_FALSE(open());
+  const auto expect = [&](long status, const std::function<bool()>& open) {
+    EXPECT_FALSE(open());
     EXPECT_EQ(settings.GetErrorCode(), status);
     EXPECT_EQ(handles.Open(), 0);
   };
   const auto open = [&](int mode, const wchar_t* machine) {
     return settings.Open(Configuration::openMode(mode), kKey, machine, kReadWrite);
   };
-  repeat(2, [&] { return open(0, nullptr); });
-  repeat(2, [&] { return settings.OpenEx(kKey, KEY_READ, 0, false, &disposition); });
-  repeat(2, [] { return CRegistryValuesIterator(kKey, HKEY_LOCAL_MACHINE, 0).isValid(); });
-  const ImportHook<decltype(::RegConnectRegistryW)> connect(
-      "ADVAPI32.dll", "RegConnectRegistryW", [](auto...) -> LSTATUS { return ERROR_BAD_NETPATH; });
-  repeat(ERROR_BAD_NETPATH, [&] { return open(1, L"elsewhere"); });
-  const ImportHook<decltype(::RegCreateKeyExW)> create(
-      "ADVAPI32.dll", "RegCreateKeyExW", [](auto...) -> LSTATUS { return ERROR_ACCESS_DENIED; });
-  const ImportHook<decltype(::LocalFree)> free("KERNEL32.dll", "LocalFree", [](HLOCAL memory) {
-    ++freed;
-    return ::LocalFree(memory);
-  });
-  repeat(ERROR_ACCESS_DENIED, [&] { return open(1, nullptr) || open(2, nullptr); });
-  EXPECT_EQ(freed, 10000) << "descriptors";
-  const ImportHook<decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW)> descriptor(
-      "ADVAPI32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW",
-      [](auto...) -> BOOL { return FALSE; });
-  repeat(-1, [&] { return open(2, nullptr); });
+  expect(2, [&] { return open(0, nullptr); });
+  expect(2, [&] { return settings.OpenEx(kKey, KEY_READ, 0, false, &disposition); });
+  expect(2, [] { return CRegistryValuesIterator(kKey, HKEY_LOCAL_MACHINE, 0).isValid(); });
+  const auto connect = Replace<decltype(::RegConnectRegistryW)>(
+      "RegConnectRegistryW", [](auto...) { return LSTATUS{ERROR_BAD_NETPATH}; });
+  expect(ERROR_BAD_NETPATH, [&] { return open(1, L"elsewhere"); });
+  const auto create = Replace<decltype(::RegCreateKeyExW)>(
+      "RegCreateKeyExW", [](auto...) { return LSTATUS{ERROR_ACCESS_DENIED}; });
+  int freed = 0;
+  const auto free = Replace<decltype(::LocalFree)>(
+      "LocalFree", [&](HLOCAL memory) { return ++freed, ::LocalFree(memory); });
+  expect(ERROR_ACCESS_DENIED, [&] { return open(1, nullptr) || open(2, nullptr); });
+  EXPECT_EQ(freed, 1) << "the descriptor";
+  const auto descriptor = Replace<decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW)>(
+      "ConvertStringSecurityDescriptorToSecurityDescriptorW", [](auto...) { return FALSE; });
+  expect(-1, [&] { return open(2, nullptr); });
 }
 
 TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
@@ -222,11 +199,9 @@ TEST_F(ConfigurationTest, Enum_AppendsBelowTheLocalMachineWhateverTheRoot) {
   Texts names = {L"before"};
   EXPECT_FALSE(other.Enum(L"Software\\Missing", names));
   EXPECT_FALSE(other.GetErrorCode());
-  for (long n = 1; names.size() == 1; ++n) {
-    Allocations allocations;
-    allocations.FailAt(n);
-    EXPECT_NE(other.Enum(kKey, names), allocations.Failed());
-  }
+  bool isDone = false;
+  TryEachAllocation([&] { isDone = other.Enum(kKey, names); },
+                    [&](bool failed) { EXPECT_NE(isDone, failed); });
   EXPECT_EQ(std::set(names.begin(), names.end()), (std::set<wcstring>{L"before", L"x", longName}));
 }
 
@@ -241,9 +216,9 @@ bool SetBackupPrivilege(bool isEnabled) {
 
 TEST_F(ConfigurationValues, WholeKey_PassesTheSystemsStatusOn) {
   const ScratchFolder folder;
-  const ImportHook<decltype(::RegRestoreKeyW)> hook(
-      "ADVAPI32.dll", "RegRestoreKeyW", [](HKEY, LPCWSTR, DWORD flags) -> LSTATUS {
-        return flags == 0 ? ERROR_PRIVILEGE_NOT_HELD : ERROR_INVALID_PARAMETER;
+  const auto hook =
+      Replace<decltype(::RegRestoreKeyW)>("RegRestoreKeyW", [](auto, auto, DWORD flags) {
+        return LSTATUS{flags == 0 ? ERROR_PRIVILEGE_NOT_HELD : ERROR_INVALID_PARAMETER};
       });
   MakeKey(kKey + L"\\C\\D"s);
   SetBackupPrivilege(false);  // a pass before this one has enabled it
@@ -301,13 +276,12 @@ TEST_F(ConfigurationValues, Load_MissingOrWrongValue_WritesDefaultBack) {
   EXPECT_EQ(text, L"x");
 }
 
-LSTATUS unreadable;
-
 // What cannot be read may well be right. The key may be written, so that only the rule protects it.
 TEST_F(ConfigurationValues, Load_FailsForAnotherReason_GivesTheDefaultAndWritesNothing) {
-  const ImportHook<decltype(::RegQueryValueExW)> hook(
-      "ADVAPI32.dll", "RegQueryValueExW",
-      [](auto... all) -> LSTATUS { return unreadable ? unreadable : ::RegQueryValueExW(all...); });
+  LSTATUS unreadable = 0;
+  const auto hook = Replace<decltype(::RegQueryValueExW)>("RegQueryValueExW", [&](auto... all) {
+    return unreadable ? unreadable : ::RegQueryValueExW(all...);
+  });
   Put(REG_DWORD, "\1\2\3\4");
   const auto load = [&](LSTATUS status) {
     unsigned long number = 0;
@@ -365,16 +339,14 @@ TEST_F(ConfigurationValues, Load_AnyStoredBytes_ByTypeFirst) {
   }
 }
 
-std::size_t stored, storedLimit;
-
 TEST_F(ConfigurationValues, LoadText_ValueGrowsBetweenTheQueries_IsReadAgainButNotForEver) {
-  const ImportHook<decltype(::RegQueryValueExW)> hook(
-      "ADVAPI32.dll", "RegQueryValueExW", [](auto... arguments) {
-        const LSTATUS status = ::RegQueryValueExW(arguments...);
-        const bool grows = status == ERROR_MORE_DATA && stored < storedLimit;
-        if (grows) Put(REG_SZ, std::string(stored += 3000, 'x'));
-        return status;
-      });
+  std::size_t stored = 0, storedLimit = 0;
+  const auto hook = Replace<decltype(::RegQueryValueExW)>("RegQueryValueExW", [&](auto... all) {
+    const LSTATUS status = ::RegQueryValueExW(all...);
+    const bool grows = status == ERROR_MORE_DATA && stored < storedLimit;
+    if (grows) Put(REG_SZ, std::string(stored += 3000, 'x'));
+    return status;
+  });
   wcstring text;
   Put(REG_SZ, std::string(stored = 3000, 'x'));
   storedLimit = 12000;
@@ -439,20 +411,21 @@ TEST_F(ConfigurationValues, NoMemoryOrClosedObject_GivesAStatusAndThrowsNothing)
       [&] { return settings.Load(L"items", items); },
   };
   ASSERT_TRUE(operations[0]());
-  int failures = 0;
+  long failures = 0;
   for (const auto& operation : operations) {
-    for (long n = 1;; ++n) {
+    bool ok = false;
+    const auto work = [&] {
       text = wcstring(L"before");
       items = {longText, longText};
-      Allocations allocations;
-      allocations.FailAt(n);
-      const bool ok = operation();
-      if (!allocations.Failed()) break;
-      ++failures;
+      ok = operation();
+    };
+    const auto check = [&](bool failed) {
+      if (!failed) return;
       EXPECT_EQ(Result(ok), Status(ERROR_NOT_ENOUGH_MEMORY));
       EXPECT_EQ(items.size(), &operation == &operations[4] ? 0u : 2u);
       EXPECT_GT(StoredValue(kKey, L"text").size(), 10000u) << "a default took its place";
-    }
+    };
+    failures += TryEachAllocation(work, check);
   }
   EXPECT_GE(failures, 4);  // those of the caller: tests/border_test.cpp
   settings.Close();

@@ -52,7 +52,20 @@ inline constexpr ProductKey kOracleAgentKey = {
 
 inline constexpr ProductKey kAgentsKey = {
     VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
-    "The agents. The product only reads this value, and only where it could write the key."};
+    "How the agent advertises this machine to media servers, and in `LogonUserType` how it logs the "
+    "account of a job on: the product only reads that value, and only where it could write the key. "
+    "Nothing missing is stored."};
+
+inline constexpr ProductKey kInstallKey = {
+    VTCLASS_UNDER_ROOTS("\\13.0\\Install"),
+    "The installed product; the number in the path is its version. Of the keys for 19.9 down to "
+    "10.0 the first that exists counts. The product only reads it."};
+inline constexpr wchar_t kInstalledVersion[] = L"13.0"; /* in that path */
+
+/* Of agents of an older generation, one after another. */
+inline constexpr const wchar_t* kOlderAgentKeys[] = {
+    L"Software\\Quorrel\\Agent Sprintel for Windows NT/2000",
+    L"Software\\Quorrel\\Vantorel\\Agent Sprintel for Windows NT/2000\\10.0"};
 
 inline constexpr ProductKey kSessionKey = {
     VTCLASS_UNDER_ROOTS("\\Session"),

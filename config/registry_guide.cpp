@@ -26,9 +26,10 @@ constexpr char kHead[] =
     "edit it here. The keys lie below `HKEY_LOCAL_MACHINE`; `vtctl settings` lists, changes and\n"
     "watches the live values, `vtctl registry` all of them.\n"
     "\n"
-    "A text is a `REG_SZ`, everything else a `REG_DWORD`; a value of another type counts as\n"
-    "missing. *Live*: a process that runs hears of each change, and keeps what it knows when the\n"
-    "value goes away. *Subscribers* are components that follow a value by the settings monitor.\n";
+    "A text is a `REG_SZ`, a list a `REG_MULTI_SZ`, everything else a `REG_DWORD`; a value of\n"
+    "another type counts as missing. *Live*: a process that runs hears of each change, and keeps\n"
+    "what it knows when the value goes away. *Subscribers* are components that follow a value by\n"
+    "the settings monitor.\n";
 
 std::string Code(std::wstring_view text) {
   return "`" + std::string(text.begin(), text.end()) + "`";
@@ -36,6 +37,7 @@ std::string Code(std::wstring_view text) {
 
 std::string TypeOf(const RegistryValue& value) {
   if (value.kind == ValueKind::text) return "text";
+  if (value.kind == ValueKind::list) return "list of texts";
   if (value.kind == ValueKind::toggle) return "switch, 0 or 1";
   if (value.kind == ValueKind::debugMask) return "mask";
   if (value.maximum == 0) return "number";
@@ -44,8 +46,9 @@ std::string TypeOf(const RegistryValue& value) {
 
 std::string DefaultOf(const RegistryValue& value) {
   if (value.otherwise) return value.otherwise;
-  if (value.kind != ValueKind::text) return std::to_string(value.number);
-  return value.text ? Code(value.text) : "nothing";
+  if (value.text) return Code(value.text);
+  const bool isNumber = value.kind != ValueKind::text && value.kind != ValueKind::list;
+  return isNumber ? std::to_string(value.number) : "nothing";
 }
 
 void PrintKey(const ProductKey& key, const Values& values) {

@@ -13,8 +13,9 @@
  */
 namespace vtclass::config {
 
-/* Texts are REG_SZ, the others REG_DWORD. The numbers are those of Setting::eKind. */
-enum class ValueKind { text = 1, number = 2, range = 3, toggle = 6, debugMask = 7 };
+/* Texts are REG_SZ, lists REG_MULTI_SZ, the others REG_DWORD. The numbers are those of
+ * Setting::eKind, which knows no lists. */
+enum class ValueKind { text = 1, number = 2, range = 3, toggle = 6, debugMask = 7, list = 8 };
 
 struct ValuePlace {
   const ProductKey& key;
@@ -48,6 +49,7 @@ inline constexpr const char* kSubscribers = "subscribers";
 inline constexpr const char* kSGMon = "clients of service-group monitoring";
 inline constexpr const char* kNames = "questions whether a name is this machine";
 inline constexpr const char* kDatabases = "questions where the databases are";
+inline constexpr const char* kAgent = "the agent, management tools";
 inline constexpr const char* kSession = "`vtctl session`";
 inline constexpr const char* kAtBegin = "when a session begins";
 inline constexpr const char* kThisMachine = "this machine's node name";
@@ -158,7 +160,7 @@ inline constexpr RegistryValue kSdkDebugLevel = {
      "How much the SDK traces. The bits 2, 4 and 8, each only with those before it, stand for the "
      "levels 2, 3 and 4; otherwise the level is 1. Only a change of the level is told."}};
 
-// The keys of name resolution, of the product, of the agents.
+// The keys of name resolution, of the product, of the Oracle agent.
 inline constexpr RegistryValue kDnsQueryTimeOut = {
     {kTcpIpKey, L"DnsQueryTimeOut"},
     {ValueKind::number, 5000, 1000, 60000},
@@ -172,13 +174,6 @@ inline constexpr RegistryValue kLanguage = {
      "Two letters such as DE: the messages come from `vterrors_DE.dll` where that is installed, "
      "and the thread that loads them gets the language's locale.",
      "the texts of `vterrors.dll`"}};
-inline constexpr RegistryValue kLogonUserType = {
-    {kAgentsKey, L"LogonUserType"},
-    {ValueKind::number},
-    {"at each logon", "agents that act as a job's account",
-     "How the account is logged on, by the system's number, whatever it is: 2 interactive, 3 "
-     "network, 4 batch, 5 service, 7 unlock, 8 network in clear text, 9 new credentials.",
-     "4; on systems before version 6 it is 2"}};
 inline constexpr RegistryValue kOracleSid = {
     {kOracleAgentKey, L"SID"},
     {ValueKind::text},
@@ -192,6 +187,54 @@ inline constexpr RegistryValue kOracleDbId = {
     {kOracleAgentKey, L"DBID"},
     {ValueKind::text},
     {words::kEachTime, words::kNames, "The identifier of the database."}};
+
+// The agents key.
+inline constexpr RegistryValue kLogonUserType = {
+    {kAgentsKey, L"LogonUserType"},
+    {ValueKind::number},
+    {"at each logon", "agents that act as a job's account",
+     "How the account is logged on, by the system's number, whatever it is: 2 interactive, 3 "
+     "network, 4 batch, 5 service, 7 unlock, 8 network in clear text, 9 new credentials.",
+     "4; on systems before version 6 it is 2"}};
+inline constexpr RegistryValue kAdvertisingDisabled = {
+    {kAgentsKey, L"Advertising Disabled"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the agent does not advertise."}};
+inline constexpr RegistryValue kMediaServers = {
+    {kAgentsKey, L"Agent Directory List"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The media servers that the agent advertises to."}};
+inline constexpr RegistryValue kPurgePending = {
+    {kAgentsKey, L"Advertisement Purge"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the media servers below are to be told."}};
+inline constexpr RegistryValue kPurgeServers = {
+    {kAgentsKey, L"Advertisement Purge Media Server"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The media servers that are to forget the agent."}};
+inline constexpr RegistryValue kAdvertisingInterval = {
+    {kAgentsKey, L"Advertising Interval Minutes"},
+    {ValueKind::number},
+    {words::kEachTime, words::kAgent, "How many minutes lie between two advertisements.",
+     "nothing"}};
+inline constexpr RegistryValue kAdvertiseNow = {
+    {kAgentsKey, L"Advertise Now"},
+    {ValueKind::number, 0},
+    {words::kEachTime, words::kAgent, "Other than 0: the agent is to advertise at once."}};
+inline constexpr RegistryValue kAutoDiscoveryEnabled = {
+    {kAgentsKey, L"Auto Discovery Enabled"},
+    {ValueKind::number, 1},
+    {words::kEachTime, words::kAgent, "Other than 0: automatic discovery is on."}};
+inline constexpr RegistryValue kPublishedNames = {
+    {kAgentsKey, L"Advertised Name Ok List"},
+    {ValueKind::list},
+    {words::kEachTime, words::kAgent, "The names of this machine that the agent publishes."}};
+
+// The install key.
+inline constexpr RegistryValue kMajorVersion = {
+    {kInstallKey, L"Major Version"},
+    {ValueKind::number},
+    {words::kEachTime, "management tools", "Tells the agent's version.", "no agent is installed"}};
 
 // The keys of the databases.
 inline constexpr RegistryValue kDatabaseServerName = {
@@ -267,6 +310,18 @@ inline constexpr RegistryValue kSessionWorkers = {
     {ValueKind::range, 0, 1, 64},
     {words::kAtBegin, words::kSession, "How many threads read and write.",
      "one for each processor, 8 at most"}};
+inline constexpr RegistryValue kSessionAccount = {
+    {kSessionKey, L"Account"},
+    {ValueKind::text},
+    {words::kAtBegin, words::kSession, "Whose the password below is.", "nothing; not stored"}};
+inline constexpr RegistryValue kSessionAccountPassword = {
+    {kSessionKey, L"Account Password"},
+    {ValueKind::text},
+    {words::kAtBegin, words::kSession,
+     "A sealed password (`vtctl credential seal`). The session tells whose it is, and warns when "
+     "it "
+     "does not open or is not sealed.",
+     "nothing; not stored"}};
 
 inline constexpr const RegistryValue* kMonitoredValues[] = {
     // In the order of SettingsMonitor's registrations.
@@ -296,10 +351,19 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kSGMonComponents,
     &kDnsQueryTimeOut,
     &kLanguage,
-    &kLogonUserType,
     &kOracleSid,
     &kOracleIsRac,
     &kOracleDbId,
+    &kLogonUserType,
+    &kAdvertisingDisabled,
+    &kMediaServers,
+    &kPurgePending,
+    &kPurgeServers,
+    &kAdvertisingInterval,
+    &kAdvertiseNow,
+    &kAutoDiscoveryEnabled,
+    &kPublishedNames,
+    &kMajorVersion,
     &kDatabaseServerName,
     &kDatabaseInstanceName,
     &kDatabaseName,
@@ -315,7 +379,9 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kSessionReportLargeFiles,
     &kSessionLargestFiles,
     &kSessionReportLinks,
-    &kSessionWorkers};
+    &kSessionWorkers,
+    &kSessionAccount,
+    &kSessionAccountPassword};
 
 }  // namespace vtclass::config
 

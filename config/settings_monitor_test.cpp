@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "config/product_keys.h"
+#include "platform/owned.h"
 #include "tests/support/allocations.h"
-#include "tests/support/child_process.h"
-#include "tests/support/handle_counter.h"
+#include "tests/support/eventually.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/product.h"
@@ -52,7 +52,7 @@ struct Subscriber {
     return 7;
   }
   // The next value, a number as text too; "none" when none comes.
-  std::wstring Next(DWORD limit = 20000) {
+  std::wstring Next(DWORD limit = kLimit) {
     if (::WaitForSingleObject(arrived.Get(), limit) != WAIT_OBJECT_0) return L"none";
     const std::lock_guard hold(lock);
     const std::wstring value = values.front();
@@ -322,7 +322,7 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
     for (std::wstring key = kLoggingKey.Path();; key.resize(key.rfind(L'\\'))) {
       ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str());
       ::SetEvent(loggingEvent), ::SetEvent(debugEvent);
-      ASSERT_EQ(::WaitForSingleObject(above.Get(), 20000), WAIT_OBJECT_0) << value;
+      ASSERT_EQ(::WaitForSingleObject(above.Get(), kLimit), WAIT_OBJECT_0) << value;
       EXPECT_FALSE(KeyExists(key));
       if (key == L"Software") break;
     }
@@ -341,34 +341,47 @@ TEST_F(SettingsMonitorTest, DeletedKey_IsNotMadeAgain_AndFollowedWhenSomebodyMak
   Settle();
 }
 
-ULONGLONG playedClock;
-unsigned long playedLevel;
-std::vector<DWORD> pauses;
-std::vector<std::wstring> lines;
+// A clock that stands still but for the pauses, which are over at once; in each, `inPause` runs.
+class Pauses : public SettingsMonitorTest {
+ protected:
+  Pauses() { pauses.clear(), lines.clear(), inPause = nullptr; }
 
-// The clock stands still but for the pauses, which are over at once.
-DWORD WINAPI PassQuietPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
-  if (limit == INFINITE) return ::WaitForMultipleObjects(count, handles, all, limit);
-  const DWORD result = ::WaitForMultipleObjects(count, handles, all, 0);
-  if (result == WAIT_TIMEOUT) pauses.push_back(limit), playedClock += limit;
-  return result;
-}
-// In each the level goes up, which nobody else changes.
-DWORD WINAPI PassPause(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
-  const DWORD result = PassQuietPause(count, handles, all, limit);
-  if (result == WAIT_TIMEOUT) PutLevel(++playedLevel);
-  return result;
-}
+  static void ExpectGrowing(std::vector<DWORD> behind) {
+    std::vector<DWORD> expected = {100,  200,   400,   800,   1600, 3200,
+                                   6400, 12800, 25600, 51200, 60000};
+    expected.insert(expected.end(), behind.begin(), behind.end());
+    EXPECT_EQ(pauses, expected);
+    for (const std::wstring& line : lines) {
+      EXPECT_NE(line.find(kLoggingKey.Path()), std::wstring::npos);
+      EXPECT_EQ(line.find(L'\n'), line.size() - 1);
+    }
+  }
 
-TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndToldOnce) {
+  static inline std::vector<DWORD> pauses;
+  static inline std::vector<std::wstring> lines;
+  static inline std::function<void()> inPause;
+
+ private:
+  static inline ULONGLONG now = 0;
+  static DWORD WINAPI Wait(DWORD count, const HANDLE* handles, BOOL all, DWORD limit) {
+    if (limit == INFINITE) return ::WaitForMultipleObjects(count, handles, all, limit);
+    const DWORD result = ::WaitForMultipleObjects(count, handles, all, 0);
+    if (result != WAIT_TIMEOUT) return result;
+    pauses.push_back(limit), now += limit;
+    if (inPause) inPause();
+    return result;
+  }
+  const ImportHook<decltype(::GetTickCount64)> clock{"KERNEL32.dll", "GetTickCount64",
+                                                     [] { return now; }};
+  const ImportHook<decltype(Wait)> wait{"KERNEL32.dll", "WaitForMultipleObjects", &Wait};
+  const ImportHook<decltype(::OutputDebugStringW)> output{
+      "KERNEL32.dll", "OutputDebugStringW", [](LPCWSTR line) { lines.emplace_back(line); }};
+};
+
+TEST_F(Pauses, RefusedSignals_AreAskedForAfterGrowingPauses_AndToldOnce) {
   const ArmHook arm("ADVAPI32.dll", "RegNotifyChangeKeyValue", &Arm);
-  const ImportHook<decltype(::GetTickCount64)> clock("KERNEL32.dll", "GetTickCount64",
-                                                     [] { return playedClock; });
-  const ImportHook<decltype(::WaitForMultipleObjects)> wait("KERNEL32.dll",
-                                                            "WaitForMultipleObjects", &PassPause);
-  const ImportHook<decltype(::OutputDebugStringW)> output(
-      "KERNEL32.dll", "OutputDebugStringW", [](LPCWSTR line) { lines.emplace_back(line); });
-  pauses.clear(), lines.clear(), playedLevel = 0;
+  // The level goes up in each, which nobody else changes.
+  inPause = [played = 0ul]() mutable { PutLevel(++played); };
   Begin();
   ASSERT_TRUE(Level(first));
   // The key in hand, then the key opened anew; after the first pause the latter alone.
@@ -379,52 +392,40 @@ TEST_F(SettingsMonitorTest, RefusedSignals_AreAskedForAfterGrowingPauses_AndTold
     while (level < lastLevel) EXPECT_EQ(first.Next(), std::to_wstring(++level));
     Settle();
   }
-  EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
-                                        60000, 60000, 100}));
-  ASSERT_EQ(lines.size(), 2u) << "once a trouble";
-  EXPECT_NE(lines[0].find(kLoggingKey.Path()), std::wstring::npos);
-  EXPECT_EQ(lines[0].find(L'\n'), lines[0].size() - 1);
-}
-
-LSTATUS refusedRead, refusedOpen;  // what the system answers for the first eleven pauses
-bool AreReadsRefused() { return pauses.size() < 11; }
-LSTATUS WINAPI ReadOrRefuse(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data,
-                            DWORD* size) {
-  if (refusedRead && AreReadsRefused() && std::wcscmp(name, kLevel) == 0) return refusedRead;
-  return ::RegQueryValueExW(key, name, reserved, type, data, size);
-}
-LSTATUS WINAPI OpenOrRefuse(HKEY root, LPCWSTR path, DWORD options, REGSAM rights, HKEY* key) {
-  if (refusedOpen && AreReadsRefused() && (rights & KEY_SET_VALUE)) return refusedOpen;
-  return ::RegOpenKeyExW(root, path, options, rights, key);
+  ExpectGrowing({60000, 100});
+  EXPECT_EQ(lines.size(), 2u) << "once a trouble";
+  monitor.reset();
 }
 
 // No signal comes after the last change: it can only be found by reading again.
-TEST_F(SettingsMonitorTest, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldOnce) {
-  const ImportHook<decltype(::RegQueryValueExW)> read("ADVAPI32.dll", "RegQueryValueExW",
-                                                      &ReadOrRefuse);
-  const ImportHook<decltype(::RegOpenKeyExW)> open("ADVAPI32.dll", "RegOpenKeyExW", &OpenOrRefuse);
-  const ImportHook<decltype(::GetTickCount64)> clock("KERNEL32.dll", "GetTickCount64",
-                                                     [] { return playedClock; });
-  const ImportHook<decltype(::WaitForMultipleObjects)> wait(
-      "KERNEL32.dll", "WaitForMultipleObjects", &PassQuietPause);
-  const ImportHook<decltype(::OutputDebugStringW)> output(
-      "KERNEL32.dll", "OutputDebugStringW", [](LPCWSTR line) { lines.emplace_back(line); });
-  playedLevel = 0;
+TEST_F(Pauses, RefusedReads_AreMadeAgainAfterGrowingPauses_AndToldOnce) {
+  static LSTATUS refusedRead, refusedOpen;  // what the system answers until the eleventh pause
+  const ImportHook<decltype(::RegQueryValueExW)> read(
+      "ADVAPI32.dll", "RegQueryValueExW", [](HKEY key, LPCWSTR name, auto... rest) -> LSTATUS {
+        const bool isRefused = pauses.size() < 11 && std::wcscmp(name, kLevel) == 0;
+        return refusedRead && isRefused ? refusedRead : ::RegQueryValueExW(key, name, rest...);
+      });
+  const ImportHook<decltype(::RegOpenKeyExW)> open(
+      "ADVAPI32.dll", "RegOpenKeyExW",
+      [](HKEY root, LPCWSTR path, DWORD options, REGSAM rights, PHKEY key) -> LSTATUS {
+        const bool isRefused = pauses.size() < 11 && (rights & KEY_SET_VALUE);
+        return refusedOpen && isRefused ? refusedOpen
+                                        : ::RegOpenKeyExW(root, path, options, rights, key);
+      });
+  unsigned long level = 0;
   for (const auto& [ofRead, ofOpen] :
        {std::pair<LSTATUS, LSTATUS>(ERROR_NO_SYSTEM_RESOURCES, 0), {0, ERROR_ACCESS_DENIED}}) {
     Begin();
     ASSERT_TRUE(Level(first));
     monitor->Stop();
     pauses.clear(), lines.clear(), refusedRead = ofRead, refusedOpen = ofOpen;
-    PutLevel(++playedLevel);
+    PutLevel(++level);
     monitor->Start();
-    EXPECT_EQ(first.Next(), std::to_wstring(playedLevel));
+    EXPECT_EQ(first.Next(), std::to_wstring(level));
     Settle();
     monitor.reset();
-    EXPECT_EQ(pauses, (std::vector<DWORD>{100, 200, 400, 800, 1600, 3200, 6400, 12800, 25600, 51200,
-                                          60000}));
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].find(kLoggingKey.Path()), std::wstring::npos);
+    ExpectGrowing({});
+    EXPECT_EQ(lines.size(), 1u);
   }
 }
 
@@ -444,7 +445,7 @@ TEST_F(SettingsMonitorTest, RefusedWaits_DoNotHoldUpTheStop) {
   Begin();
   waitsToRefuse = 50;
   Put(kLoggingKey.Path(), L"fence", 1);  // ends the wait in hand
-  EXPECT_EQ(::WaitForSingleObject(refused.Get(), 20000), WAIT_OBJECT_0);
+  EXPECT_EQ(::WaitForSingleObject(refused.Get(), kLimit), WAIT_OBJECT_0);
   EXPECT_EQ(monitor->Stop(), S_OK);
   EXPECT_GT(waitsToRefuse.exchange(0), 0);
 }
@@ -466,25 +467,11 @@ TEST_F(SettingsMonitorTest, Construction_SystemRefuses_LeavesAMonitorThatCanBeDe
   EXPECT_EQ(TestMonitor().Start(), static_cast<long>(0x80070008));
 }
 
-TEST_F(SettingsMonitorTest, ManySettings_OpenTheirKeyOnceALook) {
-  Begin();
-  for (int i = 0; i < 500; ++i) ASSERT_TRUE(Level(other));
-  const HandleCounter handles;
-  PutLevel(1);
-  for (int i = 0; i < 500; ++i) ASSERT_EQ(other.Next(), L"1");
-  monitor->Stop();
-  EXPECT_LE(handles.Opened(), 4) << "two looks for one change, two more at most for a late signal";
-}
-
 TEST_F(SettingsMonitorTest, MemoryRunsOut_RegistersAllOrNothing_AndDeliversLater) {
   Begin();
   const void* cookie = nullptr;
-  for (long n = 1; !cookie; ++n) {
-    Allocations allocations;
-    allocations.FailAt(n);
-    cookie = monitor->VtmRegisterLogPath(&Subscriber::OnText, &first);
-    EXPECT_EQ(cookie == nullptr, allocations.Failed()) << n;
-  }
+  TryEachAllocation([&] { cookie = monitor->VtmRegisterLogPath(&Subscriber::OnText, &first); },
+                    [&](bool failed) { EXPECT_EQ(cookie == nullptr, failed); });
   for (long n = 1; n < 6; ++n) {
     const std::wstring text = L"C:\\a folder with a long name " + std::to_wstring(n);
     Allocations allocations;
@@ -510,25 +497,6 @@ TEST_F(SettingsMonitorTest, MemoryRunsOutForTheLastLook_ItIsMadeLater) {
   EXPECT_EQ(first.Next(), L"1");
   EXPECT_EQ(first.Next(), L"2");
   EXPECT_TRUE(allocations.Failed());
-}
-
-TEST_F(SettingsMonitorTest, ThousandWritesOfAnotherProcess_TheLastOneArrives) {
-  Begin();
-  ASSERT_TRUE(Level(first));
-  ASSERT_TRUE(monitor->VtmRegisterMaxDebugFileCount(&Subscriber::OnNumber, &other));
-  for (const wchar_t* seed : {L"1", L"2", L"3"}) {
-    ChildProcess writer(L"config_test_child.exe",
-                        {registry.Path() + L"\\" + kLoggingKey.Path(), kLevel,
-                         registry.Path() + L"\\" + kDebugKey.Path(), L"MaxDebugFile Count", seed});
-    ASSERT_EQ(writer.ExitCode(), 0);
-    const std::string output = writer.Output();
-    const std::wstring last(output.begin(), output.end());
-    for (Subscriber* reader : {&first, &other}) {
-      std::wstring value;
-      while (value != L"none" && value != last) value = reader->Next();
-      EXPECT_EQ(value + reader->Next(0), last + L"none");
-    }
-  }
 }
 
 TEST_F(SettingsMonitorTest, Setting_ReadsWritesAndKeepsItsRange) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include "crypto/armour.h"
 #include "crypto/vectors.h"
@@ -18,8 +17,9 @@ namespace {
 
 using namespace vtclass::crypto;
 using vtclass::test::Allocations;
-using vtclass::test::ImportHook;
 using vtclass::test::LibraryCopy;
+using vtclass::test::Replace;
+using vtclass::test::TryEachAllocation;
 
 constexpr char kCanary = '\x5E';
 
@@ -137,11 +137,13 @@ TEST(DeasciifyAndDecrypt, NeedsRoomForWholeBlocks) {
 TEST(DeasciifyAndDecrypt, WithoutMemory_Fails) {
   std::string sealed = Sealed("secret");
   Area out(20);
-  Allocations allocations;
-  allocations.FailAt(1);
-  EXPECT_FALSE(DeasciifyAndDecrypt(4, out.Data(), 20, sealed.data()));
-  EXPECT_TRUE(allocations.Failed());
-  EXPECT_TRUE(out.IsClear());
+  bool isOpened = false;
+  const auto check = [&](bool failed) {
+    EXPECT_NE(isOpened, failed);
+    EXPECT_EQ(out.IsClear(), failed);
+  };
+  TryEachAllocation([&] { isOpened = DeasciifyAndDecrypt(4, out.Data(), 20, sealed.data()); },
+                    check);
 }
 
 struct Block {
@@ -373,16 +375,12 @@ TEST(SealForMachine, WithoutMemory_TellsSoAndGivesNothing) {
   }
 }
 
-FARPROC WINAPI NoFunction(HMODULE, LPCSTR) {
-  ::SetLastError(ERROR_PROC_NOT_FOUND);
-  return nullptr;
-}
-
 TEST(SealForMachine, OnASystemWithoutTheService_TellsSo) {
   const std::string made = MachineSealed("secret");
   const LibraryCopy copy(L"vtclass_mini.dll");
-  const ImportHook<decltype(::GetProcAddress)> hook("KERNEL32.dll", "GetProcAddress", &NoFunction,
-                                                    copy.Module());
+  const auto noFunction = Replace<decltype(::GetProcAddress)>(
+      "GetProcAddress", [](auto...) { return ::SetLastError(ERROR_PROC_NOT_FOUND), FARPROC{}; },
+      copy.Module());
   std::string result;
   EXPECT_EQ(copy(&vtclass::border::SealForMachine)(result, "secret", 6),
             DWORD{ERROR_PROC_NOT_FOUND});

@@ -23,7 +23,7 @@ void Run(const void* key, std::uint32_t* schedule, const char* from, char* to, s
   ::DES_ncbc_encrypt(reinterpret_cast<const unsigned char*>(from),
                      reinterpret_cast<unsigned char*>(to), static_cast<long>(length), rounds,
                      reinterpret_cast<DES_cblock*>(&chain), direction);
-  WipeStackBelow<kDepthOfLibcrypto>();
+  WipeStackBelow<kDepthOfDes>();
 }
 
 }  // namespace

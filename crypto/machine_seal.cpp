@@ -4,7 +4,6 @@
 
 #include <dpapi.h>
 
-#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -95,19 +94,15 @@ std::string Armoured(std::string_view bytes) {
   return text;
 }
 
-bool IsArmourCharacter(char character) noexcept {
-  return character >= kFirstArmourCharacter && character < kFirstArmourCharacter + 64;
-}
-
 // Throws std::bad_alloc.
 unsigned long Open(std::string_view seal, SystemBlob& text) {
   if (!seal.starts_with(kMark)) return ERROR_INVALID_DATA;
   seal.remove_prefix(kMark.size());
-  if (!std::ranges::all_of(seal, &IsArmourCharacter)) return ERROR_INVALID_DATA;
   std::string bytes(DisarmedLength(seal.size()), '\0');
   // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the count of bytes tells its length
   BestArmour().decode(seal.data(), bytes.size(), reinterpret_cast<std::uint8_t*>(bytes.data()));
-  // Each seal has one spelling: what the bytes do not show would change unnoticed.
+  // Each seal has one spelling. Other characters, and bits of the last one that no byte shows,
+  // would change unnoticed.
   if (Armoured(bytes) != seal) return ERROR_INVALID_DATA;
   return Unprotect(bytes, text);
 }

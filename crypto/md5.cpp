@@ -15,7 +15,7 @@ void Md5(const void* message, std::size_t length, std::uint8_t* digest) noexcept
                     ::MD5_Final(digest, &state) == 1;
   if (!done) std::fill_n(digest, kMd5Digest, std::uint8_t{0});
   Wipe(&state, sizeof state);
-  WipeStackBelow<kDepthOfLibcrypto>();
+  WipeStackBelow<kDepthOfMd5>();
 }
 
 }  // namespace vtclass::crypto

@@ -72,7 +72,17 @@ HLOCAL WINAPI FreeWiped(HLOCAL block) {
   return ::LocalFree(block);
 }
 
-// What is looked up stays: each case has a library that has not looked yet, as a new process has.
+// What is looked up stays: a library that has not looked yet, as a new process has.
+struct NewLibrary {
+  const LibraryCopy copy{L"vtclass_mini.dll"};
+  const ImportHook<decltype(::GetProcAddress)> lookUp{"KERNEL32.dll", "GetProcAddress", &LookUp,
+                                                      copy.Module()};
+  const ImportHook<decltype(::LoadLibraryExW)> load{"KERNEL32.dll", "LoadLibraryExW", &Load,
+                                                    copy.Module()};
+  const ImportHook<decltype(::LocalFree)> free{"KERNEL32.dll", "LocalFree", &FreeWiped,
+                                               copy.Module()};
+};
+
 TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
   constexpr unsigned kFailed = 0xFFFFFFFF;
   const struct {
@@ -90,13 +100,8 @@ TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
   for (const auto& [system, status, mask, current, older] : cases) {
     played = system;
     currentCalls = olderCalls = 0;
-    const LibraryCopy copy(L"vtclass_mini.dll");
-    const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress", &LookUp,
-                                                        copy.Module());
-    const ImportHook<decltype(::LoadLibraryExW)> load("KERNEL32.dll", "LoadLibraryExW", &Load,
-                                                      copy.Module());
-    const ImportHook<decltype(::LocalFree)> free("KERNEL32.dll", "LocalFree", &FreeWiped,
-                                                 copy.Module());
+    const NewLibrary library;
+    const LibraryCopy& copy = library.copy;
     wchar_t* buffer = const_cast<wchar_t*>(text.c_str());
     unsigned long size = 7;
     EXPECT_EQ(copy(&ADSI::SaveSensitiveData)(text.c_str(), &buffer, &size), status);
@@ -124,11 +129,8 @@ TEST(SensitiveData, IsProtectedByTheFirstPairThatIsThere) {
 // Plain text for want of memory, or a copy that stays enciphered, would be told as a success.
 TEST(SensitiveData, PairThatCannotBeLoadedNow_IsNotMissing) {
   played = {true, true, true, 1, 0};
-  const LibraryCopy copy(L"vtclass_mini.dll");
-  const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress", &LookUp,
-                                                      copy.Module());
-  const ImportHook<decltype(::LoadLibraryExW)> load("KERNEL32.dll", "LoadLibraryExW", &Load,
-                                                    copy.Module());
+  const NewLibrary library;
+  const LibraryCopy& copy = library.copy;
   wchar_t* buffer = nullptr;
   unsigned long size = 0;
   for (const auto error :
@@ -167,8 +169,6 @@ TEST(SensitiveData, IsNotReadableInMemory) {
   ::LocalFree(buffer);
 }
 
-HLOCAL WINAPI NoMemory(UINT, SIZE_T) { return nullptr; }
-
 TEST(SensitiveData, NullAndLackOfMemory_GiveNothing) {
   constexpr unsigned kFailed = 0xFFFFFFFF;
   wchar_t some[8] = L"secret";
@@ -180,7 +180,8 @@ TEST(SensitiveData, NullAndLackOfMemory_GiveNothing) {
   EXPECT_EQ(ADSI::SaveSensitiveData(L"secret", nullptr, &size), kFailed);
   EXPECT_EQ(ADSI::SaveSensitiveData(L"secret", &buffer, nullptr), kFailed);
   EXPECT_EQ(ADSI::GetSensitiveData(nullptr, 16), kFailed);
-  const ImportHook<decltype(::LocalAlloc)> hook("KERNEL32.dll", "LocalAlloc", &NoMemory);
+  const auto noMemory = vtclass::test::Replace<decltype(::LocalAlloc)>(
+      "LocalAlloc", [](auto...) { return HLOCAL{}; });
   buffer = some;
   EXPECT_EQ(ADSI::SaveSensitiveData(L"secret", &buffer, &size), kFailed);
   EXPECT_EQ(buffer, nullptr);

@@ -12,7 +12,8 @@ void WipeStackBelow() noexcept {
   for (volatile __m128i& each : area) each = _mm_setzero_si128();
 }
 
-template void WipeStackBelow<kDepthOfLibcrypto>() noexcept;
+template void WipeStackBelow<kDepthOfDes>() noexcept;
+template void WipeStackBelow<kDepthOfMd5>() noexcept;
 template void WipeStackBelow<kDepthOfBlockHash>() noexcept;
 
 }  // namespace vtclass::crypto

@@ -27,8 +27,9 @@ inline void Wipe(void* memory, std::size_t size) noexcept {
 template <std::size_t kDepth>
 void WipeStackBelow() noexcept;
 
-/* The cipher and the digest of libcrypto, with all that they call, stay within this... */
-inline constexpr std::size_t kDepthOfLibcrypto = 512;
+/* The cipher of libcrypto, with all that it calls, stays within this, its digest within this... */
+inline constexpr std::size_t kDepthOfDes = 512;
+inline constexpr std::size_t kDepthOfMd5 = 256;
 /* ... and the compressions of the block hash within this. */
 inline constexpr std::size_t kDepthOfBlockHash = 1024;
 

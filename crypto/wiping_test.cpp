@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "crypto/fixed_values.h"
 #include "tests/support/allocations.h"
@@ -18,8 +17,8 @@
 // they are freed, and the stack below its caller.
 namespace {
 
-using vtclass::test::Allocations;
 using vtclass::test::ImportHook;
+using vtclass::test::TryEachAllocation;
 
 // Each eight bytes of one of these betray it.
 constexpr std::string_view kSecret =
@@ -72,17 +71,19 @@ HLOCAL WINAPI FreeLocal(HLOCAL block) {
   return ::LocalFree(block);
 }
 
-signed char* Bytes(const char* text) {
-  std::memset(out, 0, sizeof out);
-  std::memcpy(out, text, kSecret.size());
-  return reinterpret_cast<signed char*>(out);
-}
-
-void UseCipher(short algorithm, short direction) {
+void UseHandle(short algorithm, short direction) {
   EU_HAND* const hand =
       EU_Open(algorithm, direction, reinterpret_cast<signed char*>(key), 8, nullptr, nullptr);
   EU_Encrypt(hand, reinterpret_cast<signed char*>(out), 64);
   EU_Close(hand);
+}
+
+// Enciphers the secret; another direction deciphers it again.
+void UseCipher(short algorithm, short direction) {
+  std::memset(out, 0, sizeof out);
+  std::memcpy(out, kSecret.data(), kSecret.size());
+  UseHandle(algorithm, kEncipher);
+  if (direction != kEncipher) UseHandle(algorithm, direction);
 }
 
 struct Operation {
@@ -94,25 +95,21 @@ struct Operation {
 constexpr unsigned kSize = kSecret.size();
 char* const secret = const_cast<char*>(kSecret.data());
 
+void SealBlock(int room) { EU_EncAndAsciify(secret, 64, out, &room); }
+
 alignas(SecureHashAlgorithm) char place[sizeof(SecureHashAlgorithm)];
 
-void AddSecret(SecureHashAlgorithm& hash) {
-  for (int i = 0; i < 9; ++i) hash.hashBlock(secret, kSize);
+SecureHashAlgorithm* AddSecret() {
+  auto* const hash = new (place) SecureHashAlgorithm;
+  for (int i = 0; i < 9; ++i) hash->hashBlock(secret, kSize);
+  return hash;
 }
 
 const Operation kOperations[] = {
     {"seal", [] { EncryptAndAsciify(4, out, 1200, secret, kSize); }},
     {"seal without room", [] { EncryptAndAsciify(4, out, 20, secret, kSize); }},
-    {"seal a block",
-     [] {
-       int room = 89;
-       EU_EncAndAsciify(secret, 64, out, &room);
-     }},
-    {"seal a block without room",
-     [] {
-       int room = 9;
-       EU_EncAndAsciify(secret, 64, out, &room);
-     }},
+    {"seal a block", [] { SealBlock(89); }},
+    {"seal a block without room", [] { SealBlock(9); }},
     {"seal for the other", [] { KNWVEncryptAndAsciify(4, out, secret); }},
     {"open", [] { DeasciifyAndDecrypt(4, out, 1200, sealedSecret); }},
     {"open a block",
@@ -120,29 +117,10 @@ const Operation kOperations[] = {
        int room = 64;
        EU_DeasciifyAndDecrypt(sealedBlock, 86, out, &room);
      }},
-    {"encipher blocks",
-     [] {
-       Bytes(secret);
-       UseCipher(4, kEncipher);
-     }},
-    {"decipher blocks",
-     [] {
-       Bytes(secret);
-       UseCipher(4, kEncipher);
-       UseCipher(4, 500);
-     }},
-    {"substitute",
-     [] {
-       Bytes(secret);
-       UseCipher(3, kEncipher);
-       UseCipher(3, 500);
-     }},
-    {"reverse",
-     [] {
-       Bytes(secret);
-       UseCipher(1, kEncipher);
-       UseCipher(1, 500);
-     }},
+    {"encipher blocks", [] { UseCipher(4, kEncipher); }},
+    {"decipher blocks", [] { UseCipher(4, 500); }},
+    {"substitute", [] { UseCipher(3, 500); }},
+    {"reverse", [] { UseCipher(1, 500); }},
     {"digest",
      [] {
        static md5_ndmp login;
@@ -150,18 +128,11 @@ const Operation kOperations[] = {
        login.SetMD5Challenge(secret);
        login.CreateMD5Digest(out);
      }},
-    {"hash and forget",
-     [] {
-       auto* const hash = new (place) SecureHashAlgorithm;
-       AddSecret(*hash);
-       hash->~SecureHashAlgorithm();
-     }},
+    {"hash and forget", [] { AddSecret()->~SecureHashAlgorithm(); }},
     {"hash and finish",
      [] {
-       auto* const hash = new (place) SecureHashAlgorithm;
-       AddSecret(*hash);
        unsigned a, b, c, d, e;
-       hash->finishHash(a, b, c, d, e);
+       AddSecret()->finishHash(a, b, c, d, e);
      }},
     {"seal for the machine",
      [] {
@@ -200,12 +171,7 @@ TEST_F(Wiping, NothingIsLeftBehind) {
 
 TEST_F(Wiping, NothingIsLeftBehind_WhenMemoryRunsOut) {
   for (const Operation& operation : kOperations) {
-    for (long n = 1;; ++n) {
-      Allocations allocations;
-      allocations.FailAt(n);
-      Watch(operation);
-      if (!allocations.Failed()) break;
-    }
+    TryEachAllocation([&] { Watch(operation); }, [](bool) {});
   }
 }
 

@@ -10,7 +10,7 @@
 #include "log/plain_format.h"
 #include "log/wrap_marker.h"
 #include "strings/xml_escape.h"
-#include "strings/xml_reference.h"
+#include "tests/support/xml_reference.h"
 
 using namespace vtclass;
 using namespace vtclass::log;

@@ -10,7 +10,7 @@
 #include "log/job/entry_text.h"
 #include "log/job/output_length.h"
 #include "strings/xml_escape.h"
-#include "strings/xml_reference.h"
+#include "tests/support/xml_reference.h"
 
 using namespace vtclass;
 using namespace vtclass::log;

@@ -2,7 +2,7 @@
 #include "platform/cpu.h"
 #include "strings/ascii.h"
 #include "strings/xml_escape.h"
-#include "strings/xml_reference.h"
+#include "tests/support/xml_reference.h"
 
 using namespace vtclass;
 using namespace vtclass::strings;

@@ -1,7 +1,7 @@
 #include "fuzz/fuzz_input.h"
 #include "platform/cpu.h"
 #include "strings/xml_filter.h"
-#include "strings/xml_reference.h"
+#include "tests/support/xml_reference.h"
 
 using namespace vtclass;
 using namespace vtclass::strings;

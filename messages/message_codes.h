@@ -52,6 +52,10 @@ inline constexpr long kCodeSettingsUnreadable = WarningCode(MSG_SETTINGS_UNREADA
 inline constexpr long kCodeLanguageMissing = WarningCode(MSG_LANGUAGE_MISSING);
 // The volume mounted at the folder is one that the folder lies on.
 inline constexpr long kCodeVolumeCycle = WarningCode(MSG_VOLUME_CYCLE);
+// A stored password is plain text, or its seal is damaged.
+inline constexpr long kCodeCredentialNotSealed = WarningCode(MSG_CREDENTIAL_NOT_SEALED);
+// A sealed password does not open here.
+inline constexpr long kCodeCredentialNotOpened = WarningCode(MSG_CREDENTIAL_NOT_OPENED);
 
 // Errors.
 // The file could not be opened, for a reason without a warning of its own.

@@ -2,18 +2,18 @@
 // library's failures and a cluster's names are played here, through the DLL's imports from the
 // libraries beside it.
 #include <gtest/gtest.h>
-#include <vtcluster/vtcluster.h>
 
 #include <bit>
 #include <cstring>
 #include <functional>
 #include <vector>
 
-#include "net/conversion_test.h"
 #include "tests/support/allocations.h"
 #include "tests/support/answered_look_ups.h"
+#include "tests/support/conversion_row.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/library_copy.h"
+#include "tests/support/mute_cluster.h"
 #include "tests/support/private_registry.h"
 
 namespace {
@@ -21,6 +21,7 @@ namespace {
 using namespace vtclass;
 using test::ImportHook;
 using test::LibraryCopy;
+using test::Replace;
 using VTSocket::VTIPAddress;
 
 // What the resolver is to answer, and what it was asked.
@@ -72,7 +73,7 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 const std::vector<std::wstring> kCompanions = {L"vtsocket.dll", L"vtcluster.dll"};
 
 // A cluster with the virtual server SQLV.corp.invalid at 192.0.2.80, 192.0.2.81 and localhost.
-struct PlayedCluster : Cluster {
+struct PlayedCluster : test::MuteCluster {
   static std::shared_ptr<Cluster> Instance(const wchar_t*) {
     return std::make_shared<PlayedCluster>();
   }
@@ -80,11 +81,7 @@ struct PlayedCluster : Cluster {
   static inline bool fails = false;
   static inline unsigned long error = 0;  // what keeps it from being read
 
-  bool Open() override { return true; }
   unsigned long GetErrorCode() const override { return error; }
-  int GetClusterType() override { return windowsCluster; }
-  std::wstring GetClusterName() override { return L"CLUSTER"; }
-  bool GetBeActiveNodeName(std::wstring&) override { return false; }
   bool NetworkNameToNodeName(const std::wstring&, std::wstring& node) override {
     if (fails) throw std::bad_alloc();
     node = L"NODE1";
@@ -95,9 +92,6 @@ struct PlayedCluster : Cluster {
     name = text == "nameless" ? L"" : L"SQLV.corp.invalid";
     return name.empty() || text == "sqlv" || text == "localhost" || text.starts_with("192.0.2.8");
   }
-  bool GetVtVirtualServerName(const std::wstring&, std::wstring&) override { return false; }
-  appState IsServerRunningSQL(const wchar_t*, bool*) override { return noAnswer; }
-  appState IsServerRunningExchange(const wchar_t*, bool*) override { return noAnswer; }
 };
 
 class ClusterNames : public ::testing::Test {
@@ -128,16 +122,18 @@ TEST_F(ClusterNames, VirtualServersAreNotThisNode) {
   for (const ConversionRow& row : rows) row.Expect(copy(&vtclass::border::VTConvertServerNamePlus));
 }
 
-BOOL WINAPI NameInADomain(COMPUTER_NAME_FORMAT format, LPWSTR name, LPDWORD size) {
-  if (format != ComputerNameDnsFullyQualified) return ::GetComputerNameExW(format, name, size);
-  *size = static_cast<DWORD>(wcslen(wcscpy(name, L"this.corp.example")));
-  return TRUE;
-}
-
 // The machine has its short name for the cluster alone, as the node is called NODE1.
 TEST_F(ClusterNames, NameHeldForTheCluster_IsNotTheNodes) {
-  const ImportHook<decltype(::GetComputerNameExW)> hook("KERNEL32.dll", "GetComputerNameExW",
-                                                        &NameInADomain, copy.Module());
+  const auto inADomain = Replace<decltype(::GetComputerNameExW)>(
+      "GetComputerNameExW",
+      [](COMPUTER_NAME_FORMAT format, LPWSTR name, LPDWORD size) {
+        if (format != ComputerNameDnsFullyQualified) {
+          return ::GetComputerNameExW(format, name, size);
+        }
+        *size = static_cast<DWORD>(wcslen(wcscpy(name, L"this.corp.example")));
+        return TRUE;
+      },
+      copy.Module());
   wcstring own;
   ASSERT_NE(GetComputerNameInString(own), 0);
   for (const ConversionRow& row : {ConversionRow{own, 0, 0, 0, false, own},
@@ -193,9 +189,8 @@ TEST_F(ClusterNames, FailuresClearTheNames) {
   EXPECT_EQ(copy(nodeName)(out), 0);
   EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
   EXPECT_EQ(out, L"");
-  const ImportHook<int(wchar_t*, unsigned long*)> nameless(
-      "vtcluster.dll", "_Z17VTGetComputerNamePwPm", [](wchar_t*, unsigned long*) { return 0; },
-      copy.Module());
+  const auto nameless = Replace<int(wchar_t*, unsigned long*)>(
+      "_Z17VTGetComputerNamePwPm", [](auto...) { return 0; }, copy.Module());
   for (Fetch* const fetch :
        {nodeName, static_cast<Fetch*>(&vtclass::border::GetComputerNameInString)}) {
     out = L"old";
@@ -313,8 +308,8 @@ TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
   const std::string seconds("\xD0\7\0\0", 4);
   test::MakeKey(key);
   test::StoreValue(key, L"DnsQueryTimeOut", REG_DWORD, seconds.data(), 4);
-  const ImportHook<decltype(::RegOpenKeyExW)> readOnly(
-      "ADVAPI32.dll", "RegOpenKeyExW",
+  const auto readOnly = Replace<decltype(::RegOpenKeyExW)>(
+      "RegOpenKeyExW",
       [](HKEY parent, LPCWSTR name, DWORD options, REGSAM rights, PHKEY opened) -> LSTATUS {
         if (rights & (KEY_SET_VALUE | KEY_CREATE_SUB_KEY)) return ERROR_ACCESS_DENIED;
         return ::RegOpenKeyExW(parent, name, options, rights, opened);
@@ -325,9 +320,9 @@ TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
 }
 
 TEST_F(Alias, FailuresOfTheSystem_AreTheResult) {
-  const ImportHook<RefPointer<VTSocket::VTHostEntries>(const char*)> down(
-      "vtsocket.dll", "_ZN8VTSocket13VTDnsResolver13GetHostByNameEPKc",
-      [](const char*) -> RefPointer<VTSocket::VTHostEntries> {
+  const auto down = Replace<RefPointer<VTSocket::VTHostEntries>(const char*)>(
+      "_ZN8VTSocket13VTDnsResolver13GetHostByNameEPKc",
+      [](auto) -> RefPointer<VTSocket::VTHostEntries> {
         throw VTSocket::VTSocketError(WSAENETDOWN);
       });
   bool isMe = false;
@@ -348,11 +343,8 @@ TEST_F(Alias, FailuresOfTheSystem_AreTheResult) {
   EXPECT_EQ(steps.back().answer, 1u);
   resolver = {};
 
-  const ImportHook<decltype(::GetComputerNameExW)> nameless(
-      "KERNEL32.dll", "GetComputerNameExW", [](COMPUTER_NAME_FORMAT, LPWSTR, LPDWORD) -> BOOL {
-        ::SetLastError(ERROR_MORE_DATA);
-        return FALSE;
-      });
+  const auto nameless = Replace<decltype(::GetComputerNameExW)>(
+      "GetComputerNameExW", [](auto...) { return ::SetLastError(ERROR_MORE_DATA), FALSE; });
   wcstring name = L"old";
   EXPECT_EQ(VTGetFQDN(name), static_cast<unsigned long>(ERROR_MORE_DATA));
   EXPECT_EQ(name, L"old");
@@ -375,17 +367,13 @@ TEST_F(Alias, OutOfMemory_IsEight) {
       }};
   for (const auto& question : questions) {
     question();  // loads what loads once
-    long failed = 0;
-    for (bool more = true; more; ++failed) {
-      test::Allocations allocations;
-      allocations.FailAt(failed + 1);
-      isMe = true;
-      const unsigned long result = question();
-      more = allocations.Failed();
-      if (more) EXPECT_EQ(result, 8u) << "allocation " << failed + 1;
+    unsigned long result = 0;
+    const auto ask = [&] { isMe = true, result = question(); };
+    const auto check = [&](bool failed) {
+      if (failed) EXPECT_EQ(result, 8u);
       EXPECT_FALSE(isMe);
-    }
-    EXPECT_GT(failed, 1);
+    };
+    EXPECT_GT(test::TryEachAllocation(ask, check), 0);
   }
   EXPECT_EQ(resolver.released, resolver.asked);
 }

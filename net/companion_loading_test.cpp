@@ -8,8 +8,8 @@
 namespace {
 
 using vtclass::platform::OwnedKernelObject;
-using vtclass::test::ImportHook;
 using vtclass::test::LibraryCopy;
+using vtclass::test::Replace;
 
 constexpr unsigned long kMissing = ERROR_MOD_NOT_FOUND;
 
@@ -30,14 +30,6 @@ TEST(CompanionLoading, MissingCompanion_IsAStatus) {
   EXPECT_EQ(::GetLastError(), kMissing);
 }
 
-// What the loader says, and whether the thread was itself again while it loaded.
-struct Loader {
-  DWORD error = ERROR_SUCCESS;
-  int calls = 0;
-  bool wasImpersonating = false;
-};
-Loader loader;
-
 bool Impersonates(LUID* token = nullptr) {
   OwnedKernelObject open;
   if (!::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, open.Receive())) return false;
@@ -48,48 +40,36 @@ bool Impersonates(LUID* token = nullptr) {
   return true;
 }
 
-HMODULE WINAPI Load(LPCWSTR path, HANDLE file, DWORD flags) {
-  ++loader.calls;
-  loader.wasImpersonating = loader.wasImpersonating || Impersonates();
-  if (loader.error == ERROR_SUCCESS) return ::LoadLibraryExW(path, file, flags);
-  ::SetLastError(loader.error);
-  return nullptr;
-}
-
-TEST(CompanionLoading, RefusedCompanion_IsTheLoadersCode) {
-  const LibraryCopy copy(L"vtclass_mini.dll");
-  const ImportHook<decltype(::LoadLibraryExW)> hook("KERNEL32.dll", "LoadLibraryExW", &Load,
-                                                    copy.Module());
-  for (const DWORD error : {5UL, 8UL, 193UL}) {
-    loader = {error};
-    bool isMe = true;
-    EXPECT_EQ(copy(&vtclass::IsThisMeEx)(L"::1", &isMe, true, 0), error);
-    EXPECT_FALSE(isMe);
-  }
-}
-
 // The account that the thread impersonates need not be able to read the product's folder.
-TEST(CompanionLoading, ImpersonatingThread_LoadsAsTheProcess) {
+TEST(CompanionLoading, ImpersonatingThread_LoadsAsTheProcess_AndGetsTheLoadersCode) {
   OwnedKernelObject process;
   OwnedKernelObject token;
   ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_DUPLICATE, process.Receive()));
   ASSERT_TRUE(::DuplicateTokenEx(process.Get(), TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation,
                                  TokenImpersonation, token.Receive()));
-  for (const DWORD error : {0UL, 5UL}) {
+  for (const DWORD error : {0UL, 5UL, 8UL, 193UL}) {
     const LibraryCopy copy(L"vtclass_mini.dll", {L"vtsocket.dll", L"vtcluster.dll"});
-    const ImportHook<decltype(::LoadLibraryExW)> hook("KERNEL32.dll", "LoadLibraryExW", &Load,
-                                                      copy.Module());
-    loader = {error};
+    int calls = 0;
+    const auto hook = Replace<decltype(::LoadLibraryExW)>(
+        "LoadLibraryExW",
+        [&](auto... arguments) {
+          ++calls;
+          EXPECT_FALSE(Impersonates());
+          if (error == ERROR_SUCCESS) return ::LoadLibraryExW(arguments...);
+          return ::SetLastError(error), HMODULE{};
+        },
+        copy.Module());
     LUID before = {};
     LUID after = {};
+    bool isMe = error != ERROR_SUCCESS;
     ASSERT_TRUE(::ImpersonateLoggedOnUser(token.Get()));
     EXPECT_TRUE(Impersonates(&before));
-    EXPECT_EQ(copy(&vtclass::IsIpAddr)(L"::1"), error == ERROR_SUCCESS);
+    EXPECT_EQ(copy(&vtclass::IsThisMeEx)(L"::1", &isMe, true, 0), error);
     EXPECT_TRUE(Impersonates(&after));
     ::RevertToSelf();
     EXPECT_EQ(memcmp(&before, &after, sizeof(before)), 0);
-    EXPECT_GT(loader.calls, 0);
-    EXPECT_FALSE(loader.wasImpersonating);
+    EXPECT_EQ(isMe, error == ERROR_SUCCESS);
+    EXPECT_GT(calls, 0);
   }
 }
 

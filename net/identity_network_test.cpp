@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "net/conversion_test.h"
 #include "tests/network/network_names.h"
+#include "tests/support/conversion_row.h"
 
 namespace {
 

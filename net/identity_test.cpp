@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "net/conversion_test.h"
 #include "tests/support/allocations.h"
+#include "tests/support/conversion_row.h"
 #include "tests/support/private_registry.h"
 #include "vtclass/net.h"
 #include "vtclass/product.h"
@@ -176,19 +176,6 @@ TEST(Addresses, ParsedAndLocal) {
   EXPECT_EQ(IsLocalIPAddress(foreign, nullptr), 87u);
   EXPECT_EQ(IsLocalIPAddress({}, &isLocal), 87u);
   EXPECT_EQ(GetAnyIpAddress(L"\\\\192.0.2.1\\share"), L"192.0.2.1");
-}
-
-TEST(GetComputerNodeName, BufferWithAndWithoutRoom) {
-  wcstring node = L"old";
-  ASSERT_NE(GetComputerNodeName(node), 0);
-  EXPECT_EQ(node, NameOf(ComputerNameNetBIOS));
-  wchar_t buffer[64];
-  auto size = static_cast<unsigned long>(node.size());
-  EXPECT_EQ(GetComputerNodeName(buffer, &size), 0) << "no room for the terminator";
-  EXPECT_EQ(size, node.size() + 1);
-  EXPECT_NE(GetComputerNodeName(buffer, &size), 0);
-  EXPECT_EQ(wcstring(buffer, size), node);
-  EXPECT_EQ(GetComputerNodeName(buffer, nullptr), 0);
 }
 
 TEST(SplitUncPath, OutputMayBeTheInput) {

@@ -10,26 +10,9 @@
 // This program holds the file under test itself, so that its imports are this program's.
 namespace {
 
-using vtclass::test::ImportHook;
-
-// The libraries that load and the functions that they have, and which were tried.
-std::string present, loaded;
-
-HMODULE WINAPI Load(LPCWSTR path) {
-  const std::wstring name = wcsrchr(path, L'\\');
-  wchar_t system[MAX_PATH] = L"";
-  ::GetSystemDirectoryW(system, MAX_PATH);
-  EXPECT_EQ(path, system + name);
-  const std::string word(name.begin() + 1, name.end());
-  loaded += word + " ";
-  return present.find(word) == std::string::npos ? nullptr : ::GetModuleHandleW(nullptr);
-}
+using vtclass::test::Replace;
 
 int WSAAPI Found(const sockaddr*, socklen_t, char*, DWORD, char*, DWORD, int) { return 4711; }
-
-FARPROC WINAPI LookUp(HMODULE, LPCSTR name) {
-  return present.find(name) == std::string::npos ? nullptr : std::bit_cast<FARPROC>(&Found);
-}
 
 TEST(Resolver, LibrariesAndFunctions_InTheirOrder) {
   const struct {
@@ -42,10 +25,27 @@ TEST(Resolver, LibrariesAndFunctions_InTheirOrder) {
               {"ws2_32 wship6 getnameinfo freeaddrinfo", "ws2_32 wship6 ", false},
               {"ws2_32 wship6 getaddrinfo getnameinfo", "ws2_32 ", false},
               {"ws2_32 wship6 getaddrinfo freeaddrinfo", "ws2_32 ", false}};
+  // The libraries that load and the functions that they have, and which were tried.
+  std::string present, loaded;
   const HMODULE self = ::GetModuleHandleW(nullptr);
-  const ImportHook<decltype(::LoadLibraryW)> load("KERNEL32.dll", "LoadLibraryW", &Load, self);
-  const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress", &LookUp,
-                                                      self);
+  const auto load = Replace<decltype(::LoadLibraryW)>(
+      "LoadLibraryW",
+      [&](LPCWSTR path) {
+        const std::wstring name = wcsrchr(path, L'\\');
+        wchar_t system[MAX_PATH] = L"";
+        ::GetSystemDirectoryW(system, MAX_PATH);
+        EXPECT_EQ(path, system + name);
+        const std::string word(name.begin() + 1, name.end());
+        loaded += word + " ";
+        return present.find(word) == std::string::npos ? nullptr : ::GetModuleHandleW(nullptr);
+      },
+      self);
+  const auto lookUp = Replace<decltype(::GetProcAddress)>(
+      "GetProcAddress",
+      [&](auto, LPCSTR name) {
+        return present.find(name) == std::string::npos ? nullptr : std::bit_cast<FARPROC>(&Found);
+      },
+      self);
   sockaddr_storage address = {};
   address.ss_family = AF_INET6;
   for (const auto& row : rows) {

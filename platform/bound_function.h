@@ -48,6 +48,12 @@ class BoundFunction<Result WINAPI(Arguments...)> {
     const HMODULE module = ::LoadLibraryExW(library, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!module) return nullptr;
     bound = std::bit_cast<Address>(::GetProcAddress(module, function));
+    if (!bound) {
+      const DWORD reason = ::GetLastError();
+      ::FreeLibrary(module);
+      ::SetLastError(reason);
+      return nullptr;
+    }
     address.store(bound, std::memory_order_release);
     return bound;
   }

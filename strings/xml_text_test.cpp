@@ -1,18 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "strings/random_text.h"
-#include "strings/xml_reference.h"
 #include "tests/support/allocations.h"
 #include "vtclass/strings.h"
 
 namespace {
 
-using vtclass::strings::RandomText;
 using vtclass::test::Allocations;
 using vtclass::test::FailEachAllocation;
-namespace reference = vtclass::strings::reference;
 
 std::wstring UpToZero(const std::wstring& text) { return text.substr(0, text.find(L'\0')); }
 
@@ -57,21 +51,6 @@ TEST(makeXmlStrBufferValid, KnownTexts) {
   }
   EXPECT_EQ(Filtered(std::wstring(L"a\0<\0b", 5)), L"a&lt;b");
   EXPECT_EQ(makeXmlStrBufferValid(nullptr, 0), nullptr);
-}
-
-TEST(makeXmlStrBufferValid, RandomTexts_GiveWhatThePlainRuleGives) {
-  std::mt19937 random(20240609);
-  for (int round = 0; round < 3000; ++round) {
-    const std::size_t longest = round % 50 == 0 ? 5000 : 40;
-    const std::wstring text = RandomText(random, random() % longest, round % 3 == 0 ? 60 : 4);
-    ASSERT_EQ(Filtered(text), reference::Filter(text)) << "round " << round;
-    const std::wstring visible = UpToZero(text);
-    for (const std::size_t capacity : {std::size_t{1} + random() % 20, visible.size() * 6 + 2}) {
-      std::wstring expected(capacity, 0);
-      expected.resize(reference::Filter(visible.substr(0, capacity), expected.data(), capacity));
-      ASSERT_EQ(FilteredIn(capacity, visible), expected) << "round " << round << ", " << capacity;
-    }
-  }
 }
 
 TEST(makeXmlStrBufferValid, CleanText_AllocatesNothing) {

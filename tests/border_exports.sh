@@ -4,7 +4,11 @@
 set -eu
 
 # These only read what they take.
-reads='Configuration::Save(wchar_t const*, std::vector<wcstring, std::allocator<wcstring> >&)'
+list='std::vector<wcstring, std::allocator<wcstring> >&'
+reads="Configuration::Save(wchar_t const*, $list)
+AgentAdvConfig::SetMediaServerAdvList($list)
+AgentAdvConfig::SetMediaServerPurgeList($list)
+AgentAdvConfig::SetMyPublishedNamesList($list)"
 
 offenders=$(x86_64-w64-mingw32-c++filt < "$1" |
   sed -E -e 's/\<w?cstring const&//g' \

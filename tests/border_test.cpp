@@ -86,6 +86,7 @@ namespace {
 using namespace vtclass::test;
 
 constexpr wchar_t kKey[] = L"Software\\Border";
+constexpr wchar_t kAgents[] = L"Software\\Norvane\\Vantorel For Windows\\Vantorel\\Engine\\Agents";
 constexpr wchar_t kLongText[] = L"a text that no string keeps inside itself";
 
 template <typename Text>
@@ -107,6 +108,7 @@ class Border : public testing::Test {
     const wchar_t items[] = L"the first item of the list\0the second item of the list\0";
     StoreValue(kKey, L"text", REG_SZ, kLongText, sizeof kLongText);
     StoreValue(kKey, L"list", REG_MULTI_SZ, items, sizeof items);
+    StoreValue(kAgents, L"Agent Directory List", REG_MULTI_SZ, items, sizeof items);
     MakeKey(std::wstring(kKey) + L"\\a subkey with a long name");
     MakeKey(std::wstring(kKey) + L"\\another subkey with a name");
     for (const wchar_t* database : {L"Pordex", L"VTDatabase"}) {
@@ -130,7 +132,9 @@ class Border : public testing::Test {
   StringResourceMgr messages;
 };
 
-// One operation that hands a text over or throws. Its result says that the text came whole.
+// One operation that hands a text over or throws; a few for each way over the border
+// (vtclass/border.h), as border_exports.sh sees that there is no other. Its result says that the
+// text came whole.
 struct Operation {
   const char* name;
   std::function<bool()> run;
@@ -190,15 +194,8 @@ std::vector<Operation> StringOperations() {
   }();
   return {
       {"ascii", [] { return IsWhole(wcstring(cstring(ascii.c_str()))); }},
-      {"short", [] { return IsWhole(wcstring(cstring(umlauts.c_str(), 200, cstring::utf8))); }},
       {"long", [] { return IsWhole(wcstring(cstring(umlauts.c_str(), cstring::utf8))); }},
       {"narrow", [] { return IsWhole(cstring(wcstring(kLongText))); }},
-      {"default character",
-       [] {
-         cstring text(cstring::windows1252);
-         return IsWhole(text.assign(kLongText, 40, '?'));
-       }},
-      {"GUID", [] { return IsWhole(wcstring(GUID{})); }},
       {"XML",
        [] {
          wcstring text(std::wstring(20, L'&'));
@@ -213,16 +210,6 @@ std::vector<Operation> StringOperations() {
 
 std::vector<Operation> RegistryOperations(Configuration& key) {
   return {
-      {"text",
-       [&] {
-         wcstring text;
-         return key.Load(L"text", text) && text == kLongText;
-       }},
-      {"text with default",
-       [&] {
-         wcstring text;
-         return key.Load(L"none", text, kLongText) && text == kLongText;
-       }},
       {"list",
        [&] {
          std::vector<wcstring> list(3);
@@ -237,6 +224,16 @@ std::vector<Operation> RegistryOperations(Configuration& key) {
          EXPECT_EQ(names.size(), listed ? 3u : 1u);
          return listed && IsWhole(names[2]);
        }},
+      {"advertisement",
+       [] {
+         AgentAdvConfig adv;
+         adv.Open(nullptr, nullptr, nullptr,
+                  Configuration::accessRead | Configuration::accessWrite);
+         std::vector<wcstring> servers(3);
+         const bool loaded = adv.GetMediaServerAdvList(servers) == 0;
+         EXPECT_EQ(servers.size(), loaded ? 2u : 0u);
+         return loaded && IsWhole(servers[1]) && adv.SetMyPublishedNamesList(servers) == 0;
+       }},
       {"iterators",
        [&] {
          CRegistryValuesIterator values(kKey, HKEY_LOCAL_MACHINE, 0);
@@ -245,12 +242,6 @@ std::vector<Operation> RegistryOperations(Configuration& key) {
            if (!values.getData(data)) return false;
          }
          return values.isValid() && !data.empty();
-       }},
-      {"setting",
-       [&] {
-         Setting setting(HKEY_LOCAL_MACHINE, kKey, L"text", Setting::stringKind);
-         wcstring text;
-         return setting.Read() == 0 && setting.GetText(text) == 0 && text == kLongText;
        }},
   };
 }
@@ -270,12 +261,9 @@ std::vector<Operation> VolumeOperations() {
       {"volume's names",
        [] {
          const wcstring name = get_volume_name_for_mount_point(wcstring(L"C:\\"));
-         const cstring narrow = get_volume_name_for_mount_point(cstring("C:\\"));
-         wcstring path = name;
          wcstring raw = L"C:\\windows";
-         translate_vol_name()(path);
-         return get_raw_vol_name()(raw) && raw == name && cstring(name) == narrow &&
-                path == get_volume_path_name(L"C:\\windows") && !unmounted_drive()(name);
+         return get_raw_vol_name()(raw) && raw == name &&
+                get_volume_name_for_mount_point(cstring("C:\\")) == cstring(name);
        }},
       {"system's functions",
        [] {
@@ -289,16 +277,6 @@ std::vector<Operation> VolumeOperations() {
 std::vector<Operation> NameOperations() {
   using namespace vtclass;
   return {
-      {"FQDN",
-       [] {
-         wcstring name;
-         return VTGetFQDN(name) == 0 && !name.empty();
-       }},
-      {"names",
-       [] {
-         wcstring name, node;
-         return GetComputerNameInString(name) && GetComputerNodeName(node) && name == node;
-       }},
       {"conversion",
        [] {
          const wcstring path(L"\\\\server-of-somebody-else.example.test\\share");
@@ -310,14 +288,6 @@ std::vector<Operation> NameOperations() {
          if (result != 0) EXPECT_TRUE(name.empty());
          return result == 0 && name == L"\\\\server-of-somebody-else\\share";
        }},
-      {"split",
-       [] {
-         wcstring path(L"\\\\server-of-somebody-else\\share-of-somebody-else"), share;
-         return SplitUncPath(path, path, share) == 1 && IsWhole(path) && IsWhole(share);
-       }},
-      {"address of none", [] { return GetAnyIpAddress(L"\\").empty(); }},
-      {"address",
-       [] { return GetAnyIpAddress(L"2001:1111:2222:3333:4444:5555:6666:7777").size() == 39; }},
       {"no address",
        [] {
          try {
@@ -326,22 +296,6 @@ std::vector<Operation> NameOperations() {
            return status == 10022;
          }
          return false;
-       }},
-      {"cluster",
-       [] {
-         wcstring node, server, name;
-         GetVtVirtualServerName(nullptr, server);
-         return !ClusterVirtualNameToNodeName(L"\\\\a-server-of-no-cluster", name) &&
-                name == L"a-server-of-no-cluster" &&
-                !GetVtActiveNodeName(L"a-server-of-no-cluster", node) && node == name &&
-                ServerIsRunningSQL2KInstance(L"a-server-of-no-cluster", kLongText) ==
-                    clusAppNoAnswer;
-       }},
-      {"ODBC",
-       [] {
-         std::wstring text;
-         return GetOdbcConnectionString(text, L"server", L"instance", L"database", L"", false) &&
-                IsWhole(text);
        }},
       {"databases",
        [] {
@@ -473,19 +427,6 @@ TEST_F(Border, Exceptions_AreThrownOnTheHostsSide_WithTheirTexts) {
   constexpr std::size_t kTooMany = 0x80000000;
   EXPECT_EQ(Thrown<std::length_error>([] { wcstring().assign("a", kTooMany, cstring::acp); }),
             "text too long for the platform's conversion");
-  WorkerThread worker(WorkerThread::ComNone, "worker");
-  ThreadPool pool(1, 1, WorkerThread::ComNone);
-  const RefPointer<Call> call(new Call(&worker));
-  const RefPointer<PoolCall> poolCall(new PoolCall(&pool));
-  const auto withoutMemory = [](const std::function<void()>& work) {
-    return Thrown<std::length_error>([&] {
-      Allocations allocations;
-      allocations.FailAt(1);
-      for (int i = 0; i < 1000; ++i) work();
-    });
-  };
-  EXPECT_EQ(withoutMemory([&] { worker.Call(call.get()); }), "list<T> too long");
-  EXPECT_EQ(withoutMemory([&] { pool.EnqueueCall(poolCall); }), "vector<T> too long");
 }
 
 // What the callbacks below do. A run that follows another one on its thread sees whether the

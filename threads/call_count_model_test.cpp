@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "threads/all_interleavings.h"
+#include "tests/support/all_interleavings.h"
 #include "threads/call_count.h"
 
 namespace vtclass::test {

@@ -6,16 +6,14 @@
 #include <objbase.h>
 
 #include <bit>
-#include <deque>
 #include <memory>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/answered_look_ups.h"
 #include "tests/support/import_hook.h"
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {
@@ -126,20 +124,6 @@ TEST(ComEnvironment, Security_GetsItsNineArguments_AndItsResultReplacesTheStatus
   }
 }
 
-TEST(ComEnvironment, Factory_RacingFirstCallers_GetOne) {
-  ComEnvironmentFactory::DestroyInstance();
-  Gate start;
-  std::vector<ComEnvironmentFactory*> got(8);
-  {
-    std::deque<std::jthread> threads;
-    for (auto& slot : got) {
-      threads.emplace_back([&] { start.Passed(), slot = ComEnvironmentFactory::GetInstance(); });
-    }
-    start.Open();
-  }
-  EXPECT_EQ(std::set(got.begin(), got.end()).size(), 1u);
-}
-
 TEST(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) {
   Gate open, closed;
   open.Open();
@@ -167,22 +151,6 @@ TEST(ComEnvironment, SingleThreadedWait_DispatchesTwiceARound_UntilTheTimeIsUp) 
     EXPECT_EQ(environment.WaitForSingleObject(row.handle, row.timeout), row.result) << row.pumped;
     EXPECT_EQ(pumped, row.pumped);
   }
-}
-
-TEST(ComEnvironment, SingleThreadedWait_UnderAStreamOfMessages_SeesHandleAndTimeout) {
-  SingleThreadedCom environment;
-  environment.Dawdle();
-  Gate gate, never;
-  const std::jthread stream([&gate, waiter = ::GetCurrentThreadId()](const std::stop_token& stop) {
-    for (int sent = 0; !stop.stop_requested(); ++sent) {
-      ::PostThreadMessageW(waiter, WM_APP, 0, 0);
-      if (sent == 300) gate.Open();
-      if (sent % 10 == 0) ::Sleep(1);
-    }
-  });
-  void* const handles[] = {never.Handle(), gate.Handle()};
-  EXPECT_EQ(environment.WaitForMultipleObjects(1, handles, 0, 20), WAIT_TIMEOUT);
-  EXPECT_EQ(environment.WaitForMultipleObjects(2, handles, 0, kLimit), 1u);
 }
 
 TEST(ComEnvironment, SingleThreadedWorker_AnswersMessages_BetweenCallsAndWhileItWaits) {

@@ -4,7 +4,7 @@
 
 #include <deque>
 
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {
@@ -51,12 +51,6 @@ TEST(IntrusiveSList, AppendPrependRemove_KeepHeadTailAndCount) {
   EXPECT_FALSE(list.Head());
   EXPECT_FALSE(list.Tail());
   EXPECT_EQ(list.Count(), 0);
-}
-
-TEST(Atomics, ReturnTheNewValue) {
-  long value = 0;
-  EXPECT_EQ(AtomicIncrement(&value), 1);
-  EXPECT_EQ(AtomicDecrement(&value), 0);
 }
 
 struct Object : RefCounted {

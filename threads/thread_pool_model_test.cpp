@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/all_interleavings.h"
 #include "tests/support/import_hook.h"
-#include "threads/all_interleavings.h"
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {

@@ -4,7 +4,6 @@
 #include <process.h>
 
 #include <atomic>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,7 +11,7 @@
 
 #include "tests/support/allocations.h"
 #include "tests/support/import_hook.h"
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 // Which worker gets which call, and when, is in thread_pool_model_test.cpp.
 namespace vtclass::test {
@@ -48,11 +47,6 @@ __attribute__((noreturn)) VOID WINAPI LeaveWhenReaped(HMODULE module, DWORD code
   reaped->Passed();
   ::FreeLibraryAndExitThread(module, code);
 }
-DWORD WINAPI ReapByWaiting(HANDLE object, DWORD timeout) {
-  if (timeout == INFINITE) reaped->Open();
-  return ::WaitForSingleObject(object, timeout);
-}
-
 TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
   const Gate gate;
   reaped = &gate;
@@ -72,8 +66,11 @@ TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
     leave.Open();
     EXPECT_TRUE(Eventually([] { return leaving == 2; }));
     {
-      const ImportHook<decltype(::WaitForSingleObject)> waits("KERNEL32.dll", "WaitForSingleObject",
-                                                              &ReapByWaiting);
+      const auto waits = Replace<decltype(::WaitForSingleObject)>(
+          "WaitForSingleObject", [&](HANDLE object, DWORD timeout) {
+            if (timeout == INFINITE) gate.Open();
+            return ::WaitForSingleObject(object, timeout);
+          });
       const Gate stay;
       Post(pool, [&] { stay.Passed(); });
       for (const HANDLE thread : threads)
@@ -103,39 +100,6 @@ TEST_F(Pool, PostingWaitsForNoDestructor) {
     Post(second, [] {}, [&] { inSecond.Open(), inThird.Passed(), Post(first, [] {}); });
     EXPECT_TRUE(Eventually(&AllAreDead));
   }
-}
-
-// Workers that were started and not yet destroyed, by the handles of their threads.
-std::atomic<int> unreaped = 0, mostUnreaped = 0;
-BOOL WINAPI CountThreadHandles(HANDLE handle) {
-  if (::GetThreadId(handle) != 0) --unreaped;
-  return ::CloseHandle(handle);
-}
-uintptr_t CountUnreaped(void* security, unsigned stack, unsigned(__stdcall* run)(void*), void* self,
-                        unsigned flags, unsigned* id) {
-  const int now = ++unreaped;
-  if (now > mostUnreaped) mostUnreaped = now;
-  return ::_beginthreadex(security, stack, run, self, flags, id);
-}
-
-TEST_F(Pool, ChainPostedByDestructors_PilesUpNoThreads) {
-  const ImportHook<decltype(::_beginthreadex)> starts("msvcrt.dll", "_beginthreadex",
-                                                      &CountUnreaped);
-  const ImportHook<decltype(::CloseHandle)> closes("KERNEL32.dll", "CloseHandle",
-                                                   &CountThreadHandles);
-  unreaped = mostUnreaped = 0;
-  {
-    ThreadPool pool(1, 0, kNoCom);
-    int left = 1000;
-    const std::function<void()> next = [&] {
-      if (--left > 0) Post(pool, [] {}, next);
-    };
-    next();
-    EXPECT_TRUE(Eventually(&AllAreDead));
-    EXPECT_EQ(left, 0);
-  }
-  EXPECT_EQ(unreaped, 0);
-  EXPECT_LT(mostUnreaped, 100);
 }
 
 // Throws where it is told to.
@@ -237,49 +201,18 @@ TEST_F(Pool, PostingToAPoolThatEnds_IsDropped) {
   EXPECT_EQ(started, 1);
 }
 
-// A chain of calls: each one's destructor posts the next, now and then to another pool. With `keep`
-// 0 that is mostly the pool of the worker that is about to end.
-void RunChains(int keep, int workers) {
-  std::atomic<int> left = 40;
-  ThreadPool other(1, 1 - keep, kNoCom);
-  ThreadPool pool(workers, keep, kNoCom);
-  const std::function<void(ThreadPool*)> post = [&](ThreadPool* to) {
-    const auto next = [&] { left > 0 ? post(left % 4 == 0 ? &other : &pool) : void(); };
-    Post(*to, [&] { --left; }, next);
-  };
-  for (int i = 0; i < workers; ++i) post(&pool);
-  EXPECT_TRUE(Eventually(&AllAreDead)) << keep << workers;
-}
-
-TEST_F(Pool, DestructorsThatPost_NeverHang) {
-  for (const int keep : {0, 1}) {
-    for (const int workers : {1, 2, 8}) RunChains(keep, workers);
-  }
-}
-
-TEST_F(Pool, CallThatPostsItself_RunsEachTime) {
-  int runs = 0;
-  ThreadPool pool;
-  Call self;
-  self = new PoolCall(&pool, [&] { ++runs < 100 ? self->PostIt() : void(); });
-  self->PostIt();
-  EXPECT_TRUE(Eventually([&] { return !pool.IsThreadCallExecuting(self); }));
-  EXPECT_EQ(runs, 100);
-}
-
-std::string stopWait;
-Gate* openedByWait = nullptr;
-DWORD WINAPI KeepWait(DWORD count, const HANDLE* handles, BOOL all, DWORD timeout) {
-  if (openedByWait) openedByWait->Open();
-  const DWORD result = ::WaitForMultipleObjects(count, handles, all, timeout < 50 ? timeout : 50);
-  stopWait = std::to_string(count) + (all ? " all " : " any ") + std::to_string(timeout) + " " +
-             std::to_string(static_cast<long>(result));
-  return result;
-}
-
 TEST_F(Pool, Stop_WaitsForTheSemaphoresOfBusyWorkers_ThenKillsThem) {
-  const ImportHook<decltype(::WaitForMultipleObjects)> hook("KERNEL32.dll",
-                                                            "WaitForMultipleObjects", &KeepWait);
+  std::string stopWait;
+  const Gate* openedByWait = nullptr;
+  const auto hook = Replace<decltype(::WaitForMultipleObjects)>(
+      "WaitForMultipleObjects", [&](DWORD count, const HANDLE* handles, BOOL all, DWORD timeout) {
+        if (openedByWait) openedByWait->Open();
+        const DWORD result =
+            ::WaitForMultipleObjects(count, handles, all, timeout < 50 ? timeout : 50);
+        stopWait = std::to_string(count) + (all ? " all " : " any ") + std::to_string(timeout) +
+                   " " + std::to_string(static_cast<long>(result));
+        return result;
+      });
   struct {
     int workers;
     int refused;  // the n-th start of a thread
@@ -365,18 +298,6 @@ TEST_F(Pool, EnqueueWithoutMemory_ThrowsAndChangesNothing_UntilItSucceeds) {
     EXPECT_TRUE(Eventually([&] { return !pool.IsThreadCallExecuting(first); }));
     ASSERT_LT(n, 50);
   }
-}
-
-TEST_F(Pool, CallThatThrows_FreesItsWorker_WhichDestroysTheCall) {
-  DWORD worker = 0, destroyer = 0;
-  ThreadPool pool(1, 1, kNoCom);
-  const auto fail = [&] { worker = ::GetCurrentThreadId(), throw 1; };
-  Post(pool, fail, [&] { destroyer = ::GetCurrentThreadId(); });
-  bool ran = false;
-  Post(pool, [&] { ran = true; });
-  EXPECT_TRUE(Eventually(&AllAreDead));
-  EXPECT_TRUE(ran);
-  EXPECT_EQ(destroyer, worker);
 }
 
 }  // namespace

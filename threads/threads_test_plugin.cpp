@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace {
 

@@ -8,23 +8,20 @@
 #include <bit>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/support/allocations.h"
 #include "tests/support/import_hook.h"
-#include "threads/threads_test_support.h"
+#include "tests/support/thread_calls.h"
 
 namespace vtclass::test {
 namespace {
 
-std::wstring output;
-void WINAPI KeepOutput(LPCWSTR text) { output += text; }
-
 // A call that throws is reported; it neither ends the worker nor lingers.
 TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
-  const ImportHook<decltype(::OutputDebugStringW)> hook("KERNEL32.dll", "OutputDebugStringW",
-                                                        &KeepOutput);
+  std::wstring output;
+  const auto hook = Replace<decltype(::OutputDebugStringW)>("OutputDebugStringW",
+                                                            [&](LPCWSTR text) { output += text; });
   for (const int model : {0, 1, 2, 7}) {
     WorkerThread worker(static_cast<WorkerThread::ComThreadingModel>(model), "order");
     std::vector<int> order;
@@ -52,25 +49,17 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
   }
 }
 
-LONG moduleReferences = 0;
-BOOL WINAPI CountHolds(DWORD flags, LPCWSTR name, HMODULE* module) {
-  const BOOL held = ::GetModuleHandleExW(flags, name, module);
-  if (held) ::InterlockedIncrement(&moduleReferences);
-  return held;
-}
-BOOL WINAPI CountFrees(HMODULE module) {
-  ::InterlockedDecrement(&moduleReferences);
-  return ::FreeLibrary(module);
-}
-
 void StartInVain(WorkerThread& worker) {
   const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &RefuseThread);
-  const ImportHook<decltype(::GetModuleHandleExW)> holds("KERNEL32.dll", "GetModuleHandleExW",
-                                                         &CountHolds);
-  const ImportHook<decltype(::FreeLibrary)> frees("KERNEL32.dll", "FreeLibrary", &CountFrees);
-  moduleReferences = 0;
+  int references = 0;
+  const auto holds = Replace<decltype(::GetModuleHandleExW)>(
+      "GetModuleHandleExW", [&](DWORD flags, LPCWSTR name, HMODULE* module) {
+        return ++references, ::GetModuleHandleExW(flags, name, module);
+      });
+  const auto frees = Replace<decltype(::FreeLibrary)>(
+      "FreeLibrary", [&](HMODULE module) { return --references, ::FreeLibrary(module); });
   EXPECT_EQ(worker.StartThread(0), 0);
-  EXPECT_EQ(moduleReferences, 0) << "the library would stay loaded for ever";
+  EXPECT_EQ(references, 0) << "the library would stay loaded for ever";
   EXPECT_EQ(worker.WaitForThread(0), WAIT_FAILED);
 }
 
@@ -190,25 +179,12 @@ TEST(WorkerThread, Call_WithoutMemory_ThrowsAndQueuesNothing_StopStillWorks) {
   EXPECT_EQ(call.AddRef(), 2) << "all that were queued ran, and the refused posting left nothing";
 }
 
-LONG releases = 0;
-BOOL WINAPI CountReleases(HANDLE semaphore, LONG count, LPLONG before) {
-  ::InterlockedIncrement(&releases);
-  return ::ReleaseSemaphore(semaphore, count, before);
-}
-WorkerThread* postedTo = nullptr;
-ThreadCall* postedLate = nullptr;
-DWORD WINAPI PostInTheLastMoment(HANDLE, DWORD) {
-  postedTo->Call(postedLate);
-  return WAIT_TIMEOUT;
-}
-HANDLE WINAPI RefuseSemaphore(LPSECURITY_ATTRIBUTES, LONG, LONG, LPCWSTR) { return nullptr; }
-
 TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsAtOnce) {
-  releases = 0;
+  int releases = 0;
   WorkerThread worker(WorkerThread::ComNone, "count");
   WorkerCall call(&worker, [] {});
-  const ImportHook<decltype(::ReleaseSemaphore)> hook("KERNEL32.dll", "ReleaseSemaphore",
-                                                      &CountReleases);
+  const auto hook = Replace<decltype(::ReleaseSemaphore)>(
+      "ReleaseSemaphore", [&](auto... all) { return ++releases, ::ReleaseSemaphore(all...); });
   {
     const Allocations allocations;
     for (int i = 0; i < 1000; ++i) {
@@ -223,99 +199,60 @@ TEST(WorkerThread, WaitForCall_TakesOneCountACall_WithoutKernelOrMemory_OrFailsA
   EXPECT_EQ(worker.NumberOfOutstandingCalls(), 2000) << "retrieving is not finishing";
   EXPECT_EQ(releases, 0);
   {
-    postedTo = &worker;
-    postedLate = &call;
-    const ImportHook<decltype(::WaitForSingleObject)> late("KERNEL32.dll", "WaitForSingleObject",
-                                                           &PostInTheLastMoment);
+    const auto late = Replace<decltype(::WaitForSingleObject)>(
+        "WaitForSingleObject", [&](auto...) { return worker.Call(&call), DWORD{WAIT_TIMEOUT}; });
     EXPECT_EQ(worker.WaitForCall(1), 1) << "the call was there when the time was over";
   }
   EXPECT_EQ(worker.WaitForCall(1), 0) << "the release for it is nobody's call";
-
-  const ImportHook<decltype(::CreateSemaphoreW)> refuse("KERNEL32.dll", "CreateSemaphoreW",
-                                                        &RefuseSemaphore);
+  const auto refuse =
+      Replace<decltype(::CreateSemaphoreW)>("CreateSemaphoreW", [](auto...) { return HANDLE{}; });
   WorkerThread without(WorkerThread::ComNone, "none");
   without.Call(&call);
   EXPECT_EQ(without.WaitForCall(INFINITE), 0);
 }
 
-const Gate* released = nullptr;
-BOOL WINAPI StopBefore(HANDLE, LONG, LPLONG) {
-  released->Open();
-  ::Sleep(INFINITE);
-  return FALSE;
-}
-BOOL WINAPI StopBehind(HANDLE semaphore, LONG count, LPLONG before) {
-  ::ReleaseSemaphore(semaphore, count, before);
-  return StopBefore(semaphore, count, before);
-}
-
-// A worker that was posting is killed in the kernel's door, before or behind its wake-up.
-TEST(WorkerThread, PosterKilledWhileItWakesAnother_CostsItsOneCallAtMost) {
-  for (auto* const stop : {&StopBefore, &StopBehind}) {
+// A worker is killed while it posts to another: in the kernel's door, before or behind the wake-up,
+// and behind the queue's lock, where the next post brings the call along.
+TEST(WorkerThread, PosterKilledWhileItPosts_CostsItsOneCallAtMost) {
+  enum class Place { beforeWakeUp, behindWakeUp, behindLock };
+  for (const Place place : {Place::beforeWakeUp, Place::behindWakeUp, Place::behindLock}) {
     const Gate atTheDoor;
-    released = &atTheDoor;
-    WorkerThread target(WorkerThread::ComNone, "target");
-    target.StartThread(0);
-    WorkerThread poster(WorkerThread::ComNone, "poster");
+    std::atomic<DWORD> dying = 0;
     std::atomic<int> ran = 0;
-    {
-      const ImportHook<decltype(::ReleaseSemaphore)> hook("KERNEL32.dll", "ReleaseSemaphore", stop);
-      // Until the target sleeps, nothing has to be released.
-      Post(poster, [&] {
-        while (true) Post(target, [&] { ++ran; }), ::Sleep(1);
-      });
-      poster.StartThread(0);
-      ASSERT_TRUE(atTheDoor.Passed());
-      EXPECT_NE(poster.KillThread(), 0);
-    }
-    const Gate gate;
-    Post(target, [&] { gate.Open(); });
-    EXPECT_TRUE(gate.Passed()) << "the target is deaf";
-    for (int i = 0; i < 100; ++i) {
-      const Gate again;
-      Post(target, [&] { again.Open(); });
-      ASSERT_TRUE(again.Passed());
-    }
-    target.StopThread();
-  }
-  // The killed posters' own calls keep their reference.
-  EXPECT_EQ(WorkerCall::alive.exchange(0), 2);
-}
-
-std::atomic<DWORD> dying;
-void WINAPI StopBehindTheLock(LPCRITICAL_SECTION section) {
-  ::LeaveCriticalSection(section);
-  if (::GetCurrentThreadId() == dying) StopBefore(nullptr, 0, nullptr);
-}
-
-// What is in the queue is counted, and the next post brings it along.
-TEST(WorkerThread, PosterKilledBehindTheQueuesLock_LeavesNoCallBehind) {
-  const Gate atTheDoor;
-  released = &atTheDoor;
-  WorkerThread target(WorkerThread::ComNone, "target");
-  target.StartThread(0);
-  WorkerThread poster(WorkerThread::ComNone, "poster");
-  std::atomic<int> ran = 0;
-  {
-    const ImportHook<decltype(::LeaveCriticalSection)> hook("KERNEL32.dll", "LeaveCriticalSection",
-                                                            &StopBehindTheLock);
+    const auto stopAt = [&](Place here) {
+      if (here == place && ::GetCurrentThreadId() == dying) atTheDoor.Open(), ::Sleep(INFINITE);
+    };
+    const auto release =
+        Replace<decltype(::ReleaseSemaphore)>("ReleaseSemaphore", [&](auto... arguments) {
+          stopAt(Place::beforeWakeUp);
+          const BOOL isDone = ::ReleaseSemaphore(arguments...);
+          stopAt(Place::behindWakeUp);
+          return isDone;
+        });
+    const auto leave = Replace<decltype(::LeaveCriticalSection)>("LeaveCriticalSection",
+                                                                 [&](LPCRITICAL_SECTION section) {
+                                                                   ::LeaveCriticalSection(section);
+                                                                   stopAt(Place::behindLock);
+                                                                 });
+    WorkerThread target(WorkerThread::ComNone, "target"), poster(WorkerThread::ComNone, "poster");
+    target.StartThread(0);
+    // Until the target sleeps, nothing has to be released.
     Post(poster, [&] {
       dying = ::GetCurrentThreadId();
-      Post(target, [&] { ++ran; });
+      while (true) Post(target, [&] { ++ran; }), ::Sleep(1);
     });
     poster.StartThread(0);
     ASSERT_TRUE(atTheDoor.Passed());
     EXPECT_NE(poster.KillThread(), 0);
-    dying = 0;
+    for (int i = 0; i < 100; ++i) {
+      const Gate gate;
+      Post(target, [&] { gate.Open(); });
+      ASSERT_TRUE(gate.Passed()) << "the target is deaf";
+    }
+    target.StopThread();
+    if (place == Place::behindLock) EXPECT_EQ(ran, 1);
+    EXPECT_EQ(WorkerCall::alive.exchange(0), 1) << "the killed poster's own call";
   }
-  for (int i = 0; i < 10; ++i) {
-    const Gate gate;
-    Post(target, [&] { gate.Open(); });
-    ASSERT_TRUE(gate.Passed());
-    EXPECT_EQ(ran, 1);
-  }
-  target.StopThread();
-  EXPECT_EQ(WorkerCall::alive.exchange(0), 1) << "the killed poster's own call";
 }
 
 // Plays the loader in a thread's first and last steps, with its lock taken.
@@ -378,15 +315,6 @@ TEST(WorkerThread, KillInTheFirstOrLastSteps_WaitsUntilTheLoaderIsFree_ButNotFor
   }
 }
 
-// A call whose life is its test's.
-struct PlainCall : ThreadCall {
-  explicit PlainCall(Work work) : work(std::move(work)) {}
-  void PostIt() override {}
-  void ThreadExecute() override { Execute(); }
-  void Execute() override { work(); }
-  const Work work;
-};
-
 TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
   const auto throwUnderToken = [] {
     EXPECT_TRUE(::ImpersonateSelf(SecurityImpersonation));
@@ -400,15 +328,14 @@ TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
     ++looked;
   };
   WorkerThread worker(WorkerThread::ComNone, "token");
-  PlainCall plain(throwUnderToken);
-  worker.Call(&plain);
-  Post(worker, look);
-  Post(worker, throwUnderToken);
-  Post(worker, look);
+  for (int i = 0; i < 2; ++i) Post(worker, throwUnderToken), Post(worker, look);
   worker.StartThread(0);
   worker.StopThread();
+  DWORD user = 0, destroyer = 0;
   ThreadPool pool(1, 1, WorkerThread::ComNone);
-  Post(pool, throwUnderToken, look);
+  Post(
+      pool, [&] { user = ::GetCurrentThreadId(), throwUnderToken(); },
+      [&] { destroyer = ::GetCurrentThreadId(), look(); });
   Post(pool, look);
   // What a call leaves on purpose stays.
   Post(pool, [] { ::ImpersonateSelf(SecurityImpersonation); });
@@ -419,6 +346,7 @@ TEST(WorkerThread, CallThatThrowsWhileItImpersonates_LeavesNoTokenToTheNext) {
   });
   EXPECT_TRUE(Eventually([] { return PoolCall::alive == 0; }));
   EXPECT_EQ(looked, 4);
+  EXPECT_EQ(destroyer, user);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -89,13 +88,10 @@ using Operations = testing::Types<Operation<wcstring, true>, Operation<cstring, 
                                   Operation<wcstring, false>, Operation<cstring, false>>;
 TYPED_TEST_SUITE(DateTextTest, Operations);
 
-// English (United States, Canada), German, French, Spanish, Portuguese, Polish, Russian, Japanese,
-// Chinese, Korean, Arabic, Thai, Hindi.
-constexpr LCID kLocales[] = {0x409, 0x1009, 0x407, 0x40C, 0xC0A, 0x416, 0x415,
-                             0x419, 0x411,  0x804, 0x412, 0x401, 0x41E, 0x439};
+// English (United States, Canada), German, Polish, Russian, Japanese, Arabic, Thai.
+constexpr LCID kLocales[] = {0x409, 0x1009, 0x407, 0x415, 0x419, 0x411, 0x401, 0x41E};
 
 TYPED_TEST(DateTextTest, IsWhatTheSystemWrites_InEveryLocale) {
-  std::set<int> lengths;
   for (const LCID locale : kLocales) {
     chosenLocale = locale;
     for (const DateTime& time : {DateTime(2009, 2, 3, 4, 7, 9, 0), this->someTime,
@@ -104,24 +100,20 @@ TYPED_TEST(DateTextTest, IsWhatTheSystemWrites_InEveryLocale) {
         typename TypeParam::Unit expected[256] = {};
         SYSTEMTIME fields = {};
         time.GetDateTime(fields);
-        lengths.insert(TypeParam::System()(locale, flags, &fields, nullptr, expected, 256));
+        TypeParam::System()(locale, flags, &fields, nullptr, expected, 256);
         EXPECT_EQ(this->Filled(time, flags), expected) << locale << " " << flags;
       }
     }
   }
-  // With the terminating zero.
-  EXPECT_TRUE(lengths.contains(12));
-  EXPECT_TRUE(lengths.contains(13));
 }
 
 TYPED_TEST(DateTextTest, ALengthThatChanges_GivesTheShorterTextOrNone) {
-  for (int length = 0; length <= 64; ++length) {
+  for (const int length : {0, 1, 2, 12, 13, 64}) {
     for (const int change : {-length, -1, 0, 1, 60}) {
       script = {length, length + change};
       const bool fits = length > 0 && change <= 0 && length + change > 0;
       const std::string expected(fits ? static_cast<std::size_t>(length + change - 1) : 0, 'x');
-      EXPECT_EQ(this->Filled(this->someTime, 2),
-                typename TypeParam::Text(cstring(expected.c_str())))
+      EXPECT_EQ(this->Filled(this->someTime, 2), typename TypeParam::Text(expected.c_str()))
           << length << " " << change;
     }
   }

@@ -14,7 +14,7 @@ namespace {
 
 using vtclass::test::ImportHook;
 
-constexpr unsigned long long kDay = 864000000000;
+constexpr unsigned long long kSecond = 10000000, kDay = 864000000000;
 constexpr unsigned long long kLeastTime = 1ULL << 32;
 constexpr unsigned long long kEnd = 1ULL << 63;
 
@@ -79,86 +79,66 @@ struct Helpers : DateTime {
   using DateTime::IsLeapYear;
 };
 
-// A calendar that knows no formula: it counts days, and how long a month is.
-struct CountedDay {
-  int year = 1601, month = 1, day = 1, dayOfWeek = 1, dayOfYear = 0;
-  unsigned long long ticks = 0;
+unsigned long long BySystem(const SYSTEMTIME& fields) {
+  FILETIME time = {};
+  EXPECT_TRUE(::SystemTimeToFileTime(&fields, &time));
+  return DateTime(time).GetTicks();
+}
 
-  int LastOfMonth() const {
-    if (month == 4 || month == 6 || month == 9 || month == 11) return 30;
-    if (month != 2) return 31;
-    if (year % 100 == 0) return year % 400 == 0 ? 29 : 28;
-    return year % 4 == 0 ? 29 : 28;
-  }
-
-  void Step() {
-    ticks += kDay;
-    dayOfWeek = dayOfWeek == 6 ? 0 : dayOfWeek + 1;
-    ++dayOfYear;
-    if (++day <= LastOfMonth()) return;
-    day = 1;
-    if (++month <= 12) return;
-    month = 1;
-    dayOfYear = 0;
-    ++year;
-  }
-};
-
-void ExpectThisDay(const CountedDay& day, int milliseconds) {
-  const int seconds = milliseconds / 1000;
-  const Seven f = {day.year,     day.month,          day.day, seconds / 3600, seconds / 60 % 60,
-                   seconds % 60, milliseconds % 1000};
-  const unsigned long long toTheSecond = day.ticks + static_cast<unsigned>(seconds) * 10000000ULL;
+void ExpectThisTime(unsigned long long ticks) {
+  const FILETIME fileTime = Split(ticks);
+  SYSTEMTIME expected = {}, systemTime = {};
+  ASSERT_TRUE(::FileTimeToSystemTime(&fileTime, &expected));
+  const Seven f = {expected.wYear,   expected.wMonth,  expected.wDay,         expected.wHour,
+                   expected.wMinute, expected.wSecond, expected.wMilliseconds};
+  ASSERT_NO_FATAL_FAILURE(ExpectTicks(f, ticks, ticks - ticks % kSecond));
   const DateTime value = FromNumbers(f);
-  SYSTEMTIME systemTime = {};
   tm time = {};
   _DATE_TIME record = {};
   DateTimeConvert(value, &record);
-  ASSERT_NO_FATAL_FAILURE(
-      ExpectTicks(f, day.ticks + static_cast<unsigned>(milliseconds) * 10000ULL, toTheSecond));
   ASSERT_TRUE(value.GetDateTime(systemTime)) << Text(f);
   ASSERT_TRUE(value.GetDateTime(time)) << Text(f);
-  ASSERT_TRUE(Equal(systemTime, AsSystemTime(f, day.dayOfWeek))) << Text(f);
-  ASSERT_TRUE(Equal(time, AsTm(f, day.dayOfWeek, day.dayOfYear))) << Text(f);
-  FILETIME bySystem = {};
-  ASSERT_TRUE(::SystemTimeToFileTime(&systemTime, &bySystem)) << Text(f);
-  ASSERT_EQ(DateTime(bySystem).GetTicks(), value.GetTicks()) << Text(f);
+  ASSERT_TRUE(Equal(systemTime, expected)) << Text(f);
+  const unsigned long long newYear = BySystem({expected.wYear, 1, 0, 1, 0, 0, 0, 0});
+  const auto dayOfYear = static_cast<int>((ticks - newYear) / kDay);
+  ASSERT_TRUE(Equal(time, AsTm(f, expected.wDayOfWeek, dayOfYear))) << Text(f);
   ASSERT_EQ(record.valid, 1);
-  ASSERT_EQ(record.dayOfWeek, day.dayOfWeek) << Text(f);
-  ASSERT_EQ(DateTime(day.year, day.dayOfYear).GetTicks(), day.ticks) << Text(f);
+  ASSERT_EQ(record.dayOfWeek, expected.wDayOfWeek) << Text(f);
+  ASSERT_EQ(DateTime(f[0], dayOfYear).GetTicks(), ticks - ticks % kDay) << Text(f);
 }
 
-void ExpectThisEndOfMonth(const CountedDay& day) {
-  const auto month = static_cast<unsigned>(day.month);
-  ASSERT_NO_FATAL_FAILURE(ExpectTicks({day.year, day.month, day.day + 1, 12}, 0, 0));
-  ASSERT_EQ(Helpers::DaysInMonth(day.month, day.year), day.day) << day.year << " " << month;
-  ASSERT_EQ(Helpers::DaysThruEndOfMonth(day.month, day.year), day.dayOfYear + 1) << day.year;
-  if (day.month == 2) ASSERT_EQ(Helpers::IsLeapYear(day.year) != 0, day.day == 29) << day.year;
-  if (day.year != 1601) return;
-  ASSERT_EQ(Helpers::days_in_month[month], day.day);
-  ASSERT_EQ(Helpers::days_preceding_month[month], day.dayOfYear + 1);
-}
-
-// Every day of eight hundred years at the beginning and of four hundred at the end; between them
-// the last of each month, and every 29th.
-TEST(DateTime, DaysFrom1601To30827_AreTheCountedOnes) {
+// The system's own calendar is the reference. Every day of eight hundred years at the beginning and
+// of four hundred at the end; between them every 29th.
+TEST(DateTime, DaysFrom1601To30827_AreTheSystems) {
+  const unsigned long long days = BySystem({30827, 12, 0, 31, 0, 0, 0, 0}) / kDay;
   unsigned random = 4711;
-  CountedDay day;
-  for (day.Step(); day.year <= 30827; day.Step()) {
-    const bool isLast = day.day == day.LastOfMonth();
-    const bool isNear = day.year < 2401 || day.year > 30427;
-    if (!isLast && !isNear && day.ticks / kDay % 29 != 0) continue;
+  for (unsigned long long day = 1; day <= days;
+       day += day < 293000 || day > days - 146500 ? 1 : 29) {
     random = random * 1664525 + 1013904223;
     const unsigned millisecond = random % 3 == 0 ? 0 : random % 3 == 1 ? 86399999 : random / 50;
-    ASSERT_NO_FATAL_FAILURE(ExpectThisDay(day, static_cast<int>(millisecond)));
-    if (isLast) ASSERT_NO_FATAL_FAILURE(ExpectThisEndOfMonth(day));
+    ASSERT_NO_FATAL_FAILURE(ExpectThisTime(day * kDay + millisecond * 10000ULL));
+  }
+}
+
+TEST(DateTime, LengthsOfMonths_AreTheSystems) {
+  for (int year = 1601; year < 30827; ++year) {
+    int before = 0;
+    for (int month = 1; month <= 12; ++month) {
+      const Seven next = {month < 12 ? year : year + 1, month % 12 + 1, 1};
+      const int days = static_cast<int>(
+          (BySystem(AsSystemTime(next)) - BySystem(AsSystemTime({year, month, 1}))) / kDay);
+      ASSERT_EQ(Helpers::DaysInMonth(month, year), days) << year << " " << month;
+      ASSERT_EQ(Helpers::DaysThruEndOfMonth(month, year), before += days) << year << " " << month;
+      ASSERT_NO_FATAL_FAILURE(ExpectTicks({year, month, days + 1, 12}, 0, 0));
+      if (month == 2) ASSERT_EQ(Helpers::IsLeapYear(year) != 0, days == 29) << year;
+      if (year != 1601) continue;
+      EXPECT_EQ(Helpers::days_in_month[static_cast<unsigned>(month)], days);
+      EXPECT_EQ(Helpers::days_preceding_month[static_cast<unsigned>(month)], before);
+    }
   }
   EXPECT_EQ(Helpers::days_in_month[0] + Helpers::days_preceding_month[0], 0);
-  EXPECT_TRUE(Helpers::IsLeapYear(0));
-  EXPECT_TRUE(Helpers::IsLeapYear(-4));
-  EXPECT_TRUE(Helpers::IsLeapYear(INT_MIN));
-  EXPECT_FALSE(Helpers::IsLeapYear(-100));
-  EXPECT_FALSE(Helpers::IsLeapYear(INT_MAX));
+  for (const int leap : {0, -4, INT_MIN}) EXPECT_TRUE(Helpers::IsLeapYear(leap)) << leap;
+  for (const int year : {-100, INT_MAX}) EXPECT_FALSE(Helpers::IsLeapYear(year)) << year;
 }
 
 TEST(DateTime, FieldsThatDoNotExist_AreZero_InEveryType) {
@@ -220,7 +200,6 @@ TEST(DateTime, DayOffsets_Wrap) {
 }
 
 TEST(TimeSpan, IsTheSumOfItsFields_AtEveryEnd) {
-  EXPECT_EQ(TimeSpan(1, 0, 0, 0, 0).GetTicks(), 864000000000);
   EXPECT_EQ(TimeSpan(0, 1, 1, 1, 1).GetTicks(), 36610010000);
   EXPECT_EQ(TimeSpan(-1, 25, -61, 61, -1).GetTicks(), 9990000);
   EXPECT_EQ(TimeSpan(0, 0, 0, 0, INT_MIN).GetTicks(), -21474836480000);
@@ -280,33 +259,29 @@ TEST(DateTime, Now_IsTheLocalClock) {
 
 TEST(StopWatch, FollowsTheClock) {
   const ImportHook<decltype(::GetLocalTime)> hook("KERNEL32.dll", "GetLocalTime", &ScriptedClock);
+  const auto none = +[](StopWatch&) {};
+  const auto start = +[](StopWatch& watch) { watch.Start(); };
+  const auto stop = +[](StopWatch& watch) { watch.Stop(); };
+  const auto reset = +[](StopWatch& watch) { watch.Reset(); };
+  struct {
+    int second;
+    void (*act)(StopWatch&);
+    int elapsed;
+  } const rows[] = {
+      {10, none, 0},  {10, stop, 0}, {10, start, 0}, {15, none, 5},
+      {15, start, 5},                                                 // is running already
+      {17, stop, 7},  {20, stop, 7}, {20, start, 7}, {23, none, 10},  // both periods
+      {2, none, -11},                                                 // the clock was set back
+      {2, reset, 0},  {6, none, 4},                                   // goes on from zero
+      {6, stop, 4},   {6, reset, 0}, {9, none, 0},
+  };
   StopWatch watch;
-  const auto at = [](int second) { clockTime = AsSystemTime({2008, 2, 29, 1, 1, second, 500}); };
-  const auto elapsed = [&] { return static_cast<double>(watch.ElapsedTime().GetTicks()) / 1e7; };
-  at(10);
-  EXPECT_EQ(elapsed(), 0);
-  watch.Stop();
-  watch.Start();
-  at(15);
-  EXPECT_EQ(elapsed(), 5);
-  watch.Start();  // is running already
-  at(17);
-  watch.Stop();
-  at(20);
-  watch.Stop();
-  EXPECT_EQ(elapsed(), 7);
-  watch.Start();
-  at(23);
-  EXPECT_EQ(elapsed(), 10);  // both periods
-  at(2);
-  EXPECT_EQ(elapsed(), -11);  // the clock was set back
-  watch.Reset();
-  at(6);
-  EXPECT_EQ(elapsed(), 4);  // goes on from zero
-  watch.Stop();
-  watch.Reset();
-  at(9);
-  EXPECT_EQ(elapsed(), 0);
+  for (const auto& row : rows) {
+    clockTime = AsSystemTime({2008, 2, 29, 1, 1, row.second, 500});
+    row.act(watch);
+    EXPECT_EQ(watch.ElapsedTime().GetTicks(), row.elapsed * static_cast<long long>(kSecond))
+        << "at " << row.second;
+  }
 }
 
 }  // namespace

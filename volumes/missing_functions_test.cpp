@@ -4,7 +4,6 @@
 #include <functional>
 #include <list>
 #include <string>
-#include <vector>
 
 #include "tests/support/answered_look_ups.h"
 #include "tests/support/fake_volumes.h"
@@ -20,7 +19,6 @@ namespace {
 
 using test::FakeVolumeName;
 using test::FakeVolumes;
-using test::ImportHook;
 
 constexpr const char* kFunctions[] = {
     "FindFirstVolumeW",
@@ -57,50 +55,43 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
 
 [[maybe_unused]] auto* const lookUps = test::AnswerLookUps(&LookUp);
 
-TEST(MissingFunctions, LibraryLoadsWithoutThem) {
+TEST(MissingFunctions, IteratorsThrowTheCode_NothingElseThrows) {
   for (const char* const function : kFunctions) {
-    EXPECT_EQ(test::FindImport(test::LibraryUnderTest(), "KERNEL32.dll", function), nullptr);
+    EXPECT_EQ(test::FindImport(test::LibraryUnderTest(), nullptr, function), nullptr)
+        << "the library would not load without " << function;
   }
-}
-
-TEST(MissingFunctions, IteratorsThrowTheCode) {
-  const UINT mode = ::SetErrorMode(SEM_NOGPFAULTERRORBOX);
-  const auto thrown = [](auto make) -> unsigned long {
-    try {
-      make();
-    } catch (const unsigned long code) {
-      return code;
-    }
-    return 0;
-  };
-  EXPECT_EQ(thrown([] { vol_it(); }), CodeOf("FindFirstVolumeW"));
-  EXPECT_EQ(::SetErrorMode(mode), UINT{SEM_NOGPFAULTERRORBOX});
-  const wcstring volume = FakeVolumeName(1);
-  EXPECT_EQ(thrown([&] { mp_it it(volume); }), CodeOf("FindFirstVolumeMountPointW"));
+  FakeVolumes fake;
+  fake.AddDrive(L"C:\\", FakeVolumeName(1));
+  const wcstring one = FakeVolumeName(1), two = FakeVolumeName(2);
   mp_it it;
-  EXPECT_EQ(thrown([&] { it = volume; }), CodeOf("FindFirstVolumeMountPointW"));
+  const std::pair<std::function<void()>, const char*> calls[] = {
+      {[] { vol_it(); }, "FindFirstVolumeW"},
+      {[&] { mp_it points(one); }, "FindFirstVolumeMountPointW"},
+      {[&] { it = one; }, "FindFirstVolumeMountPointW"}};
+  for (const auto& [call, function] : calls) {
+    try {
+      call();
+      ADD_FAILURE() << function;
+    } catch (const unsigned long code) {
+      EXPECT_EQ(code, CodeOf(function));
+    }
+  }
   EXPECT_EQ(it, mp_it());
-  EXPECT_EQ(std::uncaught_exceptions(), 0);
 
   wcstring text = L"C:\\windows";
   EXPECT_FALSE(get_raw_vol_name()(text)) << "without a path there is nothing to ask";
   EXPECT_EQ(text, L"C:\\windows");
-}
-
-TEST(MissingFunctions, NothingElseThrows) {
-  FakeVolumes fake;
-  fake.AddDrive(L"C:\\", FakeVolumeName(1));
-  EXPECT_FALSE(unmounted_drive()(FakeVolumeName(2))) << "what cannot be searched is not unmounted";
-  wcstring text = FakeVolumeName(2);
+  EXPECT_FALSE(unmounted_drive()(two)) << "what cannot be searched is not unmounted";
+  text = two;
   translate_vol_name()(text);
-  EXPECT_EQ(text, FakeVolumeName(2));
+  EXPECT_EQ(text, two);
   EXPECT_EQ(get_volume_name_for_mount_point(wcstring(L"C:\\")), L"C:\\");
   EXPECT_EQ(get_volume_name_for_mount_point(cstring("C:\\")), "C:\\");
   EXPECT_EQ(get_volume_path_name(L"C:\\windows"), L"");
 
   fake.version = 4;
   EXPECT_EQ((std::list<wcstring>{vol_it(), vol_it::end()}), std::list<wcstring>{L"C:\\"});
-  EXPECT_EQ(mp_it(FakeVolumeName(1)), mp_it());
+  EXPECT_EQ(mp_it(one), mp_it());
 }
 
 TEST(MissingFunctions, Kernel32Glue_AnswersThatTheyAre) {
@@ -131,14 +122,25 @@ TEST(MissingFunctions, Kernel32Glue_AnswersThatTheyAre) {
   EXPECT_EQ(number, 7u);
 }
 
-// A copy of the DLL whose system lacks `missing` and what stands behind it in the table.
-const char* missing;
-FARPROC WINAPI LookUpSome(HMODULE module, LPCSTR name) {
-  const DWORD code = IS_INTRESOURCE(name) ? 0 : CodeOf(name);
-  if (code == 0 || code < CodeOf(missing)) return FakeVolumes::LookUp(module, name);
-  ::SetLastError(code);
-  return nullptr;
-}
+// A copy of the DLL whose system lacks a function and what stands behind it in the table.
+class SomeMissing {
+ public:
+  explicit SomeMissing(const char* first) { missing = first; }
+
+  const test::LibraryCopy copy{L"vtclass_mini.dll"};
+
+ private:
+  static FARPROC WINAPI LookUpSome(HMODULE module, LPCSTR name) {
+    const DWORD code = IS_INTRESOURCE(name) ? 0 : CodeOf(name);
+    if (code == 0 || code < CodeOf(missing)) return FakeVolumes::LookUp(module, name);
+    ::SetLastError(code);
+    return nullptr;
+  }
+  static inline const char* missing;
+
+  const test::ImportHook<decltype(::GetProcAddress)> lookUp{"KERNEL32.dll", "GetProcAddress",
+                                                            &LookUpSome, copy.Module()};
+};
 
 TEST(MissingFunctions, Kernel32Glue_NeedsItsCore) {
   // Each stands behind what the row before it has.
@@ -146,58 +148,44 @@ TEST(MissingFunctions, Kernel32Glue_NeedsItsCore) {
                                                {"GetVolumePathNamesForVolumeNameW", false},
                                                {"GetVolumeNameForVolumeMountPointA", true}};
   for (const auto& [function, isOk] : rows) {
-    const test::LibraryCopy copy(L"vtclass_mini.dll");
-    const ImportHook<decltype(::GetProcAddress)> lookUp("KERNEL32.dll", "GetProcAddress",
-                                                        &LookUpSome, copy.Module());
-    missing = function;
-    EXPECT_EQ(copy(&Kernel32Glue::GetInstance)()->OK(), isOk) << function;
-    copy (&Kernel32Glue::DestroyInstance)();
+    const SomeMissing some(function);
+    EXPECT_EQ(some.copy(&Kernel32Glue::GetInstance)()->OK(), isOk) << function;
+    some.copy (&Kernel32Glue::DestroyInstance)();
   }
 }
 
-class MissingFunction : public ::testing::TestWithParam<const char*> {
- protected:
-  MissingFunction() { missing = GetParam(); }
-
-  test::LibraryCopy copy{L"vtclass_mini.dll"};
-  ImportHook<decltype(::GetProcAddress)> lookUp{"KERNEL32.dll", "GetProcAddress", &LookUpSome,
-                                                copy.Module()};
-  FakeVolumes fake;
-};
-
-TEST_P(MissingFunction, FirstOneIsTold_NothingIsBegun) {
-  const std::string name = GetParam();
-  const DWORD code = CodeOf(GetParam());
+TEST(MissingFunctions, FirstOneIsTold_NothingIsBegun) {
   const wcstring one = FakeVolumeName(1);
-  fake.AddDrive(L"C:\\", one);
-  fake.AddMount(one, L"a\\", one);
-  const UINT mode = ::SetErrorMode(SEM_NOGPFAULTERRORBOX);
-
-  border::Failure failure;
-  EXPECT_EQ(copy(&border::ListVolumes)(failure), nullptr);
-  EXPECT_EQ(failure.code, code);
-  EXPECT_THROW(failure.Throw(), unsigned long);
-  EXPECT_EQ(fake.calls["FindFirstVolumeW"], 0);
-  EXPECT_EQ(::SetErrorMode(mode), UINT{SEM_NOGPFAULTERRORBOX});
-
-  if (name.starts_with("Find") && name.find("MountPoint") != std::string::npos) {
-    border::Failure ofPoints;
-    EXPECT_EQ(copy(&border::ListMountPoints)(one.c_str(), ofPoints), nullptr);
-    EXPECT_EQ(ofPoints.code, code);
-    EXPECT_EQ(fake.calls["FindFirstVolumeMountPointW"], 0);
-  }
-  // The root of the path must be known first.
-  if (name == "GetVolumeNameForVolumeMountPointW") {
-    wcstring text = L"C:\\a";
-    border::Failure ofName;
-    copy (&border::GetRawVolumeName)(text, ofName);
-    EXPECT_EQ(ofName.kind, border::Failure::systemCode);
-    EXPECT_EQ(ofName.code, code);
-    EXPECT_EQ(text, L"C:\\a");
+  for (std::size_t i = 0; i < 8; ++i) {
+    const std::string name = kFunctions[i];
+    SCOPED_TRACE(name);
+    const SomeMissing some(kFunctions[i]);
+    FakeVolumes fake;
+    fake.AddDrive(L"C:\\", one);
+    fake.AddMount(one, L"a\\", one);
+    const UINT mode = ::SetErrorMode(SEM_NOGPFAULTERRORBOX);
+    const auto expectCode = [&](const border::Failure& failure) {
+      EXPECT_EQ(failure.kind, border::Failure::systemCode);
+      EXPECT_EQ(failure.code, CodeOf(kFunctions[i]));
+    };
+    border::Failure ofVolumes, ofPoints, ofName;
+    EXPECT_EQ(some.copy(&border::ListVolumes)(ofVolumes), nullptr);
+    expectCode(ofVolumes);
+    EXPECT_EQ(::SetErrorMode(mode), UINT{SEM_NOGPFAULTERRORBOX});
+    if (name.starts_with("Find") && name.find("MountPoint") != std::string::npos) {
+      EXPECT_EQ(some.copy(&border::ListMountPoints)(one.c_str(), ofPoints), nullptr);
+      expectCode(ofPoints);
+    }
+    // The root of the path must be known first.
+    if (name == "GetVolumeNameForVolumeMountPointW") {
+      wcstring text = L"C:\\a";
+      some.copy (&border::GetRawVolumeName)(text, ofName);
+      expectCode(ofName);
+      EXPECT_EQ(text, L"C:\\a");
+    }
+    EXPECT_EQ(fake.calls["FindFirstVolumeW"] + fake.calls["FindFirstVolumeMountPointW"], 0);
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, MissingFunction, ::testing::ValuesIn(kFunctions, kFunctions + 8));
 
 }  // namespace
 }  // namespace vtclass

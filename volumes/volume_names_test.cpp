@@ -17,7 +17,7 @@ namespace {
 using test::FailCalls;
 using test::FakeVolumeName;
 using test::FakeVolumes;
-using test::ImportHook;
+using test::Replace;
 
 const wcstring kOverLong(std::wstring(L"C:\\") + std::wstring(40'000, L'x') + L"\\");
 
@@ -61,9 +61,8 @@ TEST(VolumeNames, OfMountPoint_RealDriveHasOne) {
   EXPECT_EQ(wcstring(narrow), name);
   EXPECT_EQ(narrow.GetCodePage(), cstring::codePage::windows1250);
 
-  const wchar_t* const rows[] = {L"",           L"C:",           L"C:\\windows\\", L"\\\\.\\",
-                                 L"\\\\.\\nul", L"\\\\srv\\s\\", kOverLong.c_str()};
-  for (const wchar_t* const row : rows) {
+  for (const wchar_t* const row :
+       {L"", L"C:", L"C:\\windows\\", L"\\\\.\\nul", kOverLong.c_str()}) {
     EXPECT_EQ(get_volume_name_for_mount_point(wcstring(row)), row);
     const cstring text(wcstring(row), cstring::codePage::utf8);
     EXPECT_EQ(get_volume_name_for_mount_point(text), text);
@@ -72,15 +71,8 @@ TEST(VolumeNames, OfMountPoint_RealDriveHasOne) {
 }
 
 TEST(VolumeNames, PathName_RealPaths) {
-  struct Row {
-    wcstring path;
-    const wchar_t* root;
-  };
-  const Row rows[] = {
-      {L"C:\\windows\\no such file", L"C:\\"}, {L"", L""}, {nullptr, L""}, {kOverLong, L""}};
-  for (const Row& row : rows) {
-    EXPECT_STREQ(get_volume_path_name(row.path).c_str(), row.root) << cstring(row.path);
-  }
+  EXPECT_EQ(get_volume_path_name(L"C:\\windows\\no such file"), L"C:\\");
+  for (const wcstring& none : {wcstring(), kOverLong}) EXPECT_EQ(get_volume_path_name(none), L"");
 }
 
 TEST(VolumeNames, PathName_SystemRefuses_IsEmpty) {
@@ -96,46 +88,34 @@ TEST(VolumeNames, PathName_SystemRefuses_IsEmpty) {
   EXPECT_GT(test::FailEachAllocation(ask, [] {}), 0);
 }
 
-// A cluster whose shared volumes lie below "C:\ClusterStorage".
-class ClusterVolumes : public ::testing::Test {
- protected:
-  static bool IsShared(ResourceGlue*, const wchar_t* path) {
-    return std::wstring_view(path).starts_with(L"C:\\ClusterStorage\\");
-  }
-  static bool PathName(ResourceGlue*, const wchar_t*, wchar_t* root, unsigned long room) {
-    EXPECT_EQ(room, 260ul);
-    wcscpy(root, L"C:\\ClusterStorage\\Volume1");
-    return answers;
-  }
-  static inline bool answers = true;
-
-  ClusterVolumes() {
-    answers = true;
-    fake.AddDrive(L"C:\\", FakeVolumeName(1));
-    fake.leadsTo[L"C:\\ClusterStorage\\Volume1\\"] = FakeVolumeName(7);
-  }
-
+TEST(VolumeNames, SharedVolumes_AreTheClusters) {
   FakeVolumes fake;
-  ImportHook<decltype(IsShared)> isShared{
-      "vtcluster.dll", "_ZN12ResourceGlue27ClusterIsPathOnSharedVolumeEPKw", &IsShared};
-  ImportHook<decltype(PathName)> pathName{
-      "vtcluster.dll", "_ZN12ResourceGlue24ClusterGetVolumePathNameEPKwPwm", &PathName};
-};
-
-TEST_F(ClusterVolumes, SharedOnesAreTheClusters) {
-  EXPECT_EQ(get_volume_path_name(L"C:\\ClusterStorage\\Volume1\\a"),
-            L"C:\\ClusterStorage\\Volume1");
+  fake.AddDrive(L"C:\\", FakeVolumeName(1));
+  fake.leadsTo[L"C:\\ClusterStorage\\Volume1\\"] = FakeVolumeName(7);
+  bool answers = true;
+  const auto isShared = Replace<bool(ResourceGlue*, const wchar_t*)>(
+      "_ZN12ResourceGlue27ClusterIsPathOnSharedVolumeEPKw",
+      [](auto*, const wchar_t* path) { return wcscmp(path, L"C:\\other") != 0; });
+  const auto pathName = Replace<bool(ResourceGlue*, const wchar_t*, wchar_t*, unsigned long)>(
+      "_ZN12ResourceGlue24ClusterGetVolumePathNameEPKwPwm",
+      [&](auto*, const wchar_t*, wchar_t* root, unsigned long room) {
+        EXPECT_EQ(room, 260ul);
+        wcscpy(root, L"C:\\ClusterStorage\\Volume1");
+        return answers;
+      });
+  const wcstring path = L"C:\\ClusterStorage\\Volume1\\a";
+  EXPECT_EQ(get_volume_path_name(path), L"C:\\ClusterStorage\\Volume1");
   EXPECT_EQ(fake.calls["GetVolumePathNameW"], 0);
   EXPECT_EQ(get_volume_path_name(L"C:\\other"), L"C:\\");
-  wcstring text = L"C:\\ClusterStorage\\Volume1\\a";
+  wcstring text = path;
   EXPECT_TRUE(get_raw_vol_name()(text)) << "the cluster's path gets its backslash";
   EXPECT_EQ(text, FakeVolumeName(7));
 
   answers = false;
-  EXPECT_EQ(get_volume_path_name(L"C:\\ClusterStorage\\Volume1\\a"), L"");
-  text = L"C:\\ClusterStorage\\Volume1\\a";
+  EXPECT_EQ(get_volume_path_name(path), L"");
+  text = path;
   EXPECT_FALSE(get_raw_vol_name()(text));
-  EXPECT_EQ(text, L"C:\\ClusterStorage\\Volume1\\a");
+  EXPECT_EQ(text, path);
 }
 
 TEST(VolumeNames, ClusterLibraryMissing_IsNoCluster) {

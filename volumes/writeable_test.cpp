@@ -13,8 +13,8 @@ namespace vtclass {
 namespace {
 
 using test::FileBytes;
-using test::ImportHook;
 using test::MakeFile;
+using test::Replace;
 using test::ScratchFolder;
 
 constexpr const wchar_t* kFile = L"_VT101_.TMP";
@@ -37,10 +37,6 @@ TEST(Writeable, FolderOnADisk_IsAndStaysEmpty) {
   EXPECT_EQ(handles.Open(), 0);
 }
 
-DWORD WINAPI IsReparsePoint(LPCWSTR path) {
-  return ::GetFileAttributesW(path) | FILE_ATTRIBUTE_REPARSE_POINT;
-}
-
 TEST(Writeable, LinkInThePlaceOfTheFile_IsNotWrittenThrough) {
   const ScratchFolder folder;
   MakeFile(folder / L"theirs", "their text");
@@ -50,8 +46,9 @@ TEST(Writeable, LinkInThePlaceOfTheFile_IsNotWrittenThrough) {
   EXPECT_EQ(FileBytes(folder / L"theirs"), "their text");
   ASSERT_TRUE(::DeleteFileW((folder / L"theirs").c_str()));
   {
-    const ImportHook<decltype(::GetFileAttributesW)> link("KERNEL32.dll", "GetFileAttributesW",
-                                                          &IsReparsePoint);
+    const auto link = Replace<decltype(::GetFileAttributesW)>("GetFileAttributesW", [](auto path) {
+      return ::GetFileAttributesW(path) | FILE_ATTRIBUTE_REPARSE_POINT;
+    });
     EXPECT_FALSE(IsVolumeWriteable(folder.Path().c_str()));
   }
   EXPECT_EQ(FileBytes(folder / kFile), "their text");
@@ -60,23 +57,13 @@ TEST(Writeable, LinkInThePlaceOfTheFile_IsNotWrittenThrough) {
 TEST(Writeable, NoFolder_IsNot) {
   const ScratchFolder folder;
   MakeFile(folder / L"file", "");
-  const std::wstring missing = folder / L"missing", file = folder / L"file",
-                     overLong = folder.Path() + std::wstring(40'000, L'x');
-  struct Row {
-    const wchar_t* root;
-    DWORD code;
-  };
-  const Row rows[] = {{nullptr, ERROR_INVALID_PARAMETER},
-                      {missing.c_str(), ERROR_PATH_NOT_FOUND},
-                      {overLong.c_str(), 0},
-                      {file.c_str(), 0},
-                      {L"\\\\.\\no such device", 0},
-                      {L"<>", 0}};
-  for (const Row& row : rows) {
+  EXPECT_FALSE(IsVolumeWriteable(nullptr));
+  EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  for (const std::wstring& root : {folder / L"missing", folder / L"file", std::wstring(L"<>"),
+                                   folder.Path() + std::wstring(40'000, L'x')}) {
     ::SetLastError(ERROR_SUCCESS);
-    EXPECT_FALSE(IsVolumeWriteable(row.root));
+    EXPECT_FALSE(IsVolumeWriteable(root.c_str()));
     EXPECT_NE(::GetLastError(), DWORD{ERROR_SUCCESS});
-    if (row.code != 0) EXPECT_EQ(::GetLastError(), row.code);
   }
 }
 
@@ -93,83 +80,69 @@ TEST(Writeable, SomebodyElseAtIt_IsNotAndKeepsHisFile) {
   EXPECT_EQ(FileBytes(folder / kFile), "his");
 }
 
-// What the system makes of the calls.
-struct Played {
-  BOOL written;
-  DWORD bytes;
-  DWORD code;
-};
-Played played;
-std::wstring writtenText;
-BOOL WINAPI Write(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED) {
-  writtenText.assign(static_cast<const wchar_t*>(data), size / sizeof(wchar_t));
-  DWORD ignored = 0;
-  ::WriteFile(file, data, played.bytes < size ? played.bytes : size, &ignored, nullptr);
-  *written = played.bytes;
-  ::SetLastError(played.code);
-  return played.written;
-}
-
-BOOL deletes;
-std::wstring deleted;
-BOOL WINAPI Delete(LPCWSTR path) {
-  deleted = path;
-  // Nobody shares it, so that it must be closed by now.
-  const BOOL isDeleted = ::DeleteFileW(path);
-  ::SetLastError(ERROR_ACCESS_DENIED);
-  return isDeleted && deletes;
-}
-
-DWORD attributes, access, share, disposition;
-std::wstring created;
-HANDLE WINAPI Create(LPCWSTR path, DWORD wanted, DWORD shared, LPSECURITY_ATTRIBUTES security,
-                     DWORD how, DWORD flags, HANDLE model) {
-  created = path;
-  access = wanted, share = shared, disposition = how, attributes = flags;
-  // The root of the current drive is no place for a test.
-  if (created.starts_with(L'\\')) return INVALID_HANDLE_VALUE;
-  return ::CreateFileW(path, wanted, shared, security, how, flags, model);
-}
-
 TEST(Writeable, Writes30BytesAndLeavesNothing) {
   const ScratchFolder folder;
-  const ImportHook<decltype(::WriteFile)> write("KERNEL32.dll", "WriteFile", &Write);
-  const ImportHook<decltype(::DeleteFileW)> remove("KERNEL32.dll", "DeleteFileW", &Delete);
-  const ImportHook<decltype(::CreateFileW)> create("KERNEL32.dll", "CreateFileW", &Create);
-  const std::pair<Played, bool> rows[] = {
-      {{TRUE, 30, ERROR_SUCCESS}, true},    {{TRUE, 29, ERROR_SUCCESS}, false},
-      {{TRUE, 0, ERROR_SUCCESS}, false},    {{TRUE, 31, ERROR_SUCCESS}, false},
-      {{FALSE, 0, ERROR_DISK_FULL}, false}, {{FALSE, 30, ERROR_WRITE_FAULT}, false},
-      {{FALSE, 0, ERROR_SUCCESS}, false}};
-  for (const auto& [row, isWriteable] : rows) {
-    for (const BOOL deletion : {TRUE, FALSE}) {
-      played = row, deletes = deletion;
-      EXPECT_EQ(IsVolumeWriteable(folder.Path().c_str()), isWriteable) << row.bytes;
-      if (!isWriteable) EXPECT_EQ(::GetLastError(), row.written ? ERROR_DISK_FULL : row.code);
-      EXPECT_EQ(deleted, folder / kFile);
-      EXPECT_FALSE(Exists(folder / kFile));
+  struct Row {
+    BOOL isWritten;
+    DWORD bytes;
+    DWORD code;
+    bool isWriteable = false;
+  };
+  const Row* row = nullptr;
+  std::wstring created, written, deleted;
+  const auto write = Replace<decltype(::WriteFile)>(
+      "WriteFile", [&](HANDLE file, LPCVOID data, DWORD size, LPDWORD count, auto) {
+        written.assign(static_cast<const wchar_t*>(data), size / sizeof(wchar_t));
+        ::WriteFile(file, data, row->bytes < size ? row->bytes : size, count, nullptr);
+        *count = row->bytes;
+        ::SetLastError(row->code);
+        return row->isWritten;
+      });
+  const auto remove = Replace<decltype(::DeleteFileW)>("DeleteFileW", [&](LPCWSTR path) {
+    deleted = path;
+    // Nobody shares it, so that it must be closed by now.
+    EXPECT_TRUE(::DeleteFileW(path));
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+  });
+  const auto create = Replace<decltype(::CreateFileW)>(
+      "CreateFileW", [&](LPCWSTR path, DWORD access, DWORD share, auto security, DWORD how,
+                         DWORD flags, HANDLE model) {
+        created = path;
+        // The root of the current drive is no place for a test.
+        if (created.starts_with(L'\\')) return INVALID_HANDLE_VALUE;
+        if (access == GENERIC_WRITE) {
+          EXPECT_EQ(share, 0u);
+          EXPECT_EQ(how, DWORD{CREATE_ALWAYS});
+          EXPECT_EQ(flags, DWORD{FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_TEMPORARY});
+        }
+        return ::CreateFileW(path, access, share, security, how, flags, model);
+      });
+  const Row rows[] = {{TRUE, 30, ERROR_SUCCESS, true}, {TRUE, 29, ERROR_SUCCESS},
+                      {TRUE, 0, ERROR_SUCCESS},        {TRUE, 31, ERROR_SUCCESS},
+                      {FALSE, 0, ERROR_DISK_FULL},     {FALSE, 30, ERROR_WRITE_FAULT}};
+  for (const Row& each : rows) {
+    row = &each;
+    EXPECT_EQ(IsVolumeWriteable(folder.Path().c_str()), each.isWriteable) << each.bytes;
+    if (!each.isWriteable) {
+      EXPECT_EQ(::GetLastError(), each.isWritten ? ERROR_DISK_FULL : each.code);
     }
+    EXPECT_EQ(deleted, folder / kFile);
+    EXPECT_FALSE(Exists(folder / kFile));
   }
+  EXPECT_EQ(written, L"This is a test.");
   EXPECT_FALSE(IsVolumeWriteable(L""));
   EXPECT_EQ(created, L"\\_VT101_.TMP");
-  EXPECT_EQ(writtenText, L"This is a test.");
-  EXPECT_EQ(access, DWORD{GENERIC_WRITE});
-  EXPECT_EQ(share, 0u);
-  EXPECT_EQ(disposition, DWORD{CREATE_ALWAYS});
-  EXPECT_EQ(attributes, DWORD{FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_TEMPORARY});
 }
 
 TEST(Writeable, MemoryRunsOut_IsNot) {
   const ScratchFolder folder;
-  bool isRefused = true;
-  for (long n = 1; isRefused; ++n) {
-    test::Allocations allocations;
-    allocations.FailAt(n);
-    const bool isWriteable = IsVolumeWriteable(folder.Path().c_str());
-    isRefused = allocations.Failed();
-    EXPECT_NE(isWriteable, isRefused);
-    if (isRefused) EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
-  }
+  bool isWriteable = false;
+  const auto check = [&](bool failed) {
+    EXPECT_NE(isWriteable, failed);
+    if (failed) EXPECT_EQ(::GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  };
+  test::TryEachAllocation([&] { isWriteable = IsVolumeWriteable(folder.Path().c_str()); }, check);
   EXPECT_FALSE(Exists(folder / kFile));
 }
 

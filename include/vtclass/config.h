@@ -221,6 +221,10 @@ class Configuration {
   VTCLASS_API bool AppendSubkeys(const wchar_t* subkey,
                                  const vtclass::border::ListSink& names) noexcept;
 
+  /* For lists that are worked on as they are stored; inside the library. */
+  friend class AgentAdvConfig;
+  bool LoadStored(const wchar_t* name, std::wstring& out) noexcept;
+
   bool OpenKey(openMode mode, const wchar_t* subkey);
   bool SaveUnits(const wchar_t* name, const wchar_t* text, std::size_t units, unsigned long type);
   bool Succeeded(long status); /* keeps a failing status */

@@ -248,10 +248,10 @@ class ADSI {
   /*
    * A protected copy of `text` with its terminating zero, which the caller frees with LocalFree.
    * `*size` becomes its size in bytes, a multiple of 16. Returns 0, or 0xFFFFFFFF with null and 0:
-   * a null pointer, a lack of memory, a text of 4 GB, a system that refuses, or one whose protection
-   * cannot be loaded at the moment.
-   * Contract: where the system offers no protection (neither CryptProtectMemory nor
-   * SystemFunction040) the copy is plain, and that is a success: programs run there as well.
+   * a null pointer, a lack of memory, a text of 4 GB, a system that refuses, or one whose
+   * protection cannot be loaded at the moment. Contract: where the system offers no protection
+   * (neither CryptProtectMemory nor SystemFunction040) the copy is plain, and that is a success:
+   * programs run there as well.
    */
   VTCLASS_API static unsigned int SaveSensitiveData(const wchar_t* text, wchar_t** protectedBuffer,
                                                     unsigned long* size) noexcept;

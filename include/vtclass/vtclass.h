@@ -2,6 +2,7 @@
 #define VTCLASS_VTCLASS_H
 
 /* Every header of the library. */
+#include "vtclass/agent.h"
 #include "vtclass/cluster.h"
 #include "vtclass/com_environment.h"
 #include "vtclass/config.h"

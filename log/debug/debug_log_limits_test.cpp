@@ -1,8 +1,8 @@
 #include <algorithm>
 
-#include "log/debug/debug_log_fixture.h"
-#include "log/file_faults.h"
 #include "platform/owned.h"
+#include "tests/support/debug_log_fixture.h"
+#include "tests/support/file_faults.h"
 #include "tests/support/handle_counter.h"
 
 namespace vtclass::test {
@@ -196,8 +196,6 @@ TEST_F(DebugLogLimits, Wrap_KeepsTheNewestWholeLines) {
   }
 }
 
-// Each call of a wrap fails once, as if the program ended there: the newest lines are all in the
-// file, and the log goes on.
 // The file that the caller has opened himself has the next number: it is not emptied.
 TEST_F(DebugLogLimits, SimpleRoll_PassesTheFileAtHand) {
   const std::wstring mine = folder / L"TRACE-2.LOG";
@@ -253,6 +251,8 @@ TEST_F(DebugLogLimits, RelativeName_StaysInItsFolder) {
   EXPECT_EQ(log.GetFileName(), other / L"trace.log");
 }
 
+// Each call of a wrap fails once, as if the program ended there: the newest lines are all in the
+// file, and the log goes on.
 TEST_F(DebugLogLimits, Wrap_FailingAnywhere_LosesNoNewLine) {
   Limit(0, 1);
   Set(L"MaxDebugFile Retention Size In MB", 1);

@@ -1,10 +1,11 @@
 #include <functional>
-#include <thread>
 
-#include "log/debug/debug_log_fixture.h"
-#include "log/file_faults.h"
 #include "platform/owned.h"
 #include "tests/support/allocations.h"
+#include "tests/support/debug_log_fixture.h"
+#include "tests/support/eventually.h"
+#include "tests/support/file_faults.h"
+#include "tests/support/import_hook.h"
 
 namespace vtclass::test {
 namespace {
@@ -19,7 +20,7 @@ constexpr wchar_t kCount[] = L"MaxDebugFile Count";
 class Sign {
  public:
   void Give() const { ::SetEvent(event.Get()); }
-  bool Comes() const { return ::WaitForSingleObject(event.Get(), 20000) == WAIT_OBJECT_0; }
+  bool Comes() const { return ::WaitForSingleObject(event.Get(), kLimit) == WAIT_OBJECT_0; }
 
  private:
   platform::OwnedKernelObject event{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
@@ -38,19 +39,6 @@ struct Refusal {
   LSTATUS status = ERROR_SUCCESS;
   bool Meets(const wchar_t* name) const { return value && !::lstrcmpW(name, value); }
 } refusal;
-LSTATUS WINAPI CreateKey(HKEY parent, const wchar_t* name, DWORD reserved, wchar_t* kind,
-                         DWORD options, REGSAM access, SECURITY_ATTRIBUTES* security, HKEY* key,
-                         DWORD* disposition) {
-  if (refusal.Meets(L"")) return refusal.status;
-  return ::RegCreateKeyExW(parent, name, reserved, kind, options, access, security, key,
-                           disposition);
-}
-LSTATUS WINAPI OpenTheKey(HKEY parent, const wchar_t* name, DWORD options, REGSAM access,
-                          HKEY* key) {
-  if (refusal.Meets(L"")) return refusal.status;
-  return ::RegOpenKeyExW(parent, name, options, access, key);
-}
-
 LSTATUS WINAPI Query(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data,
                      DWORD* size) {
   if (refusal.Meets(name)) return refusal.status;
@@ -60,21 +48,9 @@ LSTATUS WINAPI Query(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type
   return status;
 }
 
-// A write that does not return before it is told to: a hung disk.
-struct HungDisk {
-  const Sign *reached, *released;
-} hung;
-BOOL WINAPI Hang(HANDLE file, LPCVOID data, DWORD size, LPDWORD done, LPOVERLAPPED overlapped) {
-  hung.reached->Give();
-  EXPECT_TRUE(hung.released->Comes());
-  return ::WriteFile(file, data, size, done, overlapped);
-}
-
-int startedThreads = 0;
-HANDLE WINAPI CountThread(SECURITY_ATTRIBUTES*, SIZE_T, LPTHREAD_START_ROUTINE, LPVOID, DWORD,
-                          LPDWORD) {
-  ++startedThreads;
-  return nullptr;
+DWORD WINAPI PrintOnce(void* log) {
+  static_cast<DebugLog*>(log)->print(L"late\n");
+  return 0;
 }
 
 // Logs that follow the settings, and another subscriber of theirs.
@@ -182,9 +158,12 @@ TEST_F(DebugLogLive, MissingValue_WrittenAs0_IsTold) {
 
 // What cannot be read may be as it was: nothing changes, and nothing that is stored is replaced.
 TEST_F(DebugLogLive, UnreadableSetting_KeepsWhatWasInForce) {
-  const ImportHook<decltype(::RegCreateKeyExW)> create("ADVAPI32.dll", "RegCreateKeyExW",
-                                                       &CreateKey);
-  const ImportHook<decltype(::RegOpenKeyExW)> open("ADVAPI32.dll", "RegOpenKeyExW", &OpenTheKey);
+  const auto create = Replace<decltype(::RegCreateKeyExW)>("RegCreateKeyExW", [](auto... all) {
+    return refusal.Meets(L"") ? refusal.status : ::RegCreateKeyExW(all...);
+  });
+  const auto open = Replace<decltype(::RegOpenKeyExW)>("RegOpenKeyExW", [](auto... all) {
+    return refusal.Meets(L"") ? refusal.status : ::RegOpenKeyExW(all...);
+  });
   const std::wstring stored = folder / L"stored.log";
   const Refusal rows[] = {{L"", ERROR_NO_SYSTEM_RESOURCES},
                           {L"", ERROR_ACCESS_DENIED},
@@ -227,21 +206,37 @@ TEST_F(DebugLogLive, UnreadableSetting_KeepsWhatWasInForce) {
   }
 }
 
-// While a line hangs on its disk, changes reach everybody else, registrations come and go, and
-// other logs live and die. The log takes in what it was told when the line is through.
-TEST_F(DebugLogLive, HungDisk_StallsNobodyElse) {
-  Limit(7);
-  Set(L"CreateDebugLog", 1);
-  const auto log = Make();
-  ASSERT_TRUE(Watch(L"fence"));
-  const Sign reached, released;
-  hung = {&reached, &released};
-  std::thread printer;
-  {
-    const ImportHook<decltype(::WriteFile)> hook("KERNEL32.dll", "WriteFile", &Hang);
-    printer = std::thread([&] { EXPECT_TRUE(log->print(L"late\n")); });
+// A log whose line hangs on its disk, on a thread of its own.
+class DebugLogOnAHungDisk : public DebugLogLive {
+ protected:
+  DebugLogOnAHungDisk() {
+    Limit(7);
+    Set(L"CreateDebugLog", 1);
+    log = Make();
+    EXPECT_TRUE(Watch(L"fence"));
+    hung = this;
+    printer.Reset(::CreateThread(nullptr, 0, &PrintOnce, log.get(), 0, nullptr));
     EXPECT_TRUE(reached.Comes());
   }
+
+  static BOOL WINAPI Hang(HANDLE file, LPCVOID data, DWORD size, LPDWORD done, LPOVERLAPPED how) {
+    if (const auto* const test = std::exchange(hung, nullptr)) {
+      test->reached.Give();
+      EXPECT_TRUE(test->released.Comes());
+    }
+    return ::WriteFile(file, data, size, done, how);
+  }
+  static inline const DebugLogOnAHungDisk* hung = nullptr;
+
+  const ImportHook<decltype(::WriteFile)> hang{"KERNEL32.dll", "WriteFile", &Hang};
+  const Sign reached, released;
+  std::unique_ptr<DebugLog> log;
+  platform::OwnedKernelObject printer;
+};
+
+// Changes reach everybody else, registrations come and go, and other logs live and die. The log
+// takes in what it was told when the line is through.
+TEST_F(DebugLogOnAHungDisk, StallsNobodyElse) {
   Set(kLevel, 2);
   Set(kCount, 9);
   Set(L"CreateDebugLog", 0);
@@ -250,33 +245,17 @@ TEST_F(DebugLogLive, HungDisk_StallsNobodyElse) {
   EXPECT_EQ(SettingsMonitor::GetInstance()->UnRegisterSetting(Watch(L"other")), S_OK);
   EXPECT_EQ(Make()->GetSettings().count, 9u);
   released.Give();
-  printer.join();
+  ASSERT_EQ(::WaitForSingleObject(printer.Get(), kLimit), WAIT_OBJECT_0);
   EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"late", kOff}));
   EXPECT_EQ(log->print(L"off"), 0);
   EXPECT_EQ(log->GetSettings().count, 9u);
 }
 
-DWORD WINAPI PrintOnce(void* log) {
-  static_cast<DebugLog*>(log)->print(L"never written\n");
-  return 0;
-}
-
 // A thread that is ended while it prints leaves the log's lock taken. The monitor and the
 // destructor do not ask for it.
-TEST_F(DebugLogLive, PrinterIsKilled_TheLogCanBeDestroyed) {
-  Set(L"CreateDebugLog", 1);
-  auto log = Make();
-  ASSERT_TRUE(Watch(L"fence"));
-  const Sign reached, released;
-  hung = {&reached, &released};
-  {
-    const ImportHook<decltype(::WriteFile)> hook("KERNEL32.dll", "WriteFile", &Hang);
-    const platform::OwnedKernelObject printer(
-        ::CreateThread(nullptr, 0, &PrintOnce, log.get(), 0, nullptr));
-    ASSERT_TRUE(reached.Comes());
-    ASSERT_TRUE(::TerminateThread(printer.Get(), 0));
-    ASSERT_EQ(::WaitForSingleObject(printer.Get(), 20000), WAIT_OBJECT_0);
-  }
+TEST_F(DebugLogOnAHungDisk, PrinterIsKilled_TheLogCanBeDestroyed) {
+  ASSERT_TRUE(::TerminateThread(printer.Get(), 0));
+  ASSERT_EQ(::WaitForSingleObject(printer.Get(), kLimit), WAIT_OBJECT_0);
   Set(L"CreateDebugLog", 0);
   Settle();
   log.reset();
@@ -305,10 +284,11 @@ TEST_F(DebugLogLive, OutlivesTheMonitor_AndMakesNone) {
   EXPECT_TRUE(log->Open(createAlways, path.c_str()));
   EXPECT_TRUE(log->print(L"x\n"));
   {
-    const ImportHook<decltype(::CreateThread)> hook("KERNEL32.dll", "CreateThread", &CountThread);
-    startedThreads = 0;
+    const auto hook = Replace<decltype(::CreateThread)>("CreateThread", [](auto...) {
+      ADD_FAILURE() << "the end of a log makes a monitor";
+      return HANDLE{};
+    });
     log.reset();
-    EXPECT_EQ(startedThreads, 0);
   }
   // A log of an earlier monitor ends no registration of the next one.
   log = Make();

@@ -2,10 +2,10 @@
 #include <functional>
 #include <thread>
 
-#include "log/debug/debug_log_fixture.h"
-#include "log/file_faults.h"
 #include "tests/support/allocations.h"
+#include "tests/support/debug_log_fixture.h"
 #include "tests/support/eventually.h"
+#include "tests/support/file_faults.h"
 
 namespace vtclass::test {
 namespace {
@@ -53,17 +53,10 @@ TEST_F(DebugLogTest, Print_WritesTheTextInEitherEncoding) {
   }
 }
 
-// The library's newest memory, with a mark behind it.
-constexpr std::string_view kFence = "0123456789abcdef";
-char* fence = nullptr;
-void* FencedMalloc(std::size_t size) {
-  auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
-  fence = memory + size;
-  kFence.copy(fence, kFence.size());
-  return memory;
-}
-
 TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
+  // The library's newest memory, with a mark behind it.
+  constexpr std::string_view kFence = "0123456789abcdef";
+  char* fence = nullptr;
   for (const int unicode : {1, 0}) {
     // With the three characters of its end: in no buffer, in one, filling one; the longest.
     for (const std::size_t length : {509u, 510u, 635u, 32765u, 32766u, 100000u}) {
@@ -71,7 +64,12 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
       const std::wstring text(length, L'x');
       fence = nullptr;
       for (const wchar_t* format : {L"%s\nx", L"%ws\nx"}) {
-        const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FencedMalloc);
+        const auto hook = Replace<decltype(std::malloc)>("malloc", [&](std::size_t size) {
+          auto* const memory = static_cast<char*>(std::malloc(size + kFence.size()));
+          fence = memory + size;
+          kFence.copy(fence, kFence.size());
+          return static_cast<void*>(memory);
+        });
         EXPECT_TRUE(log.print(format, text.c_str()));
       }
       EXPECT_TRUE(!fence || std::string_view(fence, kFence.size()) == kFence) << length;
@@ -88,12 +86,6 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
   }
 }
 
-// The C run time's formatter, with a fault where it gets a buffer of the log.
-int FaultyFormat(wchar_t* out, std::size_t size, const wchar_t* format, va_list arguments) {
-  if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
-  return _vsnwprintf(out, size, format, arguments);
-}
-
 // A fault leaves the lock free for other threads and the buffers as they were.
 TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   OpenDebugLog log(messages, 1, path);
@@ -103,7 +95,12 @@ TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   EXPECT_EQ(log.print(kNowhere) + log.print(1u, kNowhere, 1), 0);
   EXPECT_TRUE(log.print(L"%s", large.c_str()));
   {
-    const ImportHook<decltype(::_vsnwprintf)> hook("msvcrt.dll", "_vsnwprintf", &FaultyFormat);
+    // The C run time's formatter, with a fault where it gets a buffer of the log.
+    const auto hook = Replace<decltype(::_vsnwprintf)>(
+        "_vsnwprintf", [](wchar_t* out, std::size_t size, auto format, va_list arguments) {
+          if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
+          return ::_vsnwprintf(out, size, format, arguments);
+        });
     EXPECT_EQ(log.print(L"%6000ws", large.c_str()), 0);
     EXPECT_EQ(log.GetErrorCode(), DWORD{EXCEPTION_IN_PAGE_ERROR});
   }
@@ -214,30 +211,6 @@ TEST_F(DebugLogTest, FailingAllocation_EndsOneOperation) {
   }
 }
 
-// What a print says is so: its line is in the log, or it answered 0 because the log was closed.
-TEST_F(DebugLogTest, CloseAndOpen_WhileOthersPrint) {
-  DebugLog log(messages, 1, nullptr);
-  std::atomic<int> running = 4;
-  std::atomic<std::size_t> written = 0;
-  std::vector<std::thread> threads;
-  while (threads.size() < 4) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < 2000; ++n) written += static_cast<std::size_t>(log.print(L"line\n"));
-      --running;
-    });
-  }
-  MakeFile(path, "");
-  while (running > 0) {
-    EXPECT_TRUE(log.Open(openAppend, path.c_str()));
-    EXPECT_TRUE(log.print(L"line\n"));
-    EXPECT_TRUE(log.Close());
-    ++written;
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(FileBytes(path).size(), written * 12);
-  EXPECT_EQ(log.GetLostLines(), 0u);
-}
-
 TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   const auto log = std::make_unique<DebugLog>(messages, 1, L"Path");
   EXPECT_TRUE(log->Open(createNew, path.c_str()));
@@ -266,28 +239,6 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_EQ(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Append").size(), 4u);
   EXPECT_TRUE(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Enabled").empty())
       << "not written";
-}
-
-TEST_F(DebugLogTest, Live_SettingsReachTheRunningLog) {
-  LogFileFactory factory(messages, 0);
-  Set(L"Engine NDMP Debug Level", 2);
-  const std::unique_ptr<DebugLog> log(factory.CreateDebugLog(nullptr, path.c_str()));
-  EXPECT_EQ(log->GetLogLevel(), 2u);
-  Set(L"Engine NDMP Debug Level", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetLogLevel() == 0; }));
-  Set(L"CreateDebugLog", 1);
-  EXPECT_TRUE(test::Eventually([&] { return log->print(L"on\n") == 1; }));
-  Limit(7);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().count == 7; }));
-  Set(L"MaxDebugFile Count", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().refused; }));
-  EXPECT_EQ(log->GetSettings().mode, DebugLogSettings::rollsSimply);
-  Set(L"MaxDebugFile LimitMode", 1);
-  EXPECT_TRUE(test::Eventually([&] { return log->GetSettings().mode == DebugLogSettings::wraps; }));
-  Set(L"CreateDebugLog", 0);
-  EXPECT_TRUE(test::Eventually([&] { return log->print(L"x\n") == 0; }));
-  EXPECT_EQ(LinesIn(path).front(), kOn);
-  EXPECT_EQ(LinesIn(path).back(), kOff);
 }
 
 // Prints numbered lines, some of them long.

@@ -1,5 +1,4 @@
-#include "log/buffer_growth.h"
-#include "log/job/log_file_fixture.h"
+#include "tests/support/log_file_fixture.h"
 
 namespace vtclass::test {
 namespace {
@@ -20,17 +19,6 @@ TEST(CWcharBuffer, Write_DropsItsExclusionSet) {
   EXPECT_EQ(buffer.Write(all.data(), ~0ull), 0);
   for (int n = 0; n < 500; ++n, all += kept) EXPECT_TRUE(buffer.Write(all.data(), all.size()));
   EXPECT_EQ(buffer.BufferCount(), wcslen(buffer.ReadFromBuffer()));
-}
-
-TEST(CWcharBuffer, Growth_FollowsItsRule) {
-  // Capacity, used, appended: new capacity, or 0 for a length beyond all memory.
-  const std::uint64_t cases[][4] = {{1024, 0, 1022, 1024},    {1024, 0, 1023, 1024 + 2046},
-                                    {1024, 1, 1022, 2048},    {1024, 1022, 1, 2048},
-                                    {2048, 1023, 1023, 2048}, {2048, 1024, 1023, 4094},
-                                    {1024, 0, ~0ull, 0},      {1024, 0, 1ull << 62, 0}};
-  for (const auto& [capacity, used, length, room] : cases) {
-    EXPECT_EQ(log::RoomForAppend(capacity, used, length), room) << length;
-  }
 }
 
 TEST_F(LogFileTest, Buffers_CollectUntilFlushed) {

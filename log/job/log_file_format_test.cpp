@@ -1,7 +1,7 @@
 #include <functional>
 
-#include "log/job/log_file_fixture.h"
 #include "tests/support/allocations.h"
+#include "tests/support/log_file_fixture.h"
 
 namespace vtclass::test {
 namespace {
@@ -111,23 +111,6 @@ TEST_F(LogFileTest, Exception_EndsOnePrint) {
   EXPECT_EQ(log.GetErrorCode(), 0u);
 }
 
-int WINAPI RefuseConversion(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) {
-  ::SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-  return 0;
-}
-
-UINT WINAPI Utf8Page() { return CP_UTF8; }
-
-// UTF-8 as the system's page: no flags are taken.
-int WINAPI ConvertToUtf8(UINT, DWORD flags, LPCWCH text, int length, LPSTR out, int room, LPCCH,
-                         LPBOOL) {
-  if (flags == 0) {
-    return ::WideCharToMultiByte(CP_UTF8, 0, text, length, out, room, nullptr, nullptr);
-  }
-  ::SetLastError(ERROR_INVALID_FLAGS);
-  return 0;
-}
-
 std::string ToPage(UINT page, const std::wstring& text) {
   std::string bytes(text.size() * 3, '\0');
   bytes.resize(static_cast<std::size_t>(
@@ -155,17 +138,22 @@ TEST_F(LogFileTest, AnsiText_BecomesNoMarkup) {
     EXPECT_EQ(body, "[" + std::string(likenesses.size() + 5, '?') + "\x80]" +
                         std::string(longText.size(), '?'));
   }
-  const ImportHook<decltype(::GetACP)> page("KERNEL32.dll", "GetACP", &Utf8Page);
-  const ImportHook<decltype(::WideCharToMultiByte)> hook("KERNEL32.dll", "WideCharToMultiByte",
-                                                         &ConvertToUtf8);
+  // UTF-8 as the system's page: no flags are taken.
+  const auto page = Replace<decltype(::GetACP)>("GetACP", [] { return UINT{CP_UTF8}; });
+  const auto convert = Replace<decltype(::WideCharToMultiByte)>(
+      "WideCharToMultiByte", [](auto, DWORD flags, auto... rest) {
+        if (flags == 0) return ::WideCharToMultiByte(CP_UTF8, 0, rest...);
+        return ::SetLastError(ERROR_INVALID_FLAGS), 0;
+      });
   EXPECT_EQ(bodyOf(), ToPage(CP_UTF8, text + longText));
 }
 
 TEST_F(LogFileTest, RefusedConversion_EndsOnePrint) {
   LogFile log(messages, 0, -1, -1);
   ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
-  const ImportHook<decltype(::WideCharToMultiByte)> hook("KERNEL32.dll", "WideCharToMultiByte",
-                                                         &RefuseConversion);
+  const auto refuse = Replace<decltype(::WideCharToMultiByte)>("WideCharToMultiByte", [](auto...) {
+    return ::SetLastError(ERROR_NO_UNICODE_TRANSLATION), 0;
+  });
   EXPECT_EQ(log.print(-1, L"\xFC"), 0);
   EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_NO_UNICODE_TRANSLATION});
 }

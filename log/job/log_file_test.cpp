@@ -1,7 +1,7 @@
 #include <memory>
 #include <utility>
 
-#include "log/job/log_file_fixture.h"
+#include "tests/support/log_file_fixture.h"
 
 namespace vtclass::test {
 namespace {

@@ -1,6 +1,6 @@
-#include "log/file_faults.h"
-#include "log/job/log_file_fixture.h"
 #include "log/wrap_marker.h"
+#include "tests/support/file_faults.h"
+#include "tests/support/log_file_fixture.h"
 
 namespace vtclass::test {
 namespace {

@@ -36,6 +36,19 @@ std::wstring TemporaryName() {
   return folder + (L"vtclass-test-output-" + RandomName());
 }
 
+// A file with these bytes, to be inherited; it goes with the handle.
+platform::OwnedFile InputFile(const std::string& bytes) {
+  SECURITY_ATTRIBUTES attributes = {sizeof attributes, nullptr, TRUE};
+  platform::OwnedFile file(::CreateFileW(
+      TemporaryName().c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_DELETE,
+      &attributes, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+  DWORD written = 0;
+  EXPECT_TRUE(
+      ::WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
+  ::SetFilePointer(file.Get(), 0, nullptr, FILE_BEGIN);
+  return file;
+}
+
 }  // namespace
 
 ChildProcess::Stream::Stream() : path(TemporaryName()) {
@@ -49,13 +62,15 @@ ChildProcess::Stream::Stream() : path(TemporaryName()) {
 std::string ChildProcess::Stream::Text() const { return FileBytes(path); }
 
 ChildProcess::ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments,
-                           HANDLE standardOutput) {
+                           HANDLE standardOutput, const std::optional<std::string>& input) {
   const std::wstring path = BesideThisProgram(program);
   std::wstring line = Quoted(path);
   for (const std::wstring& argument : arguments) line += L" " + Quoted(argument);
   STARTUPINFOW start = {};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
+  const platform::OwnedFile inputFile = input ? InputFile(*input) : platform::OwnedFile();
+  if (input) start.hStdInput = inputFile.Get();
   start.hStdOutput = standardOutput ? standardOutput : output.file.Get();
   start.hStdError = errorOutput.file.Get();
   PROCESS_INFORMATION information = {};

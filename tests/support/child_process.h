@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,9 +18,10 @@ namespace vtclass::test {
  */
 class ChildProcess {
  public:
-  // With `standardOutput`, an inheritable handle, the program's output goes there.
+  // With `standardOutput`, an inheritable handle, the program's output goes there. With `input` it
+  // reads that; otherwise it has no standard input.
   ChildProcess(const std::wstring& program, const std::vector<std::wstring>& arguments,
-               HANDLE standardOutput = nullptr);
+               HANDLE standardOutput = nullptr, const std::optional<std::string>& input = {});
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;

@@ -59,44 +59,22 @@ HMODULE WINAPI LoadModule(LPCWSTR name, HANDLE file, DWORD flags) {
 BOOL WINAPI UnloadModule(HMODULE module) { return Count(closed, ::FreeLibrary(module) != FALSE); }
 BOOL WINAPI CloseAnyHandle(HANDLE handle) { return Count(closed, ::CloseHandle(handle) != FALSE); }
 
-struct Replacement {
-  const char* library;
-  const char* function;
-  void* replacement;
-};
-
-const Replacement kReplacements[] = {
-    {"ADVAPI32.dll", "RegOpenKeyExW", reinterpret_cast<void*>(&OpenKey)},
-    {"ADVAPI32.dll", "RegCreateKeyExW", reinterpret_cast<void*>(&CreateKey)},
-    {"ADVAPI32.dll", "RegConnectRegistryW", reinterpret_cast<void*>(&ConnectRegistry)},
-    {"ADVAPI32.dll", "RegCloseKey", reinterpret_cast<void*>(&CloseKey)},
-    {"KERNEL32.dll", "CreateFileW", reinterpret_cast<void*>(&OpenFile)},
-    {"KERNEL32.dll", "LoadLibraryExW", reinterpret_cast<void*>(&LoadModule)},
-    {"KERNEL32.dll", "FreeLibrary", reinterpret_cast<void*>(&UnloadModule)},
-    {"KERNEL32.dll", "CloseHandle", reinterpret_cast<void*>(&CloseAnyHandle)},
-};
-
 }  // namespace
 
-struct HandleCounter::Hook {
-  explicit Hook(void** slot, void* replacement)
-      : slot(slot), original(PatchSlot(slot, replacement)) {}
-  ~Hook() { PatchSlot(slot, original); }
-  Hook(const Hook&) = delete;
-  Hook& operator=(const Hook&) = delete;
-
-  void** slot;
-  void* original;
+struct HandleCounter::Hooks {
+  ImportHook<decltype(OpenKey)> openKey{nullptr, "RegOpenKeyExW", &OpenKey};
+  ImportHook<decltype(CreateKey)> createKey{nullptr, "RegCreateKeyExW", &CreateKey};
+  ImportHook<decltype(ConnectRegistry)> connect{nullptr, "RegConnectRegistryW", &ConnectRegistry};
+  ImportHook<decltype(CloseKey)> closeKey{nullptr, "RegCloseKey", &CloseKey};
+  ImportHook<decltype(OpenFile)> openFile{nullptr, "CreateFileW", &OpenFile};
+  ImportHook<decltype(LoadModule)> loadModule{nullptr, "LoadLibraryExW", &LoadModule};
+  ImportHook<decltype(UnloadModule)> unloadModule{nullptr, "FreeLibrary", &UnloadModule};
+  ImportHook<decltype(CloseAnyHandle)> closeHandle{nullptr, "CloseHandle", &CloseAnyHandle};
 };
 
 HandleCounter::HandleCounter() {
-  opened = 0;
-  closed = 0;
-  for (const Replacement& row : kReplacements) {
-    // What the DLL does not import it cannot leak.
-    void** const slot = FindImport(LibraryUnderTest(), row.library, row.function);
-    if (slot) hooks.push_back(std::make_unique<Hook>(slot, row.replacement));
-  }
+  opened = closed = 0;
+  hooks = std::make_unique<Hooks>();
 }
 
 HandleCounter::~HandleCounter() = default;

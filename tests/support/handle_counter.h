@@ -2,7 +2,6 @@
 #define VTCLASS_TESTS_SUPPORT_HANDLE_COUNTER_H
 
 #include <memory>
-#include <vector>
 
 namespace vtclass::test {
 
@@ -25,8 +24,8 @@ class HandleCounter {
   long Open() const { return Opened() - Closed(); }
 
  private:
-  struct Hook;
-  std::vector<std::unique_ptr<Hook>> hooks;
+  struct Hooks;
+  std::unique_ptr<Hooks> hooks;
 };
 
 }  // namespace vtclass::test

@@ -29,17 +29,20 @@ constexpr ProgramText kText = {
     "      see what the product's components see\n"
     "  vtctl identity \\\\BACKUP01\\data\n"
     "      ask whether that server is this machine, and why\n"
+    "  vtctl doctor\n"
+    "      look over everything that an agent needs on this machine\n"
     "\n"
     "Exit codes: 0 clean, 1 warnings, 2 errors in what was read; 64 wrong usage, 65 unusable\n"
     "input, 66 input missing or not readable, 68 not this machine, 69 no answer from a name\n"
     "server, 70 vtctl failed, 73 output not writable, 130 interrupted."};
 
 // In the order of the help.
-constexpr AddCommand kCommands[] = {AddSessionCommand,  AddJobLogCommand,   AddDebugLogCommand,
-                                    AddRegistryCommand, AddIdentityCommand, AddConvertCommand,
-                                    AddResolveCommand,  AddClusterCommand,  AddAppsCommand,
-                                    AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
-                                    AddTimeCommand,     AddVolumesCommand};
+constexpr AddCommand kCommands[] = {
+    AddSessionCommand,  AddJobLogCommand,     AddDebugLogCommand, AddRegistryCommand,
+    AddIdentityCommand, AddConvertCommand,    AddResolveCommand,  AddAdvCommand,
+    AddClusterCommand,  AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand,
+    AddSgmonCommand,    AddCredentialCommand, AddDigestCommand,   AddHashCommand,
+    AddTimeCommand,     AddVolumesCommand,    AddDoctorCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {
@@ -56,8 +59,7 @@ std::vector<std::string> Words() {
 int main() {
   try {
     CatchInterrupts();
-    const int code = RunCommandLine(kText, kCommands, Words());
-    return OutputIsLost() ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
+    return EndCode(RunCommandLine(kText, kCommands, Words()));
   } catch (const std::bad_alloc&) {
     PrintError(L"vtctl: There is not enough memory to go on.\n");
   } catch (const std::exception& error) {

@@ -23,6 +23,8 @@ class VtctlRun : public vtclass::test::ChildProcess {
  public:
   explicit VtctlRun(const std::vector<std::wstring>& arguments, HANDLE standardOutput = nullptr)
       : ChildProcess(Program(), arguments, standardOutput) {}
+  VtctlRun(const std::vector<std::wstring>& arguments, const std::string& input)
+      : ChildProcess(Program(), arguments, nullptr, input) {}
 
  private:
   static const wchar_t* Program() {

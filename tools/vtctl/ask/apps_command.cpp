@@ -1,13 +1,10 @@
 #include <vtclass/win32.h>
 
-#include <vtcluster/vtcluster.h>
-
 #include <algorithm>
 #include <optional>
-#include <ranges>
 #include <string>
-#include <vector>
 
+#include "tools/vtctl/shared/applications.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
@@ -34,102 +31,6 @@ struct AppsArguments : CommonArguments {
   std::wstring server;
   std::optional<std::wstring> instance;
 };
-
-struct Application {
-  const char* key;
-  const wchar_t* title;
-  size_t deciding;  // any of so many services at the front makes it run
-  bool isRunning = false;
-  unsigned long error = 0;  // why the cluster could not be asked
-  std::wstring reason;
-  std::vector<vtclass::Step> services;  // as they were looked at
-};
-
-struct AppsAnswers {
-  std::wstring server;
-  wcstring node;  // behind a virtual server's name
-  bool isVirtual = false;
-  std::wstring computer;    // whose services are looked at
-  std::wstring cluster;     // the name of the cluster, empty without one
-  unsigned long error = 0;  // why the cluster could not be opened or read
-  bool sqlIsClustered = false;
-  Application sql = {"sqlServer", L"SQL Server", 2, false, 0, {}, {}};
-  Application exchange = {"exchange", L"Exchange", 1, false, 0, {}, {}};
-};
-
-bool IsRunning(const vtclass::Step& service) { return service.answer == SERVICE_RUNNING; }
-
-// No service can have a name that the system refuses.
-bool IsInstalled(const vtclass::Step& service) {
-  return service.code != ERROR_SERVICE_DOES_NOT_EXIST && service.code != ERROR_INVALID_NAME;
-}
-
-// "running", "not installed", ...
-std::wstring StateText(const vtclass::Step& service) {
-  if (!IsInstalled(service)) return L"not installed";
-  if (service.code != 0) return L"not visible: " + SystemText(service.code);
-  switch (service.answer) {
-    case SERVICE_STOPPED:
-      return L"stopped";
-    case SERVICE_START_PENDING:
-      return L"starting";
-    case SERVICE_STOP_PENDING:
-      return L"stopping";
-    case SERVICE_RUNNING:
-      return L"running";
-    default:
-      return L"paused";
-  }
-}
-
-// Why the library says so: the services as they were, and what the cluster makes of them.
-std::wstring Reason(const AppsAnswers& answers, const Application& application) {
-  const auto& services = application.services;
-  if (services.empty() || services.front().text.empty()) {
-    return L"the services of " + answers.computer + L" cannot be looked at" +
-           (services.empty() ? L"" : L": " + SystemText(services.front().code));
-  }
-  const auto deciding =
-      std::views::take(services, static_cast<std::ptrdiff_t>(application.deciding));
-  const bool serviceRuns = std::ranges::any_of(deciding, IsRunning);
-  if (serviceRuns && application.error != 0) {
-    return L"its service runs there, but the cluster cannot be asked: " +
-           SystemText(application.error);
-  }
-  if (application.isRunning) {
-    if (answers.cluster.empty()) return L"its service runs there";
-    return L"its service runs there, and the cluster agrees";
-  }
-  if (serviceRuns) {
-    return L"its service runs there, but the cluster does not confirm it for this server";
-  }
-  return std::ranges::any_of(deciding, IsInstalled)
-             ? L"its service does not run there"
-             : services.front().text + L" is not installed there";
-}
-
-AppsAnswers Ask(const std::wstring& server) {
-  AppsAnswers answers;
-  answers.server = server;
-  answers.isVirtual = vtclass::ClusterVirtualNameToNodeName(server, answers.node);
-  answers.error = ::GetLastError();
-  answers.computer = L"\\\\" + answers.node;
-  const auto cluster = Cluster::GetInstance(server.c_str());
-  if (cluster->Open()) answers.cluster = cluster->GetClusterName();
-
-  answers.sql.isRunning = vtclass::ServerIsRunningSQLWithServices(
-      server.c_str(), &answers.sqlIsClustered, answers.sql.services);
-  answers.sql.error = ::GetLastError();
-  std::wstring writable = server;
-  answers.exchange.isRunning = vtclass::ServerIsRunningExchangeWithServices(
-      writable.data(), nullptr, nullptr, nullptr, nullptr, false, answers.exchange.services);
-  answers.exchange.error = ::GetLastError();
-  for (Application* application : {&answers.sql, &answers.exchange}) {
-    application->reason = Reason(answers, *application);
-    if (answers.error == 0) answers.error = application->error;
-  }
-  return answers;
-}
 
 const wchar_t* InstanceWord(vtclass::clusAppState state) {
   switch (state) {
@@ -159,7 +60,7 @@ void PrintApplication(const Application& application) {
   }
 }
 
-void PrintText(const AppsAnswers& answers) {
+void PrintText(const ApplicationAnswers& answers) {
   Print(L"Server: " + Printable(answers.server) +
         (answers.isVirtual ? L", a virtual server on the node " + Printable(answers.node)
                            : std::wstring()) +
@@ -184,7 +85,7 @@ Json ToJson(const Application& application) {
           {"services", services}};
 }
 
-Json ToJson(const AppsAnswers& answers) {
+Json ToJson(const ApplicationAnswers& answers) {
   Json json = {{"server", ToUtf8(answers.server)},
                {"node", nullptr},
                {"cluster", nullptr},
@@ -203,7 +104,7 @@ int Run(const AppsArguments& arguments) {
   if (server.find_first_not_of(L'\\') == std::wstring::npos) {
     return Fail(kExitUsage, L"\"" + server + L"\" names no server.");
   }
-  const AppsAnswers answers = Ask(server);
+  const ApplicationAnswers answers = AskApplications(server);
   Json json = ToJson(answers);
   if (!arguments.json) PrintText(answers);
   unsigned long instanceError = 0;

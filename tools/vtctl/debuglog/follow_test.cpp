@@ -1,6 +1,6 @@
 #include "tools/vtctl/debuglog/follow.h"
 
-#include "log/debug/debug_log_fixture.h"
+#include "tests/support/debug_log_fixture.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/paths.h"
 

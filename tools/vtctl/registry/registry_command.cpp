@@ -4,12 +4,12 @@
 #include <vector>
 
 #include "config/product_keys.h"
-#include "tools/vtctl/registry/key_reader.h"
 #include "tools/vtctl/registry/watch.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/json.h"
+#include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/value.h"

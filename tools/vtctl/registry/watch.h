@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/vtctl/registry/key_reader.h"
+#include "tools/vtctl/shared/key_reader.h"
 
 namespace vtctl {
 

@@ -7,6 +7,7 @@
 
 #include "tools/vtctl/session/messages.h"
 #include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/volume.h"
 
 namespace vtctl {
 
@@ -29,10 +30,6 @@ std::optional<uint64_t> FreeSpaceOf(const RootVolume& volume);
 
 std::wstring ShownPath(const RootVolume& volume); /* "C:\" */
 std::wstring Shown(const RootVolume& volume);     /* "C:\ (\\?\Volume{...}\)" */
-
-/* With less than that for it, a job log may end early: each folder takes some 500 bytes of it, each
- * warning as much, so that this is enough for 200,000 of them. */
-inline constexpr uint64_t kLeastLogSpace = 100 << 20;
 
 /* What to tell before a session whose job log goes to `folder`; empty when there is space enough,
  * or the system does not say how much there is. */

@@ -72,6 +72,7 @@ class Session {
  private:
   void WriteHeader();
   void WriteSettings();
+  void WriteCredential(const SettingCredential& credential);
   void WriteSetHeader();
   void WriteSections();
   void WriteExtensions();

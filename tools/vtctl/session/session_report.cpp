@@ -93,6 +93,26 @@ void Session::WriteSettings() {
       write(kTagSettingRead, messages.Text(MSG_SETTING, {setting.name, value}));
     }
   }
+  if (settings.credential) WriteCredential(*settings.credential);
+}
+
+// Whose the password is, and never what it is.
+void Session::WriteCredential(const SettingCredential& credential) {
+  const std::wstring account = credential.account.empty() ? messages.Text(MSG_ACCOUNT_NOT_NAMED)
+                                                          : Printable(credential.account);
+  const auto text = [&](unsigned id) {
+    return messages.Text(id, {vtclass::config::kSessionAccountPassword.name, account});
+  };
+  if (credential.seal.opens) {
+    result.settings.push_back(text(MSG_SETTING_CREDENTIAL));
+    log.Entry(kTagSettingRead, result.settings.back());
+  } else if (credential.seal.form == SealForm::none) {
+    Report({kCodeCredentialNotSealed, kTagWarningSettingsNotUsed, text(MSG_CREDENTIAL_NOT_SEALED),
+            MSG_CATEGORY_JOB});
+  } else {
+    Report({kCodeCredentialNotOpened, kTagWarningSettingsNotUsed, text(MSG_CREDENTIAL_NOT_OPENED),
+            MSG_CATEGORY_JOB});
+  }
 }
 
 void Session::WriteSetHeader() {

@@ -94,6 +94,41 @@ TEST_F(SessionTest, LoadSettings_KeyThatCannotBeOpened_GivesDefaultsAndAWarning)
   EXPECT_EQ(result.totals.files, 2U);
 }
 
+// Whose the password is, and never what it is.
+TEST_F(SessionTest, StoredPassword_IsTold) {
+  const struct {
+    std::wstring password;
+    std::wstring account;
+    std::wstring line;
+    uint64_t warnings;
+  } rows[] = {
+      {L"=Qk95H\\I@7T", L"NORVANE\\b\n", L"a sealed password of NORVANE\\b\xFFFD", 0},
+      {L"=Qk95H\\I@7T", L"", L"a sealed password of (account not named)", 0},
+      {L"hunter2!", L"NORVANE\\b", L"the password of NORVANE\\b is not sealed.", 1},
+      {L"=Qk95H\\I@7X", L"b", L"the sealed password of b does not open on this machine.", 1},
+      {L"~1~0000", L"b", L"the sealed password of b does not open on this machine.", 1},
+      {L"", L"b", L"", 0}};
+  const std::wstring key = SessionKey().subkey;
+  const auto store = [&](const wchar_t* name, const std::wstring& text) {
+    vtclass::test::StoreValue(key, name, REG_SZ, text.c_str(),
+                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+  };
+  for (const auto& row : rows) {
+    store(L"Account", row.account);
+    store(L"Account Password", row.password);
+    const SessionResult result = Run();
+    const std::wstring log = LogText(result);
+    EXPECT_EQ(result.totals.warnings, row.warnings);
+    if (row.line.empty()) {
+      EXPECT_EQ(log.find(L"Account Password"), std::wstring::npos);
+    } else {
+      EXPECT_NE(log.find(L"Account Password: " + row.line), std::wstring::npos);
+    }
+    EXPECT_EQ(log.find(L"secret"), std::wstring::npos);
+    if (!row.password.empty()) EXPECT_EQ(log.find(row.password), std::wstring::npos);
+  }
+}
+
 TEST_F(SessionTest, SessionKey_FollowsTheProductSwitch) {
   CMS_SetProd(1);
   EXPECT_EQ(SessionKey().subkey, L"Software\\Quorrel\\Strandel\\VTDS\\Session");

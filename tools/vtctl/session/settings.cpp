@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tools/vtctl/shared/console.h"
 #include "vtclass/config.h"
 
 namespace vtctl {
@@ -63,6 +64,17 @@ void LoadJobName(Configuration& key, SessionSettings& settings) {
   settings.reports.push_back(report);
 }
 
+// Neither of the two has a default that could be stored.
+void LoadCredential(Configuration& key, SessionSettings& settings) {
+  wcstring account;
+  wcstring password;
+  if (!key.Load(kSessionAccountPassword.name, password) || password.empty()) return;
+  key.Load(kSessionAccount.name, account);
+  Secret opened;
+  settings.credential = {account, OpenSeal(ToUtf8(password), opened)};
+  ::SecureZeroMemory(password.data(), password.size() * sizeof(wchar_t));
+}
+
 }  // namespace
 
 unsigned long UsualWorkers() {
@@ -83,6 +95,7 @@ SessionSettings LoadSettings(const KeyPath& path) {
   }
   LoadJobName(key, settings);
   for (const NumberSetting& setting : kNumbers) LoadNumber(key, setting, settings);
+  LoadCredential(key, settings);
   return settings;
 }
 

@@ -1,11 +1,13 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SESSION_SETTINGS_H
 #define VTCLASS_TOOLS_VTCTL_SESSION_SETTINGS_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "config/registry_values.h"
 #include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/seal.h"
 
 namespace vtctl {
 
@@ -15,6 +17,12 @@ struct SettingReport {
   std::wstring name;
   std::wstring value; /* as stored; what is used when nothing usable was stored */
   std::wstring used;  /* the default, when `origin` is outOfRange */
+};
+
+/* The stored password, without itself. */
+struct SettingCredential {
+  std::wstring account; /* whose it is; empty: nothing says */
+  OpenedSeal seal;
 };
 
 /* How many threads a session has: more than a few gain nothing on most disks. */
@@ -31,6 +39,8 @@ struct SessionSettings {
   unsigned long largestFiles = vtclass::config::kSessionLargestFiles.number;
   unsigned long reportLinks = vtclass::config::kSessionReportLinks.number;
   unsigned long workers = UsualWorkers();
+
+  std::optional<SettingCredential> credential;
 
   std::vector<SettingReport> reports;
   unsigned long error = 0; /* why the key could not be opened; everything is default then */

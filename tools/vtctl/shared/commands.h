@@ -6,11 +6,16 @@ namespace vtctl {
 class Command;
 
 /* Each says what a command takes and what it runs; main has them in one table. */
+void AddAdvCommand(Command& program);
 void AddAppsCommand(Command& program);
 void AddClusterCommand(Command& program);
 void AddConvertCommand(Command& program);
+void AddCredentialCommand(Command& program);
 void AddDatabaseCommand(Command& program);
 void AddDebugLogCommand(Command& program);
+void AddDigestCommand(Command& program);
+void AddDoctorCommand(Command& program);
+void AddHashCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);
 void AddRegistryCommand(Command& program);

@@ -4,6 +4,11 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <span>
+
+#include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
 namespace {
@@ -73,7 +78,31 @@ int Fail(int exitCode, const std::wstring& sentence) {
 
 void PrintUtf8(std::string_view text) { Print(FromUtf8(text)); }
 
-bool OutputIsLost() { return outputIsLost; }
+void PrintSecret(std::string_view bytes) {
+  if (outputIsDropped || bytes.empty()) return;
+  const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+  DWORD mode = 0;
+  if (!::GetConsoleMode(output, &mode)) {
+    if (!WriteToFile(output, bytes)) outputIsLost = true;
+    return;
+  }
+  const int size = static_cast<int>(bytes.size());
+  const auto units = std::make_unique<wchar_t[]>(bytes.size());  // never more than bytes
+  const auto convert = [&](UINT codePage, DWORD flags) {
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the length goes with it.
+    return ::MultiByteToWideChar(codePage, flags, bytes.data(), size, units.get(), size);
+  };
+  int count = convert(CP_UTF8, MB_ERR_INVALID_CHARS);
+  if (count == 0) count = convert(CP_ACP, 0);
+  const std::span<wchar_t> text(units.get(), static_cast<size_t>(std::max(count, 0)));
+  MakePrintable(text);
+  if (!WriteToConsole(output, {text.data(), text.size()})) outputIsLost = true;
+  ::SecureZeroMemory(units.get(), bytes.size() * sizeof(wchar_t));
+}
+
+int EndCode(int code) {
+  return outputIsLost ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
+}
 
 void DropOutput() { outputIsDropped = true; }
 

@@ -9,7 +9,7 @@ namespace vtctl {
 /*
  * Text for people: UTF-16 to a console window, whatever its code page; UTF-8 bytes to a file or a
  * pipe. A text that cannot be written (the disk is full, the reader has gone) is dropped, and
- * OutputIsLost tells of standard output that it happened. Not for several threads.
+ * EndCode tells of standard output that it happened. Not for several threads.
  */
 void Print(std::wstring_view text);
 void PrintError(std::wstring_view text);
@@ -17,9 +17,12 @@ void PrintError(std::wstring_view text);
 int Fail(int exitCode, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
+/* A secret, on standard output: its bytes as they are to a file or a pipe; to a console window as
+ * text, printable, of UTF-8 or else of the ANSI code page. Leaves no copy in memory. */
+void PrintSecret(std::string_view bytes);
 
-/* True once a text for standard output could not be written, whole or in part. */
-bool OutputIsLost();
+/* What the program ends with: `code`, or kExitCannotWrite, and it says so, when output is lost. */
+int EndCode(int code);
 
 /* From now on nothing is printed but errors. */
 void DropOutput();

@@ -35,17 +35,11 @@ std::wstring OwnForm(const wcstring& node, vtclass::_COMPUTER_NAME_FORMAT format
 }
 
 std::vector<std::wstring> OwnNames() {
-  wcstring computer;
-  wcstring node;
-  wcstring full;
-  vtclass::GetComputerNameInString(computer);
-  vtclass::GetComputerNodeName(node);
-  vtclass::VTGetFQDN(full);
-  std::vector<std::wstring> names = {
-      L"computer name " + computer,
-      L"DNS host name " + OwnForm(computer, vtclass::computerNameDnsHostname),
-      L"fully qualified name " + full};
-  if (node != computer) names.push_back(L"cluster node " + node);
+  const MachineNames own = AskMachineNames();
+  std::vector<std::wstring> names = {L"computer name " + own.computer,
+                                     L"DNS host name " + own.dnsHost,
+                                     L"fully qualified name " + own.full};
+  if (own.node != own.computer) names.push_back(L"cluster node " + own.node);
   return names;
 }
 
@@ -139,6 +133,16 @@ ExplainedStep AliasStep(const IdentityAnswer& answer) {
 }
 
 }  // namespace
+
+MachineNames AskMachineNames() {
+  wcstring computer;
+  wcstring node;
+  wcstring full;
+  vtclass::GetComputerNameInString(computer);
+  vtclass::GetComputerNodeName(node);
+  vtclass::VTGetFQDN(full);
+  return {computer, node, OwnForm(computer, vtclass::computerNameDnsHostname), full};
+}
 
 IdentityAnswer AskIdentity(const IdentityQuestion& question) {
   IdentityAnswer answer;

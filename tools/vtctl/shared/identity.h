@@ -8,6 +8,15 @@
 
 namespace vtctl {
 
+/* This machine's names, as it knows them without asking anybody; empty where it cannot tell. */
+struct MachineNames {
+  std::wstring computer; /* of a virtual server, in a program that a cluster has started */
+  std::wstring node;     /* of the machine itself */
+  std::wstring dnsHost;
+  std::wstring full; /* with the domain */
+};
+MachineNames AskMachineNames();
+
 /* Is this name or address this machine? */
 struct IdentityQuestion {
   std::wstring name; /* as the operator wrote it; may be a UNC path */

@@ -75,4 +75,27 @@ std::wstring Fitted(const std::wstring& text, size_t columns) {
   return line.append(columns - used, L' ');
 }
 
+std::wstring Wrapped(const std::wstring& first, const std::wstring& text, size_t indent,
+                     size_t columns) {
+  std::wstring lines = first;
+  size_t used = ColumnsOf(first);
+  bool isAtBegin = true;  // of what stands on this line behind the indent
+  for (size_t at = 0; at < text.size();) {
+    const size_t end = std::min(text.find(L' ', at), text.size());
+    const std::wstring word = text.substr(at, end - at);
+    const size_t width = ColumnsOf(word);
+    if (!isAtBegin && used + 1 + width >= columns) {
+      lines += L"\n" + std::wstring(indent, L' ');
+      used = indent;
+      isAtBegin = true;
+    }
+    if (!isAtBegin) lines += L' ';
+    lines += word;
+    used += width + (isAtBegin ? 0 : 1);
+    isAtBegin = false;
+    at = end + 1;
+  }
+  return lines + L"\n";
+}
+
 }  // namespace vtctl

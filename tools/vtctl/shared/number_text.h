@@ -26,6 +26,12 @@ size_t ColumnsOf(const std::wstring& text);
 /* The text cut or filled with blanks to that many columns. */
 std::wstring Fitted(const std::wstring& text, size_t columns);
 
+/* The text behind what stands on its first line, as lines of fewer than so many columns with that
+ * indent from the second on: in a terminal's last column writing would move to the next line. It is
+ * broken at blanks alone, and a longer word goes beyond. */
+std::wstring Wrapped(const std::wstring& first, const std::wstring& text, size_t indent,
+                     size_t columns);
+
 }  // namespace vtctl
 
 #endif

@@ -20,8 +20,7 @@ bool IsForbidden(wchar_t unit) {
 
 }  // namespace
 
-std::wstring Printable(std::wstring_view name) {
-  std::wstring text(name);
+void MakePrintable(std::span<wchar_t> text) {
   for (size_t i = 0; i < text.size(); ++i) {
     if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
       ++i;
@@ -29,6 +28,11 @@ std::wstring Printable(std::wstring_view name) {
       text[i] = kReplacement;
     }
   }
+}
+
+std::wstring Printable(std::wstring_view name) {
+  std::wstring text(name);
+  MakePrintable(text);
   return text;
 }
 

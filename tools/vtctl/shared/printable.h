@@ -1,6 +1,7 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SHARED_PRINTABLE_H
 #define VTCLASS_TOOLS_VTCTL_SHARED_PRINTABLE_H
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,9 @@ namespace vtctl {
  * job log escapes its markup itself; nothing is escaped here.
  */
 std::wstring Printable(std::wstring_view name);
+
+/* The same in place, without a copy. */
+void MakePrintable(std::span<wchar_t> text);
 
 }  // namespace vtctl
 

@@ -34,10 +34,11 @@ wcstring TextOf(const addrinfo& entry) {
 }  // namespace
 
 ResolvedAddress Described(const std::wstring& address, bool isOwn) {
-  ResolvedAddress described = {address, {}};
+  ResolvedAddress described = {address, {}, isOwn, false};
   if (!vtclass::IsIpAddr(address.c_str())) return described;
   if (isOwn) described.notes.emplace_back(L"this machine");
   const auto parsed = VTIPAddress::CreateIPAddress(address.c_str());
+  described.isLoopback = parsed->IsLoopback();
   for (const auto& kind : kKinds) {
     if ((parsed.get()->*kind.is)()) described.notes.emplace_back(kind.note);
   }

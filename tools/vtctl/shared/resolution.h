@@ -9,6 +9,8 @@ namespace vtctl {
 struct ResolvedAddress {
   std::wstring text;
   std::vector<std::wstring> notes; /* "this machine", "loopback", "link-local", ... */
+  bool isOwn = false;
+  bool isLoopback = false;
 };
 
 /* What the resolver says of a name. */

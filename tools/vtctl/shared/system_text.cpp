@@ -2,6 +2,7 @@
 
 #include <vtclass/win32.h>
 
+#include <climits>
 #include <cwchar>
 
 #include "platform/owned.h"
@@ -18,8 +19,10 @@ std::wstring SystemText(unsigned long code) {
   memory.Reset(words);
   std::wstring text(words ? words : L"", length);
   while (!text.empty() && text.back() <= L' ') text.pop_back();
-  const std::wstring number = std::to_wstring(code);
-  return text.empty() ? L"Win32 " + number : text + L" (" + number + L")";
+  // The large ones are known in hexadecimal.
+  wchar_t number[16];
+  std::swprintf(number, ARRAYSIZE(number), code > LONG_MAX ? L"0x%08lX" : L"%lu", code);
+  return text.empty() ? L"Win32 " + std::wstring(number) : text + L" (" + number + L")";
 }
 
 std::wstring ClockTime() {

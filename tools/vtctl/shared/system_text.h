@@ -6,7 +6,8 @@
 namespace vtctl {
 
 /* "Access denied. (5)": the system's words for a Win32 code on one line, in the language of the
- * calling thread; "Win32 5" when the system has no words for it. */
+ * calling thread; "Win32 5" when the system has no words for it. From 0x80000000 on
+ * the number is in hexadecimal. */
 std::wstring SystemText(unsigned long code);
 
 /* "22:03:59": the local time, for lines that are printed as things happen. */

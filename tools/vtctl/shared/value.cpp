@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/printable.h"
@@ -33,22 +32,6 @@ void AppendHex(std::wstring& text, unsigned long long number, int digits) {
   }
 }
 
-bool IsText(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ; }
-
-// The number in the data, or nothing when it is not of that type or size.
-std::optional<unsigned long long> NumberOf(const Value& value) {
-  unsigned long long number = 0;
-  if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) {
-    std::memcpy(&number, value.data.data(), sizeof(DWORD));
-    return number;
-  }
-  if (value.type == REG_QWORD && value.data.size() == sizeof(number)) {
-    std::memcpy(&number, value.data.data(), sizeof(number));
-    return number;
-  }
-  return std::nullopt;
-}
-
 std::wstring HexDump(const std::vector<unsigned char>& data) {
   std::wstring text;
   for (size_t line = 0; line < data.size(); line += kDumpBytesPerLine) {
@@ -71,6 +54,21 @@ std::wstring HexDump(const std::vector<unsigned char>& data) {
 }
 
 }  // namespace
+
+bool IsText(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ; }
+
+std::optional<unsigned long long> NumberOf(const Value& value) {
+  unsigned long long number = 0;
+  if (value.type == REG_DWORD && value.data.size() == sizeof(DWORD)) {
+    std::memcpy(&number, value.data.data(), sizeof(DWORD));
+    return number;
+  }
+  if (value.type == REG_QWORD && value.data.size() == sizeof(number)) {
+    std::memcpy(&number, value.data.data(), sizeof(number));
+    return number;
+  }
+  return std::nullopt;
+}
 
 std::wstring TypeName(DWORD type) {
   if (type < std::size(kTypeNames)) return kTypeNames[type];

@@ -3,6 +3,7 @@
 
 #include <vtclass/win32.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,12 @@ struct Value {
 
 /* "REG_SZ", "REG_DWORD", ...; "type 42" for a number that has no name. */
 std::wstring TypeName(DWORD type);
+
+/* The number of a REG_DWORD or REG_QWORD; nothing for another type or size. */
+std::optional<unsigned long long> NumberOf(const Value& value);
+
+/* True for the types whose data is one text. */
+bool IsText(DWORD type);
 
 /* The text of a string value up to its first zero; odd last bytes are passed over. */
 std::wstring TextOf(const Value& value);

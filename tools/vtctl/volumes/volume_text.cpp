@@ -14,8 +14,6 @@ namespace {
 constexpr size_t kIndent = 4;
 constexpr int kBarColumns = 32;
 constexpr int kLeastBarColumns = 12;
-// Of a volume with so much occupied the bar is coloured.
-constexpr double kNearlyFull = 0.9;
 
 struct TypeName {
   const wchar_t* shown;
@@ -37,11 +35,6 @@ constexpr KnownReason kReasons[] = {
     {kNotReady, L"no medium is in the drive"},
     {kUnrecognizedVolume,
      L"no file system that this system knows: not formatted, encrypted or damaged"}};
-
-double OccupiedPart(const Volume& volume) {
-  if (volume.totalSpace == 0) return 0;
-  return static_cast<double>(volume.occupiedSpace) / static_cast<double>(volume.totalSpace);
-}
 
 std::wstring Coloured(const std::wstring& text, const wchar_t* colour, bool colours) {
   return colours ? colour + text + L"\x1b[0m" : text;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tools/vtctl/shared/json.h"
-#include "tools/vtctl/volumes/volume.h"
+#include "tools/vtctl/shared/volume.h"
 
 /* Volumes as people, scripts and spreadsheets read them. */
 namespace vtctl {

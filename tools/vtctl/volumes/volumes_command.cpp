@@ -6,7 +6,7 @@
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/system_text.h"
-#include "tools/vtctl/volumes/volume.h"
+#include "tools/vtctl/shared/volume.h"
 #include "tools/vtctl/volumes/volume_text.h"
 #include "tools/vtctl/volumes/watch_volumes.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/vtctl/volumes/volume.h"
+#include "tools/vtctl/shared/volume.h"
 
 namespace vtctl {
 

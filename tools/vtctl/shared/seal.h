@@ -1,0 +1,40 @@
+#ifndef VTCLASS_TOOLS_VTCTL_SHARED_SEAL_H
+#define VTCLASS_TOOLS_VTCTL_SHARED_SEAL_H
+
+#include <string>
+#include <string_view>
+
+#include "tools/vtctl/shared/secret.h"
+
+/* What a stored text says of itself as a sealed credential. */
+namespace vtctl {
+
+enum class SealForm {
+  nothing,      /* no text at all */
+  none,         /* no seal: plain text, or a damaged seal */
+  ordinary,     /* the library's fixed key */
+  machineBound, /* the system's data protection */
+  later         /* of a version of the form that this library does not know */
+};
+
+struct OpenedSeal {
+  SealForm form = SealForm::nothing;
+  bool opens = false;
+  bool isUtf8 = false;      /* what an ordinary one opens to; otherwise it may be of a code page */
+  unsigned long status = 0; /* why a machine-bound one does not open */
+};
+
+/*
+ * Opens `sealed`; what is in it comes into `secret`, also where it does not count. Nothing in an
+ * ordinary seal tells whether it is whole: it counts as opening when what comes out reads as text.
+ * So a text of eleven characters that was never sealed passes in one of some thirty cases, a longer
+ * one hardly ever; and a secret that does not read as text does not pass.
+ */
+OpenedSeal OpenSeal(const std::string& sealed, Secret& secret);
+
+/* "ordinary", "machine-bound", ...: the form for scripts. */
+const char* FormWord(SealForm form);
+
+}  // namespace vtctl
+
+#endif

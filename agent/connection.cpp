@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/bound_function.h"
+#include "platform/failure_code.h"
 
 namespace vtclass::agent {
 
@@ -16,11 +17,7 @@ constinit platform::BoundFunction<decltype(::WNetAddConnection2W)> addConnection
 constinit platform::BoundFunction<decltype(::WNetCancelConnection2W)> cancelConnection(
     L"mpr.dll", "WNetCancelConnection2W", ERROR_PROC_NOT_FOUND);
 
-// Right behind a look for a function that failed: it did, whatever the loader tells.
-DWORD WhyMissing() noexcept {
-  const DWORD code = ::GetLastError();
-  return code == ERROR_SUCCESS ? ERROR_PROC_NOT_FOUND : code;
-}
+DWORD WhyMissing() noexcept { return platform::FailureCode(ERROR_PROC_NOT_FOUND); }
 
 }  // namespace
 

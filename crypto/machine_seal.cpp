@@ -12,6 +12,7 @@
 #include "crypto/wipe.h"
 #include "platform/bound_function.h"
 #include "platform/checked_cast.h"
+#include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "platform/owned.h"
 #include "vtclass/crypto.h"
@@ -59,12 +60,6 @@ DATA_BLOB Entropy() noexcept {
   return BlobOf(kMachineEntropy.data(), static_cast<DWORD>(kMachineEntropy.size()));
 }
 
-// Right behind a call that failed: it did, whatever the system tells.
-unsigned long Failure() noexcept {
-  const DWORD code = ::GetLastError();
-  return code == ERROR_SUCCESS ? ERROR_INVALID_DATA : code;
-}
-
 unsigned long Protect(std::string_view text, SystemBlob& sealed) noexcept {
   const auto size = platform::CheckedCast<DWORD>(text.size());
   if (!size) return ERROR_INVALID_PARAMETER;
@@ -73,7 +68,7 @@ unsigned long Protect(std::string_view text, SystemBlob& sealed) noexcept {
   const BOOL done =
       protectData(&in, nullptr, &entropy, nullptr, nullptr,
                   CRYPTPROTECT_LOCAL_MACHINE | CRYPTPROTECT_UI_FORBIDDEN, sealed.Receive());
-  return done ? ERROR_SUCCESS : Failure();
+  return done ? ERROR_SUCCESS : platform::FailureCode(ERROR_INVALID_DATA);
 }
 
 unsigned long Unprotect(std::string_view bytes, SystemBlob& text) noexcept {
@@ -83,7 +78,7 @@ unsigned long Unprotect(std::string_view bytes, SystemBlob& text) noexcept {
   DATA_BLOB entropy = Entropy();
   const BOOL done = unprotectData(&in, nullptr, &entropy, nullptr, nullptr,
                                   CRYPTPROTECT_UI_FORBIDDEN, text.Receive());
-  return done ? ERROR_SUCCESS : Failure();
+  return done ? ERROR_SUCCESS : platform::FailureCode(ERROR_INVALID_DATA);
 }
 
 // Throws std::bad_alloc.

@@ -21,6 +21,8 @@ using Bytes = std::unique_ptr<BYTE[]>;
 // would come out as the service's account.
 OwnedKernelObject CurrentToken() noexcept {
   HANDLE token = nullptr;
+  // An older last error must not say that the thread has none.
+  ::SetLastError(ERROR_SUCCESS);
   if (::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, FALSE, &token)) {
     return OwnedKernelObject(token);
   }

@@ -4,9 +4,11 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "tests/support/allocations.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/no_reason.h"
 #include "tests/support/token_copy.h"
 #include "vtclass/security.h"
 
@@ -17,6 +19,7 @@ namespace {
 struct Calls {
   int count = 0;
   int failAt = 0;
+  DWORD reason = ERROR_ACCESS_DENIED;
   DWORD access = 0;  // that the thread's token was last opened with
   int asSelf = -1;   // and the flag
   int tokens = 0;    // that are open
@@ -27,7 +30,7 @@ template <typename Work>
 void With(Calls& calls, Work work) {
   const auto fails = [&calls] {
     if (++calls.count != calls.failAt) return false;
-    ::SetLastError(ERROR_ACCESS_DENIED);
+    TellReason(calls.reason);
     return true;
   };
   const auto opened = [&calls](BOOL isOpen) {
@@ -91,7 +94,11 @@ TEST(WhoAmI, EachCallMayFail_AndNothingOfAnotherAccountIsTold) {
     for (bool failed = true; failed;) {
       ++calls.failAt;
       wcstring domain = L"old domain", user = L"old user", both;
+      // What the system would say of a thread that acts as the process.
+      ::SetLastError(ERROR_NO_TOKEN);
+      calls.reason = kNoReason;
       With(calls, [&] { EXPECT_FALSE(Impersonator::WhoAmI(domain, user)); });
+      calls.reason = ERROR_ACCESS_DENIED;
       With(calls, [&] { both = Impersonator::WhoAmI(); });
       failed = calls.count >= calls.failAt;
       EXPECT_EQ(domain, failed ? L"" : account.domain) << "call " << calls.failAt;
@@ -211,10 +218,14 @@ TEST(AssertPrivilege, UnknownNamesSucceed_FailuresAreTold) {
   // The process's token cannot be opened, nor the change be made.
   for (const int failAt : {2, 3}) {
     Calls calls{.failAt = failAt};
-    With(calls, [&] {
-      EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
-      EXPECT_EQ(::GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-    });
+    for (const auto& [reason, told] : {std::pair{5ul, 5u}, std::pair{kNoReason, 31u}}) {
+      calls.reason = reason;
+      ::SetLastError(ERROR_FILE_NOT_FOUND);
+      With(calls, [&] {
+        EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
+        EXPECT_EQ(::GetLastError(), told);
+      });
+    }
     With(calls, [&] { EXPECT_EQ(AssertPrivilege(L"SeBakupPrivilege", FALSE) != 0, failAt == 3); });
   }
 }

@@ -1,9 +1,9 @@
 #include <vtclass/win32.h>
 
 #include <string>
-#include <utility>
 
 #include "config/registry_values.h"
+#include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "security/account_text.h"
 #include "security/error_text.h"
@@ -13,6 +13,7 @@
 #include "vtclass/security.h"
 
 using vtclass::config::kLogonUserType;
+using vtclass::platform::FailureCode;
 using vtclass::platform::StatusOf;
 using vtclass::security::AccountParts;
 using vtclass::security::ErrorText;
@@ -59,19 +60,27 @@ wcstring LogonDomain(wcstring domain) {
   return netBios;
 }
 
-// Leaves `token` null on failure.
+// The system's logon; its status. Leaves `token` alone on failure.
+DWORD LogOn(const wchar_t* domain, const wchar_t* user, const wchar_t* password, DWORD type,
+            HANDLE& token) noexcept {
+  HANDLE made = nullptr;
+  ::SetLastError(ERROR_SUCCESS);
+  if (!::LogonUserW(user, domain, password, type, LOGON32_PROVIDER_DEFAULT, &made)) {
+    return FailureCode();
+  }
+  token = made;
+  return ERROR_SUCCESS;
+}
+
+// Leaves `token` alone on failure.
 unsigned long LogOnTraced(const wchar_t* account, const wchar_t* password, HANDLE& token) {
   const AccountParts parts = SplitAccount(account);
   const wcstring domain = LogonDomain(wcstring(parts.domain.data(), parts.domain.size()));
   const DWORD type = ChosenLogonType();
   Trace(L"LogonType set = [%s][0x%x]", LogonTypeName(type), type);
-  HANDLE made = nullptr;
-  if (!::LogonUserW(parts.user, domain.c_str(), password, type, LOGON32_PROVIDER_DEFAULT, &made)) {
-    return ::GetLastError();
-  }
-  Trace(L"LogonUser(%s-0x%x) success", LogonTypeName(type), type);
-  token = made;
-  return ERROR_SUCCESS;
+  const DWORD status = LogOn(domain.c_str(), parts.user, password, type, token);
+  if (token) Trace(L"LogonUser(%s-0x%x) success", LogonTypeName(type), type);
+  return status;
 }
 
 const wchar_t* TextOf(const wchar_t* account) { return account ? account : L""; }
@@ -94,12 +103,13 @@ void* Impersonator::LogonAndImpersonateUser(const wchar_t* account, const wchar_
                                             unsigned long* error) noexcept {
   void* const token = VTLogonUser(account, password, error);
   if (!token) return nullptr;
+  ::SetLastError(ERROR_SUCCESS);
   if (::ImpersonateLoggedOnUser(token)) {
     Trace(L"Successfully impersonated %s", TextOf(account));
     Trace(L"WhoAmI( ) reports: %s", WhoAmI().c_str());
     return token;
   }
-  const DWORD status = ::GetLastError();
+  const DWORD status = FailureCode();
   Trace(L"ImpersonateLoggedOnUser failed: %s", ErrorText(status).Get());
   RevertToSelfAndClose(token);
   ::SetLastError(status);
@@ -118,12 +128,10 @@ Win32Impersonator::~Win32Impersonator() {
 
 unsigned long Win32Impersonator::Logon(const wchar_t* domain, const wchar_t* user,
                                        const wchar_t* password) noexcept {
-  HANDLE made = nullptr;
-  if (!::LogonUserW(user, domain, password, DefaultLogonType(), LOGON32_PROVIDER_DEFAULT, &made)) {
-    return ::GetLastError();
-  }
-  if (void* const former = std::exchange(token, made)) ::CloseHandle(former);
-  return ERROR_SUCCESS;
+  void* const former = token;
+  const DWORD status = LogOn(domain, user, password, DefaultLogonType(), token);
+  if (status == ERROR_SUCCESS && former) ::CloseHandle(former);
+  return status;
 }
 
 unsigned long Win32Impersonator::Logon(const wchar_t* account, const wchar_t* password) noexcept {

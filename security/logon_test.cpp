@@ -256,6 +256,22 @@ TEST_F(Logon, Scope_RevertsAndClosesOnEachWayOut) {
   }
 }
 
+TEST_F(Logon, RefusedWithoutAReason_IsNoSuccess) {
+  constexpr DWORD kFailed = ERROR_GEN_FAILURE;
+  played.impersonationError = kNoReason;
+  ::SetLastError(ERROR_ACCESS_DENIED);
+  EXPECT_EQ(ImpersonationScope(L"D\\u", kPassword).GetErrorCode(), kFailed);
+  EXPECT_TRUE(played.tokens.empty());
+  played.logonError = kNoReason;
+  unsigned long error = 0;
+  EXPECT_EQ(Impersonator::VTLogonUser(L"D\\u", kPassword, &error), nullptr);
+  EXPECT_EQ(error, kFailed);
+  EXPECT_EQ(::GetLastError(), kFailed);
+  ::SetLastError(ERROR_ACCESS_DENIED);
+  Win32Impersonator plain;
+  EXPECT_EQ(plain.Logon(L"D", L"u", kPassword), kFailed);
+}
+
 TEST_F(Logon, Win32Impersonator_OwnsItsToken) {
   {
     Win32Impersonator plain;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/extended_path.h"
+#include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "platform/owned.h"
 #include "security/folder_path.h"
@@ -15,17 +16,35 @@
 using vtclass::OwnershipReport;
 using vtclass::OwnershipStep;
 using vtclass::platform::ExtendedPath;
+using vtclass::platform::FailureCode;
 using vtclass::platform::OwnedFileSearch;
 using vtclass::platform::StatusOf;
 using vtclass::security::NamesNothing;
 using vtclass::security::TakeOver;
-using vtclass::security::TakeOverLink;
+using vtclass::security::TakeOverReparsePoint;
 using vtclass::security::WithoutTrailingBackslashes;
 
 namespace {
 
 bool IsDots(const wchar_t* name) {
   return std::wcscmp(name, L".") == 0 || std::wcscmp(name, L"..") == 0;
+}
+
+bool IsReparsePoint(const WIN32_FIND_DATAW& entry) {
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// Whether an entry stands for another place. Other reparse points, such as the folders of a cloud's
+// client, hold what they list. One of whose kind the system tells nothing may lead anywhere.
+bool IsLink(const WIN32_FIND_DATAW& entry) {
+  const DWORD tag = entry.dwReserved0;
+  return IsReparsePoint(entry) &&
+         (tag == IO_REPARSE_TAG_RESERVED_ZERO || IsReparseTagNameSurrogate(tag));
+}
+
+bool IsFolder(const wchar_t* path) noexcept {
+  const DWORD attributes = ::GetFileAttributesW(path);
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 // Takes a folder and everything below it over. The folders that are being listed stand in a list of
@@ -41,8 +60,9 @@ class TreeWalk {
     while (!folders.empty()) {
       Folder& folder = folders.back();
       path.resize(folder.pathLength);
+      ::SetLastError(ERROR_SUCCESS);
       if (!std::exchange(folder.hasEntry, false) && !::FindNextFileW(folder.search.Get(), &entry)) {
-        const DWORD error = ::GetLastError();
+        const DWORD error = FailureCode();
         if (error != ERROR_NO_MORE_FILES && !Tell(vtclass::folderNotListed, error)) break;
         folders.pop_back();
       } else if (!IsDots(entry.cFileName) && !TakeEntry()) {
@@ -63,25 +83,30 @@ class TreeWalk {
   bool TakeEntry() {
     if (!path.ends_with(L'\\')) path += L'\\';
     path += entry.cFileName;
-    const bool isLink = (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const DWORD status = isLink ? TakeOverLink(path.c_str()) : TakeOver(path.c_str());
+    const bool isWalked =
+        (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !IsLink(entry);
+    const DWORD status =
+        IsReparsePoint(entry) ? TakeOverReparsePoint(path.c_str()) : TakeOver(path.c_str());
     if (!Tell(vtclass::ownershipTaken, status)) return false;
-    return !isFolder || isLink || Enter();
+    return !isWalked || Enter();
   }
 
   // Begins to list the folder `path`. Whether the walk goes on.
   bool Enter() {
     const std::size_t length = path.size();
     path += path.ends_with(L'\\') ? L"*" : L"\\*";
+    ::SetLastError(ERROR_SUCCESS);
     OwnedFileSearch search(::FindFirstFileW(path.c_str(), &entry));
-    const DWORD error = ::GetLastError();
+    const DWORD error = FailureCode();
     path.resize(length);
     if (search) {
       folders.push_back({std::move(search), length, true});
       return true;
     }
-    return error == ERROR_NO_MORE_FILES || Tell(vtclass::folderNotListed, error);
+    // The root of an empty volume lists not even "." and "..": no file is found there.
+    const bool isEmpty =
+        error == ERROR_NO_MORE_FILES || (error == ERROR_FILE_NOT_FOUND && IsFolder(path.c_str()));
+    return isEmpty || Tell(vtclass::folderNotListed, error);
   }
 
   // Whether the walk goes on.

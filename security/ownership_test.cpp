@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/allocations.h"
@@ -57,6 +58,11 @@ TEST_F(Ownership, Paths_AreResolvedOnce_AndRootsKeepTheirBackslash) {
       {L"\\\\srv\\share\\x\\", L"\\\\?\\UNC\\srv\\share\\x\\", L"\\\\?\\UNC\\srv\\share\\x"},
       {L"\\\\?\\C:\\dots. .\\", L"\\\\?\\C:\\dots. .\\", L"\\\\?\\C:\\dots. ."},
       {L"\\\\?\\Volume{1}\\", L"\\\\?\\Volume{1}\\", L"\\\\?\\Volume{1}\\"},
+      {L"\\\\.\\C:\\x", L"\\\\?\\C:\\x", L"\\\\?\\C:\\x"},
+      {L"\\\\.\\C:", L"\\\\?\\C:", L"\\\\?\\C:"},
+      {L"NUL", L"\\\\?\\NUL", L"\\\\?\\NUL"},
+      {L"//?/C:/x/", L"\\\\?\\C:\\x\\", L"\\\\?\\C:\\x"},
+      {L"\\\\?/C:\\x", L"\\\\?\\C:\\x", L"\\\\?\\C:\\x"},
       {L"x", L"\\\\?\\" + std::wstring(current) + L"\\x",
        L"\\\\?\\" + std::wstring(current) + L"\\x"},
   };
@@ -74,6 +80,17 @@ TEST_F(Ownership, Paths_AreResolvedOnce_AndRootsKeepTheirBackslash) {
     EXPECT_EQ(::GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
     EXPECT_EQ(::TakeFolderOwnership(nothing), 0);
     EXPECT_EQ(TakeFolderOwnership(nothing, nullptr, nullptr), 87u);
+  }
+  // What the system answers for blanks.
+  for (const auto& [reason, status] : {std::pair{kNoReason, 123u}, std::pair{206ul, 206u}}) {
+    const auto noPath = Replace<decltype(::GetFullPathNameW)>(
+        "GetFullPathNameW", [=](auto...) { return TellReason(reason), 0; });
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(TakeOwnership(L" "), 0);
+    EXPECT_EQ(::GetLastError(), status);
+    EXPECT_EQ(::TakeFolderOwnership(L" "), 0);
+    EXPECT_EQ(::GetLastError(), status);
+    EXPECT_EQ(TakeFolderOwnership(L" ", nullptr, nullptr), status);
   }
   EXPECT_EQ(ownership.asked, Lines());
 }
@@ -110,7 +127,7 @@ TEST_F(Ownership, Links_AreTakenThemselvesAndNotFollowed) {
     EXPECT_EQ(::TakeFolderOwnership(kTree), 1);
     const Lines steps{L"open 8 " + link, L"administrators (link)",
                       L"open 2 " + link, L"list? (link)",
-                      L"entry system",   L"open 4 " + link,
+                      L"entry system",   L"open 6 " + link,
                       L"list (link)",    L"open 8 " + link,
                       L"system (link)",  L"administrators " + kRoot + L"\\x"};
     ASSERT_EQ(ownership.asked.size(), 19u);
@@ -121,11 +138,34 @@ TEST_F(Ownership, Links_AreTakenThemselvesAndNotFollowed) {
       EXPECT_EQ(::GetLastError(), ownership.code);
       EXPECT_EQ(ownership.asked.size(), ownership.failAt);
     }
+    Taken();
+    ownership.failAt = 6;
+    ownership.code = kNoReason;
+    EXPECT_EQ(TakeFolderOwnership(kTree, nullptr, nullptr), DWORD{ERROR_GEN_FAILURE});
     ownership.failAt = 0;
     Taken();
     // One that the caller names is walked.
     EXPECT_EQ(::TakeFolderOwnership(L"C:\\tree\\link"), 1);
     EXPECT_EQ(Taken(), (Lines{link, link + L"\\outside"}));
+  }
+}
+
+// A link is what stands for another place, and what the system does not call anything.
+TEST_F(Ownership, OtherReparsePoints_AreTakenThemselvesAndWalked) {
+  constexpr DWORD kCloud = 0x9000001A, kCloud7 = 0x9000701A, kContainer = 0x90001018;
+  const std::wstring point = kRoot + L"\\point";
+  for (const DWORD tag :
+       {kCloud, kCloud7, kContainer, DWORD{IO_REPARSE_TAG_MOUNT_POINT}, DWORD{0}}) {
+    for (const DWORD attributes : {kLink, kLink | kFolder}) {
+      ownership = {};
+      ownership.folders = {{kRoot, {{{L"point", attributes, tag}}}}, {point, {{{L"x"}}}}};
+      EXPECT_EQ(::TakeFolderOwnership(kTree), 1);
+      EXPECT_EQ(ownership.asked[5], L"open 8 " + point);
+      const bool isWalked = (tag & 0x10000000) != 0 && attributes != kLink;
+      EXPECT_EQ(Taken(),
+                isWalked ? (Lines{kRoot, L"(link)", point + L"\\x"}) : (Lines{kRoot, L"(link)"}))
+          << tag;
+    }
   }
 }
 
@@ -198,6 +238,39 @@ TEST_F(Ownership, Walk_StopsAtTheFirstFailure_AReportGoesOnOrEndsIt) {
        true,
        1223,
        {all[0], all[1]}},
+      // A listing that begins with 2 is that of an empty root, where there is a folder.
+      {L"",
+       {{}, 2},
+       0,
+       {L"", L"\\a", L"\\f", L"\\z"},
+       L"-",
+       false,
+       0,
+       {all[0], all[1], all[2], all[4]}},
+      {L"",
+       {{}, 2, 18, false},
+       2,
+       {L"", L"\\a", L"\\f"},
+       L"-",
+       false,
+       2,
+       {all[0], all[1], all[2], L"list \\f 2", all[4]}},
+      {L"",
+       {{}, kNoReason},
+       31,
+       {L"", L"\\a", L"\\f"},
+       L"-",
+       false,
+       31,
+       {all[0], all[1], all[2], L"list \\f 31", all[4]}},
+      {L"",
+       {{{L"g"}}, 0, kNoReason},
+       31,
+       {L"", L"\\a", L"\\f", L"\\f\\g"},
+       L"-",
+       false,
+       31,
+       {all[0], all[1], all[2], all[3], L"list \\f 31", all[4]}},
       {L"\\a", {{{L"g"}}}, 5, {L""}, L"\\f\\g", false, 5, {all[0], L"\\a 5", all[2], all[3]}},
       {L"", {{{L"g"}}}, 0, {L"", L"\\a", L"\\f", L"\\f\\g", L"\\z"}, L"", false, 1223, {all[0]}},
   };

@@ -1,19 +1,26 @@
 #include <vtclass/win32.h>
 
+#include "platform/failure_code.h"
 #include "platform/owned.h"
 #include "vtclass/security.h"
 
+using vtclass::platform::FailureCode;
 using vtclass::platform::OwnedKernelObject;
 
 namespace {
 
-// The thread's token, else the process's; empty when neither can be opened.
+// The thread's token, else the process's; empty, with the thread's last error, when neither can be
+// opened.
 OwnedKernelObject TokenToChange(bool openAsSelf) noexcept {
   HANDLE token = nullptr;
-  if (::OpenThreadToken(::GetCurrentThread(), MAXIMUM_ALLOWED, openAsSelf, &token) ||
-      ::OpenProcessToken(::GetCurrentProcess(), MAXIMUM_ALLOWED, &token)) {
+  if (::OpenThreadToken(::GetCurrentThread(), MAXIMUM_ALLOWED, openAsSelf, &token)) {
     return OwnedKernelObject(token);
   }
+  ::SetLastError(ERROR_SUCCESS);
+  if (::OpenProcessToken(::GetCurrentProcess(), MAXIMUM_ALLOWED, &token)) {
+    return OwnedKernelObject(token);
+  }
+  ::SetLastError(FailureCode());
   return {};
 }
 
@@ -32,6 +39,8 @@ int AssertPrivilege(const wchar_t* privilegeName, int openAsSelf) noexcept {
   }
   // The call succeeds although the token lacks the privilege; only the last error tells.
   ::SetLastError(ERROR_SUCCESS);
-  ::AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr);
+  if (!::AdjustTokenPrivileges(token.Get(), FALSE, &change, 0, nullptr, nullptr)) {
+    ::SetLastError(FailureCode());
+  }
   return ::GetLastError() == ERROR_SUCCESS;
 }

@@ -3,6 +3,7 @@
 #include <accctrl.h>
 #include <aclapi.h>
 
+#include "platform/failure_code.h"
 #include "platform/owned.h"
 
 using vtclass::platform::OwnedFile;
@@ -47,26 +48,28 @@ class NamedObject {
   wchar_t* path;  // only read
 };
 
-// A link itself. Each step opens it anew, because only the steps before it give the right to.
-class LinkObject {
+// A reparse point itself. Each step opens it anew, because only the steps before it give the right
+// to.
+class ReparsePoint {
  public:
-  explicit LinkObject(const wchar_t* path) noexcept : path(path) {}
+  explicit ReparsePoint(const wchar_t* path) noexcept : path(path) {}
 
   DWORD SetOwner(PSID owner) const noexcept {
-    return Opened(WRITE_OWNER, [&](HANDLE link) {
-      return ::SetSecurityInfo(link, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, owner, nullptr,
+    return Opened(WRITE_OWNER, [&](HANDLE point) {
+      return ::SetSecurityInfo(point, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION, owner, nullptr,
                                nullptr, nullptr);
     });
   }
   DWORD GetList(PACL* list, PSECURITY_DESCRIPTOR* holder) const noexcept {
-    return Opened(READ_CONTROL, [&](HANDLE link) {
-      return ::GetSecurityInfo(link, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+    return Opened(READ_CONTROL, [&](HANDLE point) {
+      return ::GetSecurityInfo(point, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
                                list, nullptr, holder);
     });
   }
   DWORD SetList(PACL list) const noexcept {
-    return Opened(WRITE_DAC, [&](HANDLE link) {
-      return ::SetSecurityInfo(link, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+    // To set the list the system may look at the former one.
+    return Opened(READ_CONTROL | WRITE_DAC, [&](HANDLE point) {
+      return ::SetSecurityInfo(point, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
                                list, nullptr);
     });
   }
@@ -74,10 +77,11 @@ class LinkObject {
  private:
   template <typename Work>
   DWORD Opened(DWORD access, Work work) const noexcept {
-    const OwnedFile link(::CreateFileW(
+    ::SetLastError(ERROR_SUCCESS);
+    const OwnedFile point(::CreateFileW(
         path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-    return link ? work(link.Get()) : ::GetLastError();
+    return point ? work(point.Get()) : platform::FailureCode();
   }
 
   const wchar_t* path;
@@ -126,6 +130,8 @@ DWORD TakeOverObject(const Object& object) noexcept {
 }  // namespace
 
 DWORD TakeOver(const wchar_t* path) noexcept { return TakeOverObject(NamedObject(path)); }
-DWORD TakeOverLink(const wchar_t* path) noexcept { return TakeOverObject(LinkObject(path)); }
+DWORD TakeOverReparsePoint(const wchar_t* path) noexcept {
+  return TakeOverObject(ReparsePoint(path));
+}
 
 }  // namespace vtclass::security

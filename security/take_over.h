@@ -9,8 +9,8 @@ namespace vtclass::security {
  * TakeOwnership. 0, or the status of the call that failed. */
 DWORD TakeOver(const wchar_t* path) noexcept;
 
-/* The same for a link, junction or mount point itself, not for what it leads to. */
-DWORD TakeOverLink(const wchar_t* path) noexcept;
+/* The same for a reparse point itself, such as a link, not for what it leads to. */
+DWORD TakeOverReparsePoint(const wchar_t* path) noexcept;
 
 }  // namespace vtclass::security
 

@@ -14,15 +14,22 @@
  *   if (!scope) return scope.GetErrorCode();
  *   ...  // this thread reads the account's data
  *
- * Failures: nothing here throws. Codes are the platform's (Win32).
+ * Failures: nothing here throws. Codes are the platform's (Win32); 31 where the platform refuses
+ * without one. A failure is never told as 0, nor by an older last error.
  *
  * Traces: what the logon does goes to VTTrace of vtstdutl.dll (source "impersonator", level 0), so
  * to whatever sink the host has installed. That library lies in the folder of this one and loads at
- * the first trace, with the rights of the process; where it is missing there are no traces and all
- * else is as ever. The sink runs on the thread that traces, while that acts as the account, too.
- * The text of an error is the product's where ErrorMessageBase has loaded the message library and
- * that has one, else the system's, up to its first insert; without either it is the number.
- * Passwords are in no trace, and the library makes no copy of one.
+ * the first trace; where it is missing there are no traces and all else is as ever. The sink runs
+ * on the thread that traces, while that acts as the account, too. The text of an error is the
+ * product's where ErrorMessageBase has loaded the message library and that has one, else the
+ * system's, up to its first insert; without either it is the number. Passwords are in no trace, and
+ * the library makes no copy of one.
+ *
+ * Companion libraries (that of the traces, vtsocket and vtcluster for the domain's name) load at
+ * their first call, with the rights of the process: the thread's token is set aside meanwhile and
+ * put back. Where the system refuses to put it back the process ends (std::terminate): it never
+ * goes on with the rights of the process in the place of the account's. A token that can be neither
+ * opened nor set aside stays, and the library loads with its rights.
  */
 
 /* Accounts, groups and descriptors. All operations are static and may be called on any thread. */
@@ -165,7 +172,9 @@ VTCLASS_API int AssertPrivilege(const wchar_t* privilegeName, int openAsSelf) no
  * stays. Refused with 87, and nothing is touched: null, the empty path, slashes and backslashes
  * alone.
  *
- * `path` may have any length, and may begin with "\\?\".
+ * `path` may have any length, and may begin with "\\?\". The name of a device (NUL, COM1), where
+ * the system sees one, is the device. A path that the system cannot make absolute, such as blanks
+ * alone, is refused with the system's reason, 123 where it tells none.
  * An object without an access list, which everybody may use, has that one entry afterwards.
  *
  * Threads: any.
@@ -182,8 +191,11 @@ VTCLASS_API int TakeOwnership(const wchar_t* path) noexcept;
  * current folder counts when the call begins. A file is taken over, and then answers 0: it has no
  * entries to list.
  *
- * Links, junctions and mount points below `path` are taken over themselves and not followed, so a
- * planted one leads nowhere. `path` itself may be one: the folder that it leads to is walked.
+ * Reparse points below `path` are taken over themselves, not what they lead to. Links are not
+ * followed, so a planted one leads nowhere: what stands for another place by its tag's bit
+ * 0x20000000 (symbolic links, junctions, mount points), and what the system tells no tag of.
+ * Folders with other reparse points (of cloud storage, of containers) are walked like any folder.
+ * `path` itself may be a link: the folder that it leads to is walked.
  * Who may write into the tree while it is walked can put a link in the place of a folder between
  * its listing and its turn: take no tree over by this that a stranger is still at work in.
  * How deep the tree is does not matter, nor what its names are made of; 0 with 8 when memory runs
@@ -206,7 +218,8 @@ class ImpersonationScope {
   ImpersonationScope(const ImpersonationScope&) = delete;
   ImpersonationScope& operator=(const ImpersonationScope&) = delete;
 
-  /* True while the thread acts as the account. */
+  /* True from a successful logon until End: the thread acts as the account. False after End also
+   * where the system refused to revert, which only WhoAmI shows then. */
   explicit operator bool() const noexcept { return token != nullptr; }
 
   /* Why it does not: the refused logon's reason or that of the refused impersonation; 0 when it
@@ -231,8 +244,8 @@ enum OwnershipStep : int {
 };
 
 /*
- * Told of each entry in the order of the walk. `path` is absolute, begins with "\\?\" (that of
- * a device with "\\.\") and lives until the report returns; `status` is 0 or the reason of the
+ * Told of each entry in the order of the walk. `path` is absolute, begins with "\\?\" and lives
+ * until the report returns; `status` is 0 or the reason of the
  * failure; `context` is the caller's. True: the walk goes on, behind a failure too, and skips only
  * what it could not list. False: it ends. Called on the thread that walks; what it throws ends the
  * walk and is told to the debugger.

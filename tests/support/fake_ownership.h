@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
+#include "tests/support/no_reason.h"
 
 namespace vtclass::test {
 
@@ -25,6 +26,7 @@ constexpr DWORD kLink = FILE_ATTRIBUTE_REPARSE_POINT;
 struct Entry {
   std::wstring name;
   DWORD attributes = 0;
+  DWORD tag = IO_REPARSE_TAG_SYMLINK;
 };
 
 // A folder as it is listed: its entries, and why that begins or ends otherwise than it should.
@@ -32,6 +34,7 @@ struct Listing {
   std::vector<Entry> entries;
   DWORD beginError = ERROR_SUCCESS;
   DWORD endError = ERROR_NO_MORE_FILES;
+  bool isThere = true;
 };
 
 // What the system is asked, in words, and what it answers. Ownership is played: changing it takes
@@ -50,7 +53,8 @@ inline OwnershipPlay ownership;
 
 inline DWORD Ask(const std::wstring& question, const std::wstring& path = L"-") {
   ownership.asked.push_back(question + L" " + path);
-  ::SetLastError(ERROR_GEN_FAILURE);  // these functions report by their result alone
+  // These functions report by their result alone. This code would end a listing.
+  ::SetLastError(ERROR_NO_MORE_FILES);
   return ownership.asked.size() == ownership.failAt || path == ownership.failAtPath ? ownership.code
                                                                                     : 0;
 }
@@ -124,11 +128,13 @@ inline HLOCAL WINAPI FreeBuffer(HLOCAL buffer) {
 
 inline HANDLE WINAPI OpenLink(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES,
                               DWORD disposition, DWORD flags, HANDLE) {
+  const DWORD before = ::GetLastError();
   EXPECT_EQ(share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE});
   EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
   EXPECT_EQ(flags, DWORD{FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT});
   const DWORD status = Ask(L"open " + std::to_wstring(access >> 16), path);
-  ::SetLastError(status);
+  ::SetLastError(before);
+  TellReason(status);
   if (status != ERROR_SUCCESS) return INVALID_HANDLE_VALUE;
   ++ownership.open;
   return ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
@@ -141,11 +147,11 @@ inline BOOL WINAPI CloseLink(HANDLE link) {
 inline BOOL WINAPI FindNext(HANDLE search, LPWIN32_FIND_DATAW found) {
   const auto known = ownership.searches.find(search);
   if (known == ownership.searches.end()) return ::FindNextFileW(search, found);
-  auto& [entries, beginError, endError] = known->second;
-  ::SetLastError(endError);
-  if (entries.empty()) return FALSE;
+  auto& entries = known->second.entries;
+  if (entries.empty()) return TellReason(known->second.endError), FALSE;
   wcscpy(found->cFileName, entries.front().name.c_str());
   found->dwFileAttributes = entries.front().attributes;
+  found->dwReserved0 = entries.front().tag;
   entries.erase(entries.begin());
   return TRUE;
 }
@@ -164,10 +170,15 @@ inline HANDLE WINAPI FindFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW found) {
     ownership.searches[search] = std::move(listing);
     FindNext(search, found);
   } else {
-    ::SetLastError(known->second.beginError);
+    TellReason(known->second.beginError);
   }
   if (search != INVALID_HANDLE_VALUE) ++ownership.open;
   return search;
+}
+inline DWORD WINAPI Attributes(LPCWSTR path) {
+  const auto known = ownership.folders.find(path);
+  if (known == ownership.folders.end()) return ::GetFileAttributesW(path);
+  return known->second.isThere ? kFolder : INVALID_FILE_ATTRIBUTES;
 }
 inline BOOL WINAPI FindEnd(HANDLE search) {
   --ownership.open;
@@ -209,6 +220,8 @@ class FakeOwnership {
   const ImportHook<decltype(::CloseHandle)> closeLink{"KERNEL32.dll", "CloseHandle", &CloseLink};
   const ImportHook<decltype(::FindFirstFileW)> first{"KERNEL32.dll", "FindFirstFileW", &FindFirst};
   const ImportHook<decltype(::FindNextFileW)> next{"KERNEL32.dll", "FindNextFileW", &FindNext};
+  const ImportHook<decltype(::GetFileAttributesW)> attributes{"KERNEL32.dll", "GetFileAttributesW",
+                                                              &Attributes};
   const ImportHook<decltype(::FindClose)> end{"KERNEL32.dll", "FindClose", &FindEnd};
 };
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/support/import_hook.h"
+#include "tests/support/no_reason.h"
 #include "tests/support/private_registry.h"
 #include "tests/support/token_copy.h"
 #include "vtclass/product.h"
@@ -41,7 +42,7 @@ inline BOOL WINAPI PlayLogon(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWO
   played.user = user;
   played.type = type;
   played.password = password;
-  ::SetLastError(played.logonError);
+  TellReason(played.logonError);
   if (played.logonError != ERROR_SUCCESS) return FALSE;
   *token = TokenCopy().Release();
   return played.tokens.insert(*token).second;
@@ -53,7 +54,7 @@ inline BOOL WINAPI PlayClose(HANDLE token) {
 
 inline BOOL WINAPI PlayImpersonation(HANDLE token) {
   if (played.impersonationError == ERROR_SUCCESS) return ::ImpersonateLoggedOnUser(token);
-  ::SetLastError(played.impersonationError);
+  TellReason(played.impersonationError);
   return FALSE;
 }
 

@@ -30,8 +30,8 @@ using VTTraceSink = void (*)(const wchar_t* source, unsigned long level, const w
 /*
  * Traces one text. `format` and what follows it are those of Microsoft's C run time for wide text
  * (%s is wide); a null `source` or `format` counts as empty. A text of more than 1,023 characters
- * is cut there; one that cannot be formatted gives the format itself. Carriage returns and line
- * feeds at the end are taken off.
+ * is cut there, or before a surrogate pair that the cut would halve; one that cannot be formatted
+ * gives the format itself. Carriage returns and line feeds at the end are taken off.
  *
  * Without a sink the debugger gets "source: text" and a line feed.
  *

@@ -94,10 +94,11 @@ TEST(WhoAmI, EachCallMayFail_AndNothingOfAnotherAccountIsTold) {
     for (bool failed = true; failed;) {
       ++calls.failAt;
       wcstring domain = L"old domain", user = L"old user", both;
-      // What the system would say of a thread that acts as the process.
-      ::SetLastError(ERROR_NO_TOKEN);
       calls.reason = kNoReason;
-      With(calls, [&] { EXPECT_FALSE(Impersonator::WhoAmI(domain, user)); });
+      With(calls, [&] {
+        ::SetLastError(ERROR_NO_TOKEN);  // would say that the thread acts as the process
+        EXPECT_FALSE(Impersonator::WhoAmI(domain, user));
+      });
       calls.reason = ERROR_ACCESS_DENIED;
       With(calls, [&] { both = Impersonator::WhoAmI(); });
       failed = calls.count >= calls.failAt;
@@ -220,8 +221,8 @@ TEST(AssertPrivilege, UnknownNamesSucceed_FailuresAreTold) {
     Calls calls{.failAt = failAt};
     for (const auto& [reason, told] : {std::pair{5ul, 5u}, std::pair{kNoReason, 31u}}) {
       calls.reason = reason;
-      ::SetLastError(ERROR_FILE_NOT_FOUND);
       With(calls, [&] {
+        ::SetLastError(ERROR_FILE_NOT_FOUND);
         EXPECT_EQ(AssertPrivilege(kHeld, FALSE), 0);
         EXPECT_EQ(::GetLastError(), told);
       });

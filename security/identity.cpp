@@ -36,6 +36,7 @@ Bytes CurrentUser() noexcept {
   const OwnedKernelObject token = CurrentToken();
   if (!token) return nullptr;
   DWORD size = 0;
+  ::SetLastError(ERROR_SUCCESS);
   if (::GetTokenInformation(token.Get(), TokenUser, nullptr, 0, &size) ||
       ::GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
     return nullptr;
@@ -57,6 +58,7 @@ Names NamesOf(PSID sid) {
   DWORD userRoom = 0;
   DWORD domainRoom = 0;
   SID_NAME_USE use = SidTypeUnknown;
+  ::SetLastError(ERROR_SUCCESS);
   if (::LookupAccountSidW(nullptr, sid, nullptr, &userRoom, nullptr, &domainRoom, &use) ||
       ::GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
     return {};

@@ -84,7 +84,7 @@ TEST_F(Ownership, Paths_AreResolvedOnce_AndRootsKeepTheirBackslash) {
   // What the system answers for blanks.
   for (const auto& [reason, status] : {std::pair{kNoReason, 123u}, std::pair{206ul, 206u}}) {
     const auto noPath = Replace<decltype(::GetFullPathNameW)>(
-        "GetFullPathNameW", [=](auto...) { return TellReason(reason), 0; });
+        "GetFullPathNameW", [=](auto...) { return TellReason(reason), DWORD{0}; });
     ::SetLastError(ERROR_ACCESS_DENIED);
     EXPECT_EQ(TakeOwnership(L" "), 0);
     EXPECT_EQ(::GetLastError(), status);

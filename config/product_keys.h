@@ -50,12 +50,11 @@ inline constexpr ProductKey kOracleAgentKey = {
     "The Oracle agent's databases: a subkey each, named after the database, with these values. The "
     "product only reads them."};
 
-inline constexpr ProductKey kAgentsKey = {VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
-                                          "How the agent advertises this machine to media servers, "
-                                          "and in `LogonUserType` how it logs the "
-                                          "account of a job on: the product only reads that value, "
-                                          "and only where it could write the key. "
-                                          "Nothing missing is stored."};
+inline constexpr ProductKey kAgentsKey = {
+    VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
+    "How the agent advertises this machine to media servers, and in `LogonUserType` how it logs "
+    "the account of a job on: the product only reads that value, and only where it could write "
+    "the key. Nothing missing is stored."};
 
 inline constexpr ProductKey kInstallKey = {
     VTCLASS_UNDER_ROOTS("\\13.0\\Install"),

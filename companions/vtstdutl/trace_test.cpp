@@ -62,7 +62,7 @@ TEST_F(Trace, LongText_IsCut) {
   VTTrace(L"a", 1, L"%s", text.c_str());
   EXPECT_EQ(kept.text, L"a/1/" + text.substr(0, 1023) + L";");
   // A character of two units is not halved; half a one that is no cut's work stays.
-  for (const auto& [before, after] : {std::pair{1021, 1023}, std::pair{1022, 1022}}) {
+  for (const auto& [before, after] : {std::pair{1021u, 1023u}, std::pair{1022u, 1022u}}) {
     kept.text.clear();
     const std::wstring pair = text.substr(0, before) + L"\xD83D\xDE00y";
     VTTrace(L"a", 1, L"%s", pair.c_str());

@@ -28,8 +28,8 @@
  * Companion libraries (that of the traces, vtsocket and vtcluster for the domain's name) load at
  * their first call, with the rights of the process: the thread's token is set aside meanwhile and
  * put back. Where the system refuses to put it back the process ends (std::terminate): it never
- * goes on with the rights of the process in the place of the account's. A token that can be neither
- * opened nor set aside stays, and the library loads with its rights.
+ * goes on with the rights of the process in the place of the account's. A token that cannot be
+ * opened, or not be set aside, stays, and the library loads with its rights.
  */
 
 /* Accounts, groups and descriptors. All operations are static and may be called on any thread. */
@@ -245,10 +245,9 @@ enum OwnershipStep : int {
 
 /*
  * Told of each entry in the order of the walk. `path` is absolute, begins with "\\?\" and lives
- * until the report returns; `status` is 0 or the reason of the
- * failure; `context` is the caller's. True: the walk goes on, behind a failure too, and skips only
- * what it could not list. False: it ends. Called on the thread that walks; what it throws ends the
- * walk and is told to the debugger.
+ * until the report returns; `status` is 0 or the reason of the failure; `context` is the caller's.
+ * True: the walk goes on, behind a failure too, and skips only what it could not list. False: it
+ * ends. Called on the thread that walks; what it throws ends the walk and is told to the debugger.
  */
 using OwnershipReport = bool (*)(OwnershipStep step, const wchar_t* path, unsigned long status,
                                  void* context);

@@ -12,19 +12,20 @@ target_link_libraries(vtclass_mini PRIVATE advapi32)
 
 vtclass_dll(vtclass_mini "${PROJECT_DESCRIPTION}")
 
-# vtclass_delay_companions(target): the companions load at the first call of one of their functions.
-# Only functions are imported from them, and the target says what happens where one is missing.
+# vtclass_delay_companions(target companions...): they load at the first call of one of their
+# functions. Only functions are imported from them, and the target says what happens where one is
+# missing.
 function(vtclass_delay_companions target)
-  set(delayed vtsocket.dll vtcluster.dll)
+  set(delayed ${ARGN})
   if(MSVC)
-    list(TRANSFORM delayed PREPEND /DELAYLOAD:)
+    list(TRANSFORM delayed REPLACE "(.+)" "/DELAYLOAD:\\1.dll")
   else()
-    list(TRANSFORM delayed PREPEND LINKER:--delayload=)
+    list(TRANSFORM delayed REPLACE "(.+)" "LINKER:--delayload=\\1.dll")
   endif()
   target_link_options(${target} PRIVATE ${delayed})
   target_link_libraries(${target} PRIVATE delayimp)
 endfunction()
 
-# A host that never asks for a host's name or a cluster does not pay for them. Imported plainly, they
-# make loading this DLL five times as slow.
-vtclass_delay_companions(vtclass_mini)
+# A host that never asks for a host's name or a cluster and never logs an account on does not pay
+# for them. Imported plainly, they make loading this DLL five times as slow.
+vtclass_delay_companions(vtclass_mini vtsocket vtcluster vtstdutl)

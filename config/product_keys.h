@@ -52,7 +52,9 @@ inline constexpr ProductKey kOracleAgentKey = {
 
 inline constexpr ProductKey kAgentsKey = {
     VTCLASS_UNDER_ROOTS("\\Engine\\Agents"),
-    "How the agent advertises this machine to media servers. Nothing missing is stored."};
+    "How the agent advertises this machine to media servers, and in `LogonUserType` how it logs "
+    "the account of a job on: the product only reads that value, and only where it could write "
+    "the key. Nothing missing is stored."};
 
 inline constexpr ProductKey kInstallKey = {
     VTCLASS_UNDER_ROOTS("\\13.0\\Install"),

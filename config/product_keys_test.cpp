@@ -13,7 +13,7 @@ TEST(ProductKeys, EveryPath_LiesUnderTheRootOfTheSelectedProduct) {
     const std::wstring root = kProductRoot.Path();
     EXPECT_EQ(root.find(L"Quorrel") != std::wstring::npos, product == 1);
     for (const ProductKey& key :
-         {kLoggingKey, kDebugKey, kTcpIpKey, kOracleAgentKey, kSessionKey}) {
+         {kLoggingKey, kDebugKey, kTcpIpKey, kAgentsKey, kOracleAgentKey, kSessionKey}) {
       EXPECT_EQ(std::wstring(key.Path()).find(root + L"\\"), 0u);
     }
   }

@@ -189,6 +189,13 @@ inline constexpr RegistryValue kOracleDbId = {
     {words::kEachTime, words::kNames, "The identifier of the database."}};
 
 // The agents key.
+inline constexpr RegistryValue kLogonUserType = {
+    {kAgentsKey, L"LogonUserType"},
+    {ValueKind::number},
+    {"at each logon", "agents that act as a job's account",
+     "How the account is logged on, by the system's number, whatever it is: 2 interactive, 3 "
+     "network, 4 batch, 5 service, 7 unlock, 8 network in clear text, 9 new credentials.",
+     "4; on systems before version 6 it is 2"}};
 inline constexpr RegistryValue kAdvertisingDisabled = {
     {kAgentsKey, L"Advertising Disabled"},
     {ValueKind::number, 0},
@@ -347,6 +354,7 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kOracleSid,
     &kOracleIsRac,
     &kOracleDbId,
+    &kLogonUserType,
     &kAdvertisingDisabled,
     &kMediaServers,
     &kPurgePending,

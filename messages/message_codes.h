@@ -9,6 +9,7 @@
  * only then does the job log write an identifier, facility 0x051 in bits 16 to 27, and the message
  * id in the lower 16 bits. The message id ends each written identifier, so support staff find the
  * text by it: "Q-79-41041-4001" is the warning 4001, "Q-79-57425-5001" the error 5001.
+ * FormatMessageW finds the text of a code in the message table of the message library.
  *
  * Operators and scripts filter by these identifiers; they stay the same in every release.
  */

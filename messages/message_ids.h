@@ -10,6 +10,9 @@
  * Each text is a format of the wide msvcrt printf: %s takes a const wchar_t*, %u an unsigned.
  * Numbers that need grouping or units come as text. The English texts in vterrors_en.rc show the
  * arguments and their order, which is the same in every language.
+ *
+ * Warnings are 4000 to 4999, errors 5000 to 5999: message_table.cmake makes the message tables by
+ * these ranges and in the order in which the ids stand here, which is ascending.
  */
 
 /* Header of the job log. */

@@ -66,6 +66,45 @@ TEST(Vterrors, Texts_AreCleanLinesOfTheirLanguage_WithTheArgumentsOfTheEnglishOn
   }
 }
 
+// The text of a code in the message table; "" when there is none.
+std::wstring MessageOf(HMODULE module, long code) {
+  wchar_t text[1024] = L"";
+  ::FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS, module,
+                   static_cast<DWORD>(code), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), text,
+                   ARRAYSIZE(text), nullptr);
+  return text;
+}
+
+// "%s: %u" as "%1: %2!u!" and a line feed.
+std::wstring AsMessage(std::wstring text) {
+  int number = 0;
+  for (size_t at = text.find(L'%'); at != std::wstring::npos; at = text.find(L'%', at + 1)) {
+    const std::wstring insert = std::to_wstring(++number);
+    text.replace(at + 1, 1, text[at + 1] == L'u' ? insert + L"!u!" : insert);
+  }
+  return text + L"\r\n";
+}
+
+TEST(Vterrors, MessageTable_HoldsWarningsAndErrorsUnderTheirCodes_AndNoOthers) {
+  using vtclass::messages::ErrorCode;
+  using vtclass::messages::WarningCode;
+  for (const Library& library : kLibraries) {
+    SCOPED_TRACE(library.file);
+    const vtclass::platform::OwnedModule module(
+        ::LoadLibraryExW(library.file, nullptr, DONT_RESOLVE_DLL_REFERENCES));
+    for (const auto& [id, text] : Read(library.file)) {
+      const bool isWarning = id / 1000 == 4, isError = id / 1000 == 5;
+      EXPECT_EQ(MessageOf(module.Get(), WarningCode(id)), isWarning ? AsMessage(text) : L"");
+      EXPECT_EQ(MessageOf(module.Get(), ErrorCode(id)), isError ? AsMessage(text) : L"");
+      EXPECT_EQ(MessageOf(module.Get(), static_cast<long>(id)), L"") << "a number of the system's";
+    }
+  }
+  const vtclass::platform::OwnedModule english(
+      ::LoadLibraryExW(L"vterrors_EN.dll", nullptr, DONT_RESOLVE_DLL_REFERENCES));
+  EXPECT_EQ(MessageOf(english.Get(), vtclass::messages::kCodeFilePartlyRead),
+            L"%1 is shorter than expected: %2 of %3 bytes were read.\r\n");
+}
+
 TEST(MessageCodes, Code_CarriesSeverityCustomerBitAndMessage) {
   using namespace vtclass::messages;
   EXPECT_EQ(static_cast<unsigned long>(kCodeAccessDenied), 0xA0510FA1UL);

@@ -12,12 +12,12 @@
 #include "platform/owned.h"
 #include "platform/this_module.h"
 
-// The libraries vtsocket and vtcluster load at the first call of one of their functions. They lie
-// beside this DLL. The linker's helper would look for them by name alone, in the folder of the host
-// program and in the current one: it would miss them where the host lies elsewhere, or meet a
-// stranger's file. Where one is missing, damaged or of another release, the helper would raise a
-// structured exception, which nobody expects of a question for a name; the exception thrown here is
-// one that every caller in this DLL turns into a status.
+// The libraries vtsocket, vtcluster and vtstdutl load at the first call of one of their functions.
+// They lie beside this DLL. The linker's helper would look for them by name alone, in the folder of
+// the host program and in the current one: it would miss them where the host lies elsewhere, or
+// meet a stranger's file. Where one is missing, damaged or of another release, the helper would
+// raise a structured exception, which nobody expects of a question for a name; the exception thrown
+// here is one that every caller in this DLL turns into a status.
 //
 // They load with the rights of the process: the account of a job, which the calling thread may
 // impersonate, need not be able to read the folder of the product.

@@ -2,6 +2,7 @@
 
 #include <sddl.h>
 
+#include "platform/failure_code.h"
 #include "vtclass/security.h"
 
 // Protected, so that nothing inherited from above widens it; full access, passed on to subkeys and
@@ -12,7 +13,11 @@ static constexpr wchar_t kAdminAndBackupOperators[] =
 bool CNTSecurity::CreateSecurityAttribWithAdminAndBackupOper(SECURITY_ATTRIBUTES& attributes) {
   attributes = {};
   attributes.nLength = sizeof(attributes);
-  return ::ConvertStringSecurityDescriptorToSecurityDescriptorW(
-             kAdminAndBackupOperators, SDDL_REVISION_1, &attributes.lpSecurityDescriptor,
-             nullptr) != FALSE;
+  ::SetLastError(ERROR_SUCCESS);
+  if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(
+          kAdminAndBackupOperators, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr)) {
+    return true;
+  }
+  ::SetLastError(vtclass::platform::FailureCode());
+  return false;
 }

@@ -4,14 +4,19 @@
 #include <gtest/gtest.h>
 #include <sddl.h>
 
+#include <utility>
+
 #include "platform/owned.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/no_reason.h"
 #include "vtclass/security.h"
 
 namespace {
 
 using vtclass::platform::OwnedLocalMemory;
-using vtclass::test::ImportHook;
+using vtclass::test::kNoReason;
+using vtclass::test::Replace;
+using vtclass::test::TellReason;
 
 TEST(CNTSecurity, AdminAndBackupOper_GrantsFullAccessToThemAndNobodyElse) {
   SECURITY_ATTRIBUTES attributes;
@@ -43,18 +48,17 @@ TEST(CNTSecurity, AdminAndBackupOper_GrantsFullAccessToThemAndNobodyElse) {
   EXPECT_EQ(acl->AceCount, i);
 }
 
-BOOL WINAPI RefuseDescriptor(LPCWSTR, DWORD, PSECURITY_DESCRIPTOR*, PULONG) {
-  ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  return FALSE;
-}
-
 TEST(CNTSecurity, AdminAndBackupOper_PlatformRefuses_LeavesNullDescriptor) {
-  const ImportHook<decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW)> hook(
-      "ADVAPI32.dll", "ConvertStringSecurityDescriptorToSecurityDescriptorW", &RefuseDescriptor);
-  SECURITY_ATTRIBUTES attributes;
-  EXPECT_FALSE(CNTSecurity::CreateSecurityAttribWithAdminAndBackupOper(attributes));
-  EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
-  EXPECT_EQ(attributes.lpSecurityDescriptor, nullptr);
+  for (const auto& [reason, told] : {std::pair{8ul, 8u}, std::pair{kNoReason, 31u}}) {
+    const auto hook = Replace<decltype(::ConvertStringSecurityDescriptorToSecurityDescriptorW)>(
+        "ConvertStringSecurityDescriptorToSecurityDescriptorW",
+        [=](auto...) { return TellReason(reason), FALSE; });
+    SECURITY_ATTRIBUTES attributes;
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(CNTSecurity::CreateSecurityAttribWithAdminAndBackupOper(attributes));
+    EXPECT_EQ(::GetLastError(), told);
+    EXPECT_EQ(attributes.lpSecurityDescriptor, nullptr);
+  }
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ TEST(Image, Companions_LoadAtTheFirstCall) {
   for (; descriptor->DllNameRVA != 0; ++descriptor) {
     names.insert(reinterpret_cast<const char*>(image + descriptor->DllNameRVA));
   }
-  EXPECT_EQ(names, (std::set<std::string>{"vtcluster.dll", "vtsocket.dll"}));
+  EXPECT_EQ(names, (std::set<std::string>{"vtcluster.dll", "vtsocket.dll", "vtstdutl.dll"}));
 }
 
 TEST(Image, VersionResource_NamesTheLibrary) {

@@ -39,7 +39,12 @@ void Format(wchar_t (&text)[kLongestText], const wchar_t* format, va_list argume
   // The C run time answers -1 for a text that is too long, which is cut, and for a format that it
   // refuses, which leaves nothing.
   if (length < 0 && text[0] == L'\0') wcsncpy(text, format, kLongestText - 1);
-  for (size_t end = wcslen(text); end > 0 && text[end - 1] == L'\n'; --end) text[end - 1] = L'\0';
+  // No half of a character stays at the cut.
+  wchar_t& last = text[kLongestText - 2];
+  if (length < 0 && IS_HIGH_SURROGATE(last)) last = L'\0';
+  // The system's own texts end with both.
+  const auto isLineEnd = [](wchar_t unit) { return unit == L'\n' || unit == L'\r'; };
+  for (size_t end = wcslen(text); end > 0 && isLineEnd(text[end - 1]); --end) text[end - 1] = L'\0';
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/owned.h"
 #include "tests/support/eventually.h"
@@ -49,8 +50,8 @@ TEST_F(Trace, Text_GoesToTheSinkAndOtherwiseToTheDebugger) {
   EXPECT_EQ(::GetLastError(), 4711u);
   debugger.clear();
   VTSetTraceSink(&Kept::Sink, &kept);
-  VTTrace(L"net", 2, L"%s\n\n", L"host");
-  EXPECT_EQ(kept.text, L"net/2/host;");
+  VTTrace(L"net", 2, L"%s\r\n\n\r\n", L"ho\r\nst");
+  EXPECT_EQ(kept.text, L"net/2/ho\r\nst;");
   EXPECT_EQ(debugger, L"");
   EXPECT_EQ(::GetLastError(), 4711u);
 }
@@ -60,6 +61,17 @@ TEST_F(Trace, LongText_IsCut) {
   const std::wstring text(3000, L'x');
   VTTrace(L"a", 1, L"%s", text.c_str());
   EXPECT_EQ(kept.text, L"a/1/" + text.substr(0, 1023) + L";");
+  // A character of two units is not halved; half a one that is no cut's work stays.
+  for (const auto& [before, after] : {std::pair{1021u, 1023u}, std::pair{1022u, 1022u}}) {
+    kept.text.clear();
+    const std::wstring pair = text.substr(0, before) + L"\xD83D\xDE00y";
+    VTTrace(L"a", 1, L"%s", pair.c_str());
+    EXPECT_EQ(kept.text, L"a/1/" + pair.substr(0, after) + L";");
+  }
+  kept.text.clear();
+  const std::wstring half = text.substr(0, 1022) + L"\xD83D";
+  VTTrace(L"a", 1, L"%s", half.c_str());
+  EXPECT_EQ(kept.text, L"a/1/" + half + L";");
   VTSetTraceSink(nullptr, nullptr);
   debugger.clear();
   VTTrace(text.c_str(), 1, L"%s", text.c_str());

@@ -1,9 +1,11 @@
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
 
 #include "config/registry_values.h"
 #include "log/messages/message_language.h"
+#include "log/messages/message_library.h"
 #include "log/messages/string_resource_state.h"
 #include "platform/no_throw.h"
 #include "vtclass/config.h"
@@ -24,6 +26,9 @@ struct Registration {
   HINSTANCE module VTCLASS_GUARDED_BY(section) = nullptr;
   std::unique_ptr<StringResourceMgr> messages VTCLASS_GUARDED_BY(section);
 };
+
+// The file of those messages, for threads that may be killed: they must not hold the lock.
+constinit std::atomic<HMODULE> loadedLibrary{nullptr};
 
 // Made on first use and gone with the library; what it then unloads has no code of its own.
 Registration& Shared() {
@@ -63,6 +68,7 @@ void ErrorMessageBase::set_ModuleInstance(HINSTANCE module) {
   Registration& registration = Shared();
   const ScopedLock lock(registration.section);
   registration.module = module;
+  loadedLibrary = nullptr;
   registration.messages.reset();
 }
 
@@ -75,6 +81,7 @@ StringResourceMgr ErrorMessageBase::GetMessages() {
   const ScopedLock lock(registration.section);
   if (!registration.messages) {
     registration.messages = std::make_unique<StringResourceMgr>(Load(registration.module));
+    loadedLibrary = registration.messages->state->Library();
   }
   return *registration.messages;
 }
@@ -102,4 +109,15 @@ StringResourceMgr ErrorMessageBase::Load(HINSTANCE module) {
     error = library ? ERROR_SUCCESS : ::GetLastError();
   }
   return StringResourceMgr(new StringResourceMgr::State(std::move(library), error));
+}
+
+OwnedModule vtclass::log::HoldMessageLibrary() noexcept {
+  OwnedModule held;
+  const HMODULE library = loadedLibrary;
+  // One that has been given up since is not found.
+  if (library) {
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(library),
+                         held.Receive());
+  }
+  return held;
 }

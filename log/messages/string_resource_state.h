@@ -24,6 +24,9 @@ class StringResourceMgr::State {
 
   DWORD LoadError() const { return loadError; }
 
+  /* The library that it owns; null for a module of somebody else, and without one. */
+  HMODULE Library() const { return library.Get(); }
+
   /* The text of `id`. It stays where it is, unchanged, while the state lives. */
   const std::wstring& Text(unsigned id);
 

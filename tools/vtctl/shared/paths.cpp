@@ -2,30 +2,15 @@
 
 #include <vtclass/win32.h>
 
+#include "platform/extended_path.h"
 #include "tools/vtctl/shared/printable.h"
+
+using vtclass::platform::ExtendedPath;
+using vtclass::platform::kExtendedPrefix;
+using vtclass::platform::kExtendedSharePrefix;
 
 namespace vtctl {
 namespace {
-
-constexpr std::wstring_view kLong = L"\\\\?\\";
-constexpr std::wstring_view kLongShare = L"\\\\?\\UNC\\";
-
-// Empty, with the reason in ::GetLastError(), when the system cannot make it absolute.
-std::wstring SystemPath(const std::wstring& path) {
-  if (path.starts_with(kLong)) return path;
-  std::wstring full(MAX_PATH, L'\0');
-  for (;;) {
-    const DWORD length =
-        ::GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-    if (length == 0) return {};
-    const bool fits = length < full.size();
-    full.resize(length);
-    if (fits) break;
-  }
-  if (full.starts_with(L"\\\\.\\")) return full;
-  if (full.starts_with(L"\\\\")) return std::wstring(kLongShare) + full.substr(2);
-  return std::wstring(kLong) + full;
-}
 
 bool IsFolder(const std::wstring& path) {
   const DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -37,7 +22,7 @@ unsigned long MakeFolders(const std::wstring& systemPath) {
   const DWORD error = ::GetLastError();
   if (error == ERROR_ALREADY_EXISTS) return ERROR_DIRECTORY;  // a file has that name
   const size_t end = systemPath.find_last_of(L'\\');
-  if (error != ERROR_PATH_NOT_FOUND || end == std::wstring::npos || end <= kLong.size()) {
+  if (error != ERROR_PATH_NOT_FOUND || end == std::wstring::npos || end <= kExtendedPrefix.size()) {
     return error;
   }
   const unsigned long above = MakeFolders(systemPath.substr(0, end));
@@ -47,15 +32,16 @@ unsigned long MakeFolders(const std::wstring& systemPath) {
 
 }  // namespace
 
-Path::Path(const std::wstring& written) : system(SystemPath(written)), written(written) {
+Path::Path(const std::wstring& written) : system(ExtendedPath(written)), written(written) {
   if (system.empty()) error = ::GetLastError();
 }
 
 std::wstring Path::Shown() const {
-  if (system.starts_with(kLongShare)) {
-    return Printable(L"\\\\" + system.substr(kLongShare.size()));
+  if (system.starts_with(kExtendedSharePrefix)) {
+    return Printable(L"\\\\" + system.substr(kExtendedSharePrefix.size()));
   }
-  return Printable(system.starts_with(kLong) ? system.substr(kLong.size()) : system);
+  return Printable(system.starts_with(kExtendedPrefix) ? system.substr(kExtendedPrefix.size())
+                                                       : system);
 }
 
 Path Path::operator/(const std::wstring& name) const {

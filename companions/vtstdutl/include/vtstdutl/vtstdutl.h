@@ -15,9 +15,10 @@
  */
 
 /*
- * Receives the traces. `source` names the traced component and is never null; `level` is 1 for
- * what matters always, higher for more detail; `text` is the formatted text without a line feed at
- * its end. The texts live until the sink returns. `context` is what was installed with it.
+ * Receives the traces. `source` names the traced component and is never null; `level` is 0 or 1
+ * for what matters always, higher for more detail; `text` is the formatted text without carriage
+ * returns and line feeds at its end. The texts live until the sink returns. `context` is what was
+ * installed with it.
  *
  * A sink is called on every thread that traces, by one at a time: it may be slow, but must not wait
  * for another thread that traces. It must neither throw nor trace. A thread that is killed in a
@@ -29,8 +30,8 @@ using VTTraceSink = void (*)(const wchar_t* source, unsigned long level, const w
 /*
  * Traces one text. `format` and what follows it are those of Microsoft's C run time for wide text
  * (%s is wide); a null `source` or `format` counts as empty. A text of more than 1,023 characters
- * is cut there; one that cannot be formatted gives the format itself. Line feeds at the end are
- * taken off.
+ * is cut there, or before a surrogate pair that the cut would halve; one that cannot be formatted
+ * gives the format itself. Carriage returns and line feeds at the end are taken off.
  *
  * Without a sink the debugger gets "source: text" and a line feed.
  *

@@ -9,6 +9,7 @@
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/secret.h"
@@ -290,9 +291,7 @@ void PrintChanges(const AdvSettings& before, const AdvSettings& now, bool json) 
   }
   for (size_t i = 0; i < rows.size(); ++i) {
     if (rows[i] == old[i]) continue;
-    std::wstring texts;
-    for (const std::wstring& text : rows[i].second) texts += (texts.empty() ? L"" : L", ") + text;
-    Print(ClockTime() + L"  " + rows[i].first + L": " + texts + L"\n");
+    Print(ClockTime() + L"  " + rows[i].first + L": " + Joined(rows[i].second) + L"\n");
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/secret.h"
 #include "tools/vtctl/shared/system_text.h"
+#include "tools/vtctl/shared/value.h"
 #include "tools/vtctl/shared/value_text.h"
 #include "vtclass/crypto.h"
 
@@ -54,15 +54,6 @@ constexpr const char* kHashExamples =
 constexpr std::size_t kChallengeBytes = 64;
 constexpr std::size_t kMostPassword = 31;
 
-std::string Hex(const std::uint8_t* bytes, std::size_t count) {
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) {
-    text += "0123456789abcdef"[bytes[i] >> 4];
-    text += "0123456789abcdef"[bytes[i] & 15];
-  }
-  return text;
-}
-
 struct DigestArguments : CommonArguments {
   std::wstring challenge;
 };
@@ -89,8 +80,9 @@ int DigestNdmp(const DigestArguments& arguments) {
   login.CreateMD5Digest(reinterpret_cast<char*>(digest.data()));
   login.SetMD5Password(nullptr, 0);
   if (digest == decltype(digest){}) return Fail(kExitInternal, L"The digest cannot be computed.");
-  const std::string text = Hex(digest.data(), digest.size());
-  arguments.json ? PrintJson({{"digest", text}}) : PrintUtf8(text + "\n");
+  std::wstring text;
+  for (const std::uint8_t byte : digest) text += HexDigits(byte, 2);
+  arguments.json ? PrintJson({{"digest", ToUtf8(text)}}) : Print(text + L"\n");
   if (password.text.size() <= kMostPassword) return kExitClean;
   return Fail(kExitWarnings, L"The password has " + std::to_wstring(password.text.size()) +
                                  L" bytes; the first 31 were taken, as the product does.");
@@ -132,17 +124,16 @@ HashResult HashOf(HANDLE file) {
 
 void PrintHash(const HashResult& result, const std::wstring& name, bool json) {
   Json words = Json::array();
-  std::string line;
+  std::wstring line;
   for (const unsigned word : result.words) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%08x", word);
-    words.push_back(text);
-    line += text + std::string(" ");
+    const std::wstring text = HexDigits(word, 8);
+    words.push_back(ToUtf8(text));
+    line += text + L" ";
   }
   if (json) {
     PrintJson({{"file", TextOrNull(name)}, {"bytes", result.bytes}, {"words", words}});
   } else {
-    Print(FromUtf8(line) + L" " + (name.empty() ? L"-" : Printable(name)) + L"\n");
+    Print(line + L" " + (name.empty() ? L"-" : Printable(name)) + L"\n");
   }
 }
 

@@ -4,6 +4,7 @@
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/identity.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/resolution.h"
@@ -33,12 +34,6 @@ struct IdentityArguments : CommonArguments {
   int timeOut = 0;
   bool clusterAware = false;
 };
-
-std::wstring Joined(const std::vector<std::wstring>& texts) {
-  std::wstring joined;
-  for (const std::wstring& text : texts) joined += (joined.empty() ? L"" : L", ") + text;
-  return joined;
-}
 
 void PrintAnswer(const IdentityQuestion& question, const IdentityAnswer& answer) {
   Print(Sentence(question, answer) + L"\n");

@@ -44,10 +44,7 @@ constexpr const char* kExamples =
     "machine may read a credential's key, who may is not known, or a key was not read; 2 a\n"
     "credential is not sealed or does not open.";
 
-constexpr unsigned kAlgorithm = 4;
-// What the ordinary form's readers take.
-constexpr std::size_t kMostOrdinary = 768;
-constexpr std::size_t kRoomOrdinary = kMostOrdinary / 3 * 4 + 5;
+constexpr int kRoomOrdinary = *vtclass::crypto::ArmourCapacity(kMostOrdinaryBytes);
 
 struct SealArguments : CommonArguments {
   bool isForMachine = false;
@@ -56,9 +53,10 @@ struct SealArguments : CommonArguments {
 // Why a text is not sealed; empty when it can be.
 std::wstring ProblemOf(const std::string& text, bool isForMachine) {
   if (text.empty()) return L"There is nothing to seal: the text is empty.";
-  if (!isForMachine && text.size() > kMostOrdinary) {
+  if (!isForMachine && text.size() > kMostOrdinaryBytes) {
     return L"The text is too long: it has " + std::to_wstring(text.size()) +
-           L" bytes, and an ordinary seal holds 768. --machine takes more.";
+           L" bytes, and an ordinary seal holds " + std::to_wstring(kMostOrdinaryBytes) +
+           L". --machine takes more.";
   }
   if (text.find('\0') != std::string::npos) {
     return L"The text holds a zero byte, where its readers would end. Is it UTF-16? It should be "
@@ -73,7 +71,7 @@ std::wstring ProblemOf(const std::string& text, bool isForMachine) {
 
 std::string OrdinarySeal(const std::string& text) {
   char sealed[kRoomOrdinary] = {};
-  const bool isDone = EncryptAndAsciify(kAlgorithm, sealed, kRoomOrdinary, text.data(),
+  const bool isDone = EncryptAndAsciify(kSealAlgorithm, sealed, kRoomOrdinary, text.data(),
                                         static_cast<int>(text.size()));
   return isDone ? sealed : "";
 }

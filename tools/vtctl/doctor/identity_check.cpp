@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "config/registry_values.h"
 #include "platform/same_name.h"
 #include "tools/vtctl/doctor/checks.h"
 
@@ -13,7 +14,7 @@ namespace {
 using vtclass::platform::IsSameName;
 
 // For the name servers, which these questions need not ask.
-constexpr int kNameLimit = 5000;
+constexpr int kNameLimit = vtclass::config::kDnsQueryTimeOut.number;
 
 Findings AskOwnNames(const MachineNames& names) {
   Findings findings;
@@ -31,8 +32,8 @@ Findings AskOwnNames(const MachineNames& names) {
 }  // namespace
 
 Finding JudgeOwnName(const IdentityQuestion& question, const IdentityAnswer& answer) {
-  Finding finding = {.what = Sentence(question, answer) + L" Answered " + L"in " +
-                             std::to_wstring(answer.milliseconds) + L" ms" + L".",
+  Finding finding = {.what = Sentence(question, answer) + L" Answered in " +
+                             std::to_wstring(answer.milliseconds) + L" ms.",
                      .status = answer.isMe ? 0 : answer.code};
   const std::wstring explain = L"vtctl identity " + question.name + L" shows each step.";
   if (!answer.isMe) {

@@ -8,18 +8,13 @@
 #include "platform/owned.h"
 #include "tools/vtctl/doctor/checks.h"
 #include "tools/vtctl/doctor/product_values.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/key_path.h"
 #include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
 namespace {
-
-std::wstring Joined(const std::vector<std::wstring>& writers) {
-  std::wstring names;
-  for (const std::wstring& writer : writers) names += (names.empty() ? L"" : L", ") + writer;
-  return names;
-}
 
 KeyState AskKey(const vtclass::config::ProductKey& key) {
   KeyState state;

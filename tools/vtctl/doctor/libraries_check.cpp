@@ -15,6 +15,8 @@
 namespace vtctl::doctor {
 namespace {
 
+using vtclass::platform::OwnedFileSearch;
+
 constexpr const wchar_t* kLibrary = L"vtclass_mini.dll";
 constexpr const wchar_t* kCompanions[] = {L"vtsocket.dll", L"vtcluster.dll", L"vtstdutl.dll"};
 constexpr const wchar_t* kMessages = L"vterrors.dll";
@@ -57,11 +59,10 @@ LibraryState Look(const std::wstring& folder, const std::wstring& name, LibraryS
 std::vector<std::wstring> FilesLike(const std::wstring& pattern) {
   std::vector<std::wstring> names;
   WIN32_FIND_DATAW entry = {};
-  const HANDLE search = ::FindFirstFileW(pattern.c_str(), &entry);
-  if (search == INVALID_HANDLE_VALUE) return names;
+  const OwnedFileSearch search(::FindFirstFileW(pattern.c_str(), &entry));
+  if (!search) return names;
   do names.emplace_back(entry.cFileName);
-  while (::FindNextFileW(search, &entry));
-  ::FindClose(search);
+  while (::FindNextFileW(search.Get(), &entry));
   std::ranges::sort(names);
   return names;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/owned.h"
 #include "platform/same_name.h"
 #include "tools/vtctl/doctor/checks.h"
 #include "tools/vtctl/doctor/product_values.h"
@@ -18,6 +19,7 @@ namespace vtctl::doctor {
 namespace {
 
 using namespace vtclass::config;
+using vtclass::platform::OwnedFileSearch;
 
 bool IsFolder(const std::wstring& systemPath) {
   const DWORD attributes = ::GetFileAttributesW(systemPath.c_str());
@@ -27,14 +29,13 @@ bool IsFolder(const std::wstring& systemPath) {
 // The folder's own files.
 void Count(LogFolder& folder, const Path& place) {
   WIN32_FIND_DATAW entry = {};
-  const HANDLE search = ::FindFirstFileW((place / L"*").System().c_str(), &entry);
-  if (search == INVALID_HANDLE_VALUE) return;
+  const OwnedFileSearch search(::FindFirstFileW((place / L"*").System().c_str(), &entry));
+  if (!search) return;
   do {
     if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
     ++folder.files;
     folder.size += uint64_t{entry.nFileSizeHigh} << 32 | entry.nFileSizeLow;
-  } while (::FindNextFileW(search, &entry));
-  ::FindClose(search);
+  } while (::FindNextFileW(search.Get(), &entry));
 }
 
 bool IsInTable(const std::wstring& name) {

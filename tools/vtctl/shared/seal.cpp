@@ -2,26 +2,29 @@
 
 #include <algorithm>
 
+#include "crypto/armour.h"
+#include "crypto/machine_seal.h"
+#include "crypto/sealed_text.h"
 #include "vtclass/crypto.h"
+
+using vtclass::crypto::BeginsAsMachineSeal;
+using vtclass::crypto::DisarmedLength;
+using vtclass::crypto::kCipherBlock;
+using vtclass::crypto::kFirstArmourCharacter;
+using vtclass::crypto::kMachineMark;
 
 namespace vtctl {
 namespace {
 
-constexpr unsigned kAlgorithm = 4;
-constexpr std::size_t kCipherBlock = 8;
 // The library's older operations seal so many, whatever the text's length.
 constexpr std::size_t kFixedBlock = 64;
-constexpr std::size_t kMostBytes = 768;
-constexpr char kMachineMark = '~';
-constexpr std::string_view kKnownMachineMark = "~1~";
-
-std::size_t BytesIn(std::string_view armour) { return armour.size() * 3 / 4; }
 
 // As EncryptAndAsciify makes them: whole blocks, and nothing in the bits that no byte needs.
 bool HasShapeOfSeal(std::string_view text) {
-  const std::size_t bytes = BytesIn(text);
-  if (bytes == 0 || bytes > kMostBytes || bytes % kCipherBlock != 0) return false;
-  if (!std::ranges::all_of(text, [](char c) { return c >= '0' && c <= 'o'; })) return false;
+  const std::size_t bytes = DisarmedLength(text.size());
+  if (bytes == 0 || bytes > kMostOrdinaryBytes || bytes % kCipherBlock != 0) return false;
+  if (!std::ranges::all_of(text, [](char c) { return c >= kFirstArmourCharacter && c <= 'o'; }))
+    return false;
   constexpr int kSpareBits[] = {0, 6, 4, 2};
   const int spare = kSpareBits[text.size() % 4];
   return spare != 6 && ((text.back() - '0') & ((1 << spare) - 1)) == 0;
@@ -57,9 +60,9 @@ bool CutAtEnd(std::string& bytes) {
 
 OpenedSeal OpenOrdinary(std::string sealed, Secret& secret) {
   OpenedSeal opened = {SealForm::ordinary};
-  const std::size_t bytes = BytesIn(sealed);
+  const std::size_t bytes = DisarmedLength(sealed.size());
   secret.text.resize(bytes + 1);
-  const bool isDone = DeasciifyAndDecrypt(kAlgorithm, secret.text.data(),
+  const bool isDone = DeasciifyAndDecrypt(kSealAlgorithm, secret.text.data(),
                                           static_cast<int>(bytes + 1), sealed.data());
   secret.text.resize(bytes);
   opened.opens = isDone && CutAtEnd(secret.text) && std::ranges::none_of(secret.text, &IsControl);
@@ -73,10 +76,10 @@ OpenedSeal OpenOrdinary(std::string sealed, Secret& secret) {
 OpenedSeal OpenSeal(const std::string& sealed, Secret& secret) {
   secret.text.clear();
   if (sealed.empty()) return {SealForm::nothing, true};
-  if (sealed.front() != kMachineMark) {
+  if (!BeginsAsMachineSeal(sealed)) {
     return HasShapeOfSeal(sealed) ? OpenOrdinary(sealed, secret) : OpenedSeal{SealForm::none};
   }
-  if (!sealed.starts_with(kKnownMachineMark)) return {SealForm::later};
+  if (!sealed.starts_with(kMachineMark)) return {SealForm::later};
   const unsigned long status = vtclass::OpenForMachine(sealed, secret.text);
   return {SealForm::machineBound, status == 0, status == 0, status};
 }

@@ -1,13 +1,21 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SHARED_SEAL_H
 #define VTCLASS_TOOLS_VTCTL_SHARED_SEAL_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
+#include "crypto/armour.h"
+#include "crypto/sealed_text.h"
 #include "tools/vtctl/shared/secret.h"
 
 /* What a stored text says of itself as a sealed credential. */
 namespace vtctl {
+
+inline constexpr unsigned kSealAlgorithm = 4;
+/* The longest text, in bytes, of which the library's readers take the ordinary seal. */
+inline constexpr std::size_t kMostOrdinaryBytes =
+    vtclass::crypto::DisarmedLength(vtclass::crypto::kLongestSealedText);
 
 enum class SealForm {
   nothing,      /* no text at all */

@@ -26,22 +26,16 @@ const wchar_t* const kTypeNames[] = {L"REG_NONE",
                                      L"REG_RESOURCE_REQUIREMENTS_LIST",
                                      L"REG_QWORD"};
 
-void AppendHex(std::wstring& text, unsigned long long number, int digits) {
-  for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) {
-    text += L"0123456789abcdef"[(number >> shift) & 0xF];
-  }
-}
-
 std::wstring HexDump(const std::vector<unsigned char>& data) {
   std::wstring text;
   for (size_t line = 0; line < data.size(); line += kDumpBytesPerLine) {
     const size_t end = std::min(line + kDumpBytesPerLine, data.size());
     std::wstring characters;
-    AppendHex(text, line, 8);
+    text += HexDigits(line, 8);
     text += L"  ";
     for (size_t i = line; i < line + kDumpBytesPerLine; ++i) {
       if (i < end) {
-        AppendHex(text, data[i], 2);
+        text += HexDigits(data[i], 2);
         characters += data[i] >= 0x20 && data[i] < 0x7F ? static_cast<wchar_t>(data[i]) : L'.';
       } else {
         text += L"  ";
@@ -54,6 +48,14 @@ std::wstring HexDump(const std::vector<unsigned char>& data) {
 }
 
 }  // namespace
+
+std::wstring HexDigits(unsigned long long number, int digits) {
+  std::wstring text;
+  for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) {
+    text += L"0123456789abcdef"[(number >> shift) & 0xF];
+  }
+  return text;
+}
 
 bool IsText(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ; }
 
@@ -93,13 +95,13 @@ std::wstring OneLine(const Value& value) {
   std::wstring line;
   if (const auto number = NumberOf(value)) {
     line = std::to_wstring(*number) + L" (0x";
-    AppendHex(line, *number, value.type == REG_DWORD ? 8 : 16);
+    line += HexDigits(*number, value.type == REG_DWORD ? 8 : 16);
     return line + L")";
   }
   const size_t shown = std::min(value.data.size(), kOneLineBytes);
   for (size_t i = 0; i < shown; ++i) {
     if (i > 0) line += L' ';
-    AppendHex(line, value.data[i], 2);
+    line += HexDigits(value.data[i], 2);
   }
   if (shown < value.data.size()) {
     line += L" ... (" + std::to_wstring(value.data.size()) + L" bytes)";
@@ -127,7 +129,7 @@ Json ToJson(const Value& value) {
     for (const std::wstring& item : ItemsOf(value)) json["data"].push_back(ToUtf8(item));
   } else {
     std::wstring hex;
-    for (const unsigned char byte : value.data) AppendHex(hex, byte, 2);
+    for (const unsigned char byte : value.data) hex += HexDigits(byte, 2);
     json["data"] = ToUtf8(hex);
   }
   return json;

@@ -21,6 +21,9 @@ struct Value {
   bool operator==(const Value&) const = default;
 };
 
+/* The number's last hexadecimal digits, so many. */
+std::wstring HexDigits(unsigned long long number, int digits);
+
 /* "REG_SZ", "REG_DWORD", ...; "type 42" for a number that has no name. */
 std::wstring TypeName(DWORD type);
 

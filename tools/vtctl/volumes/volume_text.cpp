@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
@@ -130,12 +131,6 @@ std::wstring Facts(const Volume& volume, size_t columns) {
       {FileSystemText(volume), kTypes[volume.type].shown, WritableText(volume), shared,
        UnitSize(volume.clusterSize) + L" clusters", UnitSize(volume.sectorSize) + L" sectors"},
       columns);
-}
-
-std::wstring Joined(const std::vector<std::wstring>& texts, const wchar_t* between) {
-  std::wstring joined;
-  for (size_t i = 0; i < texts.size(); ++i) joined += (i == 0 ? L"" : between) + texts[i];
-  return joined;
 }
 
 Json NumberOrNull(const Volume& volume, uint64_t number) {

@@ -47,7 +47,8 @@ HandleCounter* handles;
 
 DWORD WINAPI AddConnection(NETRESOURCEW* resource, LPCWSTR password, LPCWSTR user, DWORD flags) {
   EXPECT_EQ(flags | resource->dwType, 0u);
-  EXPECT_TRUE(!resource->lpLocalName && !resource->lpProvider);
+  EXPECT_FALSE(resource->lpLocalName);
+  EXPECT_FALSE(resource->lpProvider);
   const auto shown = [](LPCWSTR text) { return text ? L"<" + std::wstring(text) + L">" : L"-"; };
   seen += L"connect " + std::wstring(resource->lpRemoteName) + shown(user) + shown(password) + L";";
   return played.connection;

@@ -110,8 +110,6 @@ unsigned long Seal(std::string_view text, std::string& seal) {
 
 }  // namespace
 
-
-
 bool OpenMachineSeal(std::string_view seal, char* out, std::size_t size) noexcept {
   SystemBlob text;
   const unsigned long status = platform::StatusOf([&] { return Open(seal, text); });

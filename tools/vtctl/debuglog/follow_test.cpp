@@ -124,7 +124,8 @@ TEST_F(FollowerTest, OpenFiles_KeepNobodyFromAnything) {
   Print(1);
   TraceFile live;
   ASSERT_EQ(live.Open(Path(path)), 0u);
-  EXPECT_TRUE(log->Open(DebugLog::openAppend, path.c_str()) && log->Close());
+  EXPECT_TRUE(log->Open(DebugLog::openAppend, path.c_str()));
+  EXPECT_TRUE(log->Close());
   EXPECT_TRUE(::MoveFileW(path.c_str(), Rotated(1).c_str()));
   EXPECT_EQ(RotatedFilesOf(Path(path)).at(0).index, live.Identity().index);
   EXPECT_TRUE(::DeleteFileW(Rotated(1).c_str()));

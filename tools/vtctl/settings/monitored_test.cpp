@@ -65,7 +65,8 @@ TEST_F(SettingsTest, Watch_TellsTheChangeWithTheValueBefore) {
   const auto path = FindSetting(L"Path", {});
   ASSERT_TRUE(Store(*level, L"1").problem.empty());
   static const bool isCaught = (CatchInterrupts(), true);
-  ASSERT_TRUE(isCaught && ::ResetEvent(InterruptEvent()));
+  ASSERT_TRUE(isCaught);
+  ASSERT_TRUE(::ResetEvent(InterruptEvent()));
   int seen = 0;
   const auto end = WatchSettings(
       MonitoredSettings(), 20, [&] { Store(*level, L"2"); },

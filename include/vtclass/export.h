@@ -33,6 +33,9 @@
  * vtclass/client/.
  *
  * VTCLASS_API_TYPE marks a class with virtual functions whose members are exported one by one.
+ * VTCLASS_INTERFACE_TYPE marks one that adds nothing but pure functions to its base, and is
+ * compiled into its clients: no object ever has its table of functions, not even while it is
+ * destroyed.
  *
  * The classes hold standard library types, which the library reads in a client's objects: a caller
  * must be built with the same compiler family and the same standard library as the DLL.
@@ -50,6 +53,13 @@
 /* A type description is a symbol there; this has the client make its own. */
 #define VTCLASS_API_TYPE __declspec(dllimport)
 #endif
+#endif
+
+#if defined(_MSC_VER)
+#define VTCLASS_INTERFACE_TYPE __declspec(novtable)
+#else
+/* An empty destructor leaves the table alone there by itself. */
+#define VTCLASS_INTERFACE_TYPE
 #endif
 
 #endif

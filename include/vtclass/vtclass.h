@@ -15,6 +15,7 @@
 #include "vtclass/net.h"
 #include "vtclass/product.h"
 #include "vtclass/ref_pointer.h"
+#include "vtclass/replication.h"
 #include "vtclass/security.h"
 #include "vtclass/settings_monitor.h"
 #include "vtclass/steps.h"

@@ -36,14 +36,13 @@ void AddBin(std::vector<unsigned char>& file, Bytes cells) {
   if (size - used >= 4) Put(file, begin + used, static_cast<std::int32_t>(size - used));
 }
 
-// Two cells that can hold pieces of large data, behind the first bin.
+// Two bins, each of one cell that can hold a piece of large data.
 void AddPieces(std::vector<unsigned char>& file) {
   constexpr std::size_t kCellBytes = kPieceBytes + 8;
-  std::vector<unsigned char> cells(2 * kCellBytes, 'x');
-  for (std::size_t n = 0; n < 2; ++n) {
-    Put(cells, n * kCellBytes, -static_cast<std::int32_t>(kCellBytes));
-  }
-  AddBin(file, cells);
+  std::vector<unsigned char> cell(kCellBytes, 'x');
+  Put(cell, 0, -static_cast<std::int32_t>(kCellBytes));
+  AddBin(file, cell);
+  AddBin(file, cell);
 }
 
 // A file is longer than most inputs may be. Therefore an input whose first byte has the bit 1 is

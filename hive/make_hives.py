@@ -71,11 +71,13 @@ def first_hive(large):
                      descriptor)
     values = NONE
     if large:
-        pieces = [bins.add(large[at:at + PIECE]) for at in range(0, len(large), PIECE)]
-        listed = bins.add(struct.pack(f"<{len(pieces)}I", *pieces))
-        data = bins.add(struct.pack("<2sHI", b"db", len(pieces), listed))
+        count = (len(large) + PIECE - 1) // PIECE
+        pieces = bins.add(bytes(4 * count))
+        data = bins.add(struct.pack("<2sHI", b"db", count, pieces))
         value = bins.add(struct.pack("<2sHIIIHH", b"vk", 0, len(large), data, 3, 0, 0))
         values = bins.add(struct.pack("<I", value))
+        places = [bins.add(large[at:at + PIECE]) for at in range(0, len(large), PIECE)]
+        struct.pack_into(f"<{count}I", bins.data, pieces + 4, *places)
     bins.close()
     struct.pack_into("<2sHQIIIIIIIIIIIIIIIHH", bins.data, root + 4, b"nk", 0x2C, 0, 0, 0, 0, 0, NONE, NONE,
                      1 if large else 0, values, security, NONE, 0, 0, 0, len(large), 0, 5, 0)
@@ -148,8 +150,12 @@ def shown(kind, data):
     return data.hex()
 
 
+def wine_path(path):
+    return "Z:" + path.replace("/", "\\")
+
+
 def listed(command, path):
-    output = subprocess.run([*command, "list", "--json", path], check=True, capture_output=True).stdout
+    output = subprocess.run([*command, "list", "--json", wine_path(path)], check=True, capture_output=True).stdout
     found = {}
     for line in output.decode("utf-8").splitlines():
         entry = json.loads(line)
@@ -174,7 +180,7 @@ def check(command):
                 assert expected[""][""] == ("REG_BINARY", len(large), large.hex()), "hivex reads other large data"
             if listed(command, path) != expected:
                 sys.exit(f"hive {seed}: the list is another than hivex's")
-            verdict = subprocess.run([*command, "verify", path], check=False, capture_output=True)
+            verdict = subprocess.run([*command, "verify", wine_path(path)], check=False, capture_output=True)
             if verdict.returncode != 0:
                 sys.exit(f"hive {seed}: verify ends with {verdict.returncode}: {verdict.stdout.decode()}")
             print(f"hive {seed}: {len(expected)} keys as hivex reads them")
@@ -206,11 +212,13 @@ def write_seeds(folder):
     folder.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory() as scratch:
         path = os.path.join(scratch, "seed.hive")
-        for seed, most in ((1, 0), (2, 1), (3, 2), (4, 3)):
+        for seed, most in ((1, 0), (2, 1), (3, 2)):
             write_hive(path, seed, most, add=small)
             made = pathlib.Path(path).read_bytes()[PAGE:]
             bins = [used_cells(made[at:at + PAGE]) for at in range(0, len(made), PAGE)]
             (folder / f"hivex_{most}").write_bytes(bytes([1, 5, len(bins[0]) // 8]) + b"".join(bins))
+    cells = used_cells(first_hive(bytes(2 * PIECE))[PAGE:2 * PAGE])
+    (folder / "pieces").write_bytes(bytes([3, 5, len(cells) // 8]) + cells)
 
 
 def main():

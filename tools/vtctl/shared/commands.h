@@ -16,6 +16,7 @@ void AddDebugLogCommand(Command& program);
 void AddDigestCommand(Command& program);
 void AddDoctorCommand(Command& program);
 void AddHashCommand(Command& program);
+void AddHiveCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);
 void AddRegistryCommand(Command& program);

@@ -1,0 +1,74 @@
+#include "tools/vtctl/hive/hive_file.h"
+
+#include <vtclass/win32.h>
+
+#include <algorithm>
+#include <string>
+
+#include "platform/owned.h"
+#include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/system_text.h"
+
+namespace vtctl {
+namespace {
+
+using vtclass::hive::FileKind;
+using vtclass::platform::OwnedFile;
+
+constexpr std::size_t kTransfer = std::size_t{1024} * 1024;
+
+const wchar_t* WhatElse(FileKind kind) {
+  switch (kind) {
+    case FileKind::empty:
+      return L" is empty: whatever was to save a key there wrote nothing.";
+    case FileKind::wineText:
+      return L" is no hive but a registry in Wine's own text: Wine saves keys so, and Windows "
+             L"cannot "
+             L"restore it.";
+    default:
+      return L" is no hive: it does not begin as one.";
+  }
+}
+
+}  // namespace
+
+unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes) {
+  bytes.clear();
+  if (path.Error() != ERROR_SUCCESS) return path.Error();
+  const OwnedFile file(::CreateFileW(path.System().c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!file) return ::GetLastError();
+  for (DWORD count = 1; count != 0;) {
+    const std::size_t size = bytes.size();
+    if (size > kMostHiveBytes) return ERROR_FILE_TOO_LARGE;
+    bytes.resize(size + kTransfer);
+    if (!::ReadFile(file.Get(), bytes.data() + size, kTransfer, &count, nullptr)) {
+      return ::GetLastError();
+    }
+    bytes.resize(size + count);
+  }
+  return ERROR_SUCCESS;
+}
+
+int LoadHive(const Path& path, std::vector<unsigned char>& bytes) {
+  const std::wstring quoted = L"\"" + path.Written() + L"\"";
+  if (const unsigned long status = ReadWholeFile(path, bytes)) {
+    return Fail(kExitNoInput, quoted + L" cannot be read: " + SystemText(status));
+  }
+  const FileKind kind = vtclass::hive::KindOf(bytes);
+  return kind == FileKind::hive ? kExitClean : Fail(kExitBadInput, quoted + WhatElse(kind));
+}
+
+int VerdictOn(const Path& path, const vtclass::hive::HiveSummary& summary) {
+  if (Interrupted()) return kExitCancelled;
+  if (summary.minorVersion == 0) {
+    return Fail(kExitBadInput, L"\"" + path.Written() + L"\" is no hive that can be read.");
+  }
+  if (summary.errors != 0) return kExitErrors;
+  return summary.warnings != 0 ? kExitWarnings : kExitClean;
+}
+
+}  // namespace vtctl

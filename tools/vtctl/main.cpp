@@ -42,7 +42,8 @@ constexpr AddCommand kCommands[] = {
     AddIdentityCommand, AddConvertCommand,    AddResolveCommand,  AddAdvCommand,
     AddClusterCommand,  AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand,
     AddSgmonCommand,    AddCredentialCommand, AddDigestCommand,   AddHashCommand,
-    AddTimeCommand,     AddVolumesCommand,    AddDoctorCommand};
+    AddTimeCommand,     AddVolumesCommand,    AddDoctorCommand,   AddWhoAmICommand,
+    AddLogonCommand,    AddPrivilegeCommand,  AddOwnCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {

@@ -18,6 +18,9 @@ void AddDoctorCommand(Command& program);
 void AddHashCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);
+void AddLogonCommand(Command& program);
+void AddOwnCommand(Command& program);
+void AddPrivilegeCommand(Command& program);
 void AddRegistryCommand(Command& program);
 void AddResolveCommand(Command& program);
 void AddSessionCommand(Command& program);
@@ -25,6 +28,7 @@ void AddSettingsCommand(Command& program);
 void AddSgmonCommand(Command& program);
 void AddTimeCommand(Command& program);
 void AddVolumesCommand(Command& program);
+void AddWhoAmICommand(Command& program);
 
 }  // namespace vtctl
 

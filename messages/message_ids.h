@@ -48,6 +48,7 @@
 #define MSG_MOUNTED_VOLUMES_READ 2026
 #define MSG_FREE_SPACE_BEFORE 2027
 #define MSG_FREE_SPACE_AFTER 2028
+#define MSG_READ_AS 2029
 
 /* Folders and files. */
 #define MSG_DIRECTORY 3002

@@ -9,6 +9,7 @@
 #include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "platform/owned.h"
+#include "platform/reparse_point.h"
 #include "security/folder_path.h"
 #include "security/take_over.h"
 #include "vtclass/security.h"
@@ -17,6 +18,8 @@ using vtclass::OwnershipReport;
 using vtclass::OwnershipStep;
 using vtclass::platform::ExtendedPath;
 using vtclass::platform::FailureCode;
+using vtclass::platform::IsLink;
+using vtclass::platform::IsReparsePoint;
 using vtclass::platform::OwnedFileSearch;
 using vtclass::platform::StatusOf;
 using vtclass::security::NamesNothing;
@@ -28,18 +31,6 @@ namespace {
 
 bool IsDots(const wchar_t* name) {
   return std::wcscmp(name, L".") == 0 || std::wcscmp(name, L"..") == 0;
-}
-
-bool IsReparsePoint(const WIN32_FIND_DATAW& entry) {
-  return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
-
-// Whether an entry stands for another place. Other reparse points, such as the folders of a cloud's
-// client, hold what they list. One of whose kind the system tells nothing may lead anywhere.
-bool IsLink(const WIN32_FIND_DATAW& entry) {
-  const DWORD tag = entry.dwReserved0;
-  return IsReparsePoint(entry) &&
-         (tag == IO_REPARSE_TAG_RESERVED_ZERO || IsReparseTagNameSurrogate(tag));
 }
 
 bool IsFolder(const wchar_t* path) noexcept {

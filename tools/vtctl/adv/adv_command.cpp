@@ -83,28 +83,13 @@ struct Agent {
   }
 };
 
-// Wide characters of a password, wiped at the end.
-class WidePassword {
- public:
-  explicit WidePassword(const Secret& secret) : text(FromUtf8(secret.text)) {}
-  ~WidePassword() { ::SecureZeroMemory(text.data(), text.capacity() * sizeof(wchar_t)); }
-  WidePassword(const WidePassword&) = delete;
-  WidePassword& operator=(const WidePassword&) = delete;
-
-  const wchar_t* Text() const { return text.c_str(); }
-
- private:
-  std::wstring text;
-};
-
 // An exit code where the password was not to be had.
 int Open(const AdvArguments& arguments, unsigned access, Agent& agent) {
   agent.state.machine = arguments.server;
   const wchar_t* const server = arguments.server.c_str();
   if (arguments.user) {
-    const std::wstring prompt = L"Password of " + Printable(*arguments.user) + L" (not shown): ";
     Secret secret;
-    const int code = ReadSecret({.prompt = prompt.c_str(), .isOneLine = true}, secret);
+    const int code = ReadPassword(*arguments.user, secret);
     if (code != kExitClean) return code;
     const WidePassword password(secret);
     agent.state.status =

@@ -17,6 +17,8 @@ namespace vtctl {
 class FolderListing {
  public:
   explicit FolderListing(const Path& folder);
+  /* That of a folder that cannot be listed. */
+  explicit FolderListing(DWORD error) : error(error) {}
 
   /* The next entry; false at the end and after a failure, which Error tells apart. */
   bool Next(WIN32_FIND_DATAW& entry);

@@ -2,7 +2,9 @@
 
 #include <utility>
 
+#include "platform/reparse_point.h"
 #include "platform/same_name.h"
+#include "tools/vtctl/session/read_as.h"
 #include "tools/vtctl/session/root_volume.h"
 #include "vtclass/volumes.h"
 
@@ -10,14 +12,7 @@ namespace vtctl {
 namespace {
 
 using namespace vtclass::messages;
-
-// True for what stands for another place of the file system. Other reparse points of files, such
-// as compressed and deduplicated ones, read like any file.
-bool IsLink(const WIN32_FIND_DATAW& entry) {
-  if (!(entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) return false;
-  return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
-         IsReparseTagNameSurrogate(entry.dwReserved0);
-}
+using vtclass::platform::IsLink;
 
 // True when the data lie elsewhere and reading would fetch them.
 bool IsPlaceholder(const WIN32_FIND_DATAW& entry) {
@@ -56,7 +51,9 @@ FolderRecord FolderReader::Read(const FolderPlace& folder) {
   const Path& path = folder.path;
   FolderRecord record(plan.settings.largestFiles);
   record.shownPath = path.Shown();
-  FolderListing listing(path);
+  const ReadingAs acting(plan.reader);
+  FolderListing listing =
+      acting.Error() == ERROR_SUCCESS ? FolderListing(path) : FolderListing(acting.Error());
   WIN32_FIND_DATAW entry;
   while (!plan.stop.IsGiven() && listing.Next(entry)) {
     ReadEntry({path / entry.cFileName, folder.volume}, entry, record);

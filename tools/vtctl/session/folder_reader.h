@@ -58,6 +58,7 @@ struct ReadingPlan {
   Path logPath;            /* the one file that is not read */
   std::wstring rootVolume; /* the name of the volume that holds it; empty when it has none */
   bool crossVolumes;       /* volumes mounted at folders are read as well */
+  HANDLE reader;           /* the token of the account that reads; null: that of the process */
 };
 
 /* The summary of skipped items names so many; the folders above it name all of them. */
@@ -69,7 +70,8 @@ class FolderReader {
   FolderReader(const ReadingPlan& plan, LiveCount& live);
 
   /* Ends in the middle of the folder, with what was read until then, when the stop sign is given.
-   */
+   * Meanwhile the thread acts as the plan's account; where the system refuses that, the folder
+   * counts as one that cannot be listed. */
   FolderRecord Read(const FolderPlace& folder);
 
  private:

@@ -27,15 +27,15 @@ bool Session::Start() {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
   start = ::GetTickCount64();
-  result.volume = VolumeOf(request.root);
-  result.volume.freeBefore = FreeSpaceOf(result.volume);
+  AskVolume();
   const bool created = log.Create(messages, request.out, now);
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
   trace.Write(1, L"Session of " + request.root.Shown() + L" begins, job log " + log.Path().Shown() +
                      L", status " + std::to_wstring(result.logError) + L", volume " +
-                     Shown(result.volume) + FreeSpaceInTrace(result.volume.freeBefore));
+                     Shown(result.volume) + FreeSpaceInTrace(result.volume.freeBefore) +
+                     (request.reader.token ? L", read as " + request.reader.name : L""));
   return created;
 }
 
@@ -44,7 +44,7 @@ SessionResult Session::Run() {
   WriteSetHeader();
   ReadTree();
   result.milliseconds = ::GetTickCount64() - start;
-  result.volume.freeAfter = FreeSpaceOf(result.volume);
+  result.volume.freeAfter = AskFreeSpace();
   WriteSections();
   WriteSetTotals();
   log.End(kTagSet);
@@ -58,9 +58,27 @@ SessionResult Session::Run() {
   return result;
 }
 
+// The tree's volume may be one that only the account that reads it can see.
+void Session::AskVolume() {
+  const ReadingAs acting(request.reader.token.Get());
+  if (acting.Error() == ERROR_SUCCESS) result.volume = VolumeOf(request.root);
+  result.volume.freeBefore = AskFreeSpace();
+}
+
+std::optional<uint64_t> Session::AskFreeSpace() const {
+  const ReadingAs acting(request.reader.token.Get());
+  return acting.Error() == ERROR_SUCCESS ? FreeSpaceOf(result.volume) : std::nullopt;
+}
+
 void Session::ReadTree() {
-  ReadingPlan plan = {
-      settings, messages, stop, request.root, log.Path(), result.volume.name, request.crossVolumes};
+  ReadingPlan plan = {settings,
+                      messages,
+                      stop,
+                      request.root,
+                      log.Path(),
+                      result.volume.name,
+                      request.crossVolumes,
+                      request.reader.token.Get()};
   {
     TreeWalk walk(plan, request.workers != 0 ? request.workers : settings.workers,
                   [this](const FolderRecord& record) { WriteFolder(record); });

@@ -11,6 +11,7 @@
 #include "tools/vtctl/session/job_log.h"
 #include "tools/vtctl/session/messages.h"
 #include "tools/vtctl/session/progress.h"
+#include "tools/vtctl/session/read_as.h"
 #include "tools/vtctl/session/root_volume.h"
 #include "tools/vtctl/session/session_trace.h"
 #include "tools/vtctl/session/settings.h"
@@ -32,6 +33,7 @@ struct SessionRequest {
   size_t shownFindings = 10;             /* how many SessionResult keeps */
   unsigned workers = 0;                  /* 0: the setting */
   bool crossVolumes = false;             /* volumes mounted below the root are read as well */
+  ReaderAccount reader;                  /* as whom the tree is read */
   std::wstring note;                     /* for the header of the job log; mostly empty */
   bool (*stopRequested)() = Interrupted; /* asked before each folder, entry and reading, by each
                                           * worker; once it says yes it never says no again */
@@ -84,6 +86,8 @@ class Session {
   void WriteFolder(const FolderRecord& record);
 
   void Report(const Finding& finding);
+  void AskVolume();
+  std::optional<uint64_t> AskFreeSpace() const;
   std::wstring FreeSpaceText(unsigned id, uint64_t bytes) const;
   void Summarise(const wchar_t* tag, const std::wstring& text);
   void ShowProgress(TreeWalk& walk);

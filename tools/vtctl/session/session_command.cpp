@@ -24,6 +24,15 @@ constexpr const char* kExamples =
     "one that the folder lies on. The log tells the volume of DIR, with its free space before and\n"
     "after.\n"
     "\n"
+    "With --as the tree is read as that account, as an agent reads the data of a job's account;\n"
+    "logs and settings stay those of the one who has started vtctl. The password is the sealed "
+    "one\n"
+    "of the settings where they name the same account; else it is asked for without echo, or read "
+    "as\n"
+    "one line where standard input is no terminal. Give a UNC path for --root then: a drive "
+    "letter\n"
+    "of a share is yours, not the account's. 'vtctl logon ACCOUNT' tells why a logon is refused.\n"
+    "\n"
     "When less than 100 MB are free for the job log, standard error and the log itself say so\n"
     "beforehand, and the session goes on: a folder takes some 500 bytes of the log.\n"
     "\n"
@@ -59,10 +68,12 @@ constexpr const char* kExamples =
     "  vtctl session \\\\backup01\\data --out C:\\Logs\n"
     "  vtctl session --root E:\\Mounted --out C:\\Logs --cross-volumes\n"
     "  vtctl session --root D:\\ --out C:\\Logs --json\n"
+    "  vtctl session --root \\\\server\\share --out C:\\Logs --as NORVANE\\backup\n"
     "\n"
-    "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing, 68 SERVER\n"
-    "is another machine, 69 whether it is cannot be told, 73 the job log cannot be written, 130\n"
-    "interrupted (the job log is finished properly).";
+    "Exit codes: 0 everything was read, 1 warnings, 2 errors; 66 the folder is missing or the\n"
+    "account is refused, 68 SERVER is another machine, 69 whether it is cannot be told, 73 the job "
+    "log\n"
+    "cannot be written, 130 interrupted (the job log is finished properly).";
 
 struct SessionArguments : CommonArguments {
   std::wstring server;
@@ -71,6 +82,7 @@ struct SessionArguments : CommonArguments {
   std::wstring language;
   std::wstring name;
   std::optional<KeyPath> settings;
+  std::optional<std::wstring> account;
   unsigned workers = 0;
   bool crossVolumes = false;
   unsigned show = 10;
@@ -93,8 +105,11 @@ int CheckServer(const std::wstring& server, bool json) {
   return kExitClean;
 }
 
-// Checks the folder that is to be read. An exit code when it cannot be.
-int CheckRoot(const Messages& messages, const Path& root) {
+// Checks the folder that is to be read, as the one who reads it. An exit code when it cannot be.
+int CheckRoot(const Messages& messages, const SessionRequest& request) {
+  const Path& root = request.root;
+  const ReadingAs acting(request.reader.token.Get());
+  if (acting.Error() != ERROR_SUCCESS) return Fail(kExitNoInput, SystemText(acting.Error()));
   const DWORD attributes = ::GetFileAttributesW(root.System().c_str());
   const DWORD error = root.System().empty() ? root.Error() : ::GetLastError();
   if (root.System().empty() || attributes == INVALID_FILE_ATTRIBUTES) {
@@ -177,6 +192,7 @@ void PrintResultAsJson(const SessionRequest& request, const SessionResult& resul
   const Totals& totals = result.totals;
   Json json = {{"status", StatusName(result)},
                {"root", ToUtf8(request.root.Shown())},
+               {"readAs", TextOrNull(request.reader.name)},
                {"volume", ToJson(result.volume)},
                {"jobLog", ToUtf8(result.logPath.Shown())},
                {"folders", totals.folders},
@@ -206,7 +222,11 @@ int RunSession(const SessionRequest& request, const Messages& messages, bool jso
   if (!session.Start()) return LogFailure(messages, session.Result());
   if (!json) {
     PrintLines(messages.Text(MSG_LABEL_SETTINGS), session.Result().settings);
-    Print(messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}) + L"\n\n");
+    Print(messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}) + L"\n");
+    if (request.reader.token) {
+      Print(messages.Text(MSG_READ_AS, {Printable(request.reader.name)}) + L"\n");
+    }
+    Print(L"\n");
   }
   const SessionResult result = session.Run();
   if (json) {
@@ -230,7 +250,12 @@ int Run(const SessionArguments& arguments) {
     return Fail(kExitInternal, L"The message library vterrors.dll is missing beside vtctl.exe.");
   }
   request.root = arguments.root.Written().empty() ? Path(arguments.server) : arguments.root;
-  const int rootCheck = CheckRoot(messages, request.root);
+  if (arguments.account) {
+    if (arguments.account->empty()) return Fail(kExitUsage, L"The account is empty.");
+    const int logon = LogOnReader(*arguments.account, request.settingsKey, request.reader);
+    if (logon != kExitClean) return logon;
+  }
+  const int rootCheck = CheckRoot(messages, request);
   if (rootCheck != kExitClean) return rootCheck;
   request.out = arguments.out;
   const DWORD status = MakeFolders(request.out);
@@ -263,6 +288,7 @@ void AddSessionCommand(Command& program) {
   session.Count("--workers N", session->workers,
                 "Threads, 1 to 64 (if not given: the registry's); the job log is always the same",
                 NumberRange<unsigned>{1, kMostWorkers});
+  session.Text("--as ACCOUNT", session->account, "Read the tree as this account");
   session.Flag("--cross-volumes", session->crossVolumes,
                "Read volumes that are mounted below the folder, too");
   session.Count("--show N", session->show, "How many warnings and errors to print (10)");

@@ -126,6 +126,9 @@ void Session::WriteSetHeader() {
     log.Entry(kTagNote, FreeSpaceText(MSG_FREE_SPACE_BEFORE, *volume.freeBefore));
   }
   log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}));
+  if (request.reader.token) {
+    log.Entry(kTagJobAccount, messages.Text(MSG_READ_AS, {Printable(request.reader.name)}));
+  }
   if (request.crossVolumes) {
     log.Entry(kTagMountPointsFollowed, messages.Text(MSG_MOUNTED_VOLUMES_READ));
   }

@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/fake_volumes.h"
+#include "tools/vtctl/run_here.h"
 #include "tools/vtctl/session/session_fixture.h"
-#include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
@@ -20,15 +20,17 @@ using vtclass::test::MakeFile;
 
 [[maybe_unused]] auto* const lookUps = FakeVolumes::AnswerLookUps();
 
-// Folders named "mount" and "junction" are reparse points.
+// Folders named "mount" and "junction" are reparse points, and whatever is named "point".
 bool IsReparsePoint(std::wstring_view path) {
   return path.ends_with(L"\\mount") || path.ends_with(L"\\junction");
 }
 
+DWORD tagOfPoint;
 void MarkReparsePoint(WIN32_FIND_DATAW& entry) {
-  if (!IsReparsePoint(std::wstring(L"\\") + entry.cFileName)) return;
+  const bool isPoint = std::wcscmp(entry.cFileName, L"point") == 0;
+  if (!isPoint && !IsReparsePoint(std::wstring(L"\\") + entry.cFileName)) return;
   entry.dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-  entry.dwReserved0 = IO_REPARSE_TAG_MOUNT_POINT;
+  entry.dwReserved0 = isPoint ? tagOfPoint : IO_REPARSE_TAG_MOUNT_POINT;
 }
 
 decltype(::FindFirstFileExW)* realFindFirst = nullptr;
@@ -135,6 +137,28 @@ TEST_F(SessionVolumes, MountedVolumes_AreReadOnlyWhenAsked) {
   EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4007 - "));
 }
 
+// What holds what it lists is read, such as the folders of a cloud's client.
+TEST_F(SessionVolumes, ReparsePoints_AreLinksByTheirTag) {
+  const std::wstring folder = scratch / L"tree\\sub\\point";
+  ::CreateDirectoryW(folder.c_str(), nullptr);
+  MakeFile(folder + L"\\point", "12345");
+  request.root = Path(scratch / L"tree\\sub");
+  const struct {
+    DWORD tag;
+    bool isLink;
+  } rows[] = {{0x9000001A, false},  // of a cloud
+              {0x9000701A, false},
+              {0x80000013, false},  // deduplicated
+              {IO_REPARSE_TAG_SYMLINK, true},
+              {0, true}};
+  for (const auto& row : rows) {
+    tagOfPoint = row.tag;
+    const SessionResult result = Run();
+    EXPECT_EQ(result.totals.files, row.isLink ? 1U : 2U) << row.tag;
+    EXPECT_EQ(result.totals.skipped, row.isLink ? 1U : 0U) << row.tag;
+  }
+}
+
 TEST_F(SessionVolumes, Volume_StandsInTheLogWithItsSpaceBeforeAndAfter) {
   request.stopRequested = [] {
     played->spaces[playedRoot].free = 2000000;
@@ -168,29 +192,6 @@ TEST_F(SessionVolumes, Volume_ThatTheSystemDoesNotTell_IsLeftOut) {
   EXPECT_EQ(result.volume.freeBefore, std::nullopt);
 }
 
-// Runs vtctl session in this process; the exit code, and what it prints.
-int RunCommand(const SessionRequest& request, std::string& output, std::string& errors) {
-  const vtclass::test::ScratchFolder folder;
-  const DWORD streams[] = {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
-  vtclass::platform::OwnedFile files[2];
-  HANDLE before[2];
-  for (int i = 0; i < 2; ++i) {
-    files[i].Reset(::CreateFileW((folder / std::to_wstring(i)).c_str(), GENERIC_WRITE,
-                                 FILE_SHARE_READ, nullptr, CREATE_NEW, 0, nullptr));
-    before[i] = ::GetStdHandle(streams[i]);
-    ::SetStdHandle(streams[i], files[i].Get());
-  }
-  const AddCommand add = AddSessionCommand;
-  const int code =
-      RunCommandLine({"vtctl", "", "", ""}, {&add, 1},
-                     {"session", "--json", "--language", "EN", "--root",
-                      ToUtf8(request.root.Written()), "--out", ToUtf8(request.out.Written())});
-  for (int i = 0; i < 2; ++i) ::SetStdHandle(streams[i], before[i]);
-  output = vtclass::test::FileBytes(folder / L"0");
-  errors = vtclass::test::FileBytes(folder / L"1");
-  return code;
-}
-
 TEST_F(SessionVolumes, LogVolumeNearlyFull_IsToldBeforehandAndChangesNothing) {
   ::RemoveDirectoryW((scratch / L"tree\\mount\\mount").c_str());
   request.root = Path(scratch / L"tree\\sub");
@@ -204,9 +205,11 @@ TEST_F(SessionVolumes, LogVolumeNearlyFull_IsToldBeforehandAndChangesNothing) {
       {100 << 20, nullptr}};
   for (const auto& row : rows) {
     fake.spaces[folder] = {row.freeToUser, 1 << 30, 1 << 30};
-    std::string output, errors;
-    EXPECT_EQ(RunCommand(request, output, errors), kExitClean);
-    const auto json = nlohmann::json::parse(output);
+    const test::RunHere run(AddSessionCommand,
+                            {L"session", L"--json", L"--language", L"EN", L"--root",
+                             request.root.Written(), L"--out", request.out.Written()});
+    EXPECT_EQ(run.code, kExitClean);
+    const auto json = nlohmann::json::parse(run.output);
     EXPECT_EQ(json["volume"]["name"], ToUtf8(FakeVolumeName(1)));
     EXPECT_EQ(json["volume"]["freeSpaceBefore"], 3000000);
     SessionResult result;
@@ -214,9 +217,9 @@ TEST_F(SessionVolumes, LogVolumeNearlyFull_IsToldBeforehandAndChangesNothing) {
     const bool isNoted = LogText(result).find(L"<note>The job log may end") != std::wstring::npos;
     EXPECT_EQ(isNoted, row.told != nullptr);
     if (row.told) {
-      EXPECT_NE(errors.find(row.told), std::string::npos) << errors;
+      EXPECT_NE(run.errors.find(row.told), std::string::npos) << run.errors;
     } else {
-      EXPECT_EQ(errors, "");
+      EXPECT_EQ(run.errors, "");
     }
   }
   fake.spaces.erase(folder);

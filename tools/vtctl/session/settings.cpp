@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "platform/same_name.h"
 #include "tools/vtctl/shared/console.h"
 #include "vtclass/config.h"
 
@@ -65,14 +66,14 @@ void LoadJobName(Configuration& key, SessionSettings& settings) {
 }
 
 // Neither of the two has a default that could be stored.
-void LoadCredential(Configuration& key, SessionSettings& settings) {
+std::optional<SettingCredential> LoadCredential(Configuration& key, Secret& opened) {
   wcstring account;
   wcstring password;
-  if (!key.Load(kSessionAccountPassword.name, password) || password.empty()) return;
+  if (!key.Load(kSessionAccountPassword.name, password) || password.empty()) return std::nullopt;
   key.Load(kSessionAccount.name, account);
-  Secret opened;
-  settings.credential = {account, OpenSeal(ToUtf8(password), opened)};
+  const SettingCredential credential = {account, OpenSeal(ToUtf8(password), opened)};
   ::SecureZeroMemory(password.data(), password.size() * sizeof(wchar_t));
+  return credential;
 }
 
 }  // namespace
@@ -95,8 +96,20 @@ SessionSettings LoadSettings(const KeyPath& path) {
   }
   LoadJobName(key, settings);
   for (const NumberSetting& setting : kNumbers) LoadNumber(key, setting, settings);
-  LoadCredential(key, settings);
+  Secret opened;
+  settings.credential = LoadCredential(key, opened);
   return settings;
+}
+
+bool LoadStoredPassword(const KeyPath& path, const std::wstring& account, Secret& password) {
+  Configuration key(path.root);
+  if (!key.Open(Configuration::openExisting, path.subkey.c_str(), nullptr,
+                Configuration::accessRead)) {
+    return false;
+  }
+  const std::optional<SettingCredential> stored = LoadCredential(key, password);
+  return stored && stored->seal.opens && !account.empty() &&
+         vtclass::platform::IsSameName(stored->account, account);
 }
 
 }  // namespace vtctl

@@ -53,6 +53,10 @@ KeyPath SessionKey();
  * written. */
 SessionSettings LoadSettings(const KeyPath& path);
 
+/* The password of this account, where the settings name it and hold its password in a seal that
+ * opens. */
+bool LoadStoredPassword(const KeyPath& path, const std::wstring& account, Secret& password);
+
 }  // namespace vtctl
 
 #endif

@@ -19,6 +19,9 @@ void AddHashCommand(Command& program);
 void AddHiveCommand(Command& program);
 void AddIdentityCommand(Command& program);
 void AddJobLogCommand(Command& program);
+void AddLogonCommand(Command& program);
+void AddOwnCommand(Command& program);
+void AddPrivilegeCommand(Command& program);
 void AddRegistryCommand(Command& program);
 void AddResolveCommand(Command& program);
 void AddSessionCommand(Command& program);
@@ -26,6 +29,7 @@ void AddSettingsCommand(Command& program);
 void AddSgmonCommand(Command& program);
 void AddTimeCommand(Command& program);
 void AddVolumesCommand(Command& program);
+void AddWhoAmICommand(Command& program);
 
 }  // namespace vtctl
 

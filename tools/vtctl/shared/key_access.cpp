@@ -1,17 +1,15 @@
 #include "tools/vtctl/shared/key_access.h"
 
 #include <aclapi.h>
-#include <sddl.h>
 
 #include <algorithm>
 #include <optional>
 
 #include "platform/owned.h"
+#include "tools/vtctl/shared/account_name.h"
 
 namespace vtctl {
 namespace {
-
-constexpr DWORD kNameUnits = 257;
 
 // An entry that speaks of some of the rights.
 struct Entry {
@@ -52,22 +50,6 @@ bool IsOfEveryUser(PSID account) {
   });
 }
 
-// "BUILTIN\Administrators"; the account's number where nobody knows its name.
-std::wstring NameOf(PSID account) {
-  wchar_t name[kNameUnits] = {};
-  wchar_t domain[kNameUnits] = {};
-  DWORD nameUnits = kNameUnits;
-  DWORD domainUnits = kNameUnits;
-  SID_NAME_USE use = {};
-  if (::LookupAccountSidW(nullptr, account, name, &nameUnits, domain, &domainUnits, &use)) {
-    return domain[0] == L'\0' ? name : domain + (L"\\" + std::wstring(name));
-  }
-  wchar_t* number = nullptr;
-  if (!::ConvertSidToStringSidW(account, &number)) return L"?";
-  const vtclass::platform::OwnedLocalMemory memory(number);
-  return number;
-}
-
 }  // namespace
 
 bool LetsEveryUser(ACL* list, DWORD rights) {
@@ -93,7 +75,7 @@ KeyAccess AccessTo(HKEY key, DWORD rights) {
   if (!list) return access;
   for (const Entry& entry : EntriesOf(list, rights)) {
     if (!entry.allows) continue;
-    const std::wstring name = NameOf(entry.account);
+    const std::wstring name = NameOf(entry.account).name;
     if (std::ranges::find(access.names, name) == access.names.end()) access.names.push_back(name);
   }
   return access;

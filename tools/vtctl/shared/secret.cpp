@@ -161,12 +161,35 @@ int ReadBytes(HANDLE file, bool isOneLine, Secret& secret) {
 
 }  // namespace
 
+// Never more characters than bytes, so the text is not moved.
+WidePassword::WidePassword(const Secret& secret) : text(secret.text.size(), L'\0') {
+  const int size = static_cast<int>(secret.text.size());
+  const auto convert = [&](UINT codePage, DWORD flags) {
+    return ::MultiByteToWideChar(codePage, flags, secret.text.c_str(), size, text.data(), size);
+  };
+  int count = convert(CP_UTF8, MB_ERR_INVALID_CHARS);
+  if (count == 0) count = convert(CP_ACP, 0);
+  text.resize(static_cast<std::size_t>(count));
+}
+
 int ReadSecret(const SecretQuestion& question, Secret& secret) {
   const HANDLE input = ::GetStdHandle(STD_INPUT_HANDLE);
   DWORD mode = 0;
   secret.text.clear();
   return ::GetConsoleMode(input, &mode) ? ReadTwice(input, mode, question, secret)
                                         : ReadBytes(input, question.isOneLine, secret);
+}
+
+int ReadPassword(const std::wstring& account, Secret& password) {
+  const std::wstring prompt = L"Password of " + Printable(account) + L" (not shown): ";
+  const int code = ReadSecret({.prompt = prompt.c_str(), .isOneLine = true}, password);
+  if (code != kExitClean) return code;
+  const bool isOtherText =
+      password.text.find('\0') != std::string::npos || password.text.starts_with("\xEF\xBB\xBF");
+  return isOtherText ? Fail(kExitBadInput,
+                            L"The password holds a zero byte or begins with a byte order mark. It "
+                            L"should be UTF-8 without one.")
+                     : kExitClean;
 }
 
 }  // namespace vtctl

@@ -22,6 +22,21 @@ class Secret {
   std::string text; /* bytes */
 };
 
+/* A password as the system takes it, of bytes in UTF-8 or else in the ANSI code page; wiped at the
+ * end. */
+class WidePassword {
+ public:
+  explicit WidePassword(const Secret& secret);
+  ~WidePassword() { ::SecureZeroMemory(text.data(), text.capacity() * sizeof(wchar_t)); }
+  WidePassword(const WidePassword&) = delete;
+  WidePassword& operator=(const WidePassword&) = delete;
+
+  const wchar_t* Text() const { return text.c_str(); }
+
+ private:
+  std::wstring text;
+};
+
 /* How a secret is asked for. */
 struct SecretQuestion {
   const wchar_t* prompt = L"";
@@ -36,6 +51,10 @@ struct SecretQuestion {
  * is not part of it. Returns kExitClean, or the exit code after it has said what went wrong.
  */
 int ReadSecret(const SecretQuestion& question, Secret& secret);
+
+/* Asks for the password of an account: one line, without echo. Refuses what the system would take
+ * for another password than was meant: a zero byte, where it ends, and a byte order mark. */
+int ReadPassword(const std::wstring& account, Secret& password);
 
 }  // namespace vtctl
 

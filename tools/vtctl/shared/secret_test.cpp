@@ -2,69 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/owned.h"
-#include "tests/support/import_hook.h"
+#include "tools/vtctl/played_terminal.h"
 #include "tools/vtctl/shared/exit_code.h"
-#include "tools/vtctl/shared/interrupt.h"
 
 namespace vtctl {
 namespace {
 
-using vtclass::test::ImportHook;
-
-constexpr DWORD kModeBefore = ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT | ENABLE_PROCESSED_INPUT;
-DWORD mode;
-DWORD modeWhileTyping;
-std::wstring typed;  // what is pressed next
-
-BOOL WINAPI GetMode(HANDLE, LPDWORD out) {
-  *out = mode;
-  return TRUE;
-}
-BOOL WINAPI SetMode(HANDLE, DWORD to) {
-  mode = to;
-  return TRUE;
-}
-BOOL WINAPI ReadKey(HANDLE, PINPUT_RECORD record, DWORD, LPDWORD count) {
-  modeWhileTyping = mode;
-  *count = 1;
-  *record = {};
-  if (typed.empty()) return FALSE;
-  record->EventType = KEY_EVENT;
-  record->Event.KeyEvent.uChar.UnicodeChar = typed[0];
-  // 'U' stands for a key that is released.
-  record->Event.KeyEvent.bKeyDown = typed[0] != L'U';
-  typed.erase(0, 1);
-  return TRUE;
-}
-
-// Standard input as a terminal on which `keys` are pressed.
-class PlayedTerminal {
- public:
-  explicit PlayedTerminal(const std::wstring& keys) {
-    typed = keys;
-    mode = kModeBefore;
-    if (!InterruptEvent()) CatchInterrupts();
-    ::SetStdHandle(STD_INPUT_HANDLE, ready.Get());
-  }
-  ~PlayedTerminal() {
-    ::SetStdHandle(STD_INPUT_HANDLE, before);
-    EXPECT_EQ(mode, kModeBefore) << "the terminal is not as it was";
-  }
-  PlayedTerminal(const PlayedTerminal&) = delete;
-  PlayedTerminal& operator=(const PlayedTerminal&) = delete;
-
- private:
-  const HANDLE before = ::GetStdHandle(STD_INPUT_HANDLE);
-  const vtclass::platform::OwnedKernelObject ready{::CreateEventW(nullptr, TRUE, TRUE, nullptr)};
-  const HMODULE program = ::GetModuleHandleW(nullptr);
-  const ImportHook<decltype(::GetConsoleMode)> get{"KERNEL32.dll", "GetConsoleMode", &GetMode,
-                                                   program};
-  const ImportHook<decltype(::SetConsoleMode)> set{"KERNEL32.dll", "SetConsoleMode", &SetMode,
-                                                   program};
-  const ImportHook<decltype(::ReadConsoleInputW)> read{"KERNEL32.dll", "ReadConsoleInputW",
-                                                       &ReadKey, program};
-};
+using test::modeWhileTyping;
+using test::PlayedTerminal;
 
 TEST(Secret, ReadSecret_AtATerminal) {
   const SecretQuestion once = {.prompt = L"?"};

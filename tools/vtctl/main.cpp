@@ -37,12 +37,13 @@ constexpr ProgramText kText = {
     "server, 70 vtctl failed, 73 output not writable, 130 interrupted."};
 
 // In the order of the help.
-constexpr AddCommand kCommands[] = {
-    AddSessionCommand,  AddJobLogCommand,     AddDebugLogCommand, AddRegistryCommand,
-    AddIdentityCommand, AddConvertCommand,    AddResolveCommand,  AddAdvCommand,
-    AddClusterCommand,  AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand,
-    AddSgmonCommand,    AddCredentialCommand, AddDigestCommand,   AddHashCommand,
-    AddTimeCommand,     AddVolumesCommand,    AddDoctorCommand};
+constexpr AddCommand kCommands[] = {AddSessionCommand,    AddJobLogCommand,    AddDebugLogCommand,
+                                    AddRegistryCommand,   AddReplicateCommand, AddRestoreCommand,
+                                    AddIdentityCommand,   AddConvertCommand,   AddResolveCommand,
+                                    AddAdvCommand,        AddClusterCommand,   AddAppsCommand,
+                                    AddDatabaseCommand,   AddSettingsCommand,  AddSgmonCommand,
+                                    AddCredentialCommand, AddDigestCommand,    AddHashCommand,
+                                    AddTimeCommand,       AddVolumesCommand,   AddDoctorCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {

@@ -73,6 +73,7 @@ int KeyReplication::Begin(HKEY root, const wcstring& path, const wcstring& folde
   const auto fail = [](DWORD status) { return ::SetLastError(status), 0; };
   if (!stopEvent) return fail(ERROR_INVALID_HANDLE);
   replicateAtStart = atStart;
+  saves = 0;
   const std::wstring_view above = WithoutBackslashesAtEnd(folder);
   if (!ownPath.Assign(WithoutBackslashesAtEnd(path)) || !ownDirectory.Assign(above) ||
       !ownDirectory.ReplaceBehind(above.size(), L"\\", 1)) {
@@ -146,7 +147,11 @@ void KeyReplication::Follow() {
 
 void KeyReplication::Save() {
   const DWORD status = StatusOf([this] { return SaveKey(key, keyPath, directory); });
-  if (status != ERROR_SUCCESS) report(*this, status);
+  if (status == ERROR_SUCCESS) {
+    ++saves;
+  } else {
+    report(*this, status);
+  }
 }
 
 }  // namespace vtclass::config

@@ -210,6 +210,7 @@ TEST_F(Replication, Changes_AreSavedTogetherOnceTheySettle) {
   EXPECT_EQ(Change(4), Reports());
   EXPECT_EQ(Saved(data), 4u);
   EXPECT_EQ(orders, 5);
+  EXPECT_EQ(replica.GetSaveCount(), 2u);
 }
 
 TEST_F(Replication, ChangeDuringASave_IsSavedToo) {
@@ -292,6 +293,7 @@ TEST_F(Replication, Stop_EndsASaveInHand_AndLeavesPendingChanges) {
   replica.TerminateReplication();
   EXPECT_EQ(saves, 1);
   EXPECT_EQ(Saved(data), 0u);
+  EXPECT_EQ(replica.GetSaveCount(), 0u);
   // During a save, and a change too.
   ::ResetEvent(stopping.Handle());
   ASSERT_EQ(Start(true), 1);

@@ -3,6 +3,8 @@
 
 #include <vtclass/win32.h>
 
+#include <atomic>
+
 #include "vtclass/border.h"
 #include "vtclass/export.h"
 #include "vtclass/strings.h"
@@ -68,6 +70,7 @@ class KeyReplication {
     return Begin(root, path, folder, atStart, keyPath, directory);
   }
   VTCLASS_API void End() noexcept;
+  unsigned long Saves() const noexcept { return saves; }
 
  private:
   /* Reports on the side that derived the class, so that an exception ends where it was thrown
@@ -93,6 +96,7 @@ class KeyReplication {
   HANDLE stopEvent;        /* auto-reset; null when the system refused it */
   bool replicateAtStart = false;
   Runner report;
+  std::atomic<unsigned long> saves{0};
 };
 
 }  // namespace vtclass::config
@@ -146,6 +150,9 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
    * itself; the same holds for the destruction and for InitiateReplication.
    */
   void TerminateReplication() noexcept { End(); }
+
+  /* How many saves have succeeded since the last InitiateReplication. Any thread. */
+  unsigned long GetSaveCount() const noexcept { return Saves(); }
 
   /*
    * Loads the key `keyPath` below `root`, with everything below it, from its data file: what the

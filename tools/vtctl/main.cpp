@@ -38,12 +38,13 @@ constexpr ProgramText kText = {
 
 // In the order of the help.
 constexpr AddCommand kCommands[] = {
-    AddSessionCommand,  AddJobLogCommand,     AddDebugLogCommand,  AddRegistryCommand,
-    AddIdentityCommand, AddConvertCommand,    AddResolveCommand,   AddAdvCommand,
-    AddClusterCommand,  AddAppsCommand,       AddDatabaseCommand,  AddSettingsCommand,
-    AddSgmonCommand,    AddCredentialCommand, AddDigestCommand,    AddHashCommand,
-    AddTimeCommand,     AddVolumesCommand,    AddDoctorCommand,    AddHiveCommand,
-    AddWhoAmICommand,   AddLogonCommand,      AddPrivilegeCommand, AddOwnCommand};
+    AddSessionCommand,    AddJobLogCommand,   AddDebugLogCommand, AddRegistryCommand,
+    AddReplicateCommand,  AddRestoreCommand,  AddHiveCommand,     AddIdentityCommand,
+    AddConvertCommand,    AddResolveCommand,  AddAdvCommand,      AddClusterCommand,
+    AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
+    AddCredentialCommand, AddDigestCommand,   AddHashCommand,     AddTimeCommand,
+    AddVolumesCommand,    AddWhoAmICommand,   AddLogonCommand,    AddPrivilegeCommand,
+    AddOwnCommand,        AddDoctorCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {

@@ -151,8 +151,8 @@ TEST(HiveReader, FirstPage_Damaged_IsToldAndReadAsFarAsItGoes) {
     PutChecksum(file);
     Reading reading(file);
     ASSERT_EQ(reading.sentences.size(), 1u) << row.sentence;
-    EXPECT_EQ(reading.sentences[0], row.sentence);
-    EXPECT_EQ(reading.places[0], row.at == 24 ? 20 : row.at);
+    EXPECT_EQ(reading.sentences.at(0), row.sentence);
+    EXPECT_EQ(reading.places.at(0), row.at == 24 ? 20 : row.at);
     EXPECT_EQ(reading.summary.keys, row.isReadable ? 4u : 0u);
     EXPECT_EQ(reading.summary.minorVersion, row.isReadable ? 5u : 0u);
   }
@@ -169,7 +169,7 @@ TEST(HiveReader, File_CutOff_IsNeverSound) {
   for (std::size_t size = 0; size < whole.size(); size += 256) {
     Reading reading(whole.substr(0, size));
     EXPECT_GT(reading.summary.errors, 0u) << size;
-    EXPECT_EQ(reading.places[0], size < 4 ? 0 : size);
+    EXPECT_EQ(reading.places.at(0), size < 4 ? 0 : size);
   }
   EXPECT_EQ(Reading(whole + std::string(5000, 'x')).summary.errors, 0u) << "padding is allowed";
 }
@@ -184,8 +184,8 @@ TEST(HiveReader, Bin_Damaged_LosesItsCellsOnly) {
     std::string file = Sample();
     PutNumber(file, second + row.at, row.number);
     Reading reading(file);
-    EXPECT_EQ(reading.sentences[0], "E The page does not begin a bin");
-    EXPECT_EQ(reading.places[0], second);
+    EXPECT_EQ(reading.sentences.at(0), "E The page does not begin a bin");
+    EXPECT_EQ(reading.places.at(0), second);
     EXPECT_EQ(reading.summary.values, 2u) << "the first key's values lie in the first bin";
   }
 }

@@ -96,6 +96,7 @@ struct FoundKey {
   Bytes record;
   StoredName name;
   std::size_t depth = 0;
+  std::uint32_t parent = kNoCell;  // the first key's counts for nothing
 
   std::uint32_t Number(std::size_t at) const { return Load<std::uint32_t>(record, at); }
 };
@@ -228,9 +229,7 @@ bool Reading::FindKey(const unsigned char* reference, const FoundKey* parent) {
       Refuse(key.record.data(), "The key", "lies deeper than the registry allows");
       return false;
     }
-    if (key.Number(key_at::kParent) != parent->cell) {
-      Warn(key.record.data() + key_at::kParent, "The key", "names another key as the one above it");
-    }
+    key.parent = parent->cell;
   }
   waiting.push_back(key);
   return true;
@@ -251,6 +250,9 @@ bool Reading::ReadKey(const FoundKey& key) {
   summary.deepest = std::max(summary.deepest, key.depth);
   const auto flags = Load<std::uint16_t>(key.record, key_at::kFlags);
   if (!visitor.OnKey({path, key.depth, key.name, (flags & kIsLink) != 0})) return false;
+  if (key.depth > 0 && key.Number(key_at::kParent) != key.parent) {
+    Warn(key.record.data() + key_at::kParent, "The key", "names another key as the one above it");
+  }
   CheckClass(key);
   CheckSecurity(key);
   if (!ReadValues(key)) return false;

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes hives and reads them by other means than the library's, to check its reader.
 
     hive/make_hives.py check COMMAND...   makes hives and compares what "COMMAND... list --json FILE" reads in
@@ -7,7 +7,8 @@
     hive/make_hives.py write FILE         writes a hive with a bit of everything, to be looked at
 
 A first hive of one key is written here as the format's rules read, with large data in pieces; hivex adds
-keys and values to it and reads all of it back. Ends with 77 when this machine has no hivex for Python.
+keys and values to it and reads all of it back. It belongs to Debian's own Python. Ends with 77 when this
+machine has no hivex.
 """
 import json
 import os
@@ -18,14 +19,10 @@ import subprocess
 import sys
 import tempfile
 
-# The module belongs to Debian's own Python, whichever comes first in the path.
-if not os.environ.get("VTCLASS_DEBIAN_PYTHON") and os.path.exists("/usr/bin/python3"):
-    os.environ["VTCLASS_DEBIAN_PYTHON"] = "1"
-    os.execv("/usr/bin/python3", ["/usr/bin/python3", *sys.argv])
 try:
     import hivex
 except ImportError:
-    print("This machine has no hivex for Python (Debian: python3-hivex).")
+    print(f"{sys.argv[0]}: Skipped\nThis machine has no hivex for Python (Debian: python3-hivex).")
     sys.exit(77)
 
 PAGE = 4096
@@ -169,8 +166,8 @@ def listed(command, path):
 def check(command):
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "made.hive")
-        for seed, most, large in ((1, 3, b""), (2, 6, some_bytes(random.Random(7), 40000)), (3, 9, b""),
-                                  (4, 2, some_bytes(random.Random(8), 2 * PIECE))):
+        for seed, most, large in ((2, 6, some_bytes(random.Random(7), 40000)),
+                                  (3, 9, some_bytes(random.Random(8), 2 * PIECE))):
             write_hive(path, seed, most, large)
             hive = hivex.Hivex(path)
             expected = {key: {name: (TYPES[kind], len(data), shown(kind, data))

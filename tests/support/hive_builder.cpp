@@ -124,7 +124,8 @@ class Builder {
       for (std::size_t n = at; n < at + count; ++n) {
         leaf.Add(AddKey(key.subkeys[n], parent, 0x20));
         if (form.leaf == 'h') leaf.Add(HashOf(key.subkeys[n].name));
-        if (form.leaf == 'f') leaf.Add((Pack(key.subkeys[n].name).bytes + std::string(4, 0)).substr(0, 4));
+        if (form.leaf == 'f')
+          leaf.Add((Pack(key.subkeys[n].name).bytes + std::string(4, 0)).substr(0, 4));
       }
       leaves.push_back(AddCell(leaf));
     }

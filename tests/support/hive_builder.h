@@ -31,8 +31,7 @@ struct HiveForm {
 
 /*
  * A hive as the system would save that key, byte for byte where it matters. Tests and benchmarks
- * take it, whole or with bytes of it changed. What it writes is read by others, too
- * (hive/make_hives.py).
+ * take it, whole or with bytes of it changed.
  */
 std::string BuildHive(const HiveKey& root, const HiveForm& form = {});
 

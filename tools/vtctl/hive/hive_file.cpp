@@ -41,8 +41,13 @@ unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes)
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return ::GetLastError();
+  LARGE_INTEGER length = {};
+  if (!::GetFileSizeEx(file.Get(), &length)) return ::GetLastError();
+  if (static_cast<std::uint64_t>(length.QuadPart) > kMostHiveBytes) return ERROR_FILE_TOO_LARGE;
+  bytes.reserve(static_cast<std::size_t>(length.QuadPart) + kTransfer);
   for (DWORD count = 1; count != 0;) {
     const std::size_t size = bytes.size();
+    // It may grow while it is read.
     if (size > kMostHiveBytes) return ERROR_FILE_TOO_LARGE;
     bytes.resize(size + kTransfer);
     if (!::ReadFile(file.Get(), bytes.data() + size, kTransfer, &count, nullptr)) {

@@ -318,9 +318,8 @@ inline constexpr RegistryValue kSessionAccountPassword = {
     {kSessionKey, L"Account Password"},
     {ValueKind::text},
     {words::kAtBegin, words::kSession,
-     "A sealed password (`vtctl credential seal`). The session tells whose it is, and warns when "
-     "it "
-     "does not open or is not sealed.",
+     "A sealed password (`vtctl credential seal`). The session tells whose it is, warns when it "
+     "does not open or is not sealed, and uses it where `--as` names the account.",
      "nothing; not stored"}};
 
 inline constexpr const RegistryValue* kMonitoredValues[] = {

@@ -5,11 +5,11 @@
 #include "tools/vtctl/security/own.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
+#include "tools/vtctl/shared/confirm.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
-#include "tools/vtctl/shared/secret.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -61,23 +61,9 @@ int CheckPath(const OwnArguments& arguments) {
   return kExitClean;
 }
 
-// Whether the operator means it; an exit code where not.
-int Confirm(const OwnArguments& arguments) {
-  if (arguments.isSure) return kExitClean;
-  DWORD mode = 0;
-  if (!::GetConsoleMode(::GetStdHandle(STD_INPUT_HANDLE), &mode)) {
-    return Fail(kExitUsage,
-                L"Nobody can be asked: standard input is no terminal. --yes does without.");
-  }
-  const std::wstring question = L"Make the local system account the owner of " +
-                                arguments.path.Shown() +
-                                (arguments.isTree ? L" and of everything below it" : L"") +
-                                L"? Nothing undoes this. (yes/no) ";
-  Secret answer;
-  const int code = ReadSecret({.prompt = question.c_str(), .isShown = true}, answer);
-  if (code != kExitClean) return code;
-  return answer.text == "yes" || answer.text == "y" ? kExitClean
-                                                    : Fail(kExitWarnings, L"Nothing was done.");
+std::wstring Question(const OwnArguments& arguments) {
+  return L"Make the local system account the owner of " + arguments.path.Shown() +
+         (arguments.isTree ? L" and of everything below it" : L"") + L"? Nothing undoes this.";
 }
 
 int AssertPrivileges() {
@@ -118,7 +104,7 @@ Json ToJson(const OwnArguments& arguments, const OwnResult& result) {
 
 int Run(const OwnArguments& arguments) {
   int code = CheckPath(arguments);
-  if (code == kExitClean) code = Confirm(arguments);
+  if (code == kExitClean && !arguments.isSure) code = Confirm(Question(arguments));
   if (code == kExitClean) code = AssertPrivileges();
   if (code != kExitClean) return code;
   const OwnResult result = TakeOver({arguments.path, arguments.isTree, arguments.json});

@@ -311,29 +311,25 @@ json AskPrivilege(const wchar_t* name, int code) {
 }
 
 TEST(Privilege, StateBeforeAndAfter_OfTheTokenThatItWasDoneTo) {
-  SetPrivilege(false, 0);
-  json told = AskPrivilege(kPrivilege, kExitClean);
-  EXPECT_EQ(told["token"], "process");
-  EXPECT_EQ(told["enabledBefore"], false);
-  EXPECT_EQ(told["enabledAfter"], true);
-  told = AskPrivilege(kPrivilege, kExitClean);
-  EXPECT_EQ(told["enabledBefore"], true);
-  {
-    const Impersonating impersonating;
-    SetPrivilege(true, 0);
-    told = AskPrivilege(kPrivilege, kExitClean);
-    EXPECT_EQ(told["token"], "thread");
-    EXPECT_EQ(told["enabledBefore"], false);
-    EXPECT_EQ(told["enabledAfter"], true);
+  for (const bool isThread : {false, true}) {
+    const auto impersonating = isThread ? std::make_unique<Impersonating>() : nullptr;
+    SetPrivilege(isThread, 0);
+    for (const bool before : {false, true}) {
+      const json told = AskPrivilege(kPrivilege, kExitClean);
+      EXPECT_EQ(told["token"], isThread ? "thread" : "process");
+      EXPECT_EQ(told["enabledBefore"], before);
+      EXPECT_EQ(told["enabledAfter"], true);
+    }
+    if (!isThread) continue;
     SetPrivilege(true, SE_PRIVILEGE_REMOVED);
-    told = AskPrivilege(kPrivilege, kExitErrors);
+    const json told = AskPrivilege(kPrivilege, kExitErrors);
     EXPECT_EQ(told["held"], false);
     EXPECT_EQ(told["status"], ERROR_NOT_ALL_ASSIGNED);
     EXPECT_TRUE(told["enabledAfter"].is_null());
     EXPECT_TRUE(Holds(RunHere(AddPrivilegeCommand, {L"privilege", kPrivilege}).output,
                       "  Before    not held\n  Enabled   no: "));
   }
-  told = AskPrivilege(L"SeMisspeltPrivilege", kExitBadInput);
+  json told = AskPrivilege(L"SeMisspeltPrivilege", kExitBadInput);
   EXPECT_EQ(told["known"], false);
   EXPECT_EQ(told["agentsAreTold"], true) << "they are not kept from going on";
   const auto refuse = Replace<decltype(::AdjustTokenPrivileges)>(
@@ -359,56 +355,41 @@ class Own : public testing::Test, protected vtclass::test::FakeOwnership {
   const std::wstring tree = L"\\\\?\\" + scratch.Path();
 };
 
-TEST_F(Own, AsksBeforeItActs) {
+TEST_F(Own, AsksBeforeItActs_AndRefusesWhatCannotBe) {
   vtclass::test::MakeFile(scratch / L"file", "x");
-  const auto granted = GrantPrivileges(ERROR_SUCCESS);
   const struct {
     const wchar_t* keys;  // null: no terminal
-    std::vector<std::wstring> words;
+    std::wstring path;
+    bool isTree, isSure;
+    DWORD privileges;
     int code;
     size_t taken;
-  } rows[] = {{nullptr, {}, kExitUsage, 0},
-              {nullptr, {L"--yes"}, kExitClean, 1},
-              {nullptr, {L"--yes", L"--tree"}, kExitClean, 2},
-              {L"yes\r", {}, kExitClean, 1},
-              {L"y\r", {L"--tree"}, kExitClean, 2},
-              {L"no\r", {}, kExitWarnings, 0},
-              {L"\r", {L"--tree"}, kExitWarnings, 0},
-              {L"ye", {}, kExitNoInput, 0}};
+    const char* told;
+  } rows[] = {
+      {nullptr, L"", false, false, 0, kExitUsage, 0, "Nobody can be asked"},
+      {nullptr, L"", false, true, 0, kExitClean, 1, ""},
+      {nullptr, L"", true, true, 0, kExitClean, 2, ""},
+      {L"yes\r", L"", false, false, 0, kExitClean, 1, "? Nothing undoes this. (yes/no) "},
+      {L"y\r", L"", true, false, 0, kExitClean, 2, " and of everything below it? "},
+      {L"no\r", L"", false, false, 0, kExitWarnings, 0, "Nothing was done."},
+      {L"\r", L"", true, false, 0, kExitWarnings, 0, "Nothing was done."},
+      {L"ye", L"", false, false, 0, kExitNoInput, 0, "cannot be read"},
+      {nullptr, L"\\missing", false, true, 0, kExitNoInput, 0, "was not found: "},
+      {nullptr, L"\\file", true, true, 0, kExitNoInput, 0, "is no folder"},
+      {nullptr, L"", true, true, 1300, kExitErrors, 0, "SeTakeOwnershipPrivilege cannot be"}};
   for (const auto& row : rows) {
-    std::vector<std::wstring> words = {L"own", scratch.Path()};
-    words.insert(words.end(), row.words.begin(), row.words.end());
+    const auto granted = GrantPrivileges(row.privileges);
     const PlayedInput script("yes\n");
     std::unique_ptr<test::PlayedTerminal> terminal;
     if (row.keys) terminal = std::make_unique<test::PlayedTerminal>(row.keys);
+    std::vector<std::wstring> words = {L"own", scratch.Path() + row.path};
+    if (row.isTree) words.emplace_back(L"--tree");
+    if (row.isSure) words.emplace_back(L"--yes");
     const RunHere run(AddOwnCommand, words);
     EXPECT_EQ(run.code, row.code) << run.errors;
-    EXPECT_EQ(Taken().size(), row.taken);
-    EXPECT_EQ(Holds(run.errors, scratch.Path().size() > 0 && row.keys ? "(yes/no)" : "Nobody"),
-              row.keys || row.code == kExitUsage);
+    EXPECT_TRUE(Holds(run.errors, row.told)) << run.errors;
+    EXPECT_EQ(Taken().size(), row.taken) << row.told;
   }
-}
-
-TEST_F(Own, WhatCannotBe_IsRefusedBeforehand) {
-  vtclass::test::MakeFile(scratch / L"file", "x");
-  const struct {
-    std::vector<std::wstring> words;
-    DWORD privileges;
-    int code;
-    const char* sentence;
-  } rows[] = {{{scratch / L"missing"}, 0, kExitNoInput, "was not found: "},
-              {{scratch / L"file", L"--tree"}, 0, kExitNoInput, "is no folder"},
-              {{scratch.Path()}, 1300, kExitErrors, "SeTakeOwnershipPrivilege cannot be enabled"}};
-  for (const auto& row : rows) {
-    const auto granted = GrantPrivileges(row.privileges);
-    std::vector<std::wstring> words = {L"own", L"--yes"};
-    words.insert(words.end(), row.words.begin(), row.words.end());
-    const RunHere run(AddOwnCommand, words);
-    EXPECT_EQ(run.code, row.code);
-    EXPECT_TRUE(Holds(run.errors, row.sentence)) << run.errors;
-    EXPECT_EQ(run.output, "");
-  }
-  EXPECT_EQ(vtclass::test::ownership.asked.size(), 0U);
   // The library refuses it by how it is written; made absolute it would be the drive's root.
   const auto granted = GrantPrivileges(ERROR_SUCCESS);
   const RunHere root(AddOwnCommand, {L"own", L"\\", L"--tree", L"--yes"});

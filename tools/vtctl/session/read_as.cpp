@@ -15,9 +15,9 @@ using vtclass::platform::FailureCode;
 
 int Refused(const std::wstring& account, const wchar_t* what, DWORD error, bool isStored) {
   const std::wstring source =
-      isStored ? L" The password is that of \"Account Password\" in the settings." : L"";
+      isStored ? L"; the password is that of \"Account Password\" in the settings" : L"";
   return Fail(kExitNoInput, Printable(account) + what + SystemText(error) + source +
-                                L" 'vtctl logon' tells more.");
+                                L"; 'vtctl logon' tells more");
 }
 
 }  // namespace

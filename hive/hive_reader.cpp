@@ -57,7 +57,7 @@ constexpr std::size_t kOffsetBytes = sizeof(std::uint32_t);
 constexpr std::size_t kListHeaderBytes = 4;
 
 constexpr const char* kTooShort = "is longer than its cell";
-constexpr const char* kNoRecord = "is none";
+constexpr const char* kNoRecord = "does not lie where its offset leads";
 
 WideUnit AsciiUpper(WideUnit unit) {
   return unit >= 'a' && unit <= 'z' ? static_cast<WideUnit>(unit - ('a' - 'A')) : unit;
@@ -299,7 +299,7 @@ void Reading::CheckDescriptor(Bytes record, std::uint32_t cell) {
     return;
   }
   if (size < kLeastDescriptorBytes || record[security_at::kDescriptor] != kDescriptorRevision) {
-    Refuse(record.data() + security_at::kDescriptor, kWhat, kNoRecord);
+    Refuse(record.data() + security_at::kDescriptor, kWhat, "has an unknown form");
     return;
   }
   const Bytes next = cells.Look(Load<std::uint32_t>(record, security_at::kNext));

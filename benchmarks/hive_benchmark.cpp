@@ -21,17 +21,17 @@ namespace {
 constexpr wchar_t kHive[] = L"hive_benchmark.dat";
 constexpr wchar_t kSaved[] = L"hive_benchmark_saved.dat";
 constexpr wchar_t kLiveKey[] = L"Software\\vtclass_hive_benchmark";
-constexpr int kKeys = 1000;
-constexpr int kValuesEach = 100;
+constexpr std::size_t kKeys = 1000;
+constexpr std::size_t kValuesEach = 100;
 
 // A thousand keys of a hundred values each, most of them short, as settings are.
 const HiveKey& Contents() {
   static const HiveKey contents = [] {
     HiveKey root;
-    for (int key = 0; key < kKeys; ++key) {
+    for (std::size_t key = 0; key < kKeys; ++key) {
       HiveKey& below = root.subkeys.emplace_back();
       below.name = L"Key " + std::to_wstring(10000 + key);
-      for (int value = 0; value < kValuesEach; ++value) {
+      for (std::size_t value = 0; value < kValuesEach; ++value) {
         const std::wstring name = L"Value " + std::to_wstring(value);
         below.values.push_back(
             value % 2 == 0 ? vtclass::test::HiveValue{name, REG_DWORD, "1234"}

@@ -39,7 +39,7 @@ std::size_t CellMap::ReadBin(std::size_t at, const ReportProblem& report) {
   const std::size_t end = at + binSize;
   for (std::size_t cell = at + kBinHeaderBytes; cell < end;) {
     const auto stored = Load<std::int32_t>(bins, cell);
-    const std::size_t size = static_cast<std::size_t>(std::llabs(stored));
+    const auto size = static_cast<std::size_t>(std::llabs(stored));
     if (size == 0 || size % kCellStep != 0 || size > end - cell) {
       report({Severity::error, kBaseBlockBytes + cell, "The cell", "has a size that cannot be"});
       break;

@@ -8,8 +8,8 @@ namespace {
 // A folded name and its place.
 using Folded = std::pair<WideText, std::size_t>;
 
-const WideText& NameOf(const WideText& subkey) { return subkey; }
-const WideText& NameOf(const NamedValue& value) { return value.name; }
+WideText NameOf(const WideText& subkey) { return subkey; }
+WideText NameOf(const NamedValue& value) { return value.name; }
 
 template <typename Entry>
 std::vector<Folded> SortedNames(const std::vector<Entry>& entries, FoldCase fold) {

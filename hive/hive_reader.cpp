@@ -57,7 +57,7 @@ constexpr std::size_t kOffsetBytes = sizeof(std::uint32_t);
 constexpr std::size_t kListHeaderBytes = 4;
 
 constexpr const char* kTooShort = "is longer than its cell";
-constexpr const char* kNoRecord = "is none";
+constexpr const char* kNoRecord = "does not lie where its offset leads";
 
 WideUnit AsciiUpper(WideUnit unit) {
   return unit >= 'a' && unit <= 'z' ? static_cast<WideUnit>(unit - ('a' - 'A')) : unit;
@@ -108,7 +108,8 @@ class Reading {
         report([this, &reportTo](const Problem& problem) { Tell(problem, reportTo); }),
         block(ReadBaseBlock(file, report)),
         file(file),
-        cells(block ? block->bins : Bytes(), report) {}
+        bins(block ? block->bins : Bytes()),
+        cells(bins, report) {}
 
   HiveSummary Read();
 
@@ -151,6 +152,7 @@ class Reading {
   const ReportProblem report;
   const std::optional<BaseBlock> block;
   const Bytes file;
+  const Bytes bins;
   CellMap cells;
   std::vector<FoundKey> waiting;            // keys to be told, the next one last
   StoredName lastInList;                    // the subkey found before, in the lists of one key
@@ -297,7 +299,7 @@ void Reading::CheckDescriptor(Bytes record, std::uint32_t cell) {
     return;
   }
   if (size < kLeastDescriptorBytes || record[security_at::kDescriptor] != kDescriptorRevision) {
-    Refuse(record.data() + security_at::kDescriptor, kWhat, kNoRecord);
+    Refuse(record.data() + security_at::kDescriptor, kWhat, "has an unknown form");
     return;
   }
   const Bytes next = cells.Look(Load<std::uint32_t>(record, security_at::kNext));
@@ -370,7 +372,7 @@ bool Reading::ReadData(Bytes record, StoredData& data) {
     return true;
   }
   if (size == 0) return true;
-  if (size > kPieceBytes && block->minorVersion >= kMinorWithPieces) {
+  if (size > kPieceBytes && summary.minorVersion >= kMinorWithPieces) {
     return ReadPieces(record, size, data);
   }
   const Bytes content = Take(record.data() + value_at::kData, kWhat, size);
@@ -394,7 +396,7 @@ bool Reading::ReadPieces(Bytes record, std::size_t size, StoredData& data) {
   }
   const Bytes list = Take(pieces.data() + kOffsetBytes, kWhat, count * kOffsetBytes);
   if (list.empty() || !CheckPieces(list.first(count * kOffsetBytes), size)) return false;
-  data = StoredData(block->bins, list.first(count * kOffsetBytes), size);
+  data = StoredData(bins, list.first(count * kOffsetBytes), size);
   return true;
 }
 

@@ -166,7 +166,7 @@ def listed(command, path):
 def check(command):
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "made.hive")
-        for seed, most, large in ((2, 6, some_bytes(random.Random(7), 40000)),
+        for seed, most, large in ((8, 6, some_bytes(random.Random(7), 40000)),
                                   (3, 9, some_bytes(random.Random(8), 2 * PIECE))):
             write_hive(path, seed, most, large)
             hive = hivex.Hivex(path)
@@ -224,7 +224,7 @@ def main():
     elif len(sys.argv) == 3 and sys.argv[1] == "seeds":
         write_seeds(sys.argv[2])
     elif len(sys.argv) == 3 and sys.argv[1] == "write":
-        write_hive(sys.argv[2], 2, 6, some_bytes(random.Random(7), 40000))
+        write_hive(sys.argv[2], 8, 6, some_bytes(random.Random(7), 40000))
     else:
         sys.exit(__doc__)
 

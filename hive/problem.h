@@ -15,9 +15,10 @@ enum class Severity { warning, error };
 /* What is wrong in a hive, and where. */
 struct Problem {
   Severity severity = Severity::error;
-  std::uint64_t at = 0;      /* the byte of the file that says so */
-  const char* what = "";     /* what is meant: "The list of values" */
-  const char* fault = "";    /* the rest of the sentence, without its full stop */
+  std::uint64_t at = 0;   /* the byte of the file that says so */
+  const char* what = "";  /* what is meant: "The list of values" */
+  const char* fault = ""; /* the rest of the sentence, without its full stop */
+  // NOLINTNEXTLINE(readability-redundant-member-init): so that it may be left out
   WideView key = WideView(); /* the key concerned; valid while the problem is told */
 };
 

@@ -1,5 +1,6 @@
 #include "tools/vtctl/hive/diff.h"
 
+#include <ranges>
 #include <utility>
 #include <vector>
 
@@ -81,8 +82,8 @@ class Diff {
       ++summary.keysNotInFile;
       Tell({Difference::keyNotInFile, Below(here, live.contents.subkeys[place]), {}});
     }
-    for (auto pair = found.commonSubkeys.rbegin(); pair != found.commonSubkeys.rend(); ++pair) {
-      here.below.emplace_back(stored.subkeys[pair->first], live.contents.subkeys[pair->second]);
+    for (const auto& [ours, theirs] : std::views::reverse(found.commonSubkeys)) {
+      here.below.emplace_back(stored.subkeys[ours], live.contents.subkeys[theirs]);
     }
   }
 

@@ -165,7 +165,7 @@ TEST_F(HiveCommand, Verify_ManyProblems_TellsTheFirstHundred) {
   const Json json = Json::parse(run.Output());
   EXPECT_EQ(json["problems"].size(), 100u);
   EXPECT_EQ(json["errors"], 150);
-  EXPECT_EQ(json["problems"][0]["text"], "The value is none");
+  EXPECT_EQ(json["problems"][0]["text"], "The value does not lie where its offset leads");
   EXPECT_EQ(json["problems"][0]["severity"], "error");
 }
 
@@ -196,7 +196,8 @@ TEST_F(HiveCommand, List_OfADamagedHive_ShowsWhatCanBeRead) {
   VtctlRun run = Run(L"list");
   EXPECT_EQ(run.ExitCode(), kExitErrors);
   EXPECT_NE(run.Output().find("number = 42"), std::string::npos);
-  EXPECT_NE(run.ErrorOutput().find("The value is none"), std::string::npos);
+  EXPECT_NE(run.ErrorOutput().find("The value does not lie where its offset leads"),
+            std::string::npos);
 }
 
 TEST_F(HiveCommand, Diff_TellsTheSameAndWhatDiffers) {

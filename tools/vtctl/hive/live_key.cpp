@@ -17,7 +17,7 @@ constexpr std::size_t kFirstDataRoom = 4096;
 LSTATUS ReadSubkeys(HKEY key, std::vector<std::wstring>& names) {
   wchar_t name[kKeyNameRoom + 1];  // Wine has keys of 256 characters
   for (DWORD index = 0;; ++index) {
-    DWORD length = static_cast<DWORD>(std::size(name));
+    auto length = static_cast<DWORD>(std::size(name));
     const LSTATUS status =
         ::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (status == ERROR_NO_MORE_ITEMS) return ERROR_SUCCESS;

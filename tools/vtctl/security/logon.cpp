@@ -2,11 +2,12 @@
 
 #include <vtstdutl/vtstdutl.h>
 
+#include <algorithm>
 #include <cwchar>
-#include <exception>
 #include <string_view>
 
 #include "config/registry_values.h"
+#include "platform/no_throw.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/config.h"
@@ -30,11 +31,8 @@ class LogonTraces {
  private:
   static void Keep(const wchar_t* source, unsigned long, const wchar_t* text, void* self) {
     if (std::wstring_view(source) != L"impersonator") return;
-    try {
-      static_cast<LogonTraces*>(self)->lines.emplace_back(text);
-    } catch (const std::exception&) {
-      // The logon goes on without this line.
-    }
+    // Without memory the logon goes on without this line.
+    vtclass::platform::StatusOf([&] { static_cast<LogonTraces*>(self)->lines.emplace_back(text); });
   }
 };
 
@@ -53,10 +51,8 @@ std::optional<LogonType> TypeIn(const std::vector<std::wstring>& lines) {
 }
 
 bool IsLoggedOnBy(const std::vector<std::wstring>& lines) {
-  for (const std::wstring& line : lines) {
-    if (line.starts_with(L"LogonUser(")) return true;
-  }
-  return false;
+  return std::ranges::any_of(
+      lines, [](const std::wstring& line) { return line.starts_with(L"LogonUser("); });
 }
 
 TypeChoice Standard(const LogonType& type, const std::wstring& why) {

@@ -18,12 +18,13 @@ class Work {
   // The operation for trees calls this.
   static bool OnEntry(OwnershipStep step, const wchar_t* path, unsigned long status,
                       void* context) {
-    return static_cast<Work*>(context)->Tell({step, Path(path), status});
+    Work& work = *static_cast<Work*>(context);
+    work.isTelling = true;
+    return work.Tell({step, Path(path), status});
   }
 
   // Whether the walk goes on.
   bool Tell(const OwnFailure& entry) {
-    isTelling = true;
     if (entry.status == ERROR_SUCCESS) {
       ++result.taken;
       ShowProgress(entry.path);

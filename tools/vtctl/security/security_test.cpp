@@ -392,7 +392,7 @@ TEST_F(Own, AsksBeforeItActs_AndRefusesWhatCannotBe) {
   }
   // The library refuses it by how it is written; made absolute it would be the drive's root.
   const auto granted = GrantPrivileges(ERROR_SUCCESS);
-  const RunHere root(AddOwnCommand, {L"own", L"\\", L"--tree", L"--yes"});
+  const RunHere root(AddOwnCommand, {L"own", L"\\", L"--yes"});
   EXPECT_EQ(root.code, kExitErrors);
   EXPECT_TRUE(Holds(root.output, "(87)\n0 taken over, 1 failed\n")) << root.output;
 }

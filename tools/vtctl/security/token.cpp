@@ -69,13 +69,19 @@ class Reader {
 
   void ReadAccount() {
     const std::vector<BYTE> user = Information(token, TokenUser);
-    if (user.empty()) return Untold("account");
+    if (user.empty()) {
+      Untold("account");
+      return;
+    }
     facts.account = NameOf(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid);
   }
 
   void ReadGroups() {
     const std::vector<BYTE> bytes = Information(token, TokenGroups);
-    if (bytes.empty()) return Untold("groups");
+    if (bytes.empty()) {
+      Untold("groups");
+      return;
+    }
     const auto& groups = *reinterpret_cast<const TOKEN_GROUPS*>(bytes.data());
     for (DWORD i = 0; i < groups.GroupCount; ++i) {
       facts.groups.push_back({NameOf(groups.Groups[i].Sid), groups.Groups[i].Attributes});
@@ -84,7 +90,10 @@ class Reader {
 
   void ReadIntegrity() {
     const std::vector<BYTE> bytes = Information(token, TokenIntegrityLevel);
-    if (bytes.empty()) return Untold("integrity");
+    if (bytes.empty()) {
+      Untold("integrity");
+      return;
+    }
     const PSID label = reinterpret_cast<const TOKEN_MANDATORY_LABEL*>(bytes.data())->Label.Sid;
     facts.integrity = NameOf(label);
     const UCHAR parts = *::GetSidSubAuthorityCount(label);
@@ -103,7 +112,10 @@ class Reader {
 
   void ReadStatistics() {
     const auto statistics = Ask<TOKEN_STATISTICS>(token, TokenStatistics);
-    if (!statistics) return Untold("logonSession");
+    if (!statistics) {
+      Untold("logonSession");
+      return;
+    }
     const LUID& id = statistics->AuthenticationId;
     facts.logonSession = ULONGLONG{static_cast<DWORD>(id.HighPart)} << 32 | id.LowPart;
     if (statistics->TokenType == TokenImpersonation) facts.level = statistics->ImpersonationLevel;

@@ -69,13 +69,18 @@ const char* IntegrityWord(DWORD level) {
 
 const char* ElevationWord(const std::optional<TOKEN_ELEVATION_TYPE>& type) {
   if (!type) return nullptr;
-  return *type == TokenElevationTypeFull      ? "full"
-         : *type == TokenElevationTypeLimited ? "limited"
-                                              : "default";
+  switch (*type) {
+    case TokenElevationTypeFull:
+      return "full";
+    case TokenElevationTypeLimited:
+      return "limited";
+    default:
+      return "default";
+  }
 }
 
-std::wstring ElevationText(const TokenFacts& facts) {
-  std::wstring text = YesNo(*facts.isElevated);
+std::wstring ElevationText(bool isElevated, const TokenFacts& facts) {
+  std::wstring text = YesNo(isElevated);
   if (facts.elevation == TokenElevationTypeLimited) {
     text += L"; the account has an elevated token too: start the program as administrator";
   }
@@ -175,11 +180,11 @@ std::wstring Text(const TokenFacts& facts) {
   }
   if (const char* const level = LevelWord(facts.level)) text += Row(L"Level", FromUtf8(level));
   if (facts.logonSession) text += Row(L"Logon session", SessionText(*facts.logonSession));
-  if (facts.integrityLevel) {
+  if (facts.integrityLevel && facts.integrity) {
     text += Row(L"Integrity", FromUtf8(IntegrityWord(*facts.integrityLevel)) + L"  [" +
                                   facts.integrity->sid + L"]");
   }
-  if (facts.isElevated) text += Row(L"Elevated", ElevationText(facts));
+  if (facts.isElevated) text += Row(L"Elevated", ElevationText(*facts.isElevated, facts));
   for (const UntoldFact& fact : facts.untold) {
     text += Row(L"Not told", FromUtf8(fact.fact) + L": " + SystemText(fact.status));
   }

@@ -60,8 +60,10 @@ SessionResult Session::Run() {
 
 // The tree's volume may be one that only the account that reads it can see.
 void Session::AskVolume() {
-  const ReadingAs acting(request.reader.token.Get());
-  if (acting.Error() == ERROR_SUCCESS) result.volume = VolumeOf(request.root);
+  {
+    const ReadingAs acting(request.reader.token.Get());
+    if (acting.Error() == ERROR_SUCCESS) result.volume = VolumeOf(request.root);
+  }
   result.volume.freeBefore = AskFreeSpace();
 }
 

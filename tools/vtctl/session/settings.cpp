@@ -71,7 +71,7 @@ std::optional<SettingCredential> LoadCredential(Configuration& key, Secret& open
   wcstring password;
   if (!key.Load(kSessionAccountPassword.name, password) || password.empty()) return std::nullopt;
   key.Load(kSessionAccount.name, account);
-  const SettingCredential credential = {account, OpenSeal(ToUtf8(password), opened)};
+  SettingCredential credential = {account, OpenSeal(ToUtf8(password), opened)};
   ::SecureZeroMemory(password.data(), password.size() * sizeof(wchar_t));
   return credential;
 }

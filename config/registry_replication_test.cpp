@@ -238,6 +238,7 @@ TEST_F(Replication, ChangeDuringASave_IsSavedToo) {
     EXPECT_EQ(time.Next(), INFINITE);
     EXPECT_EQ(Saved(data), 7u);
     EXPECT_EQ(saves, 2);
+    EXPECT_EQ(orders, atStart ? 2 : 3);
     replica.TerminateReplication();
   }
   // The order in front of the start save may fail; it comes once more.
@@ -462,6 +463,8 @@ TEST_F(Replication, Start_TellsWhyItFailed_AndHoldsNothingAtTheEnd) {
     }
     EXPECT_EQ(start(fails, kKey, folder), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(time.Next(), INFINITE);
+    Put(1);
+    EXPECT_EQ(time.Next(), 3000u);
     EXPECT_EQ(FilesIn(folder + L"\\one\\two"), Names{kDataName});
     EXPECT_EQ(Saved(data), 0u);
     EXPECT_EQ(fails.TakeReports(), Reports());
@@ -642,7 +645,10 @@ TEST(ReplicaNames, AreMadeOfPathsAndNumbers) {
                                                          {L"\\\\srv\\s", 5},
                                                          {L"\\\\srv", 1},
                                                          {L"\\\\", 0},
-                                                         {L"", 0}}) {
+                                                         {L"", 0},
+                                                         {L"\\\\?\\C:\\a\\b", 8},
+                                                         {L"\\\\?\\C:\\a\\", 0},
+                                                         {L"\\\\?\\C:", 0}}) {
     EXPECT_EQ(ParentLength(path), length) << testing::PrintToString(path);
   }
 }

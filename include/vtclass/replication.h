@@ -109,10 +109,10 @@ class KeyReplication {
  * during a save is saved by another one, 3 seconds after the last change. A change within the 3
  * seconds before TerminateReplication is not saved.
  *
- * The thread enables SeBackupPrivilege for the process, which saving needs; where that is refused
- * each save is reported (1314). It ends by itself, without a report, when the system refuses to
- * tell of changes: above all when the key has been deleted. A key of that name that comes back is
- * not followed.
+ * The thread acts as the process, whomever its starter impersonates, and enables
+ * SeBackupPrivilege for it, which saving needs; where that is refused each save is reported (1314).
+ * It ends by itself, without a report, when the system refuses to tell of changes: above all when
+ * the key has been deleted. A key of that name that comes back is not followed.
  *
  * Threads: one at a time uses an object. It may be destroyed on any thread but its own.
  * Deriving: the class calls TerminateReplication in its own destructor, so that no report comes to

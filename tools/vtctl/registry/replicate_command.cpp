@@ -93,7 +93,7 @@ std::wstring SizeOf(const Path& file) {
 
 // Why a save failed, and what can be done about it.
 std::wstring ReasonText(unsigned long status) {
-  const std::wstring text = SystemText(status);
+  std::wstring text = SystemText(status);
   switch (status) {
     case ERROR_ALREADY_EXISTS:
       return L"somebody holds the data file open, and it stays as it was: " + text;

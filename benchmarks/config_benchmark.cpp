@@ -6,14 +6,23 @@
 #include <vector>
 
 #include "vtclass/config.h"
+#include "vtclass/replication.h"
+#include "vtclass/security.h"
 
 // Registry reading beside the raw calls that do the same work: a number, texts around the length up
-// to which one query must do, and the walk over subkeys and values. The key lies below the current
-// user and is removed at the end.
+// to which one query must do, the walk over subkeys and values, and the saving of a key to a file.
+// The key lies below the current user and is removed at the end.
 namespace {
 
 constexpr wchar_t kKey[] = L"Software\\vtclass_mini benchmark";
 constexpr int kEntries = 200;
+
+// Where keys are saved to.
+std::wstring ReplicaFolder() {
+  std::wstring folder(MAX_PATH, L'\0');
+  folder.resize(::GetTempPathW(MAX_PATH, folder.data()));
+  return folder + L"vtclass_mini benchmark";
+}
 
 class Scene {
  public:
@@ -35,6 +44,10 @@ class Scene {
     settings.Close();
     ::RegCloseKey(key);
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kKey);
+    const std::wstring folder = ReplicaFolder();
+    ::DeleteFileW((folder + L"\\raw.dat").c_str());
+    ::DeleteFileW((folder + L"\\Software_vtclass_mini benchmark_walk.dat").c_str());
+    ::RemoveDirectoryW(folder.c_str());
   }
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
@@ -136,6 +149,55 @@ void WalkRaw(benchmark::State& state, bool values) {
   }
 }
 
+class Replica : public RegistryKeyReplicator {
+ public:
+  ~Replica() { TerminateReplication(); }
+
+ private:
+  void OnReplicationError(unsigned long, const wcstring&) override {}
+};
+
+// A replication from its start to its end, with one save.
+void ReplicateOurs(benchmark::State& state) {
+  const std::wstring folder = ReplicaFolder();
+  Replica replica;
+  for (auto _ : state) {
+    replica.InitiateReplication(HKEY_CURRENT_USER, WalkKey(), folder, true);
+    replica.TerminateReplication();
+    if (replica.GetSaveCount() != 1) state.SkipWithError("not saved");
+  }
+}
+
+// The calls of such a save on a thread of their own.
+DWORD WINAPI SaveRaw(void*) {
+  const std::wstring folder = ReplicaFolder();
+  const std::wstring temporary = folder + L"\\raw.tmp", data = folder + L"\\raw.dat";
+  HKEY key = nullptr;
+  ::RegOpenKeyExW(HKEY_CURRENT_USER, WalkKey().c_str(), 0, KEY_READ, &key);
+  LSTATUS status = ::RegSaveKeyW(key, temporary.c_str(), nullptr);
+  ::RegCloseKey(key);
+  const HANDLE file = ::CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  ::FlushFileBuffers(file);
+  ::CloseHandle(file);
+  ::DeleteFileW(data.c_str());
+  if (!::MoveFileW(temporary.c_str(), data.c_str())) status = ERROR_CANNOT_MAKE;
+  return static_cast<DWORD>(status);
+}
+
+void ReplicateRaw(benchmark::State& state) {
+  CreateDirectoryPath(ReplicaFolder());
+  AssertPrivilege(SE_BACKUP_NAME, TRUE);
+  for (auto _ : state) {
+    DWORD status = ERROR_SUCCESS;
+    const HANDLE thread = ::CreateThread(nullptr, 0, &SaveRaw, nullptr, 0, nullptr);
+    ::WaitForSingleObject(thread, INFINITE);
+    ::GetExitCodeThread(thread, &status);
+    ::CloseHandle(thread);
+    if (status != ERROR_SUCCESS) state.SkipWithError("not saved");
+  }
+}
+
 void RegisterTexts() {
   for (const int bytes : {32, 512, 8192}) {
     const std::string name = "Config/Text" + std::to_string(bytes);
@@ -153,6 +215,8 @@ BENCHMARK(WalkOurs<CRegistryKeysIterator>)->Name("Config/WalkKeys/ours");
 BENCHMARK_CAPTURE(WalkRaw, keys, false)->Name("Config/WalkKeys/limit_loop");
 BENCHMARK(WalkOurs<CRegistryValuesIterator>)->Name("Config/WalkValues/ours");
 BENCHMARK_CAPTURE(WalkRaw, values, true)->Name("Config/WalkValues/limit_loop");
+BENCHMARK(ReplicateOurs)->Name("Config/Replicate/ours")->UseRealTime();
+BENCHMARK(ReplicateRaw)->Name("Config/Replicate/limit_calls")->UseRealTime();
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);

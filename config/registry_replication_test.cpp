@@ -238,6 +238,7 @@ TEST_F(Replication, ChangeDuringASave_IsSavedToo) {
     EXPECT_EQ(time.Next(), INFINITE);
     EXPECT_EQ(Saved(data), 7u);
     EXPECT_EQ(saves, 2);
+    EXPECT_EQ(orders, atStart ? 2 : 3);
     replica.TerminateReplication();
   }
   // The order in front of the start save may fail; it comes once more.
@@ -403,33 +404,26 @@ TEST_F(Replication, MissingPrivilege_IsReported) {
   EXPECT_EQ(replica.TakeReports(), Reports());
 }
 
-// What the replicator opens and closes: events, threads, files, keys, and for its privilege tokens.
-struct OpenCount {
-  std::atomic<int> open = 0;
-  template <typename Result>
-  Result Opened(Result result) {
-    return ++open, result;
-  }
-};
-
 TEST_F(Replication, Start_TellsWhyItFailed_AndHoldsNothingAtTheEnd) {
-  OpenCount count;
+  // Events, threads, files, keys, and for the privilege tokens.
+  std::atomic<int> open = 0;
+  const auto opened = [&](auto result) { return ++open, result; };
   const auto events = Replace<decltype(::CreateEventW)>(
-      "CreateEventW", [&](auto... how) { return count.Opened(::CreateEventW(how...)); });
+      "CreateEventW", [&](auto... how) { return opened(::CreateEventW(how...)); });
   const auto tokens = Replace<decltype(::OpenProcessToken)>(
-      "OpenProcessToken", [&](auto... how) { return count.Opened(::OpenProcessToken(how...)); });
+      "OpenProcessToken", [&](auto... how) { return opened(::OpenProcessToken(how...)); });
   const auto files = Replace<decltype(::CreateFileW)>(
-      "CreateFileW", [&](auto... how) { return count.Opened(::CreateFileW(how...)); });
+      "CreateFileW", [&](auto... how) { return opened(::CreateFileW(how...)); });
   const auto threads = Replace<decltype(::_beginthreadex)>(
-      "_beginthreadex", [&](auto... how) { return count.Opened(::_beginthreadex(how...)); });
+      "_beginthreadex", [&](auto... how) { return opened(::_beginthreadex(how...)); });
   const auto keys = Replace<decltype(::RegOpenKeyExW)>("RegOpenKeyExW", [&](auto... how) {
     const LSTATUS status = ::RegOpenKeyExW(how...);
-    return status == ERROR_SUCCESS ? count.Opened(status) : status;
+    return status == ERROR_SUCCESS ? opened(status) : status;
   });
   const auto closes = Replace<decltype(::CloseHandle)>(
-      "CloseHandle", [&](HANDLE handle) { return --count.open, ::CloseHandle(handle); });
+      "CloseHandle", [&](HANDLE handle) { return --open, ::CloseHandle(handle); });
   const auto closesKeys = Replace<decltype(::RegCloseKey)>(
-      "RegCloseKey", [&](HKEY key) { return --count.open, ::RegCloseKey(key); });
+      "RegCloseKey", [&](HKEY key) { return --open, ::RegCloseKey(key); });
   const auto start = [&](RegistryKeyReplicator& in, const wchar_t* key, const std::wstring& where) {
     ::SetLastError(ERROR_SUCCESS);
     const int started = in.InitiateReplication(HKEY_LOCAL_MACHINE, key, where, true);
@@ -437,20 +431,20 @@ TEST_F(Replication, Start_TellsWhyItFailed_AndHoldsNothingAtTheEnd) {
   };
   {
     Replica fails;
-    const int without = count.open;
+    const int without = open;
     EXPECT_EQ(start(fails, L"Software\\none", folder), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_FALSE(Exists(folder));
     MakeFile(scratch / L"file", "");
     EXPECT_EQ(start(fails, kKey, scratch / L"file"), DWORD{ERROR_ALREADY_EXISTS});
-    EXPECT_EQ(count.open, without + 1) << "the key";
+    EXPECT_EQ(open, without + 1) << "the key";
     {
       const auto noThread = Replace<decltype(::_beginthreadex)>(
           "_beginthreadex", [](auto... how) { return RefuseThread(how...); });
       EXPECT_NE(start(fails, kKey, folder), DWORD{ERROR_SUCCESS});
     }
-    EXPECT_EQ(count.open, without + 1);
+    EXPECT_EQ(open, without + 1);
     fails.TerminateReplication();
-    EXPECT_EQ(count.open, without);
+    EXPECT_EQ(open, without);
     // A second start ends the first run, a third one the run that ended by itself.
     EXPECT_EQ(start(fails, kKey, folder + L"\\one\\two\\\\\\"), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(time.Next(), INFINITE);
@@ -462,18 +456,20 @@ TEST_F(Replication, Start_TellsWhyItFailed_AndHoldsNothingAtTheEnd) {
     }
     EXPECT_EQ(start(fails, kKey, folder), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(time.Next(), INFINITE);
+    Put(1);
+    EXPECT_EQ(time.Next(), 3000u);
     EXPECT_EQ(FilesIn(folder + L"\\one\\two"), Names{kDataName});
     EXPECT_EQ(Saved(data), 0u);
     EXPECT_EQ(fails.TakeReports(), Reports());
   }
-  EXPECT_EQ(count.open, 0);
+  EXPECT_EQ(open, 0);
   {
     const auto noEvent =
         Replace<decltype(::CreateEventW)>("CreateEventW", [](auto...) { return HANDLE{}; });
     Replica fails;
     EXPECT_EQ(start(fails, kKey, folder), DWORD{ERROR_INVALID_HANDLE});
   }
-  EXPECT_EQ(count.open, 0);
+  EXPECT_EQ(open, 0);
 }
 
 // Leaves the end of its run to the class below it, which it must not.
@@ -642,7 +638,10 @@ TEST(ReplicaNames, AreMadeOfPathsAndNumbers) {
                                                          {L"\\\\srv\\s", 5},
                                                          {L"\\\\srv", 1},
                                                          {L"\\\\", 0},
-                                                         {L"", 0}}) {
+                                                         {L"", 0},
+                                                         {L"\\\\?\\C:\\a\\b", 8},
+                                                         {L"\\\\?\\C:\\a\\", 0},
+                                                         {L"\\\\?\\C:", 0}}) {
     EXPECT_EQ(ParentLength(path), length) << testing::PrintToString(path);
   }
 }

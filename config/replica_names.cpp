@@ -33,8 +33,10 @@ unsigned NextTemporaryNumber(std::atomic<unsigned>& last) noexcept {
 }
 
 std::size_t ParentLength(std::wstring_view path) noexcept {
-  const std::size_t separator = WithoutBackslashesAtEnd(path).rfind(L'\\');
-  return separator == std::wstring_view::npos ? 0 : separator;
+  constexpr std::wstring_view kExtended = L"\\\\?\\";
+  const std::size_t first = path.starts_with(kExtended) ? path.find(L'\\', kExtended.size()) : 0;
+  const std::size_t last = WithoutBackslashesAtEnd(path).rfind(L'\\');
+  return last == std::wstring_view::npos || last <= first ? 0 : last;
 }
 
 }  // namespace vtclass::config

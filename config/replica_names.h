@@ -24,7 +24,7 @@ inline constexpr unsigned kTemporaryNumbers = 99;
 unsigned NextTemporaryNumber(std::atomic<unsigned>& last) noexcept;
 
 /* How much of a path names the directory above; 0 when there is none to make: without a backslash
- * that is neither at the end nor at the beginning. */
+ * that is neither at the end nor at the beginning, and where it is a volume behind "\\?\". */
 std::size_t ParentLength(std::wstring_view path) noexcept;
 
 }  // namespace vtclass::config

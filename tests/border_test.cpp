@@ -184,6 +184,12 @@ struct PoolCall : ThreadPoolCall {
   explicit PoolCall(ThreadPool* pool) : ThreadPoolCall(pool) {}
   void Execute() override {}
 };
+struct Replica : RegistryKeyReplicator {
+  ~Replica() { TerminateReplication(); }
+  void OnReplicationError(unsigned long, const wcstring& keyPath) override {
+    throw std::runtime_error("not saved now, thrown by the host: " + cstring(keyPath));
+  }
+};
 
 std::vector<Operation> StringOperations() {
   static const std::string ascii(100, 'a');
@@ -374,6 +380,14 @@ std::vector<Operation> ObjectOperations(StringResourceMgr& messages, const std::
          if (registered) static_cast<void>(setting.release());
          SettingsMonitor::DestroyInstance();
          return registered;
+       }},
+      {"replication",
+       [path] {
+         Replica replica;
+         const bool started =
+             replica.InitiateReplication(HKEY_LOCAL_MACHINE, kKey, path + L".folder", true) != 0;
+         replica.TerminateReplication();
+         return started && replica.GetSaveCount() == 1;
        }},
       {"group monitor",
        [] {

@@ -34,18 +34,23 @@
  *  - the former save, whole: until the new one is complete;
  *  - nothing, for a moment: after the deletion, before the temporary file has its name;
  *  - the new save, whole.
- * Never a part of a save: it is on the disk before the former one is deleted. There is no file for
- * longer where the deletion succeeds and the renaming does not: that is reported, and the
- * next save that succeeds brings the file. Whoever holds the data file open and lets nobody delete
- * it keeps the old one: the save is reported as failed (183). One who lets it be deleted may
- * see that its name is taken until he closes it. What is left of a run that ended between the two
- * steps is a temporary file, which holds the newest save and is whole; one that ended while it
- * saved leaves one that is not. Nobody deletes these, and each takes one of the 99 names.
+ * Never a part of a save: it is written through to the disk before the former one is deleted. Only
+ * where another program keeps the temporary file from being opened for that, the disk takes its
+ * time, and a power cut may come first.
  *
- * What shares a file. Two keys may have one data file: A\B and A_B. Replicators of one process
- * never share a temporary file; two processes that save to one directory can, when they take the
- * same number at once: one of the saves fails then, or its file is the other's. Give each process
- * a directory of its own.
+ * Whoever holds the data file open and lets nobody delete it keeps it as it is: the save fails and
+ * is reported (183). Where it may be deleted some systems keep its name taken until it is closed;
+ * then, as always when the deletion succeeds and the renaming fails, that is reported and there is
+ * none until a later save succeeds.
+ *
+ * A run that ended between the deletion and the renaming leaves the newest save, whole, under its
+ * temporary name; one that ended while it saved leaves a part. Nobody deletes these, and each takes
+ * one of the 99 names.
+ *
+ * What shares a file. Two keys may have one data file: A\B and A_B. Replicators of one process take
+ * different temporary files. Two processes that save to one directory may take the same one at
+ * once: one of the saves fails then, or its file is the other's. Give each process a directory of
+ * its own.
  */
 
 namespace vtclass::config {
@@ -109,10 +114,10 @@ class KeyReplication {
  * during a save is saved by another one, 3 seconds after the last change. A change within the 3
  * seconds before TerminateReplication is not saved.
  *
- * The thread enables SeBackupPrivilege for the process, which saving needs; where that is refused
- * each save is reported (1314). It ends by itself, without a report, when the system refuses to
- * tell of changes: above all when the key has been deleted. A key of that name that comes back is
- * not followed.
+ * The thread acts as the process, whomever its starter impersonates, and enables
+ * SeBackupPrivilege for it, which saving needs; where that is refused each save is reported (1314).
+ * It ends by itself, without a report, when the system refuses to tell of changes: above all when
+ * the key has been deleted. A key of that name that comes back is not followed.
  *
  * Threads: one at a time uses an object. It may be destroyed on any thread but its own.
  * Deriving: the class calls TerminateReplication in its own destructor, so that no report comes to
@@ -132,7 +137,8 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
    * Backslashes at the end of both texts do not count. An empty `directory` is the root of the
    * current drive. A relative one counts from the current folder of the moment, at each save
    * anew: give an absolute one. An empty `keyPath` is `root` itself; its data file is ".dat".
-   * Requires: `root` is open until this returns, and of this machine.
+   * Requires: `root` is open until this returns, and of this machine; `keyPath` holds nothing but
+   * backslashes that a file's name may not hold.
    *
    * Returns 1. 0 when it failed, with the reason in ::GetLastError(): the system's status of the
    * key, the directory or the thread; 6 when the construction got no event to stop by; 8 when
@@ -174,8 +180,8 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
   ~RegistryKeyReplicator() = default;
 
   /*
-   * A save failed with `error`, a Win32 status, and the data file was not replaced: that of the
-   * saving, or of the renaming (183: somebody holds the data file; others: there is none now). 80
+   * A save failed with `error`, a Win32 status. Of the saving: the data file is the former one. Of
+   * the renaming: with 183 too, which means that somebody holds it; otherwise there is none now. 80
    * when all 99 temporary names are taken, 3 when the directory is gone, which is not made again, 8
    * when memory ran out. Another attempt follows the next change. Runs on the replicator's thread;
    * `keyPath` is the key's path without backslashes at its end and lives until the next start. What

@@ -28,22 +28,4 @@ int Check(const ReplicaArguments& arguments) {
   return kExitClean;
 }
 
-std::wstring ReasonText(unsigned long status) {
-  const std::wstring text = SystemText(status);
-  switch (status) {
-    case ERROR_ALREADY_EXISTS:
-      return L"somebody holds the data file open, and it stays as it was: " + text;
-    case ERROR_FILE_EXISTS:
-      return L"all names from RegRep1.dat to RegRep99.dat are taken; what interrupted saves left "
-             L"there may be deleted: " +
-             text;
-    case ERROR_PATH_NOT_FOUND:
-      return L"the folder is gone: " + text;
-    case ERROR_PRIVILEGE_NOT_HELD:
-      return L"start vtctl as administrator: " + text;
-    default:
-      return text;
-  }
-}
-
 }  // namespace vtctl

@@ -30,9 +30,6 @@ void AddReplicaArguments(CommandWith<Arguments>& command) {
   command.File("DIR", command->folder, "The folder of its data file").Required();
 }
 
-/* Why a save or a restore failed, and what can be done about it. */
-std::wstring ReasonText(unsigned long status);
-
 }  // namespace vtctl
 
 #endif

@@ -30,11 +30,10 @@ constexpr DWORD kLook = 200;
 constexpr const char* kExamples =
     "Saves KEY with everything below it to a file in DIR, at once and each time it has changed "
     "and\n"
-    "then rested for 3 seconds, as the product's components do. The file is named after the key:\n"
-    "HKLM\\Software\\A\\B goes to Software_A_B.dat, so two keys may need two folders. It always "
-    "holds a\n"
-    "whole save; 'vtctl restore' loads it. What changed less than 3 seconds before the end is not\n"
-    "saved any more.\n"
+    "then rested for 3 seconds, as the product's components do. HKLM\\Software\\A\\B goes to\n"
+    "Software_A_B.dat, and so does HKLM\\Software\\A_B: give such keys a folder each. The file\n"
+    "always holds a whole save; 'vtctl restore' loads it. What changed less than 3 seconds before\n"
+    "the end is not saved any more.\n"
     "\n"
     "It needs the privilege SeBackupPrivilege: start vtctl as administrator.\n"
     "\n"
@@ -44,7 +43,8 @@ constexpr const char* kExamples =
     "  vtctl replicate \"HKLM\\" VTCLASS_PRODUCT_ROOT
     "\" D:\\Rep --for 3600\n"
     "\n"
-    "Exit codes: 0 saved, 2 the last save failed, 64 KEY is a root, 66 the key is missing or may\n"
+    "Exit codes: 0 saved, 2 the last save failed, 64 KEY is a root, 65 DIR is no path, 66 the key "
+    "is missing or may\n"
     "not be read, or was deleted meanwhile, 73 DIR cannot be made or, with --once, the save "
     "failed,\n"
     "130 interrupted.";
@@ -89,6 +89,25 @@ std::wstring SizeOf(const Path& file) {
   if (!::GetFileAttributesExW(file.System().c_str(), GetFileExInfoStandard, &data)) return {};
   const ULARGE_INTEGER size = {{data.nFileSizeLow, data.nFileSizeHigh}};
   return L", " + WithUnit(size.QuadPart);
+}
+
+// Why a save failed, and what can be done about it.
+std::wstring ReasonText(unsigned long status) {
+  std::wstring text = SystemText(status);
+  switch (status) {
+    case ERROR_ALREADY_EXISTS:
+      return L"somebody holds the data file open, and it stays as it was: " + text;
+    case ERROR_FILE_EXISTS:
+      return L"all names from RegRep1.dat to RegRep99.dat are taken; what interrupted saves left "
+             L"there may be deleted: " +
+             text;
+    case ERROR_PATH_NOT_FOUND:
+      return L"the folder is gone: " + text;
+    case ERROR_PRIVILEGE_NOT_HELD:
+      return L"start vtctl as administrator: " + text;
+    default:
+      return text;
+  }
 }
 
 void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {

@@ -34,7 +34,7 @@ constexpr const char* kExamples =
     "\" D:\\Rep\n"
     "\n"
     "Exit codes: 0 restored, 1 the answer was no, 64 it would have to ask and cannot, or KEY is a\n"
-    "root, 66 there is no data file, 73 the system refused.";
+    "root, 65 DIR is no path, 66 there is no data file, 73 the system refused.";
 
 struct RestoreArguments : ReplicaArguments {
   bool isSure = false;

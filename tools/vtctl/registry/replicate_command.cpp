@@ -128,9 +128,9 @@ void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {
 }
 
 int FailToStart(const ReplicateArguments& arguments) {
+  const DWORD status = ::GetLastError();
   return Fail(kExitCannotWrite, Printable(KeyName(arguments.Key())) + L" cannot be replicated to " +
-                                    arguments.folder.Shown() + L": " +
-                                    SystemText(::GetLastError()));
+                                    arguments.folder.Shown() + L": " + SystemText(status));
 }
 
 int SaveOnce(const ReplicateArguments& arguments) {

@@ -42,8 +42,9 @@ struct RestoreArguments : ReplicaArguments {
 
 int CheckFile(const Path& file) {
   const DWORD attributes = ::GetFileAttributesW(file.System().c_str());
+  const DWORD status = ::GetLastError();
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return Fail(kExitNoInput, file.Shown() + L" cannot be found: " + SystemText(::GetLastError()));
+    return Fail(kExitNoInput, file.Shown() + L" cannot be found: " + SystemText(status));
   }
   return attributes & FILE_ATTRIBUTE_DIRECTORY
              ? Fail(kExitNoInput, file.Shown() + L" is a folder, not a saved key.")
@@ -62,8 +63,9 @@ int Run(const RestoreArguments& arguments) {
   }
   if (code != kExitClean) return code;
   if (!RegistryKeyReplicator::LoadRegistryKey(key.root, key.subkey, arguments.Directory())) {
-    return Fail(kExitCannotWrite, name + L" was not restored from " + file.Shown() + L": " +
-                                      SystemText(::GetLastError()));
+    const DWORD status = ::GetLastError();
+    return Fail(kExitCannotWrite,
+                name + L" was not restored from " + file.Shown() + L": " + SystemText(status));
   }
   if (arguments.json) {
     PrintJson({{"key", ToUtf8(KeyName(key))}, {"file", ToUtf8(file.Shown())}, {"restored", true}});

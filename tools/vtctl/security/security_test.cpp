@@ -49,11 +49,11 @@ PSID Sid(const wchar_t* text) {
 // Answers what a token says, by class: with these bytes, or with a failure.
 struct PlayedToken {
   PlayedToken() {
-    groups.GroupCount = 4;
-    groups.Groups[0] = {Sid(L"S-1-5-32-544"), SE_GROUP_USE_FOR_DENY_ONLY | SE_GROUP_ENABLED};
-    groups.Groups[1] = {Sid(L"S-1-1-0"), SE_GROUP_MANDATORY | SE_GROUP_ENABLED};
-    groups.Groups[2] = {Sid(L"S-1-5-21-9-8-7-4242"), SE_GROUP_OWNER};
-    groups.Groups[3] = {Sid(L"S-1-5-5-0-77"), SE_GROUP_LOGON_ID | SE_GROUP_ENABLED};
+    groups.groupCount = 4;
+    groups.list[0] = {Sid(L"S-1-5-32-544"), SE_GROUP_USE_FOR_DENY_ONLY | SE_GROUP_ENABLED};
+    groups.list[1] = {Sid(L"S-1-1-0"), SE_GROUP_MANDATORY | SE_GROUP_ENABLED};
+    groups.list[2] = {Sid(L"S-1-5-21-9-8-7-4242"), SE_GROUP_OWNER};
+    groups.list[3] = {Sid(L"S-1-5-5-0-77"), SE_GROUP_LOGON_ID | SE_GROUP_ENABLED};
   }
 
   BOOL Answer(HANDLE token, TOKEN_INFORMATION_CLASS what, void* out, DWORD room, DWORD* size) {
@@ -72,8 +72,8 @@ struct PlayedToken {
   }
 
   struct {
-    DWORD GroupCount;
-    SID_AND_ATTRIBUTES Groups[4];
+    DWORD groupCount;
+    SID_AND_ATTRIBUTES list[4];
   } groups;
   TOKEN_MANDATORY_LABEL label = {{Sid(L"S-1-16-8192"), SE_GROUP_INTEGRITY}};
   TOKEN_ELEVATION elevation = {0};

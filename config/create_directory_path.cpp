@@ -7,32 +7,38 @@
 #include "platform/extended_path.h"
 #include "platform/failure_code.h"
 #include "platform/no_throw.h"
+#include "security/folder_path.h"
 #include "vtclass/replication.h"
 
 using vtclass::config::ParentLength;
 using vtclass::platform::ExtendedPath;
 using vtclass::platform::FailureCode;
 using vtclass::platform::StatusOf;
+using vtclass::security::WithoutTrailingBackslashes;
 
 namespace {
 
 enum class Found { nothing, directory, file };
 
 Found Look(const std::wstring& path) {
-  const DWORD attributes = ::GetFileAttributesW(ExtendedPath(path).c_str());
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return Found::nothing;
   return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? Found::directory : Found::file;
 }
 
 DWORD Make(const std::wstring& path) {
-  const std::wstring system = ExtendedPath(path);
-  if (system.empty()) return FailureCode();
-  return ::CreateDirectoryW(system.c_str(), nullptr) ? ERROR_SUCCESS : FailureCode();
+  return ::CreateDirectoryW(path.c_str(), nullptr) ? ERROR_SUCCESS : FailureCode();
 }
 
 // Up to what exists or can be made, and down again: a path may have thousands of parts, too many
-// for calls within calls.
-DWORD MakeWithParents(const std::wstring& path) {
+// for calls within calls. It is made absolute once and whole: blanks and dots at the end of a part
+// count for the system where something stands behind them, and not where a path ends.
+DWORD MakeWithParents(const std::wstring& given) {
+  constexpr std::size_t kLongestPath = 32767;
+  std::wstring path = ExtendedPath(given);
+  if (path.empty()) return FailureCode();
+  path.resize(WithoutTrailingBackslashes(path).size());
+  if (path.size() > kLongestPath) return ERROR_FILENAME_EXCED_RANGE;
   std::vector<std::size_t> missing;
   for (std::wstring at = path;; at.resize(missing.back())) {
     const Found found = Look(at);

@@ -30,6 +30,8 @@ class Changes : public Waitable {
  public:
   explicit Changes(HKEY key) : Changes(key, ::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
+  explicit operator bool() const noexcept { return static_cast<bool>(event); }
+
   // Asks for one signal at the next change, unless one has been asked for and has not come: two
   // orders would be two signals for one change. To order clears a signal that has come: only after
   // HasCome or Taken.
@@ -88,9 +90,19 @@ int KeyReplication::Begin(HKEY root, const wcstring& path, const wcstring& folde
   // A thread that ended by itself has left the signal of its stop behind.
   ::ResetEvent(stopEvent);
   ::SetLastError(ERROR_SUCCESS);
+  const OwnedKernelObject begun(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  if (!begun) return fail(FailureCode());
+  beginning = begun.Get();
+  startError = ERROR_SUCCESS;
   unsigned id = 0;
   thread = platform::StartCallersThread<&KeyReplication::Run>(*this, 0, id).Release();
-  return thread ? 1 : fail(FailureCode());
+  if (!thread) return fail(FailureCode());
+  // What the caller changes from now on is to be noticed.
+  ::WaitForSingleObject(begun.Get(), INFINITE);
+  const DWORD error = startError;
+  if (error == ERROR_SUCCESS) return 1;
+  End();
+  return fail(error);
 }
 
 void KeyReplication::End() noexcept {
@@ -114,9 +126,17 @@ unsigned long KeyReplication::Run(KeyReplication& self) {
   return 0;
 }
 
+// On the thread, once: the start need not wait any longer.
+void KeyReplication::Begun(unsigned long error) noexcept {
+  startError = error;
+  ::SetEvent(std::exchange(beginning, nullptr));
+}
+
 void KeyReplication::Follow() {
   Waitable stop(stopEvent);
+  ::SetLastError(ERROR_SUCCESS);
   Changes changes(key);
+  if (!changes) return Begun(FailureCode());
   // Of two signals a wait tells the first in this order.
   WaitableGroup group;
   group.Add(&stop);
@@ -125,12 +145,12 @@ void KeyReplication::Follow() {
     Save();
     return changes.HasCome() ? kSettling : INFINITE;
   };
-  DWORD wait = INFINITE;
-  if (replicateAtStart) {
-    // What changes during this save is to be noticed. A refusal comes again below.
-    changes.Arm();
-    wait = save();
-  }
+  // Before the start save too: what changes during it is to be noticed. A refusal comes again
+  // below.
+  const bool isArmed = changes.Arm();
+  Begun(ERROR_SUCCESS);
+  if (!isArmed && !replicateAtStart) return;
+  DWORD wait = replicateAtStart ? save() : INFINITE;
   while (changes.Arm()) {
     const Waitable* const signalled = group.Wait(wait);
     if (signalled == &stop) return;

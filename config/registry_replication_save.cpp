@@ -7,12 +7,14 @@
 #include "platform/failure_code.h"
 #include "platform/no_throw.h"
 #include "platform/owned.h"
+#include "platform/same_name.h"
 #include "vtclass/replication.h"
 #include "vtclass/security.h"
 
 using vtclass::config::DataFileName;
 using vtclass::platform::ExtendedPath;
 using vtclass::platform::FailureCode;
+using vtclass::platform::IsSameName;
 using vtclass::platform::OwnedFile;
 using vtclass::platform::OwnedRegistryKey;
 using vtclass::platform::StatusOf;
@@ -33,12 +35,17 @@ bool IsTaken(const std::wstring& path) {
 }
 
 // What the system still keeps in memory goes to the disk: the former file is given up for this one.
-// Where the file cannot be opened for that nothing is known against it.
+// Somebody else who has it open, such as a scanner, says nothing against it; whatever else keeps it
+// from being opened does.
 DWORD Flush(const std::wstring& path) noexcept {
+  ::SetLastError(ERROR_SUCCESS);
   const OwnedFile file(::CreateFileW(path.c_str(), GENERIC_WRITE,
                                      FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-  return !file || ::FlushFileBuffers(file.Get()) ? ERROR_SUCCESS : FailureCode();
+  if (file) return ::FlushFileBuffers(file.Get()) ? ERROR_SUCCESS : FailureCode();
+  const DWORD status = FailureCode();
+  const bool isInUse = status == ERROR_ACCESS_DENIED || status == ERROR_SHARING_VIOLATION;
+  return isInUse ? ERROR_SUCCESS : status;
 }
 
 DWORD Replace(const std::wstring& data, const std::wstring& temporary) noexcept {
@@ -48,11 +55,11 @@ DWORD Replace(const std::wstring& data, const std::wstring& temporary) noexcept 
   return ::MoveFileW(temporary.c_str(), data.c_str()) ? ERROR_SUCCESS : FailureCode();
 }
 
-// Empty when all names are taken.
-std::wstring FreeTemporaryFile(const std::wstring& folder) {
+// Empty when all names are taken. A key may have a name that makes one of them its data file's.
+std::wstring FreeTemporaryFile(const std::wstring& folder, const std::wstring& data) {
   for (unsigned attempt = 0; attempt < kTemporaryNumbers; ++attempt) {
     std::wstring path = TemporaryFileName(folder, NextTemporaryNumber(lastNumber));
-    if (!IsTaken(path)) return path;
+    if (!IsSameName(path, data) && !IsTaken(path)) return path;
   }
   return {};
 }
@@ -61,9 +68,10 @@ std::wstring FreeTemporaryFile(const std::wstring& folder) {
 
 DWORD SaveKey(HKEY key, const std::wstring& keyPath, const std::wstring& directory) {
   const std::wstring folder = ExtendedPath(directory);
-  const std::wstring data = ExtendedPath(DataFileName(keyPath, directory));
-  if (folder.empty() || data.empty()) return FailureCode();
-  const std::wstring temporary = FreeTemporaryFile(folder);
+  if (folder.empty()) return FailureCode();
+  // Behind the folder as the system takes it: a name such as "Con.dat" is no device's there.
+  const std::wstring data = DataFileName(keyPath, folder);
+  const std::wstring temporary = FreeTemporaryFile(folder, data);
   if (temporary.empty()) return ERROR_FILE_EXISTS;
   const LSTATUS saved = ::RegSaveKeyW(key, temporary.c_str(), nullptr);
   // One that came to be since the look is another process's.

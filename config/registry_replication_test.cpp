@@ -213,6 +213,18 @@ TEST_F(Replication, Changes_AreSavedTogetherOnceTheySettle) {
   EXPECT_EQ(replica.GetSaveCount(), 2u);
 }
 
+TEST_F(Replication, ChangeBehindTheStart_IsNoticed) {
+  const auto arm =
+      Replace<decltype(::RegNotifyChangeKeyValue)>("RegNotifyChangeKeyValue", [](auto... how) {
+        ::Sleep(50);  // a thread that is slow to begin
+        return ::RegNotifyChangeKeyValue(how...);
+      });
+  ASSERT_EQ(Start(false), 1);
+  Put(1);
+  EXPECT_EQ(time.Next(), INFINITE);
+  EXPECT_EQ(time.Next(), 3000u);
+}
+
 TEST_F(Replication, ChangeDuringASave_IsSavedToo) {
   int saves = 0, orders = 0, refused = 0;
   const auto arm = Replace<decltype(::RegNotifyChangeKeyValue)>(
@@ -270,11 +282,12 @@ TEST_F(Replication, RefusedWait_IsNoEndOfTheSettling) {
 TEST_F(Replication, Stop_EndsASaveInHand_AndLeavesPendingChanges) {
   std::atomic<int> saves = 0;
   const Gate saving, stopping;
-  const auto signal = Replace<decltype(::SetEvent)>("SetEvent", [&](HANDLE event) {
-    const BOOL done = ::SetEvent(event);
-    stopping.Open();
-    return done;
-  });
+  const auto signal = Replace<decltype(::SetEvent)>(
+      "SetEvent", [&, starter = ::GetCurrentThreadId()](HANDLE event) {
+        const BOOL done = ::SetEvent(event);
+        if (::GetCurrentThreadId() == starter) stopping.Open();
+        return done;
+      });
   const auto save = ReplaceSave([&](auto... how) {
     const LSTATUS status = ::RegSaveKeyW(how...);
     if (++saves == 1) return status;
@@ -328,6 +341,7 @@ TEST_F(Replication, FailedSaves_AreReportedOnce_AndTriedAgainAtTheNextChange) {
   };
   for (const Fault& fault : {Fault{"half saved", "RegSaveKeyW", ERROR_DISK_FULL, true, false},
                              {"another process was first", "RegSaveKeyW", 183, true, true},
+                             {"gone", "CreateFileW", ERROR_FILE_NOT_FOUND, true, false},
                              {"not on the disk", "FlushFileBuffers", ERROR_IO_DEVICE, true, false},
                              {"not moved", "MoveFileW", ERROR_ACCESS_DENIED, false, false}}) {
     SCOPED_TRACE(fault.what);
@@ -342,6 +356,9 @@ TEST_F(Replication, FailedSaves_AreReportedOnce_AndTriedAgainAtTheNextChange) {
       if (!fails("RegSaveKeyW")) return ::RegSaveKeyW(key, file, security);
       MakeFile(temporary, "half");
       return static_cast<LSTATUS>(fault.error);
+    });
+    const auto open = Replace<decltype(::CreateFileW)>("CreateFileW", [&](auto... how) {
+      return fails("CreateFileW") ? INVALID_HANDLE_VALUE : ::CreateFileW(how...);
     });
     const auto flush = Replace<decltype(::FlushFileBuffers)>("FlushFileBuffers", [&](HANDLE file) {
       return fails("FlushFileBuffers") ? FALSE : ::FlushFileBuffers(file);
@@ -360,12 +377,20 @@ TEST_F(Replication, FailedSaves_AreReportedOnce_AndTriedAgainAtTheNextChange) {
     ::DeleteFileW(temporary.c_str());
   }
   {
+    SCOPED_TRACE("in use by a scanner");
+    const auto open = Replace<decltype(::CreateFileW)>("CreateFileW", [](auto...) {
+      return ::SetLastError(ERROR_SHARING_VIOLATION), INVALID_HANDLE_VALUE;
+    });
+    EXPECT_EQ(Change(8), Reports());
+  }
+  EXPECT_EQ(Saved(data), 8u);
+  {
     SCOPED_TRACE("no name is free");
     for (unsigned number = 1; number < 99; ++number)
       MakeFile(TemporaryFileName(folder, number), "");
     ASSERT_TRUE(::CreateDirectoryW((folder + L"\\RegRep99.dat").c_str(), nullptr));
     EXPECT_EQ(Change(4), reported(ERROR_FILE_EXISTS));
-    EXPECT_EQ(FilesIn(folder).size(), 99u);
+    EXPECT_EQ(FilesIn(folder).size(), 100u) << "the data file too";
     ASSERT_TRUE(::DeleteFileW((folder + L"\\RegRep37.dat").c_str()));
     EXPECT_EQ(Change(5), Reports());
     EXPECT_EQ(Saved(data), 5u);
@@ -445,6 +470,17 @@ TEST_F(Replication, Start_TellsWhyItFailed_AndHoldsNothingAtTheEnd) {
     EXPECT_EQ(open, without + 1);
     fails.TerminateReplication();
     EXPECT_EQ(open, without);
+    for (const int refused : {1, 2}) {
+      int made = 0;
+      const auto noEvent =
+          Replace<decltype(::CreateEventW)>("CreateEventW", [&](auto... how) -> HANDLE {
+            if (++made != refused) return opened(::CreateEventW(how...));
+            return ::SetLastError(ERROR_NO_SYSTEM_RESOURCES), nullptr;
+          });
+      EXPECT_EQ(start(fails, kKey, folder), DWORD{ERROR_NO_SYSTEM_RESOURCES});
+      fails.TerminateReplication();
+      EXPECT_EQ(open, without);
+    }
     // A second start ends the first run, a third one the run that ended by itself.
     EXPECT_EQ(start(fails, kKey, folder + L"\\one\\two\\\\\\"), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(time.Next(), INFINITE);
@@ -485,10 +521,11 @@ class Careless : public RegistryKeyReplicator {
 TEST_F(Replication, ReportDuringTheDestruction_IsDropped) {
   std::atomic<int> reports = 0;
   const Gate saving, stopping;
-  const auto signal = Replace<decltype(::SetEvent)>("SetEvent", [&](HANDLE event) {
-    stopping.Open();
-    return ::SetEvent(event);
-  });
+  const auto signal = Replace<decltype(::SetEvent)>(
+      "SetEvent", [&, starter = ::GetCurrentThreadId()](HANDLE event) {
+        if (::GetCurrentThreadId() == starter) stopping.Open();
+        return ::SetEvent(event);
+      });
   const auto save = ReplaceSave([&](auto...) -> LSTATUS {
     saving.Open();
     EXPECT_TRUE(stopping.Passed());
@@ -560,6 +597,26 @@ TEST_F(Replication, WithoutMemory_NothingIsLostSilently) {
   EXPECT_GT(refused, 0);
   EXPECT_GT(reported, 0);
   EXPECT_GE(failures, refused + reported);
+}
+
+TEST_F(Replication, KeysWithOddNames_HaveFilesOfTheirOwn) {
+  for (const wchar_t* const name : {L"RegRep7", L"Con"}) {
+    const std::wstring file = L"\\\\?\\" + folder + L"\\" + name + L".dat";
+    Put(4, name);
+    ASSERT_EQ(Start(true, name), 1);
+    EXPECT_EQ(time.Next(), INFINITE);
+    for (DWORD save = 0; save < 99; ++save) {
+      Put(save, name);
+      EXPECT_EQ(time.Next(), 3000u);
+      time.Pass();
+      EXPECT_EQ(time.Next(), INFINITE);
+      if (name[0] == L'C') break;
+      ASSERT_TRUE(::DeleteFileW(file.c_str())) << save;
+    }
+    EXPECT_EQ(replica.TakeReports(), Reports()) << name;
+    replica.TerminateReplication();
+  }
+  ASSERT_TRUE(::DeleteFileW((L"\\\\?\\" + folder + L"\\Con.dat").c_str()));
 }
 
 class LoadRegistryKey : public Replication {
@@ -660,6 +717,10 @@ TEST(CreateDirectoryPath, MakesWhatIsMissing_AndTellsWhatStandsInTheWay) {
               {scratch / L"b\\c\\\\d\\\\", ERROR_SUCCESS},
               {scratch / longName + L"\\" + longName, ERROR_SUCCESS},
               {system + L"\\x.\\y ", ERROR_SUCCESS},
+              {system + L"\\x.\\y \\\\", ERROR_SUCCESS},
+              {system + L"\\z\\\\", ERROR_SUCCESS},
+              {scratch / L"w \\v", ERROR_SUCCESS},
+              {scratch / (L"n" + std::wstring(33000, L'n')), ERROR_FILENAME_EXCED_RANGE},
               {file, ERROR_ALREADY_EXISTS},
               {file + L"\\", ERROR_ALREADY_EXISTS},
               {file + L"\\a\\b", ERROR_ALREADY_EXISTS}};
@@ -672,6 +733,8 @@ TEST(CreateDirectoryPath, MakesWhatIsMissing_AndTellsWhatStandsInTheWay) {
   // What plain paths do not reach is not left to the folder's end.
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\x.\\y ").c_str()));
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\x.").c_str()));
+  EXPECT_TRUE(::RemoveDirectoryW((system + L"\\w \\v").c_str()));
+  EXPECT_TRUE(::RemoveDirectoryW((system + L"\\w ").c_str()));
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\" + longName + L"\\" + longName).c_str()));
   for (const std::wstring& impossible : {std::wstring(), std::wstring(L"a<"), scratch / L"q\\a<\\b",
                                          std::wstring(L"\\\\vtclass.invalid\\share\\x")}) {

@@ -5,7 +5,6 @@
 namespace vtclass::hive {
 namespace {
 
-constexpr std::size_t kCellStep = 8;
 constexpr std::size_t kBinHeaderBytes = 32;
 constexpr std::size_t kSizeBytes = 4;
 constexpr unsigned char kBinSignature[] = {'h', 'b', 'i', 'n'};

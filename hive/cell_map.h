@@ -29,10 +29,20 @@ class CellMap {
    * given out before. Nobody can take it any more. */
   Bytes Share(std::uint32_t offset, const char*& fault, bool& isFirst);
 
+  /* Calls `tell` with the content of each cell in use that has not been given out. */
+  template <typename Tell>
+  void ForEachLeft(Tell tell) const {
+    for (std::size_t n = 0; n < states.size(); ++n) {
+      if (states[n] == State::inUse) tell(Content(n * kCellStep));
+    }
+  }
+
   /* The content of a cell in use, without taking it; empty when there is none. */
   Bytes Look(std::uint32_t offset) const;
 
  private:
+  static constexpr std::size_t kCellStep = 8;
+
   enum class State : unsigned char { noCell, free, inUse, taken, shared };
 
   std::size_t ReadBin(std::size_t at, const ReportProblem& report);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hive/cell_map.h"
+#include "hive/descriptor.h"
 
 namespace vtclass::hive {
 namespace {
@@ -48,9 +49,6 @@ constexpr std::size_t kSize = 16;
 constexpr std::size_t kDescriptor = 20;
 }  // namespace security_at
 
-constexpr std::size_t kLeastDescriptorBytes = 20;
-constexpr unsigned char kDescriptorRevision = 1;
-
 // From this version on large data lies in pieces.
 constexpr std::uint32_t kMinorWithPieces = 4;
 constexpr std::size_t kOffsetBytes = sizeof(std::uint32_t);
@@ -77,6 +75,27 @@ Order OrderOf(const StoredName& before, const StoredName& after) {
   }
   if (before.Length() == after.Length()) return Order::same;
   return before.Length() < after.Length() ? Order::ascending : Order::descending;
+}
+
+// Letters beyond ASCII count as they are.
+bool ComesBefore(const StoredName& before, const StoredName& after) {
+  const std::size_t common = std::min(before.Length(), after.Length());
+  for (std::size_t at = 0; at < common; ++at) {
+    const WideUnit a = AsciiUpper(before[at]), b = AsciiUpper(after[at]);
+    if (a != b) return a < b;
+  }
+  return before.Length() < after.Length();
+}
+
+// Whether the first four letters that an older list keeps of a name are its own, as far as that can
+// be told without the system's table of letters.
+bool FitsHint(const StoredName& name, Bytes hint) {
+  for (std::size_t at = 0; at < hint.size(); ++at) {
+    const WideUnit unit = at < name.Length() ? name[at] : WideUnit{0};
+    if (unit >= 0x80) return true;
+    if (AsciiUpper(unit) != AsciiUpper(hint[at])) return false;
+  }
+  return true;
 }
 
 // The hash by which the system looks a subkey up; nothing where its table of letters is needed.
@@ -135,8 +154,11 @@ class Reading {
   void CheckSecurity(const FoundKey& key);
   void CheckDescriptor(Bytes record, std::uint32_t cell);
   void CheckSecurityUsers();
+  void CheckSecurityRing();
+  void CheckLostRecords();
   bool ReadValues(const FoundKey& key);
   bool ReadValue(const unsigned char* reference);
+  void CheckValueNames();
   bool ReadData(Bytes record, StoredData& data);
   bool ReadPieces(Bytes record, std::size_t size, StoredData& data);
   bool CheckPieces(Bytes list, std::size_t size);
@@ -156,6 +178,7 @@ class Reading {
   CellMap cells;
   std::vector<FoundKey> waiting;            // keys to be told, the next one last
   StoredName lastInList;                    // the subkey found before, in the lists of one key
+  std::vector<StoredName> valueNames;       // of one key
   std::vector<std::uint32_t> securityUsed;  // the cell of each key's security descriptor
 };
 
@@ -298,7 +321,7 @@ void Reading::CheckDescriptor(Bytes record, std::uint32_t cell) {
     Refuse(record.data() + security_at::kSize, kWhat, kTooShort);
     return;
   }
-  if (size < kLeastDescriptorBytes || record[security_at::kDescriptor] != kDescriptorRevision) {
+  if (!IsDescriptor(record.subspan(security_at::kDescriptor, size))) {
     Refuse(record.data() + security_at::kDescriptor, kWhat, "has an unknown form");
     return;
   }
@@ -326,15 +349,56 @@ void Reading::CheckSecurityUsers() {
   }
 }
 
+// From one descriptor the system comes to all of them.
+void Reading::CheckSecurityRing() {
+  const auto end = std::ranges::unique(securityUsed).begin();
+  if (end == securityUsed.begin()) return;
+  std::vector<std::uint32_t> ring;
+  // No more of them than keys, in a hive as the system writes it.
+  for (std::uint32_t cell = securityUsed.front(); ring.size() <= summary.keys;) {
+    ring.push_back(cell);
+    const Bytes record = cells.Look(cell);
+    if (record.size() < security_at::kDescriptor) break;
+    cell = Load<std::uint32_t>(record, security_at::kNext);
+    if (cell == ring.front()) break;
+  }
+  std::ranges::sort(ring);
+  for (auto used = securityUsed.begin(); used != end; ++used) {
+    if (std::ranges::binary_search(ring, *used)) continue;
+    Warn(cells.Look(*used).data(), "The security descriptor", "is in no ring with the first");
+  }
+}
+
+// A key or a value that is there and that nothing leads to would be lost. Where something could not
+// be read, all below it would be told here once more.
+void Reading::CheckLostRecords() {
+  cells.ForEachLeft([this](Bytes record) {
+    const bool isKey = HasSignature(record, "nk");
+    if (!isKey && !HasSignature(record, "vk")) return;
+    Refuse(record.data(), isKey ? "A key" : "A value", "is in use, and nothing leads to it");
+  });
+}
+
 bool Reading::ReadValues(const FoundKey& key) {
   const std::size_t count = key.Number(key_at::kValueCount);
   if (count == 0) return true;
   const Bytes list =
       Take(key.record.data() + key_at::kValues, "The list of values", count * kOffsetBytes);
+  valueNames.clear();
   for (std::size_t at = 0; at < count * kOffsetBytes && !list.empty(); at += kOffsetBytes) {
     if (!ReadValue(list.data() + at)) return false;
   }
+  CheckValueNames();
   return true;
+}
+
+// The system finds one of several values of a name alone.
+void Reading::CheckValueNames() {
+  std::ranges::sort(valueNames, &ComesBefore);
+  for (std::size_t n = 1; n < valueNames.size(); ++n) {
+    if (ComesBefore(valueNames[n - 1], valueNames[n])) continue;
+    Warn(valueNames[n].bytes.data(), "The value", "has the name of another");
+  }
 }
 
 // False only when the visitor wants no more.
@@ -354,6 +418,7 @@ bool Reading::ReadValue(const unsigned char* reference) {
       !ReadData(record, value.data)) {
     return true;
   }
+  valueNames.push_back(value.name);
   ++summary.values;
   summary.dataBytes += value.data.Size();
   return visitor.OnValue(value);
@@ -473,11 +538,15 @@ void Reading::CheckPlaceInList(Bytes leaf, const unsigned char* entry) {
   } else if (order == Order::descending) {
     Warn(entry, "The subkey", "is out of its order, so that the system would not find it");
   }
+  const unsigned char* const sign = entry + kOffsetBytes;
+  if (HasSignature(leaf, "lf") && !FitsHint(name, {sign, 4})) {
+    Warn(sign, "The subkey's first letters",
+         "in the list are not those of its name, so that the system would not find it");
+  }
   if (!HasSignature(leaf, "lh")) return;
   const auto hash = HashOf(name);
-  if (hash && *hash != Load<std::uint32_t>({entry, 2 * kOffsetBytes}, kOffsetBytes)) {
-    Warn(entry + kOffsetBytes, "The subkey's hash",
-         "does not fit its name, so that the system would not find it");
+  if (hash && *hash != Load<std::uint32_t>({sign, kOffsetBytes}, 0)) {
+    Warn(sign, "The subkey's hash", "does not fit its name, so that the system would not find it");
   }
 }
 
@@ -492,7 +561,11 @@ HiveSummary Reading::Read() {
     waiting.pop_back();
     if (!ReadKey(key)) return summary;
   }
-  if (summary.errors == 0) CheckSecurityUsers();
+  if (summary.errors == 0) {
+    CheckSecurityUsers();
+    CheckSecurityRing();
+    CheckLostRecords();
+  }
   summary.isWhole = true;
   return summary;
 }

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "hive/descriptor.h"
 #include "tests/support/hive_builder.h"
 
 namespace vtclass::hive {
@@ -229,6 +231,7 @@ TEST(HiveReader, Record_Damaged_IsToldAndPassedOver) {
       {"sk", 0, 16, 4, 0xFFFFFFFF, "E The security descriptor is longer than its cell", 16, 4, 3},
       {"sk", 0, 16, 4, 19, "E The security descriptor has an unknown form", 20, 4, 3},
       {"sk", 0, 20, 1, 2, "E The security descriptor has an unknown form", 20, 4, 3},
+      {"sk", 0, 22, 2, 4, "E The security descriptor has an unknown form", 20, 4, 3},
       {"sk", 0, 8, 4, 0, "W The security descriptor is not followed by another that leads back", 4,
        4, 3},
       {"sk", 0, 12, 4, 3, "W The security descriptor counts other keys than have it", 12, 4, 3},
@@ -344,6 +347,94 @@ TEST(HiveReader, Subkeys_OutOfOrder_AreToldWhereThatIsSure) {
       EXPECT_EQ(reading.summary.errors, 0u);
     }
   }
+}
+
+TEST(HiveReader, FirstLettersInOlderLists_AreThoseOfTheName) {
+  for (const auto& [hint, fits] : {std::pair("ABcd", true), {"abcd", true}, {"abcx", false}}) {
+    HiveKey root;
+    for (const wchar_t* const name : {L"abcde", L"q", L"\xE4"})
+      root.subkeys.push_back({name, {}, {}});
+    std::string file = BuildHive(root, {3, 'f'});
+    file.replace(FindCell(file, "lf") + 8, 4, hint);
+    Reading reading(file);
+    EXPECT_EQ(reading.summary.warnings, fits ? 0U : 1U) << hint;
+    EXPECT_EQ(reading.summary.errors, 0U);
+  }
+}
+
+TEST(HiveReader, ValuesOfOneName_AreTold) {
+  const auto warnings = [](const std::vector<std::wstring>& names) {
+    HiveKey root;
+    for (const std::wstring& name : names) root.values.push_back({name, 1, "x"});
+    return Reading(BuildHive(root)).sentences;
+  };
+  const std::string sentence = "W The value has the name of another";
+  EXPECT_EQ(warnings({L"a", L"b", L"A"}), std::vector{sentence});
+  EXPECT_EQ(warnings({L"", L"a", L""}), std::vector{sentence});
+  EXPECT_EQ(warnings({L"a", L"ab", L"\xE4", L"\xC4"}), std::vector<std::string>());
+}
+
+// A count of 0 leads to nothing, however much is there.
+TEST(HiveReader, KeysAndValuesThatNothingLeadsTo_AreTold) {
+  const HiveKey root = {L"r", {{L"v", 1, "data"}}, {{L"k", {{L"w", 1, "data"}}, {}}}};
+  ASSERT_EQ(Reading(BuildHive(root)).sentences.size(), 0U);
+  for (const auto& [count, sentence] :
+       {std::pair(20U, "E A key is in use, and nothing leads to it"),
+        {36U, "E A value is in use, and nothing leads to it"}}) {
+    std::string file = BuildHive(root);
+    PutNumber(file, FindCell(file, "nk") + count, 0U);
+    const std::vector<std::string> told = Reading(file).sentences;
+    EXPECT_TRUE(std::ranges::find(told, sentence) != told.end()) << sentence;
+  }
+}
+
+TEST(HiveReader, SecurityDescriptors_StandInOneRing) {
+  // A second descriptor is made of a value's data.
+  std::string record(44, '\0');
+  record.replace(0, 2, "sk");
+  const HiveKey root = {L"r", {{L"v", 3, record}}, {{L"k", {}, {}}}};
+  std::string file = BuildHive(root);
+  const std::size_t first = FindCell(file, "sk");
+  const std::size_t value = FindCell(file, "vk");
+  const std::uint32_t cell = NumberAt(file, value + 8);
+  const std::size_t second = kBaseBlockBytes + cell + 4;
+  ASSERT_EQ(file.substr(second, 2), "sk");
+  file.replace(second, record.size(), file.substr(first, record.size()));
+  PutNumber(file, value + 4, 0x80000000U);
+  PutNumber(file, FindCell(file, "nk", 1) + 44, cell);
+  for (const std::size_t descriptor : {first, second}) PutNumber(file, descriptor + 12, 1U);
+  const auto cellOfFirst = static_cast<std::uint32_t>(first - kBaseBlockBytes - 4);
+  const auto link = [&](std::uint32_t behindFirst, std::uint32_t behindSecond) {
+    for (const std::size_t at : {4U, 8U}) {
+      PutNumber(file, first + at, behindFirst);
+      PutNumber(file, second + at, behindSecond);
+    }
+    return Reading(file).sentences;
+  };
+  EXPECT_EQ(link(cell, cellOfFirst), std::vector<std::string>());
+  EXPECT_EQ(link(cellOfFirst, cell),
+            std::vector<std::string>{"W The security descriptor is in no ring with the first"});
+}
+
+TEST(HiveReader, Descriptor_LiesInItsBytesWhole) {
+  // An owner with two parts and an empty list behind the header.
+  std::string whole(44, '\0');
+  whole[0] = 1, whole[3] = '\x80', whole[4] = 20, whole[16] = 36;
+  whole[20] = 1, whole[21] = 2, whole[36] = 2, whole[38] = 8;
+  const struct {
+    std::size_t at;
+    unsigned char byte;
+    bool isDescriptor;
+  } rows[] = {{0, 1, true},   {0, 2, false},   {3, 0, false},    {4, 19, false},  {4, 36, false},
+              {4, 37, false}, {4, 0, true},    {7, 0x7F, false}, {8, 20, true},   {8, 44, false},
+              {12, 36, true}, {12, 38, false}, {16, 0, true},    {16, 37, false}, {20, 2, false},
+              {21, 5, false}, {21, 16, false}, {38, 7, false},   {38, 9, false}};
+  for (const auto& row : rows) {
+    std::string bytes = whole;
+    bytes[row.at] = static_cast<char>(row.byte);
+    EXPECT_EQ(IsDescriptor(BytesOf(bytes)), row.isDescriptor) << row.at << " " << int{row.byte};
+  }
+  EXPECT_FALSE(IsDescriptor(BytesOf(whole.substr(0, 19))));
 }
 
 TEST(HiveReader, LongAndDeep_AreReadUpToTheRegistrysLimits) {

@@ -28,29 +28,30 @@
  * backslash, and ".dat": D:\Rep\Software_A_B.dat. Each save goes to a temporary file in the same
  * directory, "RegRep" with a number from 1 to 99 and ".dat"; a name at which anything stands is
  * passed over. Then the data file is deleted, and the temporary one gets its name. It is a hive
- * file of the system's, as RegSaveKeyW writes it. Paths may have any length.
+ * file of the system's, as RegSaveKeyW writes it. A directory's path may have any length; a name
+ * beyond what the file system takes (255 characters in most) makes each save fail, as reported.
  *
  * What a reader finds under the data file's name, at any moment and after a crash or a power cut:
  *  - the former save, whole: until the new one is complete;
  *  - nothing, for a moment: after the deletion, before the temporary file has its name;
  *  - the new save, whole.
  * Never a part of a save: it is written through to the disk before the former one is deleted. Only
- * where another program keeps the temporary file from being opened for that, the disk takes its
- * time, and a power cut may come first.
+ * where another program keeps the temporary file from being opened for that (5, 32), the disk takes
+ * its time, and a power cut may come first.
  *
  * Whoever holds the data file open and lets nobody delete it keeps it as it is: the save fails and
- * is reported (183). Where it may be deleted some systems keep its name taken until it is closed;
- * then, as always when the deletion succeeds and the renaming fails, that is reported and there is
- * none until a later save succeeds.
+ * is reported (183; so it is where a directory stands at that name). Where it may be deleted some
+ * systems keep its name taken until it is closed; then, as always when the deletion succeeds and
+ * the renaming fails, that is reported and there is none until a later save succeeds.
  *
  * A run that ended between the deletion and the renaming leaves the newest save, whole, under its
  * temporary name; one that ended while it saved leaves a part. Nobody deletes these, and each takes
  * one of the 99 names.
  *
  * What shares a file. Two keys may have one data file: A\B and A_B. Replicators of one process take
- * different temporary files. Two processes that save to one directory may take the same one at
- * once: one of the saves fails then, or its file is the other's. Give each process a directory of
- * its own.
+ * different temporary files, unless 99 saves begin while one has not made its file yet. Two
+ * processes that save to one directory may take the same one at once: one of the saves fails then,
+ * or its file is the other's. Give each process a directory of its own.
  */
 
 namespace vtclass::config {
@@ -91,6 +92,7 @@ class KeyReplication {
                         const border::WideSink& ownDirectory) noexcept;
   VTCLASS_API void Close() noexcept;
   static unsigned long Run(KeyReplication& self);
+  void Begun(unsigned long error) noexcept;
   void Follow();
   void Save();
 
@@ -102,6 +104,8 @@ class KeyReplication {
   bool replicateAtStart = false;
   Runner report;
   std::atomic<unsigned long> saves{0};
+  HANDLE beginning = nullptr;   /* for the thread to set when it follows the key */
+  unsigned long startError = 0; /* why it does not, 0 if it does; written before that */
 };
 
 }  // namespace vtclass::config
@@ -122,17 +126,18 @@ class KeyReplication {
  * Threads: one at a time uses an object. It may be destroyed on any thread but its own.
  * Deriving: the class calls TerminateReplication in its own destructor, so that no report comes to
  * an object that is half gone. If it does not, a report that comes later than its destructor is
- * dropped. The destructor here is not virtual: an object is destroyed as what it is.
- * Unloading: the thread keeps the library loaded until it has ended. Never destroy or terminate
- * inside DllMain.
+ * dropped; an unoptimised build by GCC calls a pure function then. The destructor here is not
+ * virtual: an object is destroyed as what it is. Unloading: the thread keeps the library loaded
+ * until it has ended. Never start, destroy or terminate inside DllMain.
  */
 class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::KeyReplication {
  public:
   /*
    * Opens the key `keyPath` below `root` for reading, makes the directory with all that is missing
-   * above it (CreateDirectoryPath), and starts the thread. With `replicateAtStart` the thread saves
-   * at once, before anything else: also where TerminateReplication follows at once, and then that
-   * waits for the save. A run that is under way is terminated first.
+   * above it (CreateDirectoryPath), starts the thread, and waits until it has asked the system to
+   * tell it of changes: what is changed after the return is noticed. With `replicateAtStart` the
+   * thread saves at once, before anything else: also where TerminateReplication follows at once,
+   * and then that waits for the save. A run that is under way is terminated first.
    *
    * Backslashes at the end of both texts do not count. An empty `directory` is the root of the
    * current drive. A relative one counts from the current folder of the moment, at each save
@@ -141,8 +146,8 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
    * backslashes that a file's name may not hold.
    *
    * Returns 1. 0 when it failed, with the reason in ::GetLastError(): the system's status of the
-   * key, the directory or the thread; 6 when the construction got no event to stop by; 8 when
-   * memory runs out. The key may stay open then, until TerminateReplication or the next start.
+   * key, the directory, the thread or its event; 6 when the construction got no event to stop by; 8
+   * when memory runs out. The key may stay open then, until TerminateReplication or the next start.
    */
   int InitiateReplication(HKEY root, const wcstring& keyPath, const wcstring& directory,
                           bool replicateAtStart) noexcept {
@@ -181,7 +186,8 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
 
   /*
    * A save failed with `error`, a Win32 status. Of the saving: the data file is the former one. Of
-   * the renaming: with 183 too, which means that somebody holds it; otherwise there is none now. 80
+   * the renaming: with 183 too, which means that somebody holds it, or that a directory stands in
+   * its place; otherwise there is none now. 80
    * when all 99 temporary names are taken, 3 when the directory is gone, which is not made again, 8
    * when memory ran out. Another attempt follows the next change. Runs on the replicator's thread;
    * `keyPath` is the key's path without backslashes at its end and lives until the next start. What
@@ -193,10 +199,11 @@ class VTCLASS_INTERFACE_TYPE RegistryKeyReplicator : public vtclass::config::Key
 /*
  * Makes a directory and all that is missing above it. True when it exists at the end. False with
  * the reason in ::GetLastError(): 183 when a file stands at its place or at that of a directory
- * above, 8 when memory runs out, else the system's status. What was made above it stays.
+ * above, 206 for more than 32,767 characters, 8 when memory runs out, else the system's status.
+ * What was made above it stays.
  *
- * Directories are separated by backslashes; any number may stand at the end. A path may have any
- * length, may be a share's (\\server\share\x) and may begin with "\\?\". Any thread.
+ * Directories are separated by backslashes; any number may stand at the end. A path may be a
+ * share's (\\server\share\x) and may begin with "\\?\". Any thread.
  * Contract: a directory that somebody else makes in the same moment may answer false with 183.
  * Whoever makes directories by several at once asks again.
  */

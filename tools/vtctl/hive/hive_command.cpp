@@ -41,7 +41,7 @@ constexpr const char* kExamples =
     "\n"
     "Exit codes: 0 sound, and for diff the same; 1 something to know: an irregularity that loses\n"
     "nothing, for diff a difference or a key that may not be read; 2 damaged, 65 no hive, 66 the\n"
-    "file or the key cannot be read.";
+    "file or the key cannot be read, 73 the output cannot be written.";
 
 struct HiveArguments : CommonArguments {
   Path file;
@@ -211,6 +211,10 @@ std::wstring ShownValue(const NamedValue& value) {
   return OneLine(Copied(value.data, value.type)) + L"  [" + TypeName(value.type) + L"]";
 }
 
+std::wstring ShownBytes(const NamedValue& value) {
+  return OneLine(Copied(value.data, REG_BINARY)) + L"  [" + TypeName(value.type) + L"]";
+}
+
 std::wstring DifferenceLine(const KeyPath& key, const Difference& difference) {
   std::wstring line =
       std::wstring(kDifferenceNames[difference.kind]) + L"  " + Printable(KeyName(key));
@@ -223,8 +227,14 @@ std::wstring DifferenceLine(const KeyPath& key, const Difference& difference) {
   line += L"  " + ShownName(difference.name);
   if (!inFile || !inRegistry)
     return line + L" = " + ShownValue(inFile ? *inFile : *inRegistry) + L"\n";
-  return line + L": in the file " + ShownValue(*inFile) + L", in the registry " +
-         ShownValue(*inRegistry) + L"\n";
+  std::wstring ours = ShownValue(*inFile);
+  std::wstring theirs = ShownValue(*inRegistry);
+  if (ours == theirs) {
+    // What differs lies behind the end of a text, or cannot be shown.
+    ours = ShownBytes(*inFile);
+    theirs = ShownBytes(*inRegistry);
+  }
+  return line + L": in the file " + ours + L", in the registry " + theirs + L"\n";
 }
 
 Json DifferenceJson(const Difference& difference) {
@@ -277,7 +287,7 @@ int RunDiff(const DiffArguments& arguments) {
   const KeyTarget target = {arguments.key.value_or(KeyPath()), L"", 0};
   KeyHandle key;
   if (const LSTATUS status = key.Open(target)) {
-    return Fail(kExitNoInput, KeyName(target.path) + L" cannot be opened: " +
+    return Fail(kExitNoInput, Printable(KeyName(target.path)) + L" cannot be opened: " +
                                   SystemText(static_cast<unsigned long>(status)));
   }
   std::vector<unsigned char> bytes;

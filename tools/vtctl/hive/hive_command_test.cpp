@@ -150,6 +150,9 @@ TEST_F(HiveCommand, NoHive_IsSaidInOneSentence) {
   MakeFile(path, BuildHive(Sample()));
   EXPECT_EQ(Run(L"diff", {name + L"\\missing"}).ExitCode(), kExitNoInput);
   EXPECT_EQ(Run(L"diff").ExitCode(), kExitUsage);
+  VtctlRun device({L"hive", L"verify", L"NUL"});
+  EXPECT_EQ(device.ExitCode(), kExitNoInput);
+  EXPECT_NE(device.ErrorOutput().find("is no file on a disk"), std::string::npos);
 }
 
 TEST_F(HiveCommand, Verify_ManyProblems_TellsTheFirstHundred) {

@@ -9,6 +9,7 @@
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/interrupt.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -32,6 +33,14 @@ const wchar_t* WhatElse(FileKind kind) {
   }
 }
 
+std::wstring Quoted(const Path& path) { return L"\"" + Printable(path.Written()) + L"\""; }
+
+std::wstring Reason(unsigned long status) {
+  if (status == ERROR_FILE_TOO_LARGE) return L"it has more than 1 GB.";
+  if (status == ERROR_NOT_SUPPORTED) return L"it is no file on a disk.";
+  return SystemText(status);
+}
+
 }  // namespace
 
 unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes) {
@@ -41,6 +50,8 @@ unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes)
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return ::GetLastError();
+  // A device could keep its reader waiting for ever.
+  if (::GetFileType(file.Get()) != FILE_TYPE_DISK) return ERROR_NOT_SUPPORTED;
   LARGE_INTEGER length = {};
   if (!::GetFileSizeEx(file.Get(), &length)) return ::GetLastError();
   if (static_cast<std::uint64_t>(length.QuadPart) > kMostHiveBytes) return ERROR_FILE_TOO_LARGE;
@@ -59,18 +70,17 @@ unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes)
 }
 
 int LoadHive(const Path& path, std::vector<unsigned char>& bytes) {
-  const std::wstring quoted = L"\"" + path.Written() + L"\"";
   if (const unsigned long status = ReadWholeFile(path, bytes)) {
-    return Fail(kExitNoInput, quoted + L" cannot be read: " + SystemText(status));
+    return Fail(kExitNoInput, Quoted(path) + L" cannot be read: " + Reason(status));
   }
   const FileKind kind = vtclass::hive::KindOf(bytes);
-  return kind == FileKind::hive ? kExitClean : Fail(kExitBadInput, quoted + WhatElse(kind));
+  return kind == FileKind::hive ? kExitClean : Fail(kExitBadInput, Quoted(path) + WhatElse(kind));
 }
 
 int VerdictOn(const Path& path, const vtclass::hive::HiveSummary& summary) {
   if (Interrupted()) return kExitCancelled;
   if (summary.minorVersion == 0) {
-    return Fail(kExitBadInput, L"\"" + path.Written() + L"\" is no hive that can be read.");
+    return Fail(kExitBadInput, Quoted(path) + L" is no hive that can be read.");
   }
   if (summary.errors != 0) return kExitErrors;
   return summary.warnings != 0 ? kExitWarnings : kExitClean;

@@ -96,7 +96,9 @@ std::wstring ReasonText(unsigned long status) {
   std::wstring text = SystemText(status);
   switch (status) {
     case ERROR_ALREADY_EXISTS:
-      return L"somebody holds the data file open, and it stays as it was: " + text;
+      return L"somebody holds the data file open, and it stays as it was, or a folder has its "
+             L"name: " +
+             text;
     case ERROR_FILE_EXISTS:
       return L"all names from RegRep1.dat to RegRep99.dat are taken; what interrupted saves left "
              L"there may be deleted: " +
@@ -123,7 +125,7 @@ void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {
   } else if (status == ERROR_SUCCESS) {
     Print(ClockTime() + L"  saved to " + file.Shown() + SizeOf(file) + L"\n");
   } else {
-    Print(ClockTime() + L"  not saved: " + ReasonText(status) + L"\n");
+    PrintError(ClockTime() + L"  not saved: " + ReasonText(status) + L"\n");
   }
 }
 

@@ -79,7 +79,10 @@ TEST_F(ReplicationCommands, Replicate_FollowsTheKeyUntilItIsDeleted) {
     const OwnedFile reader(::CreateFileW(data.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                          OPEN_EXISTING, 0, nullptr));
     Put(2);
-    EXPECT_TRUE(printed("  not saved: somebody holds the data file open")) << run.Output();
+    EXPECT_TRUE(Eventually([&] {
+      return run.ErrorOutput().find("  not saved: somebody holds the data file open") !=
+             std::string::npos;
+    })) << run.Output();
   }
   EXPECT_EQ(FileBytes(data), before);
   EXPECT_EQ(::RegDeleteKeyW(HKEY_CURRENT_USER, subkey.c_str()), ERROR_SUCCESS);

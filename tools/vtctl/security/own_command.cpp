@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "security/folder_path.h"
 #include "tools/vtctl/security/own.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
@@ -16,11 +17,10 @@ namespace vtctl {
 namespace {
 
 constexpr const char* kExamples =
-    "Makes a file or folder the local system account's, with full access for it, as a restore "
-    "does\n"
-    "with what it has to replace. With --tree everything below a folder too; links below it are\n"
-    "taken over themselves and not followed. Other entries of the access lists stay. The former\n"
-    "owners are stored nowhere: nothing undoes this.\n"
+    "Makes a file or folder the local system account's, with full access for it, as a restore\n"
+    "does with what it has to replace. With --tree everything below a folder too; links below it\n"
+    "are taken over themselves and not followed, PATH itself is. Other entries of the access\n"
+    "lists stay. The former owners are stored nowhere: nothing undoes this.\n"
     "\n"
     "At a terminal it asks before it acts. Scripts say --yes; without it and without a terminal\n"
     "nothing is done. A failure does not end the walk, and all are told. Ctrl+C ends it between "
@@ -37,7 +37,7 @@ constexpr const char* kExamples =
     "\n"
     "Exit codes: 0 all was taken over, 1 the answer was no, 2 some was not, or a privilege is\n"
     "missing; 64 it would have to ask and cannot, 66 nothing is there, or no folder for --tree,\n"
-    "130 interrupted.";
+    "73 the outcome cannot be written, 130 interrupted.";
 
 struct OwnArguments : CommonArguments {
   Path path;
@@ -47,6 +47,10 @@ struct OwnArguments : CommonArguments {
 
 // An exit code where there is nothing to act on. What may not be looked at may well be taken over.
 int CheckPath(const OwnArguments& arguments) {
+  if (vtclass::security::NamesNothing(arguments.path.Written())) {
+    return Fail(kExitNoInput, L"\"" + arguments.path.Written() +
+                                  L"\" names nothing in particular: name the drive too.");
+  }
   const DWORD attributes = ::GetFileAttributesW(arguments.path.System().c_str());
   const DWORD error = arguments.path.System().empty() ? arguments.path.Error() : ::GetLastError();
   const std::wstring shown = Printable(arguments.path.Written());

@@ -155,6 +155,10 @@ int ReadBytes(HANDLE file, bool isOneLine, Secret& secret) {
     if (!isRead && error != ERROR_BROKEN_PIPE) return NotReadable(error);
     if (count == 0 || (isOneLine && text.back() == '\n')) break;
   }
+  // Nothing at all is no empty line.
+  if (isOneLine && text.empty()) {
+    return Fail(kExitNoInput, L"Standard input is at its end, where a line was expected.");
+  }
   DropLineEnd(text);
   return text.size() <= Secret::kMost ? kExitClean : TooLong();
 }

@@ -136,7 +136,10 @@ void KeyReplication::Follow() {
   Waitable stop(stopEvent);
   ::SetLastError(ERROR_SUCCESS);
   Changes changes(key);
-  if (!changes) return Begun(FailureCode());
+  if (!changes) {
+    Begun(FailureCode());
+    return;
+  }
   // Of two signals a wait tells the first in this order.
   WaitableGroup group;
   group.Add(&stop);

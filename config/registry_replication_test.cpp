@@ -736,6 +736,7 @@ TEST(CreateDirectoryPath, MakesWhatIsMissing_AndTellsWhatStandsInTheWay) {
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\w \\v").c_str()));
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\w ").c_str()));
   EXPECT_TRUE(::RemoveDirectoryW((system + L"\\" + longName + L"\\" + longName).c_str()));
+  EXPECT_TRUE(::RemoveDirectoryW((system + L"\\" + longName).c_str()));
   for (const std::wstring& impossible : {std::wstring(), std::wstring(L"a<"), scratch / L"q\\a<\\b",
                                          std::wstring(L"\\\\vtclass.invalid\\share\\x")}) {
     ::SetLastError(ERROR_SUCCESS);

@@ -1,10 +1,10 @@
-# The front door. Each target sets up what it needs on a fresh Debian 12 machine; the work is done
+# The front door. Each target sets up what it needs on a fresh Debian 12 or 13 machine; the work is done
 # by scripts/ and the CMake presets. PRESET=debug selects the other build.
 
 PRESET ?= release
 export PRESET
 .DEFAULT_GOAL := help
-.PHONY: help demo test build bench lint fuzz docs package clean
+.PHONY: help demo test build bench lint fuzz docs package windows-kit clean
 
 help: ## this list
 	@sed -n 's/^\([a-z-]*\):.* *## /  make \1\t/p' $(firstword $(MAKEFILE_LIST)) | expand -t 20
@@ -42,9 +42,15 @@ docs: ## interface documentation in build/docs
 	@scripts/docs
 
 package: ## installable zip in build/package
-	@scripts/setup package
+	@scripts/setup package docs
+	@scripts/docs
 	@scripts/build
 	@scripts/package
+
+windows-kit: ## zip with the tests for a bare Windows Server, in build/windows-kit
+	@scripts/setup test package
+	@scripts/build
+	@scripts/windows-kit
 
 clean: ## remove everything that was built (the cached libcrypto stays)
 	@rm -rf build

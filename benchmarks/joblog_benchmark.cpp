@@ -8,6 +8,7 @@
 #include <string>
 
 #include "messages/message_ids.h"
+#include "platform/meant_call.h"
 #include "platform/owned.h"
 #include "vtclass/log.h"
 
@@ -89,7 +90,9 @@ void OurText(benchmark::State& state) {
 int FormatAlone(wchar_t* out, std::size_t size, const wchar_t* format, ...) {
   va_list arguments;
   va_start(arguments, format);
+  VTCLASS_MEANT_BEGIN
   const int length = _vsnwprintf(out, size, format, arguments);
+  VTCLASS_MEANT_END
   va_end(arguments);
   return length;
 }

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/meant_call.h"
+
 // Listings and questions beside the bare calls, on the volumes and drives that the machine has.
 namespace {
 
@@ -25,7 +27,9 @@ void CallsListing(benchmark::State& state) {
     const UINT mode = ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
     OSVERSIONINFOW version{};
     version.dwOSVersionInfoSize = sizeof(version);
+    VTCLASS_MEANT_BEGIN
     ::GetVersionExW(&version);
+    VTCLASS_MEANT_END
     wchar_t buffer[260];
     const HANDLE search = ::FindFirstVolumeW(buffer, 260);
     do {

@@ -83,7 +83,7 @@ class XcsDouble : public test::MuteCluster {
 
 TEST(ClusterNames, XcsCluster_NameIsCutToTheBuffer) {
   const auto instance = test::Replace<std::shared_ptr<Cluster>(const wchar_t*)>(
-      "_ZN7Cluster11GetInstanceEPKw", [](auto) { return std::make_shared<XcsDouble>(); });
+      "Cluster::GetInstance", [](auto) { return std::make_shared<XcsDouble>(); });
   EXPECT_TRUE(ServerIsRunningXCSCluster());
   const std::pair<size_t, const wchar_t*> rows[] = {
       {9, L"CLUSTER7"}, {8, L"CLUSTER"}, {1, L""}, {0, L"as before"}};

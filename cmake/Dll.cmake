@@ -2,10 +2,16 @@
 # it, and an import library of its own name.
 set(file_version "${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0")
 
+# Visual C++ has no other.
+if(NOT VTCLASS_CRT)
+  set(VTCLASS_CRT ucrt)
+endif()
+
 # vtclass_version_resource(target description)
 function(vtclass_version_resource target description)
   set(dll_name ${target})
   set(dll_description ${description})
+  set(dll_crt ${VTCLASS_CRT})
   configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_BINARY_DIR}/${target}.rc @ONLY)
   target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/${target}.rc)
 endfunction()

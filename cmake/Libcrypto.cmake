@@ -1,5 +1,14 @@
-# libcrypto for Windows: the cipher and the digests link it statically. `make build` provides it and
-# names its folder in OPENSSL_ROOT_DIR.
+# libcrypto for Windows: the cipher and the digests link it statically.
+if(MSVC)
+  # On Windows it is looked for where CMAKE_PREFIX_PATH or OPENSSL_ROOT_DIR say; a static one for /MD.
+  set(OPENSSL_USE_STATIC_LIBS ON)
+  find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+  add_library(vtclass_libcrypto INTERFACE)
+  target_link_libraries(vtclass_libcrypto INTERFACE OpenSSL::Crypto ws2_32 crypt32)
+  return()
+endif()
+
+# `make build` provides it and names its folder in OPENSSL_ROOT_DIR.
 set(OPENSSL_ROOT_DIR "" CACHE PATH "A folder with include/openssl and lib/libcrypto.a")
 find_library(VTCLASS_LIBCRYPTO NAMES libcrypto.a libcrypto_static libcrypto
   PATHS ${OPENSSL_ROOT_DIR}/lib NO_CACHE NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)

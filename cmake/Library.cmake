@@ -8,6 +8,7 @@ target_include_directories(vtclass_mini PUBLIC
   $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:include>)
 target_include_directories(vtclass_mini PRIVATE ${CMAKE_SOURCE_DIR})
+target_compile_features(vtclass_mini PUBLIC cxx_std_20)
 target_link_libraries(vtclass_mini PRIVATE advapi32)
 
 vtclass_dll(vtclass_mini "${PROJECT_DESCRIPTION}")

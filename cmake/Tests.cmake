@@ -1,9 +1,18 @@
-# GoogleTest from Debian's source package, cross-built; the tests run through CTest.
+# GoogleTest from its sources, such as Debian's package, or on Windows as find_package finds it; the
+# tests run through CTest.
+if(EXISTS "${VTCLASS_GOOGLETEST_SOURCE}/CMakeLists.txt")
+  set(INSTALL_GTEST OFF)
+  set(BUILD_GMOCK OFF)
+  set(gtest_force_shared_crt ON)
+  add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+elseif(MSVC)
+  find_package(GTest CONFIG REQUIRED)
+  add_library(gtest ALIAS GTest::gtest)
+else()
+  return()
+endif()
 enable_testing()
 include(GoogleTest)
-set(INSTALL_GTEST OFF)
-set(BUILD_GMOCK OFF)
-add_subdirectory(${VTCLASS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
 function(vtclass_add_test_executable name)
   cmake_parse_arguments(arg "" "LOCK" "FILES;LIBRARIES" ${ARGN})

@@ -1,8 +1,5 @@
-# 64-bit Windows with clang, lld and Debian's mingw-w64 headers and run-time libraries.
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
-
-set(triple x86_64-w64-mingw32)
+# 64-bit Windows with clang, lld and Debian's mingw-w64.
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-target.cmake)
 set(CMAKE_C_COMPILER clang-19)
 set(CMAKE_CXX_COMPILER clang++-19)
 set(CMAKE_C_COMPILER_TARGET ${triple})
@@ -22,10 +19,3 @@ set(CMAKE_MODULE_LINKER_FLAGS_INIT "${linker_flags}")
 # Behind all other libraries, also in CMake's own checks: the static C++ run time needs pthread.
 set(CMAKE_CXX_STANDARD_LIBRARIES
   "-lkernel32 -luser32 -lshell32 -lole32 -luuid -ladvapi32 -lpthread")
-
-set(CMAKE_FIND_ROOT_PATH /usr/${triple})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-
-set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/wine")

@@ -58,7 +58,7 @@ TEST_F(ConfigurationTest, Open_AccessWord_AsksForTheRightsOfTheTable) {
   DWORD playedVersion = 0;  // 51 is 5.1; 0: not known
   REGSAM asked = 0;
   const auto version =
-      Replace<decltype(::GetVersionExW)>("GetVersionExW", [&](OSVERSIONINFOW* answer) {
+      Replace<BOOL WINAPI(OSVERSIONINFOW*)>("GetVersionExW", [&](OSVERSIONINFOW* answer) {
         answer->dwMajorVersion = playedVersion / 10, answer->dwMinorVersion = playedVersion % 10;
         return playedVersion != 0;
       });

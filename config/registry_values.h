@@ -161,7 +161,7 @@ inline constexpr RegistryValue kSdkDebugLevel = {
      "levels 2, 3 and 4; otherwise the level is 1. Only a change of the level is told."}};
 
 // The keys of name resolution, of the product, of the Oracle agent.
-inline constexpr RegistryValue kDnsQueryTimeOut = {
+inline constexpr RegistryValue kDnsQueryTimeout = {
     {kTcpIpKey, L"DnsQueryTimeOut"},
     {ValueKind::number, 5000, 1000, 60000},
     {"once in a process", words::kNames,
@@ -348,7 +348,7 @@ inline constexpr const RegistryValue* kOtherValues[] = {
     &kMaxDebugFileExt,
     &kSGMonEnabled,
     &kSGMonComponents,
-    &kDnsQueryTimeOut,
+    &kDnsQueryTimeout,
     &kLanguage,
     &kOracleSid,
     &kOracleIsRac,

@@ -161,31 +161,34 @@ TEST_F(SettingsMonitorTest, OtherKinds_CompareTextAndDerivedLevel) {
 TEST_F(SettingsMonitorTest, EveryRegistration_FollowsItsValue_OfTheSelectedProduct) {
   using M = SettingsMonitor;
   const struct {
+    M::eMonitored number;
     const void* (M::*operation)(M::NumberCallback, void*);
     const wchar_t* name;
-  } rows[] = {{&M::RegisterCreateDebugLog, L"CreateDebugLog"},
-              {&M::KoltRegisterDebugLevel, L"KNTA NDMP Debug Level"},
-              {&M::EngineRegisterDebugLevel, L"Engine NDMP Debug Level"},
-              {&M::RegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
-              {&M::RegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
-              {&M::RegisterMaxRetention, L"MaxDebugFile Retention Size In MB"},
-              {&M::RegisterMaxDebugFileCount, L"MaxDebugFile Count"},
-              {&M::RegisterMaxDebugFileLimitMode, L"MaxDebugFile LimitMode"},
-              {&M::RegisterMaxDebugFileAppend, L"MaxDebugFile Append"},
-              {&M::VtmRegisterCreateDebugLog, L"VTMSDKLog"},
-              {&M::VtmRegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
-              {&M::VtmRegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
-              {&M::VtmRegisterMaxDebugFileCount, L"MaxDebugFile Count"},
-              {nullptr, L"Path"},  // the one text
-              {&M::VtmRegisterMaxDebugFileRetentionSize, L"MaxDebugFile Retention Size In MB"},
-              {&M::VtmRegisterLogLimitMode, L"MaxDebugFile LimitMode"},
-              {&M::VtmRegisterDebugLevel, L"VTMSDKLevel"}};
+  } rows[] = {
+      {M::createDebugLog, &M::RegisterCreateDebugLog, L"CreateDebugLog"},
+      {M::koltDebugLevel, &M::KoltRegisterDebugLevel, L"KNTA NDMP Debug Level"},
+      {M::engineDebugLevel, &M::EngineRegisterDebugLevel, L"Engine NDMP Debug Level"},
+      {M::maxDebugFileEnabled, &M::RegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
+      {M::maxDebugFileSize, &M::RegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
+      {M::maxRetention, &M::RegisterMaxRetention, L"MaxDebugFile Retention Size In MB"},
+      {M::maxDebugFileCount, &M::RegisterMaxDebugFileCount, L"MaxDebugFile Count"},
+      {M::maxDebugFileLimitMode, &M::RegisterMaxDebugFileLimitMode, L"MaxDebugFile LimitMode"},
+      {M::maxDebugFileAppend, &M::RegisterMaxDebugFileAppend, L"MaxDebugFile Append"},
+      {M::vtmCreateDebugLog, &M::VtmRegisterCreateDebugLog, L"VTMSDKLog"},
+      {M::vtmMaxDebugFileEnabled, &M::VtmRegisterMaxDebugFileEnabled, L"MaxDebugFile Enabled"},
+      {M::vtmMaxDebugFileSize, &M::VtmRegisterMaxDebugFileSize, L"MaxDebugFile Size In MB"},
+      {M::vtmMaxDebugFileCount, &M::VtmRegisterMaxDebugFileCount, L"MaxDebugFile Count"},
+      {M::vtmLogPath, nullptr, L"Path"},  // the one text
+      {M::vtmMaxDebugFileRetentionSize, &M::VtmRegisterMaxDebugFileRetentionSize,
+       L"MaxDebugFile Retention Size In MB"},
+      {M::vtmLogLimitMode, &M::VtmRegisterLogLimitMode, L"MaxDebugFile LimitMode"},
+      {M::vtmDebugLevel, &M::VtmRegisterDebugLevel, L"VTMSDKLevel"}};
   for (const unsigned long product : {0ul, 1ul}) {
     CMS_SetProd(product);
     Begin();
     for (const auto& row : rows) {
       MonitoredValue value = {};
-      ASSERT_TRUE(M::GetMonitoredValue(static_cast<unsigned long>(&row - rows), value));
+      ASSERT_TRUE(M::GetMonitoredValue(row.number, value));
       EXPECT_EQ(value.name, std::wstring(row.name));
       if (!row.operation) continue;
       ASSERT_TRUE((*monitor.*row.operation)(&Subscriber::OnNumber, &first));
@@ -194,11 +197,14 @@ TEST_F(SettingsMonitorTest, EveryRegistration_FollowsItsValue_OfTheSelectedProdu
         Settle();
         EXPECT_EQ(first.Next(0), L"none") << "its key is not the watched one";
       } else {
-        EXPECT_EQ(first.Next(), L"2") << &row - rows;
+        EXPECT_EQ(first.Next(), L"2") << row.number;
       }
     }
     monitor.reset();
   }
+  MonitoredValue untouched = {};
+  EXPECT_FALSE(M::GetMonitoredValue(std::size(rows), untouched));
+  EXPECT_FALSE(untouched.name);
 }
 
 TEST_F(SettingsMonitorTest, BadInput_IsRefused) {

@@ -21,6 +21,9 @@ static_assert(KindOf(ValueKind::text) == Setting::stringKind &&
               KindOf(ValueKind::toggle) == Setting::boolKind &&
               KindOf(ValueKind::debugMask) == Setting::sdkDebugLevelKind);
 
+static_assert(std::size(kMonitoredValues) == SettingsMonitor::vtmDebugLevel + 1,
+              "eMonitored and the table name other values");
+
 // A range that readers of a plain number have is theirs: it binds nobody who writes the value.
 MonitoredValue ValueOf(unsigned long number) noexcept {
   const RegistryValue& value = *kMonitoredValues[number];

@@ -47,13 +47,13 @@ bool Holds(const char* bytes, std::size_t size) {
 
 constexpr std::size_t kStack = 16384;
 
-__attribute__((noinline)) void CoverStack() {
+__declspec(noinline) void CoverStack() {
   volatile char cover[kStack];
   for (volatile char& each : cover) each = '\x11';
 }
 
 // Reads what earlier calls have left there: on purpose nothing is initialized.
-__attribute__((noinline)) bool StackHolds() {
+__declspec(noinline) bool StackHolds() {
   volatile char left[kStack];
   static char copy[kStack];
   for (std::size_t i = 0; i < kStack; ++i) copy[i] = left[i];  // NOLINT
@@ -161,7 +161,7 @@ class Wiping : public testing::Test {
     EXPECT_EQ(expose, nullptr) << operation.name << ": " << expose;
   }
 
-  const ImportHook<decltype(std::free)> freeHook{"msvcrt.dll", "free", &Free};
+  const ImportHook<decltype(std::free)> freeHook{nullptr, "free", &Free};
   const ImportHook<decltype(::LocalFree)> localHook{"KERNEL32.dll", "LocalFree", &FreeLocal};
 };
 
@@ -177,11 +177,12 @@ TEST_F(Wiping, NothingIsLeftBehind_WhenMemoryRunsOut) {
 
 // Not inlined, or the area would lie in its caller's frame; and deep enough that the registers that
 // the next function saves do not cover it.
-__attribute__((noinline)) void LeaveOnTheStack() {
+__declspec(noinline) void LeaveOnTheStack() {
   char area[1024];
   std::memcpy(area, kSecret.data(), kSecret.size());
   // For all that the compiler knows, this reads it; without it nothing would be left in one piece.
-  __asm__ volatile("" : : "r"(area) : "memory");
+  static void (*volatile read)(const char*) = [](const char*) {};
+  read(area);
 }
 
 // The looking itself sees what is there.

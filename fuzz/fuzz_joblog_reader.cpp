@@ -7,14 +7,21 @@
 #include <string_view>
 #include <vector>
 
-#include "joblog/code_filter.h"
+#include <nlohmann/json.hpp>
+
+#include "joblog/comparison.h"
+#include "joblog/csv_view.h"
+#include "joblog/entry_filter.h"
 #include "joblog/html_view.h"
 #include "joblog/joblog_reader.h"
+#include "joblog/json_view.h"
+#include "joblog/summary_text.h"
 #include "joblog/text_view.h"
 
 // Any bytes are read as a job log, in one piece and in small ones; both must give the same events,
-// in order, inside the file, properly nested, with an end for each beginning. All of it is rendered
-// too: the page must stay balanced, and no control character may come through.
+// in order, inside the file, properly nested, with an end for each beginning. All of it goes
+// through the filters and views too: what a filter lets through and leaves out is all that there
+// was, the page stays one page whose rows are JSON, and no control character comes through.
 namespace {
 
 using namespace vtclass::joblog;
@@ -71,27 +78,88 @@ std::size_t Count(std::string_view text, std::string_view what) {
   return count;
 }
 
+void CheckPrintable(std::string_view text) {
+  for (const char letter : text) {
+    Require(static_cast<unsigned char>(letter) >= 0x20 || letter == '\n' || letter == '\t');
+  }
+}
+
+// As many fields as there are columns, none of which a spreadsheet computes.
+void CheckTableLine(std::string_view line) {
+  Require(line.ends_with("\r\n"));
+  line.remove_suffix(2);
+  CheckPrintable(line);
+  std::size_t commas = 0;
+  bool isQuoted = false;
+  for (const char letter : line) {
+    if (letter == '"') isQuoted = !isQuoted;
+    if (letter == ',' && !isQuoted) ++commas;
+  }
+  Require(!isQuoted && commas == Count(CsvHeader(), ","));
+}
+
+// Each row is an array of texts of which the first is the row's tag, as the page's script reads it.
+void CheckPage(const std::string& page) {
+  const std::string_view kData = "<script type=\"application/json\">";
+  Require(Count(page, "<script") == 2 && Count(page, "</script>") == 2);
+  const std::size_t begin = page.find(kData) + kData.size();
+  std::string_view rows(page.data() + begin, page.find("</script>") - begin);
+  while (!rows.empty()) {
+    const std::size_t end = rows.find('\n');
+    const auto row = nlohmann::json::parse(rows.substr(0, end), nullptr, false);
+    Require(row.is_array() && !row.empty() && rows.starts_with("[\""));
+    for (const auto& text : row) Require(text.is_string());
+    const auto tag = row[0].get<std::string>();
+    Require(std::string_view("DGFSirwexc").find(tag[0]) != std::string_view::npos);
+    Require(tag.size() > 1 && tag[1] >= '0' && tag[1] <= '9');
+    rows.remove_prefix(end + 1);
+  }
+}
+
 void CheckViews(const std::vector<Event>& events) {
-  Tally tally;
+  Summary summary;
+  Findings findings;
   TextView text(
       [](std::string_view lines) {
         Require(lines.ends_with('\n'));
-        for (const char letter : lines) {
-          Require(static_cast<unsigned char>(letter) >= 0x20 || letter == '\n' || letter == '\t');
-        }
+        CheckPrintable(lines);
       },
       false);
   HtmlView html("name");
+  html.BeginFile("name");
   for (const Event& event : events) {
-    tally.Add(event);
+    summary.Handle(event);
+    findings.Handle(event);
     text.Handle(event);
     html.Handle(event);
+    if (event.kind == EventKind::kEntry) CheckTableLine(CsvLine(event, {}));
   }
-  text.Close(tally, false);
-  const std::string page = html.Page(tally, false);
-  Require(Count(page, "<details") == Count(page, "</details>"));
-  Require(Count(page, "<p ") == Count(page, "</p>"));
-  Require(Count(page, "<script") == 1);
+  text.Close(summary.Total(), false);
+  CheckPrintable(SummaryText(summary, false, false));
+  Require(nlohmann::json::parse(JsonSummary(summary, false))["jobs"].size() ==
+          summary.Jobs().size());
+  const std::size_t count = findings.All().size();
+  Require(count == summary.Total().warnings + summary.Total().errors);
+  Require(Compare(findings.All(), findings.All()).same == count);
+  Require(Compare({}, findings.All()).fresh.size() == count);
+  CheckPage(html.Page(false));
+}
+
+std::uint64_t CountEntries(const std::vector<Event>& events) {
+  return static_cast<std::uint64_t>(std::ranges::count_if(events, [](const Event& event) {
+    return event.kind == EventKind::kEntry && !event.continued;
+  }));
+}
+
+void CheckFilter(const std::vector<Event>& events, Wanted wanted) {
+  wanted.fold = [](std::string_view path) { return std::string(path); };
+  std::vector<Event> through;
+  EntryFilter filter(wanted, [&](const Event& event) { through.push_back(event); });
+  for (const Event& event : events) filter.Handle(event);
+  Require(CountEntries(through) + filter.EntriesLeftOut() == CountEntries(events));
+  for (const Event& event : through) {
+    if (event.kind == EventKind::kEntry) Require(event.severity >= wanted.least);
+  }
 }
 
 }  // namespace
@@ -114,5 +182,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (refused) return 0;
   CheckOrder(events, size);
   CheckViews(events);
+  Wanted problems, inFolder, late;
+  problems.least = Severity::kWarning;
+  inFolder.folder = "C:\\A";
+  late.since = LogTime{1'700'000'000};
+  for (const Wanted& wanted : {problems, inFolder, late}) CheckFilter(events, wanted);
   return 0;
 }

@@ -6,6 +6,7 @@
 
 #include "hive/cell_map.h"
 #include "hive/descriptor.h"
+#include "hive/name_rules.h"
 
 namespace vtclass::hive {
 namespace {
@@ -56,58 +57,6 @@ constexpr std::size_t kListHeaderBytes = 4;
 
 constexpr const char* kTooShort = "is longer than its cell";
 constexpr const char* kNoRecord = "does not lie where its offset leads";
-
-WideUnit AsciiUpper(WideUnit unit) {
-  return unit >= 'a' && unit <= 'z' ? static_cast<WideUnit>(unit - ('a' - 'A')) : unit;
-}
-
-// How two names of one list stand to each other, as far as that can be told without the system's
-// table of letters: where they differ first in letters beyond ASCII, it cannot.
-enum class Order { ascending, same, descending, unknown };
-
-Order OrderOf(const StoredName& before, const StoredName& after) {
-  const std::size_t common = std::min(before.Length(), after.Length());
-  for (std::size_t at = 0; at < common; ++at) {
-    if (before[at] == after[at]) continue;
-    const WideUnit a = AsciiUpper(before[at]), b = AsciiUpper(after[at]);
-    if (a >= 0x80 || b >= 0x80) return Order::unknown;
-    if (a != b) return a < b ? Order::ascending : Order::descending;
-  }
-  if (before.Length() == after.Length()) return Order::same;
-  return before.Length() < after.Length() ? Order::ascending : Order::descending;
-}
-
-// Letters beyond ASCII count as they are.
-bool ComesBefore(const StoredName& before, const StoredName& after) {
-  const std::size_t common = std::min(before.Length(), after.Length());
-  for (std::size_t at = 0; at < common; ++at) {
-    const WideUnit a = AsciiUpper(before[at]), b = AsciiUpper(after[at]);
-    if (a != b) return a < b;
-  }
-  return before.Length() < after.Length();
-}
-
-// Whether the first four letters that an older list keeps of a name are its own, as far as that can
-// be told without the system's table of letters.
-bool FitsHint(const StoredName& name, Bytes hint) {
-  for (std::size_t at = 0; at < hint.size(); ++at) {
-    const WideUnit unit = at < name.Length() ? name[at] : WideUnit{0};
-    if (unit >= 0x80) return true;
-    if (AsciiUpper(unit) != AsciiUpper(hint[at])) return false;
-  }
-  return true;
-}
-
-// The hash by which the system looks a subkey up; nothing where its table of letters is needed.
-std::optional<std::uint32_t> HashOf(const StoredName& name) {
-  std::uint32_t hash = 0;
-  for (std::size_t at = 0; at < name.Length(); ++at) {
-    const WideUnit unit = AsciiUpper(name[at]);
-    if (unit >= 0x80) return std::nullopt;
-    hash = hash * 37 + unit;
-  }
-  return hash;
-}
 
 // A key that was found and not yet told.
 struct FoundKey {
@@ -335,7 +284,6 @@ void Reading::CheckDescriptor(Bytes record, std::uint32_t cell) {
 // Keys below one that could not be read are not counted, so the numbers are right only in a hive
 // without errors.
 void Reading::CheckSecurityUsers() {
-  std::ranges::sort(securityUsed);
   path.clear();
   for (auto first = securityUsed.begin(); first != securityUsed.end();) {
     const auto last = std::ranges::upper_bound(first, securityUsed.end(), *first);
@@ -562,6 +510,7 @@ HiveSummary Reading::Read() {
     if (!ReadKey(key)) return summary;
   }
   if (summary.errors == 0) {
+    std::ranges::sort(securityUsed);
     CheckSecurityUsers();
     CheckSecurityRing();
     CheckLostRecords();

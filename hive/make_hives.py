@@ -156,8 +156,8 @@ def listed(command, path):
     found = {}
     for line in output.decode("utf-8").splitlines():
         entry = json.loads(line)
-        if "value" in entry:
-            found[entry["key"]][entry["value"]] = (entry["type"], entry["bytes"], entry["data"])
+        if "name" in entry:
+            found[entry["key"]][entry["name"]] = (entry["type"], entry["bytes"], entry["data"])
         else:
             found[entry["key"]] = {}
     return found

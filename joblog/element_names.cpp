@@ -69,6 +69,11 @@ std::string_view SeverityName(Severity severity) {
   return "Information";
 }
 
+std::string_view SeverityWord(Severity severity) {
+  static constexpr std::string_view kWords[] = {"info", "recommendation", "warning", "error"};
+  return kWords[static_cast<std::size_t>(severity)];
+}
+
 bool NeedsLabel(const Event& entry) {
   if (entry.element.empty() || entry.continued) return false;
   if (entry.text.empty()) return true;

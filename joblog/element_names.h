@@ -15,6 +15,7 @@ inline constexpr std::u16string_view kCodeElement = u"UMI";
 inline constexpr std::u16string_view kSetElement = u"set";
 /* In a log without set elements this begins a set. */
 inline constexpr std::u16string_view kSetNumberElement = u"set_number";
+inline constexpr std::string_view kJobStartElement = "job_started";
 
 Severity SeverityOf(std::u16string_view element);
 
@@ -27,6 +28,8 @@ std::string Label(std::string_view element);
 
 /* "Error", "Warning", ... */
 std::string_view SeverityName(Severity severity);
+/* The same for programs: "error", "warning", ... */
+std::string_view SeverityWord(Severity severity);
 
 /* True when an entry needs its element's label to be understood: "None" does in <compression>,
  * "Compression: None" does not. */

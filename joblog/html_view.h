@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "joblog/log_event.h"
-#include "joblog/tally.h"
+#include "joblog/summary.h"
 
 namespace vtclass::joblog {
 
@@ -17,37 +17,37 @@ namespace vtclass::joblog {
 void AppendHtml(std::string_view text, std::string& to);
 
 /*
- * Makes one self-contained HTML page of a job log. It refers to nothing outside itself, and its
- * security policy admits its own style and script only. It keeps all events until the page is made,
- * because the summary stands first and each folder tells what it holds.
+ * Makes one self-contained HTML page of job logs. It refers to nothing outside itself, and its
+ * security policy admits its own style and script only. The verdict and its reasons stand first and
+ * need no script. The entries are data, a JSON array of texts a line, of which the page's script
+ * shows those that are looked at: a browser would take minutes for half a million elements. They
+ * are kept in that form until the page is made.
  */
 class HtmlView {
  public:
-  explicit HtmlView(std::string fileName);
+  explicit HtmlView(std::string pageTitle);
 
+  /* What comes is of this file. */
+  void BeginFile(const std::string& name);
   void Handle(const Event& event);
+  /* A log that belongs here could not be read. */
+  void NotRead(const std::string& name) { notRead.push_back(name); }
+  void LeftOut(std::uint64_t entries, std::uint64_t wholeJobs) {
+    summary.LeftOut(entries, wholeJobs);
+  }
 
-  /* The page, in UTF-8. */
-  std::string Page(const Tally& tally, std::optional<bool> isOpen);
+  /* The page, in UTF-8. `isOpen` as for EndingText, of the last file. */
+  std::string Page(std::optional<bool> isOpen) const;
 
  private:
-  struct Counts {
-    std::uint64_t entries = 0;
-    std::uint64_t warnings = 0;
-    std::uint64_t errors = 0;
-  };
-  struct Item {
-    Event event;
-    Counts counts; /* of a set, section or folder: all that is in it */
-  };
+  void AddEntry(const Event& entry, std::string& to) const;
 
-  void CountGroups();
-  void AppendHead(std::string& page) const;
-  void AppendSummary(const Tally& tally, std::optional<bool> isOpen, std::string& page) const;
-  void AppendGroup(const Item& item, std::string& page) const;
-
-  std::string name;
-  std::vector<Item> items;
+  std::string title;
+  std::string file;
+  Summary summary;
+  std::vector<std::string> notRead;
+  std::string rows;
+  std::string settings; /* rows of the document that stand at its end */
 };
 
 }  // namespace vtclass::joblog

@@ -26,6 +26,22 @@ std::u16string_view Trim(std::u16string_view text) {
   return text;
 }
 
+bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
+
+bool IsLetter(char16_t unit) { return (unit | 0x20) >= u'a' && (unit | 0x20) <= u'z'; }
+
+// Writers put a folder into a sentence of their language: of "Directory C:\Data" this is the path.
+// A text without one names what has no path, such as a mailbox, and stays as it is.
+std::u16string_view PathWithin(std::u16string_view text) {
+  for (std::size_t i = 0; i + 2 < text.size(); ++i) {
+    if (i > 0 && !IsBlank(text[i - 1])) continue;
+    const bool isDrive = IsLetter(text[i]) && text[i + 1] == u':' && IsSeparator(text[i + 2]);
+    const bool isShare = text[i] == u'\\' && text[i + 1] == u'\\';
+    if (isDrive || isShare) return text.substr(i);
+  }
+  return text;
+}
+
 std::string InBrackets(std::u16string_view name) { return "<" + Utf8(name) + ">"; }
 
 }  // namespace
@@ -229,6 +245,8 @@ void JobLogReader::OnStartTag(const Token& token) {
     version = Utf8(token.type);
     if (token.kind == TokenKind::kEmptyTag) return;
   }
+  // What its identifier belongs to is cut away; the closing tag will tell.
+  if (token.text == kCodeElement && IsCutAtFront() && Trim(text).empty()) return;
   EnterContent(token);
   if (elements.Depth() > 1 && elements.TopIs(kCodeElement)) {
     Damage(token.at, "<UMI> is not closed.");
@@ -317,18 +335,28 @@ void JobLogReader::OnEndTag(const Token& token) {
   for (std::size_t i = 0; i < count; ++i) CloseTop();
 }
 
+bool JobLogReader::IsCutAtFront() const {
+  return atFront && beginning == Beginning::kWrapped && elements.Empty();
+}
+
 // In a wrapped log the opening tags of the first closing tags are cut away; the first of all even
 // tells what the text before it is.
 void JobLogReader::OnSurplusEndTag(const Token& token) {
   const bool isCutAway = beginning == Beginning::kWrapped && elements.Empty();
-  if (atFront && isCutAway) {
+  if (token.text == kCodeElement && IsCutAtFront()) {
+    code.assign(text, 0, kMaxCodeUnits);
+    text.clear();
+    return;
+  }
+  if (IsCutAtFront()) {
     AnnounceDocument();
     Token tag = token;
     tag.type = tag.detail = {};
     tag.at = Trim(text).empty() ? token.at : textAt;
     elements.Push(tag, SeverityOf(token.text));
-    FlushText(!Trim(text).empty(), true);
+    FlushText(!Trim(text).empty() || !code.empty(), true);
     elements.Pop();
+    code.clear();
     atFront = false;
     return;
   }
@@ -404,7 +432,8 @@ void JobLogReader::FlushText(bool elementEnds, bool partial) {
   text.clear();
 }
 
-void JobLogReader::EmitFolder(std::u16string_view path, bool partial) {
+void JobLogReader::EmitFolder(std::u16string_view sentence, bool partial) {
+  const std::u16string_view path = PathWithin(sentence);
   outline.OpenFolder(path, elements.Depth() - 1);
   Event& event = Emit(EventKind::kFolder, elements.Top().at);
   --event.depth;

@@ -56,6 +56,7 @@ class JobLogReader {
   void OnStartTag(const Token& token);
   void OnJobLogTag(const Token& token);
   void OnEndTag(const Token& token);
+  bool IsCutAtFront() const;
   void OnSurplusEndTag(const Token& token);
   void OnText(const Token& token);
   void OnLineEnd();
@@ -70,7 +71,7 @@ class JobLogReader {
   void CloseTop();
   void FlushText(bool elementEnds, bool partial);
   void EmitEntry(std::u16string_view trimmed, bool partial);
-  void EmitFolder(std::u16string_view path, bool partial);
+  void EmitFolder(std::u16string_view sentence, bool partial);
   void OpenBareSet(const Position& at);
   Event& Emit(EventKind kind, const Position& at);
   void Damage(const Position& at, std::string words);

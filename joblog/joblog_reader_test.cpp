@@ -216,6 +216,21 @@ TEST(JobLogReader, Next_WithoutBeginning_ReadsOnFromTheFirstPiece) {
   }
 }
 
+TEST(JobLogReader, Next_Folder_IsThePathOfItsSentence) {
+  const char* cases[][2] = {{"Directory C:\\A b\\C", "C:\\A b\\C"},
+                            {"Verzeichnis \\\\SRV\\share", "\\\\SRV\\share"},
+                            {"d:/x", "d:/x"},
+                            {"C:\\A D:\\B", "C:\\A D:\\B"},
+                            {"Mailbox AC:\\x", "Mailbox AC:\\x"},
+                            {"Drive C:", "Drive C:"},
+                            {"Microsoft Information Store", "Microsoft Information Store"}};
+  for (const auto& c : cases) {
+    const std::string sentence(c[0]);
+    EXPECT_EQ(Read(WideLog("<directory_name>" + sentence + "</directory_name>")).events[1].text,
+              c[1]);
+  }
+}
+
 TEST(JobLogReader, Next_CutAnywhere_EndsThereAndLosesNothingBefore) {
   const std::string whole =
       WideLog("<set><Warning Type=\"t\"><UMI>Q-79-1-2</UMI> - no</Warning></set></joblog>");
@@ -241,6 +256,10 @@ TEST(JobLogReader, Next_CutInside_SaysWhere) {
   EXPECT_EQ(Read(WideLog("<note>ab") + "c").lines.back(), "0 end in the middle of a character");
   EXPECT_EQ(Read(WideLog("<set><note>ab")).lines,
             (Lines{"0 set set", "1 entry note ab ~", "0 end inside <note>"}));
+  // A full disk may have taken the rest, and left room for the end.
+  const Outcome damaged = Read(WideLog("<set><note>ab</joblog>"));
+  EXPECT_EQ(damaged.tally.Verdict(), Severity::kError);
+  EXPECT_EQ(damaged.tally.Result(), vtclass::joblog::Outcome::kDamaged);
 }
 
 TEST(JobLogReader, Next_Appended_ReadsEachDocumentInItsEncoding) {
@@ -269,6 +288,35 @@ TEST(JobLogReader, Next_Appended_ReadsEachDocumentInItsEncoding) {
       EXPECT_TRUE(outcome.tally.lastIsClosed);
       EXPECT_EQ(outcome.tally.Verdict(), c.cutOff ? Severity::kWarning : Severity::kInfo);
     }
+  }
+}
+
+// A folder may have any name.
+TEST(JobLogReader, Next_NameWhoseBytesSpellAHeader_IsAName) {
+  const std::string end = "</directory_name>" + std::string(200, ' ') +
+                          "<OperationErrors Type=\"t\">e</OperationErrors></set></joblog>";
+  const std::string mark(kAnsiHead.size() % 2, ' ');
+  const std::string aligned = Wide("<set><directory_name>a");
+  const std::string names[] = {kAnsiHead + mark,
+                               // One off: what has ASCII in its upper halves.
+                               "x" + Wide(kUtf16Head + "<note>b</note></joblog>") + "x"};
+  for (const std::string& name : names) {
+    const Outcome outcome = Read(WideLog("") + aligned + name + Wide(end));
+    EXPECT_EQ(outcome.tally.documents, 1U);
+    EXPECT_EQ(outcome.tally.errors, 1U);
+    EXPECT_EQ(outcome.tally.damages, 0U);
+    EXPECT_TRUE(outcome.tally.lastIsClosed);
+  }
+}
+
+TEST(JobLogReader, Next_WrappedWithinAnError_IsAnError) {
+  const std::string error =
+      "<OperationErrors Type=\"t\"><UMI>Q-79-1-2</UMI> - no</OperationErrors>";
+  for (std::size_t cut = 1; cut < error.find(" - no"); ++cut) {
+    const Outcome outcome = Read(Wide(error.substr(cut) + "<note>a</note></joblog>"));
+    EXPECT_EQ(outcome.tally.errors, 1U) << cut;
+    EXPECT_EQ(outcome.tally.entries, 2U) << cut;
+    EXPECT_EQ(outcome.tally.Result(), vtclass::joblog::Outcome::kErrors) << cut;
   }
 }
 

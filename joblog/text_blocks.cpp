@@ -15,6 +15,10 @@ constexpr std::string_view kUtf16Header = "<\0?\0x\0m\0l\0 \0v\0e\0r\0s\0i\0o\0n
 constexpr std::string_view kByteOrderMark = "\xFF\xFE"sv;
 constexpr std::string_view kWrapMark = "This file has wrapped."sv;
 constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+// How much behind a header is looked at for whether it is one: more than a name has.
+constexpr std::size_t kProofBytes = 4096;
+constexpr std::size_t kAnsiProofBytes = 1024;
+constexpr std::size_t kTailBytes = 128;
 
 // Code page 1252 differs from Latin-1 in this row alone.
 constexpr char16_t kFrom80To9F[32] = {
@@ -38,6 +42,15 @@ Guess GuessEncoding(std::string_view bytes) {
   }
   if (zeros[0] + zeros[1] < (bytes.size() + 31) / 32) return {Encoding::kAnsi, 0};
   return {Encoding::kUtf16, zeros[0] > zeros[1] ? 1U : 0U};
+}
+
+// How many units from there on, every second byte, are ASCII.
+std::size_t AsciiUnits(std::string_view bytes) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    if (bytes[i] >= ' ' && bytes[i] <= '~' && bytes[i + 1] == '\0') ++count;
+  }
+  return count;
 }
 
 }  // namespace
@@ -108,6 +121,20 @@ bool TextBlocks::NextSection() {
   return true;
 }
 
+// A name in UTF-16 can be chosen so that its bytes, one off or read as ANSI, spell a header. What
+// follows tells: behind the name the text goes on as it was before, with ASCII in its tags.
+bool TextBlocks::IsForged(std::size_t at) const {
+  const bool isAnsi = bytes[at + 1] != '\0';
+  if (encoding == Encoding::kAnsi || (!isAnsi && (at - begin) % 2 == 0)) return false;
+  const std::string_view rest = std::string_view(bytes.data(), end).substr(at);
+  if (isAnsi) return rest.substr(0, kAnsiProofBytes).find('\0') != std::string_view::npos;
+  const std::string_view proof = rest.substr(0, ProofBytes());
+  const std::size_t tail = (proof.size() - std::min(proof.size(), kTailBytes)) / 2 * 2;
+  return AsciiUnits(proof.substr(tail)) <= AsciiUnits(proof.substr(tail + 1));
+}
+
+std::size_t TextBlocks::ProofBytes() const { return std::min(kProofBytes, bytes.size() / 4); }
+
 // The first header at or behind `from` that lies in the buffer as a whole. A question mark is much
 // rarer in a log than "<".
 std::size_t TextBlocks::FindHeader(std::size_t from) {
@@ -116,8 +143,13 @@ std::size_t TextBlocks::FindHeader(std::size_t from) {
     const void* found = std::memchr(text.data() + i, '?', end - i);
     if (!found) break;
     i = static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
-    if (i >= from + 1 && text.substr(i - 1).starts_with(kAnsiHeader)) return i - 1;
-    if (i >= from + 2 && text.substr(i - 2).starts_with(kUtf16Header)) return i - 2;
+    for (const std::string_view header : {kAnsiHeader, kUtf16Header}) {
+      const std::size_t before = header.find('?');
+      if (i < from + before || !text.substr(i - before).starts_with(header)) continue;
+      const std::size_t at = i - before;
+      // What is too near to the buffer's end is judged when more is there.
+      if ((!endOfFile && end - at < ProofBytes()) || !IsForged(at)) return at;
+    }
     ++i;
   }
   return kNotFound;
@@ -147,7 +179,7 @@ bool TextBlocks::Append(std::u16string& units) {
   std::size_t count = end - begin;
   if (header != kNotFound) {
     count = header - begin;
-    sectionOver = true;
+    sectionOver = endOfFile || end - header >= ProofBytes();
   } else if (endOfFile) {
     sectionOver = true;
   } else {

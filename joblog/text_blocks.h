@@ -23,7 +23,7 @@ inline constexpr std::size_t kLeastBlockBytes = 4096;
  * header, and what stands before the first header is a section too. Every section has its encoding
  * and alignment of its own, because a log that lost half a character in a crash, or was written in
  * ANSI, may be appended to in UTF-16. The header is looked for in the bytes: a message cannot hold
- * it, since its "<" is escaped.
+ * it, since its "<" is escaped, and one whose bytes only spell it is told by what follows.
  */
 class TextBlocks {
  public:
@@ -45,6 +45,8 @@ class TextBlocks {
   void Fill();
   void BeginFile();
   std::size_t FindHeader(std::size_t from);
+  bool IsForged(std::size_t at) const;
+  std::size_t ProofBytes() const;
   void Decode(std::size_t count, std::u16string& units);
 
   ReadBytes read;

@@ -48,6 +48,9 @@ std::string DocumentText(const Event& document) {
 }
 
 std::string EndingText(const Tally& tally, std::optional<bool> isOpen) {
+  if (tally.documents == 0) return "not shown";
+  if (tally.lastIsClosed && tally.damages > 0) return "ended, but damaged";
+  if (tally.lastIsClosed && tally.wrapped > 0) return "complete but for its beginning";
   if (tally.lastIsClosed) return "complete";
   std::string text = "cut off at " + PositionText(tally.lastEnd);
   if (!tally.lastCut.empty()) text += ", " + tally.lastCut;
@@ -146,6 +149,9 @@ void TextView::Close(const Tally& tally, std::optional<bool> isOpen) {
   Count("Errors", tally.errors, Style::kError);
   Count("Warnings", tally.warnings, Style::kWarning);
   Count("Recommendations", tally.recommendations, Style::kNote);
+  if (tally.skipped > 0) Count("Skipped", tally.skipped, Style::kWarning);
+  if (tally.leftOut > 0) Count("Entries left out", tally.leftOut, Style::kNote);
+  if (tally.leftOutJobs > 0) Count("Jobs left out", tally.leftOutJobs, Style::kNote);
   if (tally.damages > 0) Count("Damaged places", tally.damages, Style::kNote);
   if (tally.cutOff > 1 || (tally.cutOff == 1 && tally.lastIsClosed)) {
     Count("Logs cut off", tally.cutOff, Style::kWarning);

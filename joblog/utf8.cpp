@@ -46,14 +46,17 @@ std::size_t AppendAscii(std::u16string_view text, std::string& to) {
   return count;
 }
 
-// U+0080 to U+009F, U+202A to U+202E and U+2066 to U+2069 as UTF-8: the bytes to replace.
+// U+0080 to U+009F, ends of lines and paragraphs (U+2028, U+2029) and marks of direction as UTF-8:
+// the bytes to replace.
 std::size_t UnsafeSequence(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   if (text.size() >= 2 && byte(0) == 0xC2 && byte(1) < 0xA0) return 2;
+  if (text.size() >= 2 && byte(0) == 0xD8 && byte(1) == 0x9C) return 2;
   if (text.size() < 3 || byte(0) != 0xE2) return 0;
-  const bool embedding = byte(1) == 0x80 && byte(2) >= 0xAA && byte(2) <= 0xAE;
+  const bool mark = byte(1) == 0x80 && (byte(2) == 0x8E || byte(2) == 0x8F);
+  const bool embedding = byte(1) == 0x80 && byte(2) >= 0xA8 && byte(2) <= 0xAE;
   const bool isolate = byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9;
-  return embedding || isolate ? 3 : 0;
+  return mark || embedding || isolate ? 3 : 0;
 }
 
 // The character that stands for a control character, or for a sequence that begins with `byte`.
@@ -64,7 +67,7 @@ std::uint32_t Replacement(unsigned char byte) {
 
 bool NeedsCare(char unit) {
   const auto byte = static_cast<unsigned char>(unit);
-  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xE2;
+  return byte < 0x20 || byte == 0x7F || byte == 0xC2 || byte == 0xD8 || byte == 0xE2;
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <random>
 #include <string>
+
+#include "platform/wide_format.h"
 
 namespace vtclass::log {
 namespace {
@@ -37,7 +38,8 @@ TEST(PlainFormat, RandomFormats_GiveWhatTheRunTimeGives) {
     wchar_t expected[64] = {};
     wchar_t actual[64] = {};
     const std::size_t room = 1 + random() % 64;
-    const int length = Call(&_vsnwprintf, expected, 64, format.c_str(), argument, argument);
+    const int length =
+        Call(&platform::FormatWide, expected, 64, format.c_str(), argument, argument);
     ASSERT_EQ(Call(&FormatPlain, actual, room, format.c_str(), argument, argument), length);
     if (length < static_cast<int>(room)) ASSERT_STREQ(actual, expected) << format;
     const std::wstring other = format + pick(others);

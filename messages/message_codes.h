@@ -1,7 +1,7 @@
 #ifndef VTCLASS_MESSAGES_MESSAGE_CODES_H
 #define VTCLASS_MESSAGES_MESSAGE_CODES_H
 
-#include "messages/message_ids.h"
+#include "message_ids.h"
 
 /*
  * The unique message identifiers of the warnings and errors, for LogFile::printerrorUMI. A code has

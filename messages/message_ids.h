@@ -49,6 +49,8 @@
 #define MSG_FREE_SPACE_BEFORE 2027
 #define MSG_FREE_SPACE_AFTER 2028
 #define MSG_READ_AS 2029
+#define MSG_ONLY_THESE_READ 2030
+#define MSG_THESE_LEFT_OUT 2031
 
 /* Folders and files. */
 #define MSG_DIRECTORY 3002
@@ -94,6 +96,7 @@
 #define MSG_TOTAL_ERRORS 6008
 #define MSG_THROUGHPUT_PER_SECOND 6010
 #define MSG_ELAPSED_TIME 6011
+#define MSG_TOTAL_EXCLUDED 6014
 
 /* Sections that are collected and written at the end. */
 #define MSG_SKIPPED_SUMMARY 6101

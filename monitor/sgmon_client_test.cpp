@@ -267,8 +267,8 @@ TEST_F(SGMonClientTest, SystemRefuses_NothingHangs) {
   EXPECT_EQ(wakeUpName, L"Global\\SGMonWakeUp");
   EXPECT_TRUE(isManualReset) << "one signal reaches every client";
   EXPECT_NE(accessList.find(L"(A;;0x1f0fff;;;WD)"), std::wstring::npos) << "open to everyone";
-  const ImportHook<decltype(::GetVersionExW)> version("KERNEL32.dll", "GetVersionExW",
-                                                      [](auto) -> BOOL { return FALSE; });
+  const ImportHook<BOOL WINAPI(OSVERSIONINFOW*)> version("KERNEL32.dll", "GetVersionExW",
+                                                         [](auto) -> BOOL { return FALSE; });
   EXPECT_EQ(Told(), -1);
   EXPECT_EQ(wakeUpName, L"SGMonWakeUp");
   const ImportHook<decltype(::CreateThread)> heldThread(

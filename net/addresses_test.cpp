@@ -92,13 +92,11 @@ class PlayedAddresses : public ::testing::Test {
   }
 
   test::ImportHook<decltype(GetHostByName)> byName{
-      "vtsocket.dll", "_ZN8VTSocket13VTDnsResolver13GetHostByNameEPKc", &GetHostByName};
-  test::ImportHook<AddressFamily()> choice{"vtsocket.dll",
-                                           "_ZN8VTSocket14SocketServices19GetProtocolOfChoiceEv",
-                                           [] { return preferred; }};
+      "vtsocket.dll", "VTSocket::VTDnsResolver::GetHostByName", &GetHostByName};
+  test::ImportHook<AddressFamily()> choice{
+      "vtsocket.dll", "VTSocket::SocketServices::GetProtocolOfChoice", [] { return preferred; }};
   test::ImportHook<decltype(GetAddrInfo)> withLimit{
-      "vtsocket.dll", "_ZN8VTSocket22GetAddrInfoWithTimeOutEPKcS1_PK8addrinfoPPS2_PK7timeval",
-      &GetAddrInfo};
+      "vtsocket.dll", "VTSocket::GetAddrInfoWithTimeOut", &GetAddrInfo};
 };
 
 TEST_F(PlayedAddresses, AnyAddress_IsOfThePreferredFamilyThenOfUse) {

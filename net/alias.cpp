@@ -4,7 +4,7 @@
 
 #include "net/addresses.h"
 #include "net/ansi_name.h"
-#include "net/dns_time_out.h"
+#include "net/dns_timeout.h"
 #include "net/noted.h"
 #include "net/resolver.h"
 #include "platform/no_throw.h"

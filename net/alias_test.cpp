@@ -56,7 +56,7 @@ void WSAAPI CountRelease(addrinfo*) { ++resolver.released; }
 // Only 192.0.2.80 has a name.
 int WSAAPI NameOf(const sockaddr* address, socklen_t, char* host, DWORD, char*, DWORD, int) {
   const bool isKnown = address->sa_data[5] == 80;
-  if (isKnown) std::strcpy(host, "node1.corp.invalid");
+  if (isKnown) ::lstrcpyA(host, "node1.corp.invalid");
   ::SetLastError(isKnown ? 0 : WSATRY_AGAIN);
   return isKnown ? 0 : EAI_AGAIN;
 }
@@ -101,9 +101,9 @@ class ClusterNames : public ::testing::Test {
   LibraryCopy copy{L"vtclass_mini.dll", kCompanions};
   ImportHook<decltype(::GetProcAddress)> names{"KERNEL32.dll", "GetProcAddress", &LookUp,
                                                copy.Module()};
-  ImportHook<decltype(PlayedCluster::Instance)> instance{
-      "vtcluster.dll", "_ZN7Cluster11GetInstanceEPKw", &PlayedCluster::Instance, copy.Module()};
-  ImportHook<decltype(PlayedCluster::Yes)> isCluster{"vtcluster.dll", "_ZN7Cluster9IsClusterEv",
+  ImportHook<decltype(PlayedCluster::Instance)> instance{"vtcluster.dll", "Cluster::GetInstance",
+                                                         &PlayedCluster::Instance, copy.Module()};
+  ImportHook<decltype(PlayedCluster::Yes)> isCluster{"vtcluster.dll", "Cluster::IsCluster",
                                                      &PlayedCluster::Yes, copy.Module()};
 };
 
@@ -130,7 +130,7 @@ TEST_F(ClusterNames, NameHeldForTheCluster_IsNotTheNodes) {
         if (format != ComputerNameDnsFullyQualified) {
           return ::GetComputerNameExW(format, name, size);
         }
-        *size = static_cast<DWORD>(wcslen(wcscpy(name, L"this.corp.example")));
+        *size = static_cast<DWORD>(wcslen(::lstrcpyW(name, L"this.corp.example")));
         return TRUE;
       },
       copy.Module());
@@ -217,9 +217,7 @@ class Alias : public ::testing::Test {
   }
 
   wcstring own;
-  ImportHook<decltype(Answer)> hook{
-      "vtsocket.dll", "_ZN8VTSocket22GetAddrInfoWithTimeOutEPKcS1_PK8addrinfoPPS2_PK7timeval",
-      &Answer};
+  ImportHook<decltype(Answer)> hook{"vtsocket.dll", "VTSocket::GetAddrInfoWithTimeOut", &Answer};
 };
 
 TEST_F(Alias, Answers) {
@@ -267,12 +265,12 @@ TEST_F(Alias, NamesThatAreNotLookedUp) {
 }
 
 // A copy of the library, which has read no limit yet.
-class TimeOut : public Alias {
+class Timeout : public Alias {
  protected:
   // The microseconds that the resolver gets; -1: no limit.
-  long LimitOf(int timeOut) {
+  long LimitOf(int timeout) {
     bool isMe = false;
-    copy (&IsThisMeEx)(L"alias", &isMe, false, timeOut);
+    copy (&IsThisMeEx)(L"alias", &isMe, false, timeout);
     EXPECT_LE(resolver.limit.tv_sec, 0);
     return resolver.limit.tv_usec;
   }
@@ -282,12 +280,11 @@ class TimeOut : public Alias {
   LibraryCopy copy{L"vtclass_mini.dll", kCompanions};
   ImportHook<decltype(::GetProcAddress)> names{"KERNEL32.dll", "GetProcAddress", &LookUp,
                                                copy.Module()};
-  ImportHook<decltype(Answer)> answer{
-      "vtsocket.dll", "_ZN8VTSocket22GetAddrInfoWithTimeOutEPKcS1_PK8addrinfoPPS2_PK7timeval",
-      &Answer, copy.Module()};
+  ImportHook<decltype(Answer)> answer{"vtsocket.dll", "VTSocket::GetAddrInfoWithTimeOut", &Answer,
+                                      copy.Module()};
 };
 
-TEST_F(TimeOut, GoesIntoTheMicroseconds_AndIsReadOnce) {
+TEST_F(Timeout, GoesIntoTheMicroseconds_AndIsReadOnce) {
   test::MakeKey(key);
   EXPECT_EQ(LimitOf(-1), -1) << "no limit";
   EXPECT_EQ(LimitOf(1234), 1234000);
@@ -299,12 +296,12 @@ TEST_F(TimeOut, GoesIntoTheMicroseconds_AndIsReadOnce) {
   EXPECT_EQ(LimitOf(0), 5000000) << "read once in a process";
 }
 
-TEST_F(TimeOut, MissingKey_IsNotMade) {
+TEST_F(Timeout, MissingKey_IsNotMade) {
   EXPECT_EQ(LimitOf(0), 5000000);
   EXPECT_FALSE(test::KeyExists(key));
 }
 
-TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
+TEST_F(Timeout, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
   const std::string seconds("\xD0\7\0\0", 4);
   test::MakeKey(key);
   test::StoreValue(key, L"DnsQueryTimeOut", REG_DWORD, seconds.data(), 4);
@@ -321,8 +318,7 @@ TEST_F(TimeOut, StoredLimit_CountsWhereTheKeyMayNotBeWritten) {
 
 TEST_F(Alias, FailuresOfTheSystem_AreTheResult) {
   const auto down = Replace<RefPointer<VTSocket::VTHostEntries>(const char*)>(
-      "_ZN8VTSocket13VTDnsResolver13GetHostByNameEPKc",
-      [](auto) -> RefPointer<VTSocket::VTHostEntries> {
+      "VTSocket::VTDnsResolver::GetHostByName", [](auto) -> RefPointer<VTSocket::VTHostEntries> {
         throw VTSocket::VTSocketError(WSAENETDOWN);
       });
   bool isMe = false;

@@ -3,7 +3,7 @@
 
 #include "config/registry_values.h"
 #include "net/agent_configuration.h"
-#include "net/dns_time_out.h"
+#include "net/dns_timeout.h"
 #include "net/name_forms.h"
 #include "net/noted.h"
 #include "platform/no_throw.h"
@@ -20,10 +20,10 @@ namespace net {
 namespace {
 
 constexpr std::uint32_t kNotRead = 0xFFFFFFFE;
-std::atomic<std::uint32_t> rememberedTimeOut{kNotRead};
+std::atomic<std::uint32_t> rememberedTimeout{kNotRead};
 
-std::uint32_t ReadTimeOut() {
-  constexpr const config::RegistryValue& limit = config::kDnsQueryTimeOut;
+std::uint32_t ReadTimeout() {
+  constexpr const config::RegistryValue& limit = config::kDnsQueryTimeout;
   Configuration key;
   unsigned long stored = limit.number;
   // With write access, so that a missing value shows up in the registry for the administrator; an
@@ -35,17 +35,17 @@ std::uint32_t ReadTimeOut() {
                       Configuration::accessRead)) {
     key.LoadDWORD(limit.name, stored);
   }
-  return UsableTimeOut(stored);
+  return UsableTimeout(stored);
 }
 
 // Two threads that come first read the same value.
-std::uint32_t TimeOut() {
-  std::uint32_t timeOut = rememberedTimeOut.load(std::memory_order_relaxed);
-  if (timeOut == kNotRead) {
-    timeOut = ReadTimeOut();
-    rememberedTimeOut.store(timeOut, std::memory_order_relaxed);
+std::uint32_t Timeout() {
+  std::uint32_t timeout = rememberedTimeout.load(std::memory_order_relaxed);
+  if (timeout == kNotRead) {
+    timeout = ReadTimeout();
+    rememberedTimeout.store(timeout, std::memory_order_relaxed);
   }
-  return timeOut;
+  return timeout;
 }
 
 // The beginning of a virtual node's name that stands for `database` on this machine.
@@ -116,8 +116,8 @@ unsigned long IsThisMeEx(const wcstring& name, bool* isMe, bool clusterAware, in
   if (result == ERROR_SUCCESS && *isMe) return result;
   // An alias of this machine's addresses may be a virtual server that the node holds now.
   if (result != ERROR_SUCCESS && result != ERROR_INVALID_PARAMETER) return result;
-  const unsigned long timeOut = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : TimeOut();
-  return IsThisAnAliasForMe(name.c_str(), isMe, timeOut == kNoTimeLimit ? nullptr : &timeOut,
+  const unsigned long timeout = timeoutMs != 0 ? static_cast<std::uint32_t>(timeoutMs) : Timeout();
+  return IsThisAnAliasForMe(name.c_str(), isMe, timeout == kNoTimeLimit ? nullptr : &timeout,
                             steps);
 }
 

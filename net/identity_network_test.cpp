@@ -17,9 +17,9 @@ wcstring NameOf(const char* role) {
 
 using IdentityInNetwork = test::NetworkTest;
 
-void Expect(const wcstring& name, int timeOut, unsigned long result, bool isMe) {
+void Expect(const wcstring& name, int timeout, unsigned long result, bool isMe) {
   bool answer = !isMe;
-  EXPECT_EQ(IsThisMeEx(name, &answer, true, timeOut), result);
+  EXPECT_EQ(IsThisMeEx(name, &answer, true, timeout), result);
   EXPECT_EQ(answer, isMe);
 }
 
@@ -41,7 +41,7 @@ TEST_F(IdentityInNetwork, IsThisMeEx_AsksDnsForAliases) {
 
 // One name is answered later, and the resolver gives the other up later still: the limit came
 // first.
-TEST_F(IdentityInNetwork, IsThisMeEx_WaitsNoLongerThanItsTimeOut) {
+TEST_F(IdentityInNetwork, IsThisMeEx_WaitsNoLongerThanItsTimeout) {
   for (const char* role : {"NEVER", "LATE_ALIAS"}) {
     SCOPED_TRACE(role);
     Expect(NameOf(role), 1000, WSAETIMEDOUT, false);

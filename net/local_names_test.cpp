@@ -34,7 +34,7 @@ Stop* stop;
 
 BOOL WINAPI NameOf(COMPUTER_NAME_FORMAT format, LPWSTR name, LPDWORD size) {
   if (format != ComputerNameDnsHostname) return ::GetComputerNameExW(format, name, size);
-  wcscpy(name, stop->IsHere() ? L"slow" : L"fast");
+  ::lstrcpyW(name, stop->IsHere() ? L"slow" : L"fast");
   *size = 4;
   return TRUE;
 }

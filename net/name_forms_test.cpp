@@ -5,7 +5,7 @@
 #include <cwctype>
 #include <string>
 
-#include "net/dns_time_out.h"
+#include "net/dns_timeout.h"
 
 namespace vtclass::net {
 namespace {
@@ -69,10 +69,10 @@ TEST(NameForms, RacShape) {
   }
 }
 
-TEST(DnsTimeOut, Bounds) {
+TEST(DnsTimeout, Bounds) {
   const std::uint32_t stored[] = {0, 500, 999, 1000, 60000, 60001, 70000, kNoTimeLimit, 0xFFFFFFFE};
   const std::uint32_t used[] = {5000, 5000, 5000, 1000, 60000, 5000, 5000, kNoTimeLimit, 5000};
-  for (size_t i = 0; i < std::size(stored); ++i) EXPECT_EQ(UsableTimeOut(stored[i]), used[i]);
+  for (size_t i = 0; i < std::size(stored); ++i) EXPECT_EQ(UsableTimeout(stored[i]), used[i]);
   EXPECT_EQ(MicrosecondsOf(2147483), 2147483000);
   EXPECT_EQ(MicrosecondsOf(2147484), INT32_MAX);
 }

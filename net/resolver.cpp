@@ -3,17 +3,21 @@
 #include <atomic>
 #include <bit>
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 #include "platform/bound_function.h"
+#include "platform/meant_call.h"
 
 namespace vtclass::net {
 
 namespace {
 
+VTCLASS_MEANT_BEGIN  // for systems that have nothing newer
 constinit platform::BoundFunction<decltype(::gethostbyaddr)> hostByAddress(L"ws2_32.dll",
                                                                            "gethostbyaddr",
                                                                            nullptr);
+VTCLASS_MEANT_END
 
 // getnameinfo of a system that has none: IPv4, and the host's name only.
 int WSAAPI OldNameInfo(const sockaddr* address, socklen_t, char* host, DWORD hostRoom, char*, DWORD,
@@ -38,7 +42,7 @@ HMODULE LibraryWithResolver(const wchar_t* name) noexcept {
   wchar_t path[MAX_PATH + 16];
   const UINT length = ::GetSystemDirectoryW(path, MAX_PATH);
   if (length == 0 || length >= MAX_PATH) return nullptr;
-  std::wcscpy(path + length, name);
+  std::wmemcpy(path + length, name, std::wcslen(name) + 1);
   const HMODULE library = ::LoadLibraryW(path);
   if (!library || ::GetProcAddress(library, "getaddrinfo")) return library;
   ::FreeLibrary(library);

@@ -1,9 +1,9 @@
 #ifndef VTCLASS_PLATFORM_BORDER_H
 #define VTCLASS_PLATFORM_BORDER_H
 
-#include <cstring>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "vtclass/border.h"
@@ -23,8 +23,8 @@ void KeepFailure(border::Failure& failure, Work work) {
     failure.kind = border::Failure::noMemory;
   } catch (const std::length_error& error) {
     failure.kind = border::Failure::tooLong;
-    std::strncpy(failure.text, error.what(), sizeof(failure.text) - 1);
-    failure.text[sizeof(failure.text) - 1] = '\0';
+    const std::string_view what = error.what();
+    failure.text[what.copy(failure.text, sizeof(failure.text) - 1)] = '\0';
   }
 }
 

@@ -4,12 +4,6 @@
 
 #include <malloc.h>
 
-#if defined(__clang__) || defined(__GNUC__)
-#define VTCLASS_NOINLINE __attribute__((noinline))
-#else
-#define VTCLASS_NOINLINE __declspec(noinline)
-#endif
-
 namespace vtclass::platform {
 
 namespace {
@@ -23,7 +17,7 @@ bool IsCppException(DWORD code) {
 
 // A C++ exception is caught here, inside the guarded work. Not inlined: a fault of an instruction
 // that stands directly in the guarded block would not be caught.
-VTCLASS_NOINLINE bool RunCatching(GuardedWork work, void* context) {
+__declspec(noinline) bool RunCatching(GuardedWork work, void* context) {
   try {
     work(context);
     return true;

@@ -5,6 +5,7 @@
 
 #include <process.h>
 
+#include "platform/c_run_time.h"
 #include "platform/owned.h"
 #include "platform/this_module.h"
 
@@ -41,13 +42,30 @@ OwnedKernelObject StartModuleThread(Owner& owner) noexcept {
   });
 }
 
+/* What a thread of callers' code runs. The Universal C run time itself holds the module of what
+ * _beginthreadex starts, until that returns; left by another way, the module would stay for ever.
+ */
+template <auto run, typename Owner>
+unsigned __stdcall RunCallersCode(void* owner) {
+#if VTCLASS_UNIVERSAL_CRT
+  return run(*static_cast<Owner*>(owner));
+#else
+  return RunAndLeave<run, unsigned, Owner>(owner);
+#endif
+}
+
 /* A thread that runs code of callers, who may expect that the C run time has seen it start. */
 template <auto run, typename Owner>
 OwnedKernelObject StartCallersThread(Owner& owner, unsigned stackSize, unsigned& id) noexcept {
-  return StartHolding([&owner, stackSize, &id] {
+  const auto start = [&owner, stackSize, &id] {
     return reinterpret_cast<HANDLE>(
-        ::_beginthreadex(nullptr, stackSize, &RunAndLeave<run, unsigned, Owner>, &owner, 0, &id));
-  });
+        ::_beginthreadex(nullptr, stackSize, &RunCallersCode<run, Owner>, &owner, 0, &id));
+  };
+#if VTCLASS_UNIVERSAL_CRT
+  return OwnedKernelObject(start());
+#else
+  return StartHolding(start);
+#endif
 }
 
 }  // namespace vtclass::platform

@@ -8,6 +8,25 @@ build=$root/build
 logs=$build/logs
 cache=${XDG_CACHE_HOME:-${HOME:-$build}/.cache}/vtclass_mini
 
+# The C run time that the DLLs use (CRT): the Universal one, which every Windows since Server 2016 has,
+# where the machine offers its toolchain (Debian 13); otherwise the older msvcrt (Debian 12). Each has
+# a target of its own.
+default_crt() {
+  local system
+  system=$(. /etc/os-release 2>/dev/null && printf '%s' "${ID:-} ${VERSION_ID:-}")
+  case $system in
+    "debian 12"*) echo msvcrt ;;
+    *) echo ucrt ;;
+  esac
+}
+crt=${CRT:-$(default_crt)}
+case $crt in
+  ucrt) triple=x86_64-w64-mingw32ucrt ;;
+  msvcrt) triple=x86_64-w64-mingw32 ;;
+  *) printf 'CRT is "%s"; known are ucrt and msvcrt.\n' "$crt" >&2 && exit 1 ;;
+esac
+export crt triple
+
 # One line for each step that is taken; nothing is said of steps that are not needed.
 say() { printf '%s\n' "$*"; }
 
@@ -80,7 +99,7 @@ install_packages() {
   if [ "${#unknown[@]}" -gt 0 ]; then
     archive_unreachable apt-update &&
       fail "The package archive cannot be reached; check the network and try again (details: $logs/apt-update.log)."
-    fail "The package sources of this machine do not offer ${unknown[*]}; Debian 12 (bookworm, main) has them."
+    fail "The package sources of this machine do not offer ${unknown[*]}; Debian 12 (bookworm) and 13 (trixie) have them in main."
   fi
   logged apt-install as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get -q -y -o DPkg::Lock::Timeout=120 install --no-install-recommends "${missing[@]}" && return

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "log/messages/message_library.h"
+#include "platform/meant_call.h"
 #include "security/account_text.h"
 
 namespace vtclass::security {
@@ -24,7 +25,9 @@ ErrorText::ErrorText(unsigned long error) noexcept {
     // Nobody has anything to insert.
     if (wchar_t* const insert = std::wcsstr(found, L"%1")) *insert = L'\0';
   } else {
+    VTCLASS_MEANT_BEGIN  // it always fits
     _snwprintf(number, std::size(number) - 1, L"0x%8lx (%lu)\n", message, message);
+    VTCLASS_MEANT_END
   }
 }
 

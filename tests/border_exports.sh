@@ -1,6 +1,6 @@
 #!/bin/sh
 # No exported function takes a standard string or list that it could fill or would have to free
-# (include/vtclass/export.h): border_exports.sh LIST
+# (include/vtclass/export.h): border_exports.sh LIST DEMANGLER
 set -eu
 
 # These only read what they take.
@@ -10,7 +10,7 @@ AgentAdvConfig::SetMediaServerAdvList($list)
 AgentAdvConfig::SetMediaServerPurgeList($list)
 AgentAdvConfig::SetMyPublishedNamesList($list)"
 
-offenders=$(x86_64-w64-mingw32-c++filt < "$1" |
+offenders=$("$2" < "$1" |
   sed -E -e 's/\<w?cstring const&//g' \
     -e 's/std::__cxx11::basic_string<[^&]*> const&//g' \
     -e 's/^vtclass::border::TextSink<[^&]*>//' |

@@ -4,8 +4,10 @@
 
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/c_run_time.h"
 #include "tests/support/import_hook.h"
 
 namespace {
@@ -70,17 +72,23 @@ TEST(Image, Companions_LoadAtTheFirstCall) {
   EXPECT_EQ(names, (std::set<std::string>{"vtcluster.dll", "vtsocket.dll", "vtstdutl.dll"}));
 }
 
-TEST(Image, VersionResource_NamesTheLibrary) {
+TEST(Image, VersionResource_NamesTheLibraryAndItsRunTime) {
   wchar_t path[MAX_PATH] = {};
   ::GetModuleFileNameW(vtclass::test::LibraryUnderTest(), path, MAX_PATH);
   std::vector<BYTE> resource(::GetFileVersionInfoSizeW(path, nullptr));
   ASSERT_FALSE(resource.empty());
   ASSERT_TRUE(::GetFileVersionInfoW(path, 0, static_cast<DWORD>(resource.size()), resource.data()));
-  wchar_t* name = nullptr;
-  UINT length = 0;
-  ASSERT_TRUE(::VerQueryValueW(resource.data(), L"\\StringFileInfo\\040904B0\\OriginalFilename",
-                               reinterpret_cast<void**>(&name), &length));
-  EXPECT_STREQ(name, L"vtclass_mini.dll");
+  const std::pair<std::wstring, const wchar_t*> rows[] = {
+      {L"OriginalFilename", L"vtclass_mini.dll"},
+      {L"Comments", VTCLASS_UNIVERSAL_CRT ? L"C run time: ucrt" : L"C run time: msvcrt"}};
+  for (const auto& [name, expected] : rows) {
+    wchar_t* text = nullptr;
+    UINT length = 0;
+    const std::wstring place = L"\\StringFileInfo\\040904B0\\" + name;
+    ASSERT_TRUE(
+        ::VerQueryValueW(resource.data(), place.c_str(), reinterpret_cast<void**>(&text), &length));
+    EXPECT_STREQ(text, expected);
+  }
 }
 
 }  // namespace

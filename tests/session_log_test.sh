@@ -26,9 +26,9 @@ status=0
 log=$(find "$work/out" -name '*.xml')
 xmllint --noout "$log"
 xmllint --xpath 'string(/)' "$log" | tr -d '\r' >"$work/log.txt"
-# What only the screen has: headings, progress, and the list of files that were written.
+# What only the screen has: headings and the table of reasons.
 tr -d '\r' <"$work/printed.txt" | sed 's/^ *//' |
-  grep -vE '^$|^[0-9]+%|^(Settings|Summary|Warnings, Errors)$' >"$work/expected.txt"
+  grep -vE '^$|^[0-9,]+  (warning|error) |^(Settings|Summary|Warnings, Errors)$' >"$work/expected.txt"
 lines=0
 while IFS= read -r line; do
   lines=$((lines + 1))

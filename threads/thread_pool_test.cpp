@@ -36,17 +36,31 @@ class Pool : public ::testing::Test {
   ~Pool() override { EXPECT_EQ(PoolCall::alive, 0); }
 
  private:
-  const ImportHook<decltype(::_beginthreadex)> starts{"msvcrt.dll", "_beginthreadex", &CountStarts};
+  const ImportHook<decltype(::_beginthreadex)> starts{nullptr, "_beginthreadex", &CountStarts};
 };
 
 // Workers that have left the callers' code wait here for whoever reaps them.
 const Gate* reaped = nullptr;
 std::atomic<int> leaving = 0;
-__attribute__((noreturn)) VOID WINAPI LeaveWhenReaped(HMODULE module, DWORD code) {
+DECLSPEC_NORETURN VOID WINAPI LeaveWhenReaped(HMODULE module, DWORD code) {
   ++leaving;
   reaped->Passed();
   ::FreeLibraryAndExitThread(module, code);
 }
+// With the Universal run time they leave by returning.
+unsigned(__stdcall* runWorker)(void*) = nullptr;
+unsigned __stdcall RunAndLeaveWhenReaped(void* self) {
+  const unsigned code = runWorker(self);
+  ++leaving;
+  reaped->Passed();
+  return code;
+}
+uintptr_t BeginToLeaveWhenReaped(void* security, unsigned stack, unsigned(__stdcall* run)(void*),
+                                 void* self, unsigned flags, unsigned* id) {
+  runWorker = run;
+  return CountStarts(security, stack, &RunAndLeaveWhenReaped, self, flags, id);
+}
+
 TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
   const Gate gate;
   reaped = &gate;
@@ -57,6 +71,8 @@ TEST_F(Pool, RetiredWorkers_AreGoneWhenTheNextPostingReturns) {
     const Gate leave;
     const ImportHook<decltype(::FreeLibraryAndExitThread)> exits(
         "KERNEL32.dll", "FreeLibraryAndExitThread", &LeaveWhenReaped);
+    const ImportHook<decltype(::_beginthreadex)> begins(nullptr, "_beginthreadex",
+                                                        &BeginToLeaveWhenReaped);
     for (HANDLE& thread : threads) {
       Post(pool, [&] {
         thread = ::OpenThread(SYNCHRONIZE, FALSE, ::GetCurrentThreadId());

@@ -50,7 +50,7 @@ TEST(WorkerThread, Calls_RunInQueueOrder_BeforeAndAfterStart_AllBeforeTheStop) {
 }
 
 void StartInVain(WorkerThread& worker) {
-  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex", &RefuseThread);
+  const ImportHook<decltype(::_beginthreadex)> hook(nullptr, "_beginthreadex", &RefuseThread);
   int references = 0;
   const auto holds = Replace<decltype(::GetModuleHandleExW)>(
       "GetModuleHandleExW", [&](DWORD flags, LPCWSTR name, HMODULE* module) {
@@ -114,7 +114,7 @@ TEST(WorkerThread, StopAndDestruction_FromAnyState_End) {
 }
 
 // Leaves the stack below its caller full of what a record must not take over.
-__attribute__((noinline)) void DirtyStack() {
+__declspec(noinline) void DirtyStack() {
   volatile char dirt[16384];
   for (volatile char& each : dirt) each = '\xCC';
 }
@@ -271,14 +271,17 @@ struct Loader {
 }* loader;
 unsigned __stdcall EnterByLoader(void* self) {
   if (loader->atStart) loader->Pass();
-  return loader->run(self);
+  const unsigned code = loader->run(self);
+  // Only the Universal run time's threads come back here.
+  if (!loader->atStart) loader->Pass();
+  return code;
 }
 uintptr_t BeginByLoader(void* security, unsigned stack, unsigned(__stdcall* run)(void*), void* self,
                         unsigned flags, unsigned* id) {
   loader->run = run;
   return ::_beginthreadex(security, stack, &EnterByLoader, self, flags, id);
 }
-__attribute__((noreturn)) VOID WINAPI LeaveByLoader(HMODULE module, DWORD code) {
+DECLSPEC_NORETURN VOID WINAPI LeaveByLoader(HMODULE module, DWORD code) {
   if (!loader->atStart) loader->Pass();
   ::FreeLibraryAndExitThread(module, code);
 }
@@ -299,8 +302,7 @@ TEST(WorkerThread, KillInTheFirstOrLastSteps_WaitsUntilTheLoaderIsFree_ButNotFor
     loader = &played;
     played.atStart = row.atStart;
     played.stuck = row.stuck;
-    const ImportHook<decltype(::_beginthreadex)> begin("msvcrt.dll", "_beginthreadex",
-                                                       &BeginByLoader);
+    const ImportHook<decltype(::_beginthreadex)> begin(nullptr, "_beginthreadex", &BeginByLoader);
     const ImportHook<decltype(::FreeLibraryAndExitThread)> leave(
         "KERNEL32.dll", "FreeLibraryAndExitThread", &LeaveByLoader);
     WorkerThread worker(WorkerThread::ComNone, "early");

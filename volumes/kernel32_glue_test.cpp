@@ -73,8 +73,8 @@ TEST(Kernel32Glue, RealCalls) {
   EXPECT_EQ(glue.GetThreadId(::GetCurrentThread()), ::GetCurrentThreadId());
   // Wine's kernel32.dll lacks the function; elsewhere it refuses the handle.
   EXPECT_FALSE(glue.SetShortFileName(INVALID_HANDLE_VALUE, L"SHORT.TXT"));
-  EXPECT_EQ(::GetLastError(),
-            DWORD{test::RunsUnderWine() ? ERROR_PROC_NOT_FOUND : ERROR_INVALID_HANDLE});
+  EXPECT_EQ(::GetLastError(), static_cast<DWORD>(test::RunsUnderWine() ? ERROR_PROC_NOT_FOUND
+                                                                       : ERROR_INVALID_HANDLE));
 }
 
 }  // namespace

@@ -94,13 +94,13 @@ TEST(VolumeNames, SharedVolumes_AreTheClusters) {
   fake.leadsTo[L"C:\\ClusterStorage\\Volume1\\"] = FakeVolumeName(7);
   bool answers = true;
   const auto isShared = Replace<bool(ResourceGlue*, const wchar_t*)>(
-      "_ZN12ResourceGlue27ClusterIsPathOnSharedVolumeEPKw",
+      "ResourceGlue::ClusterIsPathOnSharedVolume",
       [](auto*, const wchar_t* path) { return wcscmp(path, L"C:\\other") != 0; });
   const auto pathName = Replace<bool(ResourceGlue*, const wchar_t*, wchar_t*, unsigned long)>(
-      "_ZN12ResourceGlue24ClusterGetVolumePathNameEPKwPwm",
+      "ResourceGlue::ClusterGetVolumePathName",
       [&](auto*, const wchar_t*, wchar_t* root, unsigned long room) {
         EXPECT_EQ(room, 260ul);
-        wcscpy(root, L"C:\\ClusterStorage\\Volume1");
+        ::lstrcpyW(root, L"C:\\ClusterStorage\\Volume1");
         return answers;
       });
   const wcstring path = L"C:\\ClusterStorage\\Volume1\\a";

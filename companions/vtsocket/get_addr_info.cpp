@@ -35,14 +35,14 @@ int Ask(const char* node, const char* service, const addrinfo* hints, addrinfo**
 }  // namespace
 
 int GetAddrInfoWithTimeOut(const char* node, const char* service, const addrinfo* hints,
-                           addrinfo** result, const timeval* timeOut) {
+                           addrinfo** result, const timeval* timeout) {
   if (!result) {
     ::SetLastError(WSAEFAULT);
     return WSAEFAULT;
   }
   *result = nullptr;
-  if (!timeOut || AsksNobody(node, hints)) return GetAddrInfo(node, service, hints, result);
-  const int error = Ask(node, service, hints, result, Milliseconds(*timeOut));
+  if (!timeout || AsksNobody(node, hints)) return GetAddrInfo(node, service, hints, result);
+  const int error = Ask(node, service, hints, result, Milliseconds(*timeout));
   if (error == WSAETIMEDOUT) Trace("The look-up of \"%s\" timed out", node);
   // The resolver left its code on another thread; Winsock keeps it where the system does.
   if (error != 0) ::SetLastError(static_cast<DWORD>(error));

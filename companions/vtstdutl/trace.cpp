@@ -1,8 +1,11 @@
 #include <atomic>
 #include <cstdarg>
 #include <cwchar>
+#include <string_view>
 
 #include "platform/kill_safe_lock.h"
+#include "platform/meant_call.h"
+#include "platform/wide_format.h"
 #include "vtstdutl/vtstdutl.h"
 
 namespace {
@@ -18,8 +21,10 @@ constinit std::atomic<void*> sinkContext{nullptr};
 
 void ToDebugger(const wchar_t* source, const wchar_t* text) {
   wchar_t line[kLongestSource + kLongestText + 4];
+  VTCLASS_MEANT_BEGIN  // a text that is too long is cut
   const int length = _snwprintf(line, _countof(line) - 1, L"%.*s: %s\n",
                                 static_cast<int>(kLongestSource), source, text);
+  VTCLASS_MEANT_END
   line[length < 0 ? _countof(line) - 1 : static_cast<size_t>(length)] = L'\0';
   ::OutputDebugStringW(line);
 }
@@ -34,11 +39,13 @@ bool ToSink(const wchar_t* source, unsigned long level, const wchar_t* text) {
 }
 
 void Format(wchar_t (&text)[kLongestText], const wchar_t* format, va_list arguments) {
-  const int length = _vsnwprintf(text, kLongestText - 1, format, arguments);
+  const int length = vtclass::platform::FormatWide(text, kLongestText - 1, format, arguments);
   text[kLongestText - 1] = L'\0';
   // The C run time answers -1 for a text that is too long, which is cut, and for a format that it
   // refuses, which leaves nothing.
-  if (length < 0 && text[0] == L'\0') wcsncpy(text, format, kLongestText - 1);
+  if (length < 0 && text[0] == L'\0') {
+    text[std::wstring_view(format).copy(text, kLongestText - 1)] = L'\0';
+  }
   // No half of a character stays at the cut.
   wchar_t& last = text[kLongestText - 2];
   if (length < 0 && IS_HIGH_SURROGATE(last)) last = L'\0';

@@ -72,6 +72,12 @@ TEST_F(Trace, LongText_IsCut) {
   const std::wstring half = text.substr(0, 1022) + L"\xD83D";
   VTTrace(L"a", 1, L"%s", half.c_str());
   EXPECT_EQ(kept.text, L"a/1/" + half + L";");
+  // A format that is refused is told itself.
+  kept.text.clear();
+  const std::wstring refused = L"%n" + text;
+  VTTrace(L"a", 1, refused.c_str(), nullptr);
+  VTTrace(L"b", 1, L"x%n", nullptr);
+  EXPECT_EQ(kept.text, L"a/1/" + refused.substr(0, 1023) + L";b/1/x%n;");
   VTSetTraceSink(nullptr, nullptr);
   debugger.clear();
   VTTrace(text.c_str(), 1, L"%s", text.c_str());

@@ -80,10 +80,10 @@ struct DebugLogSettings {
  * which grow and are kept. Printing allocates nothing once they fit.
  *
  * Threads: any number may use one log at the same time; each text is written in one piece. A thread
- * that is writing, rolling or reading settings makes the others wait; GetLogLevel, GetErrorCode and
- * printing into a closed log never wait. Nor does the settings monitor wait for a thread that is
- * writing: that thread takes in what has changed meanwhile, before its call returns. Where nobody
- * is at the log, the monitor's thread opens or closes the file itself.
+ * that is writing, rolling or reading settings makes the others wait; IsOpen, GetLogLevel,
+ * GetErrorCode and printing into a closed log never wait. Nor does the settings monitor wait for a
+ * thread that is writing: that thread takes in what has changed meanwhile, before its call returns.
+ * Where nobody is at the log, the monitor's thread opens or closes the file itself.
  *
  * Contract: a char* that follows the format or the number at once is taken for a va_list, and the
  * print fails with an exception code. Cast it to const char*.
@@ -137,10 +137,23 @@ class DebugLog : public vtclass::border::LibraryMemory {
   VTCLASS_API int Close();
 
   /*
-   * Formats and writes. 1 when the text is in the file, or is empty; 0 when the log is closed, or
-   * with the code stored: a system code of the write, ERROR_INVALID_PARAMETER for a null format,
-   * ERROR_NOT_ENOUGH_MEMORY, or an exception code (0xC0000005 ...) when a bad argument such as a
-   * wild %s pointer ended the formatting; the log is intact then and the next print works.
+   * Whether lines are wanted: the log has been opened or switched on, and since then neither closed
+   * nor switched off. False: each print returns 0 at once, without formatting. True also while the
+   * file of a log that is switched on cannot be opened: its lines try, and count as lost when it
+   * fails (GetLostLines). For what costs something before it is printed:
+   *
+   *   if (log->IsOpen()) log->print(L"%s\n", Describe(job).c_str());
+   *
+   * Another thread or a setting may change the answer at any time. Never waits.
+   */
+  VTCLASS_API bool IsOpen() const;
+
+  /*
+   * Formats and writes. A line is ended by a line feed of the format; none is added. 1 when the
+   * text is in the file, or is empty; 0 when the log is closed, or with the code stored: a system
+   * code of the write, ERROR_INVALID_PARAMETER for a null format, ERROR_NOT_ENOUGH_MEMORY, or an
+   * exception code (0xC0000005 ...) when a bad argument such as a wild %s pointer ended the
+   * formatting; the log is intact then and the next print works.
    */
   VTCLASS_API int print(const wchar_t* format, ...);
   VTCLASS_API int print(const wchar_t* format, va_list arguments);

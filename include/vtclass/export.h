@@ -34,12 +34,19 @@
  *
  * VTCLASS_API_TYPE marks a class with virtual functions whose members are exported one by one.
  * VTCLASS_INTERFACE_TYPE marks one that adds nothing but pure functions to its base, and is
- * compiled into its clients: no object ever has its table of functions, not even while it is
- * destroyed.
+ * compiled into its clients: so that no object ever has its table of functions, not even while it
+ * is destroyed (below, where that holds).
  *
  * The classes hold standard library types, which the library reads in a client's objects: a caller
  * must be built with the same compiler family and the same standard library as the DLL.
  */
+#if defined(_MSC_VER)
+/* What that says is known: classes hold and are derived from types that the library does not
+ * export. Clients read the same warnings at their own derived and exported classes, therefore this
+ * stays. */
+#pragma warning(disable : 4251 4275)
+#endif
+
 #if defined(VTCLASS_MINI_BUILD)
 #define VTCLASS_API __declspec(dllexport)
 #define VTCLASS_CLIENT
@@ -58,7 +65,9 @@
 #if defined(_MSC_VER)
 #define VTCLASS_INTERFACE_TYPE __declspec(novtable)
 #else
-/* An empty destructor leaves the table alone there by itself. */
+/* There is no such attribute. Clang leaves the table alone in a destructor that does nothing. GCC
+ * stores it, and its optimiser drops that store when the base's destructor, which is inline, stores
+ * its own at once; in an unoptimised build by GCC the object has the table for a moment. */
 #define VTCLASS_INTERFACE_TYPE
 #endif
 

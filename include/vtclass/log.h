@@ -180,14 +180,22 @@ class CWcharBuffer {
  * below U+0020 but for tab, line feed and carriage return, a surrogate whose partner does not stand
  * beside it in the same text, U+FFFE and U+FFFF. It hands the result to WriteText or appends it to
  * the buffer. It returns nonzero on success. 0 means that the text was not written (of an entry,
- * that a part was not written); nothing is thrown. GetErrorCode then holds: a Windows error a
- * system call failed ERROR_INVALID_HANDLE          the log is not open ERROR_INVALID_PARAMETER a
- * null tag, text or format; a text that no one write can take ERROR_NOT_ENOUGH_MEMORY       there
- * was no memory to format, escape or buffer the text ERROR_INVALID_DATA            the C run time
- * refuses the format or its arguments ERROR_DISK_FULL               the file took only a part of
- * the text an exception code (0xC0000005 ...)  a system exception, such as a bad %s pointer, ended
- * the print; the log is intact and the next print works A text goes into the file whole or not at
- * all: what a full disk took of it is cut off again.
+ * that a part was not written); nothing is thrown. GetErrorCode then holds
+ *
+ * - ERROR_INVALID_HANDLE: the log is not open
+ * - ERROR_INVALID_PARAMETER: a null tag, text or format; a text that no one write can take
+ * - ERROR_NOT_ENOUGH_MEMORY: there was no memory to format, escape or buffer the text
+ * - ERROR_INVALID_DATA: the C run time refuses the format or its arguments
+ * - ERROR_DISK_FULL: the file took only a part of the text
+ * - an exception code (0xC0000005 ...): a system exception, such as a bad %s pointer, ended the
+ *   print; the log is intact and the next print works
+ * - another Windows error: a system call failed
+ *
+ * A text goes into the file whole or not at all: what a full disk took of it is cut off again.
+ *
+ * Behind the XML declaration only line feeds of the texts break lines: entries stand one behind the
+ * other. Who wants one entry a line prints `printTMP(-1, L"\n")` after each; readers skip blanks
+ * between elements.
  *
  * A log that was opened once on a new file, whose prints all succeeded, and which was closed
  * without having been wrapped is a well-formed XML document whatever the texts and arguments were,
@@ -197,8 +205,9 @@ class CWcharBuffer {
  * U+FF1C would become a bracket.
  *
  * Formats are those of Microsoft's C run time for wide text: %s is wide text, %S narrow text, a
- * null %s is "(null)". A formatted text ends at its first zero character. The first
- * "<Utility Partition>" in a text loses its brackets: it is the name of a volume and no markup.
+ * null %s is "(null)", an exponent of %e has three digits; %n, which would write, is refused. A
+ * formatted text ends at its first zero character. The first "<Utility Partition>" in a text loses
+ * its brackets: it is the name of a volume and no markup.
  *
  * A tag is an opening element tag (log_tags.h). It is written raw and, unless said otherwise, is no
  * format.
@@ -258,13 +267,15 @@ class VTCLASS_API_TYPE LogFile : public vtclass::border::LibraryMemory {
   VTCLASS_API virtual int WriteText();
 
   /*
-   * Opens `filePath` and writes the document's header. `openMode`: 0 creates the file or empties an
-   * old one, 1 appends to an existing file, 2 creates and fails (ERROR_FILE_EXISTS) when the file
-   * exists; any other value fails with ERROR_INVALID_PARAMETER. Null and empty paths fail as the
-   * platform refuses them (ERROR_PATH_NOT_FOUND). An open log is closed first, whatever follows.
-   * Others may read the file while it is open, not write it. Returns 1; 0 with the error stored,
-   * the log then closed, and an old file, if it was to be appended to, as it was; but half a
-   * character at the end of a UTF-16 file is cut off before anything is appended.
+   * Opens `filePath` and writes the document's header: the XML declaration, "<joblog>" and the
+   * version, kTagJobLogVersion with "2.0", which callers do not write again. `openMode`: 0 creates
+   * the file or empties an old one, 1 appends to an existing file, 2 creates and fails
+   * (ERROR_FILE_EXISTS) when the file exists; any other value fails with ERROR_INVALID_PARAMETER.
+   * Null and empty paths fail as the platform refuses them (ERROR_PATH_NOT_FOUND). An open log is
+   * closed first, whatever follows. Others may read the file while it is open, not write it.
+   * Returns 1; 0 with the error stored, the log then closed, and an old file, if it was to be
+   * appended to, as it was; but half a character at the end of a UTF-16 file is cut off before
+   * anything is appended.
    *
    * Contract: appending writes a header and "<joblog>" again. Each opening is a document of its
    * own, and readers split the file there.
@@ -440,11 +451,13 @@ class DebugLog;
  */
 class LogFileFactory {
  public:
-  /* `debugLogMode` is kept for the debug logs of this factory; job logs do not depend on it. */
+  /* `debugLogMode` is for the debug logs of this factory: nonzero for UTF-16, 0 for the ANSI code
+   * page. Job logs do not depend on it. */
   VTCLASS_API LogFileFactory(const StringResourceMgr& messages, int debugLogMode);
 
   /*
-   * Makes a log and opens it on a new file. The caller owns the log and deletes it.
+   * Makes a log and opens it on a new file (mode 2 of LogFile::Open). The caller owns the log and
+   * deletes it.
    * Contract: the log is returned also when it could not be opened (the path is empty, the file
    * exists): callers ask GetErrorCode of the log, and a null would end them.
    * Throws std::bad_alloc.

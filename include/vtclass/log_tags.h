@@ -11,7 +11,7 @@
  *
  *   log.printTMP(-1, kTagJobName, MSG_JOB_NAME, name);
  *   log.printerrorUMI(-1, umi, kTagWarningAccessDenied, MSG_ACCESS_DENIED, path);
- *   log.printTagWithAttribute(-1, kTagJobLogVersion, L"2.0");
+ *   log.printTagWithAttribute(-1, kTagSelNotExistMailboxGroupMember, name);
  *
  * printTMP writes the tag raw, then the text, then the closing form, which printclosingtag makes
  * of the tag's element name: `<Warning Type="access_denied">` ends with `</Warning>`. To enclose
@@ -28,7 +28,8 @@
  *   format          kTagJobLogVersion and kTagSelNotExistMailboxGroupMember only: each holds one
  *                   %s and is a format for printTagWithAttribute or print, with a const wchar_t*
  *                   for its argument. The value is written raw, so it must be free of `&`, `<`
- *                   and `"`. kTagJobLogVersion is an empty element: it gets no closing tag.
+ *                   and `"`. kTagJobLogVersion is an empty element, which gets no closing tag;
+ *                   LogFile::Open has written it already.
  *
  * Threads: the pointers and their texts are constants in read-only memory, complete before any
  * code of the library runs, and valid while the DLL is loaded. The caller owns none of them. No

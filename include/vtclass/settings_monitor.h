@@ -214,6 +214,28 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
   using NumberCallback = Setting::NumberCallback;
   using TextCallback = Setting::TextCallback;
 
+  /* The product's own settings by name, for GetMonitoredValue; each is what the registration of
+   * that name watches. In the order of the registrations. */
+  enum eMonitored : unsigned long {
+    createDebugLog = 0,
+    koltDebugLevel,
+    engineDebugLevel,
+    maxDebugFileEnabled,
+    maxDebugFileSize,
+    maxRetention,
+    maxDebugFileCount,
+    maxDebugFileLimitMode,
+    maxDebugFileAppend,
+    vtmCreateDebugLog,
+    vtmMaxDebugFileEnabled,
+    vtmMaxDebugFileSize,
+    vtmMaxDebugFileCount,
+    vtmLogPath,
+    vtmMaxDebugFileRetentionSize,
+    vtmLogLimitMode,
+    vtmDebugLevel
+  };
+
   SettingsMonitor(const SettingsMonitor&) = delete;
   SettingsMonitor& operator=(const SettingsMonitor&) = delete;
 
@@ -298,8 +320,9 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
   inline const void* VtmRegisterLogLimitMode(NumberCallback callback, void* context);
   inline const void* VtmRegisterDebugLevel(NumberCallback callback, void* context);
 
-  /* What the registrations above watch, numbered from 0 in their order. False past the end. The
-   * keys are those of the product that is selected now. Any thread. */
+  /* What a registration above watches, by its name (eMonitored) or, to go through all of them, by
+   * the numbers from 0 on. False past the end, `value` is unchanged then. The keys are those of the
+   * product that is selected now. Any thread. */
   VTCLASS_API static bool GetMonitoredValue(unsigned long number, MonitoredValue& value);
 
  protected:

@@ -66,16 +66,18 @@ class VTCLASS_API_TYPE ThreadCall {
   virtual void Execute() = 0;
 
  protected:
-  explicit ThreadCall(WorkerThread* thread = nullptr) : ThreadCall(thread, &RunContained) {}
-  VTCLASS_API ~ThreadCall();
-
   /* Runs ThreadExecute or Execute on the side that made the call, so that an exception ends where
    * it was thrown (vtclass/export.h). False when there was one. */
   using Runner = bool (*)(ThreadCall& call, void (ThreadCall::*work)()) noexcept;
   static bool RunContained(ThreadCall& call, void (ThreadCall::*work)()) noexcept {
     return vtclass::border::Contained([&] { (call.*work)(); });
   }
-  VTCLASS_API ThreadCall(WorkerThread* thread, Runner run) noexcept;
+
+  /* Leave `run` as it is, here and in the constructors of the derived classes: it is the side's
+   * whose constructor calls this one. */
+  VTCLASS_API explicit ThreadCall(WorkerThread* thread = nullptr,
+                                  Runner run = &RunContained) noexcept;
+  VTCLASS_API ~ThreadCall();
 
   WorkerThread* thread;          /* where it runs; null until set */
   unsigned long creatorThreadId; /* of the thread that constructed the call */
@@ -98,16 +100,13 @@ class VTCLASS_API_TYPE ThreadCall {
 class VTCLASS_API_TYPE RefThreadCall : public ThreadCall, public RefCounted {
  public:
   /* `thread` runs the call. Requires: it lives until the call has run. */
-  explicit RefThreadCall(WorkerThread* thread) : RefThreadCall(thread, &RunContained) {}
+  VTCLASS_API explicit RefThreadCall(WorkerThread* thread, Runner run = &RunContained) noexcept;
   VTCLASS_API ~RefThreadCall() override;
 
   /* Adds a reference and queues the call. May be repeated: each posting is one run.
    * std::length_error when the queue cannot grow; the reference is dropped again. */
   inline void PostIt() override;
   VTCLASS_API void ThreadExecute() override;
-
- protected:
-  VTCLASS_API RefThreadCall(WorkerThread* thread, Runner run) noexcept;
 };
 
 /* Ends its worker's loop once it is run: behind every call that was queued before it. */
@@ -266,7 +265,7 @@ class VTCLASS_API_TYPE WorkerThread : public vtclass::border::LibraryMemory {
 class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
  public:
   /* `pool` may be null: posting then does nothing. Requires: it lives until the call has run. */
-  explicit ThreadPoolCall(ThreadPool* pool) : ThreadPoolCall(pool, &RunContained) {}
+  VTCLASS_API explicit ThreadPoolCall(ThreadPool* pool, Runner run = &RunContained) noexcept;
   VTCLASS_API ~ThreadPoolCall() override;
 
   /* EnqueueCall on the pool. When it throws, a call that nobody else holds is gone. */
@@ -290,7 +289,6 @@ class VTCLASS_API_TYPE ThreadPoolCall : public RefThreadCall {
 
  private:
   friend class ThreadPool;
-  VTCLASS_API ThreadPoolCall(ThreadPool* pool, Runner run) noexcept;
 
   ThreadPool* pool;
   unsigned long long pendingEntries = 0; /* in the pool's queue; the pool's lock guards it */

@@ -148,6 +148,8 @@ int DebugLog::PrintArguments(unsigned int id, ...) {
   return result;
 }
 
+bool DebugLog::IsOpen() const { return state->isOpen; }
+
 unsigned long DebugLog::GetLogLevel() const { return state->logLevel; }
 
 wcstring DebugLog::GetFileName() const {

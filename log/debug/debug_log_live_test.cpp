@@ -242,12 +242,14 @@ TEST_F(DebugLogOnAHungDisk, StallsNobodyElse) {
   Set(L"CreateDebugLog", 0);
   Settle();
   EXPECT_EQ(log->GetLogLevel(), 2u);
+  EXPECT_TRUE(log->IsOpen()) << "until the switching off is taken in";
   EXPECT_EQ(SettingsMonitor::GetInstance()->UnRegisterSetting(Watch(L"other")), S_OK);
   EXPECT_EQ(Make()->GetSettings().count, 9u);
   released.Give();
   ASSERT_EQ(::WaitForSingleObject(printer.Get(), kLimit), WAIT_OBJECT_0);
   EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"late", kOff}));
   EXPECT_EQ(log->print(L"off"), 0);
+  EXPECT_FALSE(log->IsOpen());
   EXPECT_EQ(log->GetSettings().count, 9u);
 }
 
@@ -330,6 +332,7 @@ TEST_F(DebugLogLive, HeldFile_IsOpenedByALaterLine) {
     auto log = live ? Make(L"Path") : std::make_unique<DebugLog>(messages, 1, L"Path");
     EXPECT_EQ(live ? 0 : log->UpdateSettings(), 0);
     EXPECT_EQ(log->GetErrorCode(), DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_TRUE(log->IsOpen()) << "its lines count";
     for (int n = 0; n < 3; ++n) EXPECT_EQ(log->print(L"lost\n"), 0);
     EXPECT_EQ(log->GetLostLines(), 3u);
     held.Reset();

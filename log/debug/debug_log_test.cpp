@@ -2,6 +2,7 @@
 #include <functional>
 #include <thread>
 
+#include "platform/c_run_time.h"
 #include "tests/support/allocations.h"
 #include "tests/support/debug_log_fixture.h"
 #include "tests/support/eventually.h"
@@ -86,6 +87,22 @@ TEST_F(DebugLogTest, Print_LongText_GivesWayToItsFormat) {
   }
 }
 
+// The C run time's formatter, with a fault where it gets a buffer of the log.
+#if VTCLASS_UNIVERSAL_CRT
+constexpr char kFormatter[] = "__stdio_common_vswprintf";
+int FaultyFormat(unsigned __int64 options, wchar_t* out, std::size_t size, const wchar_t* format,
+                 _locale_t locale, va_list arguments) {
+  if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
+  return ::__stdio_common_vswprintf(options, out, size, format, locale, arguments);
+}
+#else
+constexpr char kFormatter[] = "_vsnwprintf";
+int FaultyFormat(wchar_t* out, std::size_t size, const wchar_t* format, va_list arguments) {
+  if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
+  return ::_vsnwprintf(out, size, format, arguments);
+}
+#endif
+
 // A fault leaves the lock free for other threads and the buffers as they were.
 TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   OpenDebugLog log(messages, 1, path);
@@ -95,12 +112,7 @@ TEST_F(DebugLogTest, Print_Fault_EndsOnePrint) {
   EXPECT_EQ(log.print(kNowhere) + log.print(1u, kNowhere, 1), 0);
   EXPECT_TRUE(log.print(L"%s", large.c_str()));
   {
-    // The C run time's formatter, with a fault where it gets a buffer of the log.
-    const auto hook = Replace<decltype(::_vsnwprintf)>(
-        "_vsnwprintf", [](wchar_t* out, std::size_t size, auto format, va_list arguments) {
-          if (size > 512) ::RaiseException(EXCEPTION_IN_PAGE_ERROR, 0, 0, nullptr);
-          return ::_vsnwprintf(out, size, format, arguments);
-        });
+    const ImportHook<decltype(FaultyFormat)> hook(nullptr, kFormatter, &FaultyFormat);
     EXPECT_EQ(log.print(L"%6000ws", large.c_str()), 0);
     EXPECT_EQ(log.GetErrorCode(), DWORD{EXCEPTION_IN_PAGE_ERROR});
   }
@@ -116,14 +128,18 @@ TEST_F(DebugLogTest, Open_EachMode) {
     return log.Open(static_cast<DebugLog::openMode>(mode), file.c_str()) ? 0 : log.GetErrorCode();
   };
   EXPECT_EQ(open(openAppend, path), DWORD{ERROR_FILE_NOT_FOUND});
+  EXPECT_FALSE(log.IsOpen());
   EXPECT_EQ(open(createNew, path), 0u);
+  EXPECT_TRUE(log.IsOpen());
   EXPECT_TRUE(log.print(L"one"));
   EXPECT_EQ(open(createNew, path), DWORD{ERROR_FILE_EXISTS});
+  EXPECT_FALSE(log.IsOpen());
   EXPECT_EQ(log.print(L"lost with the failed opening"), 0);
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"two"));
   EXPECT_EQ(TextIn(path), L"onetwo");
   EXPECT_TRUE(log.Close());
+  EXPECT_FALSE(log.IsOpen());
   MakeFile(path, FileBytes(path) + "!");
   EXPECT_EQ(open(openAppend, path), 0u);
   EXPECT_TRUE(log.print(L"three"));
@@ -156,7 +172,8 @@ TEST_F(DebugLogTest, FullDisk_LosesWholeLinesOnly_AndCountsThem) {
       {
         const FileFaults faults({.room = 31, .failingCuts = failingCuts});
         for (int n = 0; n < 3; ++n) EXPECT_EQ(log.print(L"%100d\n", n), 0);
-        EXPECT_EQ(log.GetErrorCode(), DWORD{failingCuts < 3 ? ERROR_DISK_FULL : ERROR_IO_DEVICE});
+        EXPECT_EQ(log.GetErrorCode(),
+                  static_cast<DWORD>(failingCuts < 3 ? ERROR_DISK_FULL : ERROR_IO_DEVICE));
       }
       if (failingCuts == 3) EXPECT_TRUE(log.Open(openAppend, path.c_str()));
       EXPECT_TRUE(log.print(L"after\n"));
@@ -233,7 +250,9 @@ TEST_F(DebugLogTest, UpdateSettings_SwitchesAndRemembers) {
   EXPECT_TRUE(log->UpdateSettings());
   EXPECT_EQ(LinesIn(folder / L"other.log"), std::vector<std::wstring>{kOn});
   Set(L"CreateDebugLog", 0);
+  EXPECT_TRUE(log->IsOpen());
   EXPECT_TRUE(log->UpdateSettings());
+  EXPECT_FALSE(log->IsOpen());
   EXPECT_EQ(LinesIn(folder / L"other.log").back(), kOff);
   EXPECT_EQ(log->print(L"x"), 0);
   EXPECT_EQ(StoredValue(config::kLoggingKey.Path(), L"MaxDebugFile Append").size(), 4u);

@@ -148,9 +148,13 @@ TEST_F(LogFileTest, AnsiText_BecomesNoMarkup) {
   EXPECT_EQ(bodyOf(), ToPage(CP_UTF8, text + longText));
 }
 
-TEST_F(LogFileTest, RefusedConversion_EndsOnePrint) {
+TEST_F(LogFileTest, RefusedFormatOrConversion_EndsOnePrint) {
   LogFile log(messages, 0, -1, -1);
   ASSERT_EQ(log.Open(createAlways, path.c_str()), 1);
+  int written = -7;
+  EXPECT_EQ(log.print(-1, L"a%n", &written), 0);
+  EXPECT_EQ(log.GetErrorCode(), DWORD{ERROR_INVALID_DATA});
+  EXPECT_EQ(written, -7);
   const auto refuse = Replace<decltype(::WideCharToMultiByte)>("WideCharToMultiByte", [](auto...) {
     return ::SetLastError(ERROR_NO_UNICODE_TRANSLATION), 0;
   });

@@ -16,7 +16,7 @@ bool CountOne() { return allocationCount.fetch_add(1) + 1 == failAt.load(); }
 // The functions themselves: this program's way to them may be the hooked one.
 template <typename Function>
 Function* Real(const char* function) {
-  return std::bit_cast<Function*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), function));
+  return std::bit_cast<Function*>(::GetProcAddress(CRunTime(), function));
 }
 const auto realMalloc = Real<decltype(std::malloc)>("malloc");
 const auto realCalloc = Real<decltype(std::calloc)>("calloc");
@@ -31,19 +31,19 @@ void* Realloc(void* memory, std::size_t size) {
 }
 
 bool Imports(HMODULE module, const char* function) {
-  return FindImport(module, "msvcrt.dll", function) != nullptr;
+  return FindImport(module, nullptr, function) != nullptr;
 }
 
 }  // namespace
 
-Allocations::Allocations(HMODULE module) : mallocHook("msvcrt.dll", "malloc", &Malloc, module) {
+Allocations::Allocations(HMODULE module) : mallocHook(nullptr, "malloc", &Malloc, module) {
   if (Imports(module, "calloc")) {
-    callocHook = std::make_unique<ImportHook<decltype(std::calloc)>>("msvcrt.dll", "calloc",
-                                                                     &Calloc, module);
+    callocHook =
+        std::make_unique<ImportHook<decltype(std::calloc)>>(nullptr, "calloc", &Calloc, module);
   }
   if (Imports(module, "realloc")) {
-    reallocHook = std::make_unique<ImportHook<decltype(std::realloc)>>("msvcrt.dll", "realloc",
-                                                                       &Realloc, module);
+    reallocHook =
+        std::make_unique<ImportHook<decltype(std::realloc)>>(nullptr, "realloc", &Realloc, module);
   }
   allocationCount = 0;
   failAt = 0;

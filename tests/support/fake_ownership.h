@@ -149,7 +149,7 @@ inline BOOL WINAPI FindNext(HANDLE search, LPWIN32_FIND_DATAW found) {
   if (known == ownership.searches.end()) return ::FindNextFileW(search, found);
   auto& entries = known->second.entries;
   if (entries.empty()) return TellReason(known->second.endError), FALSE;
-  wcscpy(found->cFileName, entries.front().name.c_str());
+  ::lstrcpyW(found->cFileName, entries.front().name.c_str());
   found->dwFileAttributes = entries.front().attributes;
   found->dwReserved0 = entries.front().tag;
   entries.erase(entries.begin());

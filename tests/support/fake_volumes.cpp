@@ -159,7 +159,7 @@ BOOL WINAPI Space(LPCWSTR root, PULARGE_INTEGER freeToUser, PULARGE_INTEGER tota
 }  // namespace
 
 struct FakeVolumes::Hooks {
-  ImportHook<decltype(::GetVersionExW)> version{"KERNEL32.dll", "GetVersionExW", &Version};
+  ImportHook<BOOL WINAPI(OSVERSIONINFOW*)> version{"KERNEL32.dll", "GetVersionExW", &Version};
   ImportHook<decltype(::GetDriveTypeW)> type{"KERNEL32.dll", "GetDriveTypeW", &DriveType};
   ImportHook<decltype(::GetLogicalDriveStringsW)> drives{"KERNEL32.dll", "GetLogicalDriveStringsW",
                                                          &DriveStrings};
@@ -209,8 +209,8 @@ void FakeVolumes::AddMount(const std::wstring& host, const std::wstring& point,
 
 std::wstring FakeVolumeName(unsigned number) {
   wchar_t name[50] = {};
-  ::_snwprintf(name, std::size(name) - 1, L"\\\\?\\Volume{%08x-1234-11d7-9931-806e6f6e6963}\\",
-               number);
+  std::swprintf(name, std::size(name), L"\\\\?\\Volume{%08x-1234-11d7-9931-806e6f6e6963}\\",
+                number);
   return name;
 }
 

@@ -2,7 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+
+#include "platform/c_run_time.h"
+
+#ifdef _MSC_VER
+#include <dbghelp.h>
+#pragma comment(lib, "dbghelp.lib")
+#else
+#include <cxxabi.h>
+#endif
 
 namespace vtclass::test {
 
@@ -23,6 +35,21 @@ ImportedLibrary Described(const IMAGE_DELAYLOAD_DESCRIPTOR& library) {
   return {library.DllNameRVA, library.ImportNameTableRVA, library.ImportAddressTableRVA};
 }
 
+// What the compiler has made of a function's name is told by the compiler's own library.
+bool Names(const char* imported, const char* function) {
+  if (!std::strstr(function, "::")) return std::strcmp(imported, function) == 0;
+#ifdef _MSC_VER
+  char name[512] = {};
+  ::UnDecorateSymbolName(imported, name, sizeof name, UNDNAME_NAME_ONLY);
+  return std::strcmp(name, function) == 0;
+#else
+  const std::unique_ptr<char, decltype(&std::free)> name(
+      abi::__cxa_demangle(imported, nullptr, nullptr, nullptr), &std::free);
+  const std::size_t length = std::strlen(function);
+  return name && std::strncmp(name.get(), function, length) == 0 && name.get()[length] == '(';
+#endif
+}
+
 void** FindSlot(BYTE* base, const ImportedLibrary& library, const char* function) {
   const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library.names);
   auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library.slots);
@@ -30,7 +57,7 @@ void** FindSlot(BYTE* base, const ImportedLibrary& library, const char* function
     if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
     const auto* const entry =
         reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-    if (std::strcmp(reinterpret_cast<const char*>(entry->Name), function) == 0) {
+    if (Names(reinterpret_cast<const char*>(entry->Name), function)) {
       return reinterpret_cast<void**>(&slots->u1.Function);
     }
   }
@@ -54,6 +81,9 @@ void** FindIn(int directory, HMODULE module, const char* library, const char* fu
   return nullptr;
 }
 
+// Whoever wants to know which tests meet the system itself alone (scripts/windows-kit) sets this.
+bool IsToldOfHooks() { return ::GetEnvironmentVariableA("VTCLASS_TELL_HOOKS", nullptr, 0) != 0; }
+
 }  // namespace
 
 void** FindImport(HMODULE module, const char* library, const char* function) {
@@ -70,7 +100,14 @@ HMODULE LibraryUnderTest() {
   return library;
 }
 
+HMODULE CRunTime() {
+  return ::GetModuleHandleW(VTCLASS_UNIVERSAL_CRT ? L"ucrtbase.dll" : L"msvcrt.dll");
+}
+
 void** FindImportOrFail(HMODULE module, const char* library, const char* function) {
+  if (testing::UnitTest::GetInstance()->current_test_info() && IsToldOfHooks()) {
+    std::printf("Hooks %s\n", function);
+  }
   void** const slot = FindImport(module, library, function);
   EXPECT_NE(slot, nullptr) << "the module does not import " << function;
   return slot;

@@ -9,11 +9,16 @@
 namespace vtclass::test {
 
 /* The slot of an imported function in a module's import table, or in that of the libraries it loads
- * at the first call; null when it is not imported. From whatever library where that is null. */
+ * at the first call; null when it is not imported. From whatever library where that is null, as for
+ * the C run time's functions, which one library has or a dozen. A function of C++ is named as in
+ * the source, with what it lies in and without parameters: VTSocket::GetAddrInfoWithTimeOut. */
 void** FindImport(HMODULE module, const char* library, const char* function);
 
 /* The DLL under test. */
 HMODULE LibraryUnderTest();
+
+/* The C run time, whose functions a test finds there also while its own way to them is hooked. */
+HMODULE CRunTime();
 
 /*
  * Replaces one function that a module, the DLL under test unless another is named, imports, for
@@ -22,7 +27,7 @@ HMODULE LibraryUnderTest();
  * nested. Original() of a function of a library that loads at the first call undoes the hook when
  * it is that first call.
  *
- *   ImportHook<decltype(::GetVersionExW)> hook("KERNEL32.dll", "GetVersionExW", &Windows2000);
+ *   ImportHook<decltype(::GetTickCount64)> hook("KERNEL32.dll", "GetTickCount64", &Tomorrow);
  */
 template <typename Function>
 class ImportHook {

@@ -80,8 +80,8 @@ inline BOOL WINAPI PlayNames(LPCWSTR, PSID, LPWSTR user, LPDWORD userRoom, LPWST
   const wchar_t* const name = ThreadTokenId() ? L"impersonated" : L"process";
   const bool isSize = !user;
   if (!isSize) {
-    wcscpy(domain, L"D");
-    wcscpy(user, name);
+    ::lstrcpyW(domain, L"D");
+    ::lstrcpyW(user, name);
   }
   *userRoom = static_cast<DWORD>(wcslen(name)) + (isSize ? 1 : 0);
   *domainRoom = isSize ? 2 : 1;

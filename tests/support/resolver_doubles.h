@@ -250,8 +250,8 @@ struct Hooks {
                                                library};
   ImportHook<decltype(::CloseHandle)> closeHandle{"KERNEL32.dll", "CloseHandle",
                                                   &CountedCloseHandle, library};
-  ImportHook<decltype(malloc)> mallocHook{"msvcrt.dll", "malloc", &CountedMalloc, library};
-  ImportHook<decltype(free)> freeHook{"msvcrt.dll", "free", &CountedFree, library};
+  ImportHook<decltype(malloc)> mallocHook{nullptr, "malloc", &CountedMalloc, library};
+  ImportHook<decltype(free)> freeHook{nullptr, "free", &CountedFree, library};
 };
 
 }  // namespace vtclass::test

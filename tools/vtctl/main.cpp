@@ -38,13 +38,13 @@ constexpr ProgramText kText = {
 
 // In the order of the help.
 constexpr AddCommand kCommands[] = {
-    AddSessionCommand,    AddJobLogCommand,   AddDebugLogCommand, AddRegistryCommand,
-    AddReplicateCommand,  AddRestoreCommand,  AddHiveCommand,     AddIdentityCommand,
-    AddConvertCommand,    AddResolveCommand,  AddAdvCommand,      AddClusterCommand,
-    AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand, AddSgmonCommand,
-    AddCredentialCommand, AddDigestCommand,   AddHashCommand,     AddTimeCommand,
-    AddVolumesCommand,    AddWhoAmICommand,   AddLogonCommand,    AddPrivilegeCommand,
-    AddOwnCommand,        AddDoctorCommand};
+    AddSessionCommand,    AddJobLogCommand,   AddDebugLogCommand,  AddRegistryCommand,
+    AddReplicateCommand,  AddRestoreCommand,  AddHiveCommand,      AddIdentityCommand,
+    AddConvertCommand,    AddResolveCommand,  AddAdvCommand,       AddClusterCommand,
+    AddAppsCommand,       AddDatabaseCommand, AddSettingsCommand,  AddSgmonCommand,
+    AddCredentialCommand, AddDigestCommand,   AddHashCommand,      AddTimeCommand,
+    AddVolumesCommand,    AddWhoAmICommand,   AddLogonCommand,     AddPrivilegeCommand,
+    AddOwnCommand,        AddDoctorCommand,   AddCompletionCommand};
 
 // The words in UTF-8: the C run time would bring them into the ANSI code page and lose text.
 std::vector<std::string> Words() {
@@ -65,7 +65,7 @@ int main() {
   } catch (const std::bad_alloc&) {
     PrintError(L"vtctl: There is not enough memory to go on.\n");
   } catch (const std::exception& error) {
-    PrintError(L"vtctl: Internal error: " + FromUtf8(error.what()) + L"\n");
+    return Fail(kExitInternal, L"Internal error: " + FromUtf8(error.what()));
   }
   return kExitInternal;
 }

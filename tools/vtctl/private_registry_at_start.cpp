@@ -7,7 +7,7 @@
 
 #include "platform/owned.h"
 #include "tests/support/private_root.h"
-#include "tools/vtctl/run_vtctl.h"
+#include "tests/support/run_vtctl.h"
 
 namespace {
 

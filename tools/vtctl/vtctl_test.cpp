@@ -8,8 +8,8 @@
 #include "tests/support/eventually.h"
 #include "tests/support/private_registry.h"
 #include "tests/support/random_name.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 
@@ -82,10 +82,17 @@ TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
       {{L"session", L"\\\\192.0.2.1\\data", L"--out", folder},
        kExitNotThisMachine,
        "is not this machine"},
+      {{L"session", L"", L"--root", folder, L"--out", folder}, kExitUsage, "server is empty"},
+      {{L"session", L"--root", folder, L"--dry-run", L"--settings", L"HKCU"},
+       kExitUsage,
+       "--settings names the root"},
+      {{L"session", L"--root", folder, L"--dry-run", L"--settings", L""},
+       kExitUsage,
+       "--settings names the root"},
+      {{L"a\x1B[31m\x202E"}, kExitUsage, "\"a\xEF\xBF\xBD[31m\xEF\xBF\xBD\" is not known"},
       {{L"identity", L"\\\\"}, kExitUsage, "The name is empty"},
       {{L"time", L"2009-02-29"}, kExitBadInput, "does not exist"},
       {{L"time", L"now"}, kExitUsage, "is no date"},
-      {{L"volumes", L"--csv", L"--json"}, kExitUsage, "--csv goes neither"},
       {{L"volumes", L"--watch", L"--csv"}, kExitUsage, "--csv goes neither"},
       {{L"volumes", L"--for", L"5"}, kExitUsage, "--watch, which is required"},
       {{L"volumes", L"--watch", L"--step", L"-1"}, kExitUsage, "--step"},
@@ -139,6 +146,9 @@ TEST_F(VtctlTest, GlobalOptions_StandAnywhere) {
   VtctlRun sibling({L"--product", L"1", L"settings", L"list", L"--no-color"});
   EXPECT_EQ(sibling.ExitCode(), kExitClean);
   EXPECT_NE(sibling.Output().find("\\Quorrel\\"), std::string::npos) << sibling.Output();
+  for (const std::wstring number : {L"2", L"-1", L"x"}) {
+    EXPECT_EQ(VtctlRun({L"settings", L"list", L"--product=" + number}).ExitCode(), kExitUsage);
+  }
   VtctlRun help({L"registry", L"set", L"--help"});
   EXPECT_EQ(help.ExitCode(), kExitClean);
   EXPECT_NE(help.Output().find("--quiet"), std::string::npos);
@@ -188,7 +198,7 @@ TEST_F(VtctlTest, Session_JsonAndLanguage) {
   const auto json = nlohmann::json::parse(run.Output());
   EXPECT_EQ(json["files"], 1);
   EXPECT_EQ(json["bytes"], 5);
-  EXPECT_EQ(json["status"], "successful");
+  EXPECT_EQ(json["verdict"], "successful");
   const std::wstring text = TextOfLog(FromUtf8(json["jobLog"].get<std::string>()));
   EXPECT_NE(text.find(L"Auftragsname: Pr\x00FC"
                       L"fung <1>"),
@@ -224,20 +234,110 @@ TEST_F(VtctlTest, Registry_EachTypeComesBack) {
     EXPECT_EQ(list.ExitCode(), kExitClean);
     const auto json = nlohmann::json::parse(list.Output());
     EXPECT_EQ(json["values"][0]["data"], nlohmann::json::parse(row.json));
+    VtctlRun csv({L"registry", L"list", Key(), L"--csv"});
+    EXPECT_EQ(csv.ExitCode(), kExitClean);
+    EXPECT_TRUE(csv.Output().starts_with("name,type,data\r\nValue,REG_")) << csv.Output();
   }
 }
 
 TEST_F(VtctlTest, Registry_Watch_PrintsTheChange) {
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"1"}).ExitCode(), 0);
-  VtctlRun watch({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"30"});
+  VtctlRun watch({L"registry", L"watch", Key(), L"--count", L"1", L"--for", L"30"});
   // It says so once it is armed.
   ASSERT_TRUE(Eventually([&] { return watch.Output().find("Watching") != std::string::npos; }));
   ASSERT_EQ(VtctlRun({L"registry", L"set", Key() + L"\\Sub", L"Level", L"2"}).ExitCode(), 0);
   EXPECT_EQ(watch.ExitCode(), kExitClean);
   EXPECT_NE(watch.Output().find("\\Sub  Level = 2  [REG_SZ]"), std::string::npos) << watch.Output();
 
-  VtctlRun quiet({L"registry", L"watch", Key(), L"--count", L"1", L"--timeout", L"1"});
+  VtctlRun quiet({L"registry", L"watch", Key(), L"--count", L"1", L"--for", L"1"});
   EXPECT_EQ(quiet.ExitCode(), kExitWarnings);
+}
+
+TEST_F(VtctlTest, Failures_AreJsonToo) {
+  const struct {
+    Words words;
+    const char* command;
+    int code;
+    nlohmann::json status;
+  } rows[] = {{{L"bogus"}, "vtctl", kExitUsage, nullptr},
+              {{L"registry"}, "registry", kExitUsage, nullptr},
+              {{L"registry", L"get", Key(), L"--none"}, "registry get", kExitUsage, nullptr},
+              {{L"registry", L"get", Key(), L"x"}, "registry get", kExitNoInput, 2},
+              {{L"hash", scratch / L"none"}, "hash", kExitNoInput, 2},
+              {{L"volumes", L"--csv"}, "volumes", kExitUsage, nullptr},
+              {{L"time", L"2009-02-29"}, "time", kExitBadInput, nullptr}};
+  for (const auto& row : rows) {
+    Words words = row.words;
+    words.insert(words.begin(), L"--json");
+    VtctlRun run(words);
+    EXPECT_EQ(run.ExitCode(), row.code) << row.command;
+    const auto json = nlohmann::json::parse(run.Output());
+    EXPECT_EQ(json["command"], row.command);
+    EXPECT_EQ(json["exitCode"], row.code);
+    EXPECT_EQ(json["status"], row.status);
+    EXPECT_NE(run.ErrorOutput().find("vtctl: " + json["error"].get<std::string>()),
+              std::string::npos);
+  }
+  // Behind "--" it is an argument.
+  VtctlRun plain({L"time", L"--", L"--json", L"more"});
+  EXPECT_EQ(plain.ExitCode(), kExitUsage);
+  EXPECT_EQ(plain.Output(), "");
+  // What tells of the failure itself is the only answer.
+  VtctlRun answer({L"digest", L"ndmp", std::wstring(128, L'0'), L"--json"}, std::string(40, 'x'));
+  EXPECT_EQ(answer.ExitCode(), kExitWarnings);
+  EXPECT_EQ(nlohmann::json::parse(answer.Output())["passwordCut"], true);
+}
+
+TEST_F(VtctlTest, LostOutput_IsToldByEveryCommand) {
+  MakeFile(scratch / L"full", "");
+  SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+  // What may only be read takes no output, as a disk that is full.
+  const vtclass::platform::OwnedFile full(::CreateFileW(
+      (scratch / L"full").c_str(), GENERIC_READ, 0, &inheritable, OPEN_EXISTING, 0, nullptr));
+  ASSERT_TRUE(full);
+  const Words lines[] = {{L"time"},
+                         {L"time", L"--json"},
+                         {L"settings", L"list"},
+                         {L"settings", L"list", L"--csv"},
+                         {L"completion", L"bash"},
+                         {L"session", L"--help"},
+                         {L"time", L"2009-02-29", L"--json"}};
+  for (const Words& words : lines) {
+    VtctlRun run(words, full.Get());
+    EXPECT_EQ(run.ExitCode(), kExitCannotWrite) << ToUtf8(words.front());
+    EXPECT_NE(run.ErrorOutput().find("Standard output cannot be written"), std::string::npos);
+  }
+  EXPECT_EQ(VtctlRun({L"time", L"--quiet"}, full.Get()).ExitCode(), kExitClean);
+}
+
+TEST_F(VtctlTest, Arguments_MayBeginLikeOptions) {
+  const struct {
+    Words words;
+    const char* sentence;
+  } rows[] = {{{L"time", L"/x"}, "\"/x\" is no date"},
+              {{L"time", L"--", L"-x"}, "\"-x\" is no date"},
+              {{L"hash", L"--", L"--json"}, "--json cannot be opened"},
+              {{L"hash", L"/none"}, "/none cannot be opened"},
+              {{L"time", L"-x"}, "-x"}};
+  for (const auto& row : rows) {
+    VtctlRun run(row.words);
+    EXPECT_GE(run.ExitCode(), kExitUsage);
+    EXPECT_NE(run.ErrorOutput().find(row.sentence), std::string::npos) << run.ErrorOutput();
+  }
+}
+
+TEST_F(VtctlTest, DebugLog_FollowWaitsForALogThatIsNotThereYet) {
+  const std::wstring log = scratch / L"trace.log";
+  VtctlRun follow({L"debuglog", L"follow", log, L"--for", L"20", L"--lines", L"1"});
+  ASSERT_TRUE(Eventually(
+      [&] { return follow.ErrorOutput().find("is not there yet") != std::string::npos; }));
+  MakeFile(log, "one\r\ntwo\r\n");
+  // All of it is new, whatever --lines says.
+  EXPECT_TRUE(Eventually([&] { return follow.Output().find("one\ntwo") != std::string::npos; }))
+      << follow.Output();
+  follow.Kill();
+  VtctlRun missing({L"debuglog", L"follow", scratch / L"none\\trace.log", L"--for", L"1"});
+  EXPECT_EQ(missing.ExitCode(), kExitNoInput);
 }
 
 }  // namespace

@@ -38,83 +38,83 @@ inline SettingsMonitor::SettingsMonitor() : SettingsMonitor(std::nothrow) {
 }
 
 inline const void* SettingsMonitor::RegisterCreateDebugLog(NumberCallback callback, void* context) {
-  return Register(0, callback, context);
+  return Register(createDebugLog, callback, context);
 }
 
 inline const void* SettingsMonitor::KoltRegisterDebugLevel(NumberCallback callback, void* context) {
-  return Register(1, callback, context);
+  return Register(koltDebugLevel, callback, context);
 }
 
 inline const void* SettingsMonitor::EngineRegisterDebugLevel(NumberCallback callback,
                                                              void* context) {
-  return Register(2, callback, context);
+  return Register(engineDebugLevel, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxDebugFileEnabled(NumberCallback callback,
                                                                 void* context) {
-  return Register(3, callback, context);
+  return Register(maxDebugFileEnabled, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxDebugFileSize(NumberCallback callback,
                                                              void* context) {
-  return Register(4, callback, context);
+  return Register(maxDebugFileSize, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxRetention(NumberCallback callback, void* context) {
-  return Register(5, callback, context);
+  return Register(maxRetention, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxDebugFileCount(NumberCallback callback,
                                                               void* context) {
-  return Register(6, callback, context);
+  return Register(maxDebugFileCount, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxDebugFileLimitMode(NumberCallback callback,
                                                                   void* context) {
-  return Register(7, callback, context);
+  return Register(maxDebugFileLimitMode, callback, context);
 }
 
 inline const void* SettingsMonitor::RegisterMaxDebugFileAppend(NumberCallback callback,
                                                                void* context) {
-  return Register(8, callback, context);
+  return Register(maxDebugFileAppend, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterCreateDebugLog(NumberCallback callback,
                                                               void* context) {
-  return Register(9, callback, context);
+  return Register(vtmCreateDebugLog, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterMaxDebugFileEnabled(NumberCallback callback,
                                                                    void* context) {
-  return Register(10, callback, context);
+  return Register(vtmMaxDebugFileEnabled, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterMaxDebugFileSize(NumberCallback callback,
                                                                 void* context) {
-  return Register(11, callback, context);
+  return Register(vtmMaxDebugFileSize, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterMaxDebugFileCount(NumberCallback callback,
                                                                  void* context) {
-  return Register(12, callback, context);
+  return Register(vtmMaxDebugFileCount, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterLogPath(TextCallback callback, void* context) {
-  return Register(13, callback, context);
+  return Register(vtmLogPath, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterMaxDebugFileRetentionSize(NumberCallback callback,
                                                                          void* context) {
-  return Register(14, callback, context);
+  return Register(vtmMaxDebugFileRetentionSize, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterLogLimitMode(NumberCallback callback,
                                                             void* context) {
-  return Register(15, callback, context);
+  return Register(vtmLogLimitMode, callback, context);
 }
 
 inline const void* SettingsMonitor::VtmRegisterDebugLevel(NumberCallback callback, void* context) {
-  return Register(16, callback, context);
+  return Register(vtmDebugLevel, callback, context);
 }
 
 inline long SettingsMonitor::AddNumberSetting(Setting** setting, NumberCallback callback,

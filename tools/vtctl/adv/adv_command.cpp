@@ -106,7 +106,8 @@ int OpenOrFail(const AdvArguments& arguments, unsigned access, Agent& agent) {
   const int code = Open(arguments, access, agent);
   if (code != kExitClean) return code;
   if (agent.IsOpen()) return kExitClean;
-  return Fail(ExitCodeOf(agent.state, false), Explanation(agent.state));
+  return FailWith(ExitCodeOf(agent.state, false), SystemStatus(agent.state),
+                  Explanation(agent.state));
 }
 
 void PrintRow(const SettingRow& row) {
@@ -128,9 +129,8 @@ void PrintAsJson(const Agent& agent, const std::optional<AdvSettings>& settings)
   const AgentState& state = agent.state;
   PrintJson({{"server", TextOrNull(state.machine)},
              {"state", StateWord(state)},
-             {"status", state.status},
-             {"systemStatus", state.status == 0 || state.code == state.status ? 0 : state.code},
-             {"problem", TextOrNull(Explanation(state))},
+             {"error", TextOrNull(Explanation(state))},
+             {"status", SystemStatus(state) == 0 ? Json() : Json(SystemStatus(state))},
              {"settings", settings ? ToJson(*settings) : Json()}});
 }
 
@@ -153,7 +153,7 @@ int Show(const AdvArguments& arguments) {
 int Done(const Agent& agent, const std::wstring& sentence) {
   Print(sentence + L"\n");
   if (agent.state.status == 0) return kExitClean;
-  return Fail(kExitWarnings, Explanation(agent.state));
+  return FailWith(kExitWarnings, SystemStatus(agent.state), Explanation(agent.state));
 }
 
 int NotWritten(unsigned long status) {
@@ -163,7 +163,7 @@ int NotWritten(unsigned long status) {
         kExitCannotWrite,
         L"Advertising is off, and nothing was changed. Switch it on first: vtctl adv enable.");
   }
-  return Fail(kExitCannotWrite, L"The change cannot be written: " + SystemText(status));
+  return Fail(kExitCannotWrite, L"The change cannot be written", status);
 }
 
 // One operation of the library, and the sentence that tells what it has done; the operation may
@@ -281,7 +281,7 @@ void PrintChanges(const AdvSettings& before, const AdvSettings& now, bool json) 
 }
 
 int NotWatched(unsigned long status) {
-  return Fail(kExitNoInput, L"The settings cannot be watched: " + SystemText(status));
+  return Fail(kExitNoInput, L"The settings cannot be watched", status);
 }
 
 int Watch(const WatchArguments& arguments) {

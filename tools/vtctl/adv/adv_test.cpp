@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/eventually.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/test_service.h"
 #include "tools/vtctl/adv/agent_state.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "vtclass/agent.h"
 
@@ -56,6 +56,10 @@ TEST(Adv, Explanation_SaysWhatToDo) {
     EXPECT_EQ(ExitCodeOf(row.state, true), kExitWarnings);
   }
   EXPECT_EQ(Explanation({}), L"");
+  EXPECT_EQ(SystemStatus({}), 0U);
+  EXPECT_EQ(SystemStatus({Adv::notRunning, Adv::notRunning, L""}), 0U) << "a state of our own";
+  EXPECT_EQ(SystemStatus({Adv::notRunning, 5, L""}), 5U);
+  EXPECT_EQ(SystemStatus({8, 8, L""}), 8U);
   EXPECT_EQ(ExitCodeOf({}, true), kExitClean);
 }
 

@@ -92,6 +92,12 @@ std::wstring OtherVersion(const AgentState& state) {
 
 const char* StateWord(const AgentState& state) { return WordsFor(state).forScripts; }
 
+unsigned long SystemStatus(const AgentState& state) {
+  if (state.status == 0) return 0;
+  // A state of the library's own has no status of the system where both are the same.
+  return state.code == state.status && &WordsFor(state) != &kOther ? 0 : state.code;
+}
+
 const wchar_t* StateName(const AgentState& state) { return WordsFor(state).shown; }
 
 std::wstring MachineName(const AgentState& state) {

@@ -16,6 +16,8 @@ struct AgentState {
 
 /* "running", "not-running", "older-version", ...: for scripts. */
 const char* StateWord(const AgentState& state);
+/* The system's own status behind it; 0 where there is none. */
+unsigned long SystemStatus(const AgentState& state);
 
 /* "runs", "stopped", ...: for people. */
 const wchar_t* StateName(const AgentState& state);

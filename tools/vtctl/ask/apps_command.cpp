@@ -20,29 +20,60 @@ constexpr const char* kFooter =
     "SERVER is a computer, a node or a virtual server, with or without backslashes. SQL Server\n"
     "counts as running when \"MSSQLServer\" runs, or \"MSSQLServer$\" with SERVER behind it as it\n"
     "is written: other named instances are not looked at. Exchange counts as running when\n"
-    "\"MSExchangeSA\" runs. In a cluster the cluster must agree. Exit code 69 when there is a\n"
-    "cluster that cannot be opened or read.\n"
+    "\"MSExchangeSA\" runs. In a cluster the cluster must agree.\n"
     "\n"
     "Examples:\n"
     "  vtctl apps SQL01\n"
-    "  vtctl apps SQLV --instance INST2 --json";
+    "  vtctl apps SQL01 --need sqlserver --quiet\n"
+    "  vtctl apps SQLV --instance INST2 --json\n"
+    "\n"
+    "Exit codes: 0 it runs, 1 it does not, 64 SERVER names none, 69 there is a cluster that cannot "
+    "be\n"
+    "opened or read. \"It\" is the instance where one is named, else the application of --need, "
+    "else\n"
+    "any of the two.";
+
+// What the exit code is about.
+enum class Asked { either, sql, exchange };
 
 struct AppsArguments : CommonArguments {
   std::wstring server;
+  Asked asked = Asked::either;
   std::optional<std::wstring> instance;
 };
 
-const wchar_t* InstanceWord(vtclass::clusAppState state) {
+struct InstanceWords {
+  const wchar_t* shown;
+  const char* word;  // for scripts
+};
+
+InstanceWords WordsOf(vtclass::clusAppState state) {
   switch (state) {
     case vtclass::clusAppRunning:
-      return L"running";
+      return {L"running", "running"};
     case vtclass::clusAppUnknown:
-      return L"on its way up or down";
+      return {L"on its way up or down", "pending"};
     case vtclass::clusAppNotRunning:
-      return L"not running";
+      return {L"not running", "not-running"};
     default:
-      return L"not known to a cluster";
+      return {L"not known to a cluster", "not-clustered"};
   }
+}
+
+// The instance, where the operator asks for one.
+struct Instance {
+  std::wstring name;
+  vtclass::clusAppState state = vtclass::clusAppUnknown;
+  unsigned long error = 0;
+};
+
+std::optional<Instance> AskInstance(const AppsArguments& arguments) {
+  if (!arguments.instance) return std::nullopt;
+  Instance instance = {*arguments.instance};
+  instance.state =
+      vtclass::ServerIsRunningSQL2KInstance(arguments.server.c_str(), *arguments.instance);
+  instance.error = ::GetLastError();
+  return instance;
 }
 
 void PrintApplication(const Application& application) {
@@ -89,14 +120,36 @@ Json ToJson(const ApplicationAnswers& answers) {
   Json json = {{"server", ToUtf8(answers.server)},
                {"node", nullptr},
                {"cluster", nullptr},
-               {"error", nullptr},
                {answers.sql.key, ToJson(answers.sql)},
                {answers.exchange.key, ToJson(answers.exchange)}};
   if (answers.isVirtual) json["node"] = ToUtf8(answers.node);
-  if (answers.error != 0) json["error"] = ToUtf8(SystemText(answers.error));
+  AddStatus(json, answers.error);
   if (!answers.cluster.empty()) json["cluster"] = ToUtf8(answers.cluster);
   json[answers.sql.key]["clustered"] = answers.sqlIsClustered;
   return json;
+}
+
+Json ToJson(const Instance& instance) {
+  Json json = {{"name", ToUtf8(instance.name)}, {"state", nullptr}};
+  if (instance.error == 0) json["state"] = WordsOf(instance.state).word;
+  AddStatus(json, instance.error);
+  return json;
+}
+
+void PrintInstance(const Instance& instance) {
+  const std::wstring state = instance.error == 0 ? WordsOf(instance.state).shown
+                                                 : L"cannot be told: " + SystemText(instance.error);
+  Print(L"Instance " + Printable(instance.name) + L": " + state + L"\n");
+}
+
+// Whether that runs which the operator asks for: an instance, one application, or any of them.
+int ExitCodeOf(const AppsArguments& arguments, const ApplicationAnswers& answers,
+               const std::optional<Instance>& instance) {
+  if (answers.error != 0 || (instance && instance->error != 0)) return kExitNoAnswer;
+  if (instance) return instance->state == vtclass::clusAppRunning ? kExitClean : kExitWarnings;
+  const bool isRunning = (arguments.asked != Asked::exchange && answers.sql.isRunning) ||
+                         (arguments.asked != Asked::sql && answers.exchange.isRunning);
+  return isRunning ? kExitClean : kExitWarnings;
 }
 
 int Run(const AppsArguments& arguments) {
@@ -105,22 +158,16 @@ int Run(const AppsArguments& arguments) {
     return Fail(kExitUsage, L"\"" + server + L"\" names no server.");
   }
   const ApplicationAnswers answers = AskApplications(server);
-  Json json = ToJson(answers);
-  if (!arguments.json) PrintText(answers);
-  unsigned long instanceError = 0;
-  if (arguments.instance) {
-    const auto state = vtclass::ServerIsRunningSQL2KInstance(server.c_str(), *arguments.instance);
-    instanceError = ::GetLastError();
-    const std::wstring word =
-        instanceError == 0 ? InstanceWord(state) : L"cannot be told: " + SystemText(instanceError);
-    if (arguments.json) {
-      json["instance"] = {{"name", ToUtf8(*arguments.instance)}, {"state", ToUtf8(word)}};
-    } else {
-      Print(L"Instance " + Printable(*arguments.instance) + L": " + word + L"\n");
-    }
+  const std::optional<Instance> instance = AskInstance(arguments);
+  if (arguments.json) {
+    Json json = ToJson(answers);
+    if (instance) json["instance"] = ToJson(*instance);
+    PrintJson(json);
+  } else {
+    PrintText(answers);
+    if (instance) PrintInstance(*instance);
   }
-  if (arguments.json) PrintJson(json);
-  return answers.error == 0 && instanceError == 0 ? kExitClean : kExitNoAnswer;
+  return ExitCodeOf(arguments, answers, instance);
 }
 
 }  // namespace
@@ -131,6 +178,9 @@ void AddAppsCommand(Command& program) {
   apps.Text("SERVER", apps->server, "The server").Required();
   apps.Text("--instance NAME", apps->instance,
             "Tell the state of this SQL Server instance in the server's cluster, too");
+  apps.Choice<Asked>("--need APPLICATION", apps->asked,
+                     {{"sqlserver", Asked::sql}, {"exchange", Asked::exchange}},
+                     "sqlserver or exchange: the exit code tells whether this one runs");
   apps.Json("One JSON object with everything");
 }
 

@@ -15,12 +15,14 @@ namespace {
 
 constexpr const char* kFooter =
     "NAME is a node, a virtual server or the cluster itself, with or without backslashes; without\n"
-    "NAME the cluster is that of this machine. Exit code 69 when a cluster is there but cannot be\n"
-    "opened or read.\n"
+    "NAME the cluster is that of this machine.\n"
     "\n"
     "Examples:\n"
     "  vtctl cluster\n"
-    "  vtctl cluster \\\\SQLV --json";
+    "  vtctl cluster \\\\SQLV --json\n"
+    "\n"
+    "Exit codes: 0 clean, also without a cluster; 69 a cluster is there but cannot be opened or "
+    "read.";
 
 struct ClusterArguments : CommonArguments {
   std::wstring name;
@@ -54,12 +56,11 @@ Json ToJson(const ClusterAnswers& answers) {
                {"cluster", TextOrNull(answers.clusterName)},
                {"clusterType", answers.type == Cluster::xcsCluster ? "xcs" : "windows"},
                {"productActiveNode", nullptr},
-               {"productVirtualServer", TextOrNull(answers.virtualServer)},
-               {"error", nullptr}};
+               {"productVirtualServer", TextOrNull(answers.virtualServer)}};
   if (answers.isVirtual) json["nodeOfName"] = TextOrNull(answers.nodeOfName);
   if (answers.hasActiveNode) json["productActiveNode"] = TextOrNull(answers.activeNode);
-  if (answers.error != ERROR_SUCCESS) json["error"] = ToUtf8(SystemText(answers.error));
   if (!answers.found) json["clusterType"] = nullptr;
+  AddStatus(json, answers.error);
   return json;
 }
 

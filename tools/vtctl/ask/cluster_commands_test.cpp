@@ -12,8 +12,8 @@
 #include "platform/owned.h"
 #include "tests/support/fake_cluster.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
@@ -96,16 +96,27 @@ TEST(ClusterCommands, Apps_SayWhatTheServicesAre) {
 TEST(ClusterCommands, Apps_AnswersAsTheServicesAre) {
   const std::wstring computer = ThisComputer();
   VtctlRun run({L"apps", computer, L"--json", L"--instance", L"INST"});
-  EXPECT_EQ(run.ExitCode(), kExitClean) << run.ErrorOutput();
+  const int instanceCode = run.ExitCode();
   const auto json = nlohmann::json::parse(run.Output());
   EXPECT_EQ(json["server"], ToUtf8(computer));
   EXPECT_EQ(json["sqlServer"]["services"].size(), 2u);
   EXPECT_EQ(json["exchange"]["services"].size(), 5u);
   if (!json["cluster"].is_null()) GTEST_SKIP() << "this machine belongs to a cluster";
   EXPECT_EQ(json["exchange"]["running"], json["exchange"]["services"]["MSExchangeSA"] == "running");
-  EXPECT_EQ(json["instance"]["state"], "not known to a cluster");
+  EXPECT_EQ(json["instance"]["state"], "not-clustered");
+  EXPECT_EQ(instanceCode, kExitWarnings) << "the instance does not run in a cluster";
+  const bool sql = json["sqlServer"]["running"];
+  const bool exchange = json["exchange"]["running"];
+  const struct {
+    const wchar_t* need;
+    bool isRunning;
+  } needs[] = {{L"sqlserver", sql}, {L"exchange", exchange}};
+  for (const auto& row : needs) {
+    EXPECT_EQ(VtctlRun({L"apps", computer, L"--need", row.need}).ExitCode(),
+              row.isRunning ? kExitClean : kExitWarnings);
+  }
   VtctlRun text({L"apps", computer});
-  EXPECT_EQ(text.ExitCode(), kExitClean);
+  EXPECT_EQ(text.ExitCode(), sql || exchange ? kExitClean : kExitWarnings);
   EXPECT_NE(text.Output().find(", no cluster found"), std::string::npos) << text.Output();
   EXPECT_EQ(VtctlRun({L"apps", L"\\\\"}).ExitCode(), kExitUsage);
 }
@@ -120,8 +131,14 @@ TEST(ClusterCommands, ClusterAndDatabase) {
   const int code = database.ExitCode();
   const auto databases = nlohmann::json::parse(database.Output());
   ASSERT_EQ(databases.size(), 3u);
-  const bool none = databases["product"].is_null() && databases["server"].is_null();
-  EXPECT_EQ(code, none ? kExitNoInput : kExitClean);
+  bool isAnyKnown = false;
+  for (const auto& row : databases) {
+    isAnyKnown = isAnyKnown || row["known"];
+    EXPECT_EQ(row["server"].is_null(), !row["known"]);
+    // Why it is not known.
+    if (!row["known"]) EXPECT_EQ(row["status"], ERROR_FILE_NOT_FOUND) << row;
+  }
+  EXPECT_EQ(code, isAnyKnown ? kExitClean : kExitNoInput);
 }
 
 TEST(ClusterCommands, InACluster_SayWhatCannotBeTold) {
@@ -143,7 +160,8 @@ TEST(ClusterCommands, InACluster_SayWhatCannotBeTold) {
           {&AddClusterCommand, "cluster SQLV", "CLU1 (Windows failover cluster)\n"},
           {&AddClusterCommand, "cluster", "active on NODEB, reached as VTBACKUP"},
           {&AddClusterCommand, "cluster SQLV --json", "\"error\": null"},
-          {&AddAppsCommand, "apps SQLTWO --instance INST2", "Instance INST2: running"}});
+          {&AddAppsCommand, "apps SQLTWO --instance INST2", "Instance INST2: running"},
+          {&AddAppsCommand, "apps SQLTWO --instance INST2 --json", "0 {"}});
   fake.table.Resource(L"SQLV").factsError = RPC_S_CALL_FAILED;
   fake.table.Resource(L"Engine").factsError = RPC_S_CALL_FAILED;
   fake.table.Resource(L"SQL2").factsError = RPC_S_CALL_FAILED;

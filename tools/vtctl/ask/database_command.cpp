@@ -11,6 +11,7 @@
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/cluster.h"
+#include "vtclass/config.h"
 
 namespace vtctl {
 namespace {
@@ -18,13 +19,14 @@ namespace {
 constexpr const char* kFooter =
     "Where nothing is stored the server is this machine, the instance \"Vantorl\" and the "
     "database\n"
-    "\"VTDB\". Exit code 66 when this machine knows none of the databases, 69 when it knows one, "
-    "but\n"
-    "the cluster cannot be asked where that is.\n"
+    "\"VTDB\".\n"
     "\n"
     "Examples:\n"
     "  vtctl database\n"
-    "  vtctl database --application Reports --json";
+    "  vtctl database --application Reports --json\n"
+    "\n"
+    "Exit codes: 0 clean, 66 this machine knows none of the databases, 69 it knows one, but the\n"
+    "cluster cannot be asked where that is.";
 
 struct DatabaseArguments : CommonArguments {
   std::wstring application;
@@ -38,7 +40,7 @@ struct Database {
   const wchar_t* key = nullptr;  // below HKEY_LOCAL_MACHINE, for people
   Query query = nullptr;
   bool isKnown = false;
-  unsigned long error = 0;  // why the cluster could not be asked for it
+  unsigned long error = 0;  // why the cluster could not be asked for it, or the key not be read
   std::wstring server;
   std::wstring activeNode;
   std::wstring instance;
@@ -46,6 +48,12 @@ struct Database {
   bool isLocal = false;
   std::wstring odbc;
 };
+
+unsigned long WhyUnread(const wchar_t* path) {
+  Configuration key;
+  if (key.Open(Configuration::openExisting, path, nullptr, Configuration::accessRead)) return 0;
+  return static_cast<unsigned long>(key.GetErrorCode());
+}
 
 std::vector<Database> AskAll(const DatabaseArguments& arguments) {
   std::vector<Database> databases(3);
@@ -60,7 +68,9 @@ std::vector<Database> AskAll(const DatabaseArguments& arguments) {
   databases[2].query = &vtclass::GetCATDatabaseServerNames;
   for (Database& each : databases) {
     each.isKnown = each.query(each.server, each.activeNode, each.instance, each.name, each.isLocal);
-    if (each.isKnown) {
+    if (!each.isKnown) {
+      each.error = WhyUnread(each.key);
+    } else {
       each.error = ::GetLastError();
       vtclass::GetOdbcConnectionString(each.odbc, each.server, each.instance, each.name,
                                        arguments.application.c_str(), arguments.physicalName);
@@ -73,7 +83,8 @@ void PrintText(const Database& database) {
   const std::wstring title = database.title;
   if (!database.isKnown) {
     Print(L"Database of the " + title + L": not known; HKEY_LOCAL_MACHINE\\" + database.key +
-          L" is missing or cannot be read\n");
+          L" cannot be read" + (database.error == 0 ? L"" : L": " + SystemText(database.error)) +
+          L"\n");
     return;
   }
   Print(L"Database of the " + title + L": " + Printable(database.name) + L"\n");
@@ -92,15 +103,15 @@ void PrintText(const Database& database) {
 }
 
 Json ToJson(const Database& database) {
-  if (!database.isKnown) return nullptr;
-  Json json = {{"server", ToUtf8(database.server)},
-               {"isLocal", database.isLocal},
+  Json json = {{"known", database.isKnown},
+               {"key", ToUtf8(L"HKEY_LOCAL_MACHINE\\" + std::wstring(database.key))},
+               {"server", TextOrNull(database.server)},
+               {"thisMachine", database.isKnown ? Json(database.isLocal) : Json()},
                {"activeNode", TextOrNull(database.activeNode)},
-               {"instance", ToUtf8(database.instance)},
-               {"database", ToUtf8(database.name)},
-               {"odbc", ToUtf8(database.odbc)},
-               {"error", nullptr}};
-  if (database.error != 0) json["error"] = ToUtf8(SystemText(database.error));
+               {"instance", database.isKnown ? Json(ToUtf8(database.instance)) : Json()},
+               {"database", TextOrNull(database.name)},
+               {"odbc", TextOrNull(database.odbc)}};
+  AddStatus(json, database.error);
   return json;
 }
 
@@ -110,7 +121,7 @@ int Run(const DatabaseArguments& arguments) {
   bool anyFailed = false;
   for (const Database& database : AskAll(arguments)) {
     anyIsKnown = anyIsKnown || database.isKnown;
-    anyFailed = anyFailed || database.error != 0;
+    anyFailed = anyFailed || (database.isKnown && database.error != 0);
     if (arguments.json) {
       json[ToUtf8(database.title)] = ToJson(database);
     } else {

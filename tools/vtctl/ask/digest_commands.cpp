@@ -82,8 +82,10 @@ int DigestNdmp(const DigestArguments& arguments) {
   if (digest == decltype(digest){}) return Fail(kExitInternal, L"The digest cannot be computed.");
   std::wstring text;
   for (const std::uint8_t byte : digest) text += HexDigits(byte, 2);
-  arguments.json ? PrintJson({{"digest", ToUtf8(text)}}) : Print(text + L"\n");
-  if (password.text.size() <= kMostPassword) return kExitClean;
+  const bool isCut = password.text.size() > kMostPassword;
+  arguments.json ? PrintJson({{"digest", ToUtf8(text)}, {"passwordCut", isCut}})
+                 : Print(text + L"\n");
+  if (!isCut) return kExitClean;
   return Fail(kExitWarnings, L"The password has " + std::to_wstring(password.text.size()) +
                                  L" bytes; the first 31 were taken, as the product does.");
 }
@@ -146,14 +148,14 @@ int Hash(const HashArguments& arguments) {
                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                              OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!file) {
-      return Fail(kExitNoInput, name + L" cannot be opened: " + SystemText(::GetLastError()));
+      return Fail(kExitNoInput, name + L" cannot be opened", ::GetLastError());
     }
   }
   const HashResult result = HashOf(isInput ? ::GetStdHandle(STD_INPUT_HANDLE) : file.Get());
   if (result.error == ERROR_CANCELLED) return kExitCancelled;
   if (result.error != ERROR_SUCCESS) {
-    return Fail(kExitNoInput, (isInput ? L"Standard input" : name) + L" cannot be read: " +
-                                  SystemText(result.error));
+    return Fail(kExitNoInput, (isInput ? L"Standard input" : name) + L" cannot be read",
+                result.error);
   }
   PrintHash(result, isInput ? L"" : arguments.file.Shown(), arguments.json);
   return kExitClean;

@@ -4,8 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "vtclass/crypto.h"
 

@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 
 #include "tools/vtctl/shared/command.h"
@@ -15,7 +16,7 @@ namespace {
 constexpr const char* kExamples =
     "Asks as an agent does: first this machine's own names and addresses, then its Oracle RAC\n"
     "nodes, then DNS. NAME may be a UNC path; its server counts. DNS has the time of the\n"
-    "product's setting \"DnsQueryTimeOut\" (5000 ms if it is missing) or that of --timeout.\n"
+    "product's setting \"DnsQueryTimeOut\" (5 seconds if it is missing) or that of --timeout.\n"
     "\n"
     "Warning: DNS can say yes for the name of a cluster's virtual server whose address lies on "
     "this\n"
@@ -24,14 +25,14 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  vtctl identity backup01\n"
     "  vtctl identity \\\\backup01\\data --cluster-aware\n"
-    "  vtctl identity backup.corp.example --timeout 2000 --json\n"
+    "  vtctl identity backup.corp.example --timeout 2 --json\n"
     "\n"
     "Exit codes: 0 this machine, 68 another one or no host at all, 69 no answer to be had (a name\n"
     "server that does not answer, ...), 64 an empty name.";
 
 struct IdentityArguments : CommonArguments {
   std::wstring name;
-  int timeOut = 0;
+  std::optional<unsigned> seconds;
   bool clusterAware = false;
 };
 
@@ -53,25 +54,36 @@ void PrintAnswerAsJson(const IdentityQuestion& question, const IdentityAnswer& a
   Json json = {{"name", ToUtf8(question.name)},
                {"server", ToUtf8(answer.server)},
                {"thisMachine", nullptr},
-               {"status", answer.code},
-               {"statusText", ToUtf8(ResolverText(answer.code))},
+               {"error", nullptr},
+               {"status", nullptr},
                {"milliseconds", answer.milliseconds},
                {"steps", Json::array()}};
   if (answer.isMe || IsSettled(answer)) json["thisMachine"] = answer.isMe;
+  if (answer.code != 0) {
+    json["error"] = ToUtf8(ResolverText(answer.code));
+    json["status"] = answer.code;
+  }
   for (const ExplainedStep& step : ExplainIdentity(answer)) {
     Json compared = Json::array();
     for (const std::wstring& text : step.compared) compared.push_back(ToUtf8(text));
     json["steps"].push_back({{"step", ToUtf8(step.title)},
                              {"compared", compared},
                              {"found", ToUtf8(step.found)},
-                             {"decides", step.decides}});
-    if (!step.warning.empty()) json["steps"].back()["warning"] = ToUtf8(step.warning);
+                             {"decides", step.decides},
+                             {"warning", TextOrNull(step.warning)}});
   }
   PrintJson(json);
 }
 
+// In milliseconds, as the library counts: 0 stands for the product's setting, -1 for no limit.
+int TimeoutOf(const std::optional<unsigned>& seconds) {
+  if (!seconds) return 0;
+  return *seconds == 0 ? -1 : static_cast<int>(*seconds * 1000);
+}
+
 int Run(const IdentityArguments& arguments) {
-  const IdentityQuestion question = {arguments.name, arguments.clusterAware, arguments.timeOut};
+  const IdentityQuestion question = {arguments.name, arguments.clusterAware,
+                                     TimeoutOf(arguments.seconds)};
   const IdentityAnswer answer = AskIdentity(question);
   const int exitCode = ExitCodeOf(answer);
   if (exitCode == kExitUsage) return Fail(exitCode, L"The name is empty.");
@@ -85,8 +97,8 @@ void AddIdentityCommand(Command& program) {
   auto identity = program.Add("identity", "Tell whether a name or address is this machine, and why",
                               kExamples, Run);
   identity.Text("NAME", identity->name, "A server name, an address or a UNC path").Required();
-  identity.Count("--timeout MS", identity->timeOut, "Milliseconds for DNS; -1: no limit",
-                 NumberRange<int>{-1, INT32_MAX});
+  identity.Count("--timeout SECONDS", identity->seconds, "Seconds for DNS; 0: no limit",
+                 NumberRange<unsigned>{0, kSeconds.greatest});
   identity.Flag("--cluster-aware", identity->clusterAware,
                 "What a cluster's virtual server holds is not this machine");
   identity.Json("One JSON object");

@@ -32,7 +32,7 @@ constexpr const char* kResolveExamples =
     "\n"
     "Examples:\n"
     "  vtctl resolve backup01\n"
-    "  vtctl resolve backup01.corp.example --timeout 2000 --json\n"
+    "  vtctl resolve backup01.corp.example --timeout 2 --json\n"
     "\n"
     "Exit codes: 0 resolved, 66 there is no such host, 69 no answer to be had, 64 an empty name.";
 
@@ -57,7 +57,7 @@ struct ConvertArguments : CommonArguments {
 
 struct ResolveArguments : CommonArguments {
   std::wstring name;
-  unsigned timeOut = 0;
+  unsigned seconds = 0;
 };
 
 int Convert(const ConvertArguments& arguments) {
@@ -67,11 +67,10 @@ int Convert(const ConvertArguments& arguments) {
   unsigned long status = 0;
   const unsigned long result = vtclass::VTConvertServerNamePlus(
       name, converted, arguments.to->format, arguments.clusterAware, &isLocal, &status);
-  if (result == ERROR_NOT_ENOUGH_MEMORY) return Fail(kExitInternal, SystemText(result));
+  if (result == ERROR_NOT_ENOUGH_MEMORY) return FailWith(kExitInternal, result, SystemText(result));
   if (status == kInvalidArgument) return Fail(kExitUsage, L"The name is empty.");
   if (status == kReverseLookupFailed) {
-    return Fail(kExitNoInput,
-                L"No host name is known for " + Printable(name) + L": " + SystemText(result));
+    return Fail(kExitNoInput, L"No host name is known for " + Printable(name), result);
   }
   if (result != ERROR_SUCCESS) {
     return Fail(kExitNoInput, Printable(name) + L" has no name or address in that form.");
@@ -100,7 +99,7 @@ void PrintResolutionAsJson(const ResolveArguments& arguments, const Resolution& 
   Json json = {{"name", ToUtf8(arguments.name)},
                {"canonicalName", ToUtf8(resolution.canonicalName)},
                {"addresses", Json::array()},
-               {"preferred", ToUtf8(chosen)}};
+               {"preferred", TextOrNull(chosen)}};
   for (const ResolvedAddress& address : resolution.addresses) {
     Json notes = Json::array();
     for (const std::wstring& note : address.notes) notes.push_back(ToUtf8(note));
@@ -112,11 +111,11 @@ void PrintResolutionAsJson(const ResolveArguments& arguments, const Resolution& 
 int ResolveName(const ResolveArguments& arguments) {
   const std::wstring server = ServerOf(arguments.name);
   if (server.empty()) return Fail(kExitUsage, L"The name is empty.");
-  const Resolution resolution = Resolve(server, arguments.timeOut);
+  const Resolution resolution = Resolve(server, arguments.seconds * 1000);
   if (resolution.error != ERROR_SUCCESS) {
     const bool isUnknown = resolution.error == WSAHOST_NOT_FOUND;
-    return Fail(isUnknown ? kExitNoInput : kExitNoAnswer,
-                Printable(server) + L" cannot be resolved: " + ResolverText(resolution.error));
+    return FailWith(isUnknown ? kExitNoInput : kExitNoAnswer, resolution.error,
+                    Printable(server) + L" cannot be resolved: " + ResolverText(resolution.error));
   }
   const std::wstring chosen = vtclass::GetAnyIpAddress(server);
   arguments.json ? PrintResolutionAsJson(arguments, resolution, chosen)
@@ -145,9 +144,8 @@ void AddResolveCommand(Command& program) {
       program.Add("resolve", "Print the addresses of a host", kResolveExamples, ResolveName);
   resolve.Text("NAME", resolve->name, kNameText).Required();
   resolve.Json("One JSON object");
-  resolve.Count("--timeout MS", resolve->timeOut,
-                "Milliseconds; without it the system's own limits hold",
-                NumberRange<unsigned>{1, 2000000000});
+  resolve.Count("--timeout SECONDS", resolve->seconds,
+                "Seconds; without it the system's own limits hold", kSeconds);
 }
 
 }  // namespace vtctl

@@ -36,7 +36,9 @@ constexpr const char* kExamples =
     "  vtctl registry set KEY \"SGMon Enabled\" 1 --type dword\n"
     "  vtctl registry set KEY \"SGMon Components\" 6 --type dword\n"
     "  vtctl sgmon wake\n"
-    "      make every component of this machine look again";
+    "      make every component of this machine look again\n"
+    "\n"
+    "Exit codes: 0 clean, 1 nobody is there to wake, 66 the wake-up event cannot be opened.";
 
 constexpr struct {
   const char* name;
@@ -72,7 +74,9 @@ void OnMonitoring(bool on) {
 
 void PrintTold(const WatchArguments& arguments, bool isOn) {
   if (arguments.json) {
-    PrintJsonLine({{"component", arguments.component->name}, {"monitoring", isOn}});
+    PrintJsonLine({{"time", ToUtf8(IsoTime())},
+                   {"component", arguments.component->name},
+                   {"monitoring", isOn}});
     return;
   }
   Print(ClockTime() + L"  " + FromUtf8(arguments.component->name) + L": monitoring is " +
@@ -102,8 +106,8 @@ int Watch(const WatchArguments& arguments) {
   // Returns without a callback when there is nothing to wait for.
   client->WaitInitComplete(INFINITE);
   if (told.count == 0) {
-    return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened: " +
-                                  SystemText(client->GetErrorCode()));
+    return Fail(kExitNoInput, L"The wake-up event can neither be made nor opened",
+                client->GetErrorCode());
   }
   return PrintAsItComes(arguments);
 }
@@ -117,7 +121,7 @@ int Wake(const CommonArguments&) {
     if (status == ERROR_FILE_NOT_FOUND) {
       return Fail(kExitWarnings, L"Nobody is there to wake: no component is monitoring now.");
     }
-    return Fail(kExitNoInput, L"The wake-up event cannot be opened: " + SystemText(status));
+    return Fail(kExitNoInput, L"The wake-up event cannot be opened", status);
   }
   // Held for a moment, so that a component that is just looking hears it after that, and may have
   // read what was stored before. The second signal is for one that looks for longer.

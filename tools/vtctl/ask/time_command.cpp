@@ -1,6 +1,7 @@
 #include <array>
 #include <charconv>
 #include <ctime>
+#include <cwchar>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -149,7 +150,7 @@ struct Shown {
 template <typename... Numbers>
 std::wstring Formatted(const wchar_t* format, Numbers... numbers) {
   wchar_t text[64] = {};
-  ::_snwprintf(text, std::size(text) - 1, format, numbers...);
+  std::swprintf(text, std::size(text), format, numbers...);
   return text;
 }
 
@@ -276,7 +277,9 @@ void PrintForms(const Forms& forms, const std::optional<unsigned long long>& now
 
 Json AsJson(const std::optional<Shown>& shown) {
   if (!shown) return nullptr;
-  Json json = {{"time", ToUtf8(shown->text)}, {"dayOfWeek", shown->dayOfWeek}};
+  std::string time = ToUtf8(shown->text);
+  time[time.find(' ')] = 'T';
+  Json json = {{"time", time}, {"dayOfWeek", shown->dayOfWeek}};
   if (shown->dayOfYear) json["dayOfYear"] = *shown->dayOfYear;
   return json;
 }
@@ -288,6 +291,8 @@ Json AsJson(const Forms::Texts& texts) {
 }
 
 void PrintFormsAsJson(const Forms& forms) {
+  Json utc = AsJson(forms.utc);
+  if (!utc.is_null()) utc = utc["time"].get<std::string>() + "Z";
   // Many readers of JSON would round a number of so many digits.
   PrintJson({{"ticks", std::to_string(forms.ticks)},
              {"fileTime",
@@ -296,6 +301,7 @@ void PrintFormsAsJson(const Forms& forms) {
              {"cRunTime", AsJson(forms.brokenDown)},
              {"record", AsJson(forms.record)},
              {"secondsSince1970", forms.seconds ? Json(*forms.seconds) : Json()},
+             {"utc", utc},
              {"texts", AsJson(forms.wide)},
              {"narrowTexts", AsJson(forms.narrow)}});
 }

@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/owned.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "vtclass/date_time.h"
@@ -30,13 +30,13 @@ TEST(TimeCommand, AValue_InEveryForm) {
   long long seconds = 0;
   wcstring text;
   expected.GetDateTime(seconds);
-  for (const std::wstring word : {L"2009-11-28T14:07:09.12", L"2009-11-28 14:07:09.120",
+  for (const std::wstring word : {L"2009-11-28T14:07:09.12", L"2009-11-28T14:07:09.120",
                                   L"129038908291200000", L"0x1ca703412e6b400"}) {
     const Json json = Ask({word}, kExitClean);
     EXPECT_EQ(json["ticks"], std::to_string(expected.GetTicks()));
     EXPECT_EQ(json["fileTime"]["high"], expected.GetTicks() >> 32);
-    EXPECT_EQ(json["systemTime"]["time"], "2009-11-28 14:07:09.120");
-    EXPECT_EQ(json["cRunTime"]["time"], "2009-11-28 14:07:09");
+    EXPECT_EQ(json["systemTime"]["time"], "2009-11-28T14:07:09.120");
+    EXPECT_EQ(json["cRunTime"]["time"], "2009-11-28T14:07:09");
     EXPECT_EQ(json["cRunTime"]["dayOfYear"], 331);
     EXPECT_EQ(json["record"]["dayOfWeek"], 6);
     EXPECT_EQ(json["secondsSince1970"], seconds);
@@ -45,7 +45,7 @@ TEST(TimeCommand, AValue_InEveryForm) {
   }
   // Seconds come back as they were given.
   EXPECT_EQ(Ask({L"@" + std::to_wstring(seconds)}, kExitClean)["secondsSince1970"], seconds);
-  EXPECT_EQ(Ask({L"2009-11-28"}, kExitClean)["systemTime"]["time"], "2009-11-28 00:00:00.000");
+  EXPECT_EQ(Ask({L"2009-11-28"}, kExitClean)["systemTime"]["time"], "2009-11-28T00:00:00.000");
 }
 
 TEST(TimeCommand, WithoutAValue_IsTheLocalClock) {

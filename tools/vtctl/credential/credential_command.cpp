@@ -87,8 +87,7 @@ int Seal(const SealArguments& arguments) {
   if (arguments.isForMachine) {
     const unsigned long status = vtclass::SealForMachine(secret.text, sealed);
     if (status != 0) {
-      return Fail(kExitInternal,
-                  L"The system does not seal for this machine: " + SystemText(status));
+      return Fail(kExitInternal, L"The system does not seal for this machine", status);
     }
   } else {
     sealed = OrdinarySeal(secret.text);

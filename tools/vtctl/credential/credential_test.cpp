@@ -8,8 +8,8 @@
 #include "platform/owned.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
+#include "tests/support/run_vtctl.h"
 #include "tools/vtctl/credential/report_text.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "vtclass/crypto.h"
 
@@ -149,7 +149,7 @@ LSTATUS WINAPI RefuseClosed(HKEY key, LPCWSTR path, DWORD options, REGSAM access
 nlohmann::json RowOf(const nlohmann::json& report, const std::string& key,
                      const std::string& value) {
   for (const auto& row : report["credentials"]) {
-    if (row["key"].get<std::string>().ends_with("\\" + key) && row["value"] == value) return row;
+    if (row["key"].get<std::string>().ends_with("\\" + key) && row["name"] == value) return row;
   }
   return nullptr;
 }

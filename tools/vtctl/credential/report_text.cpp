@@ -1,6 +1,7 @@
 #include "tools/vtctl/credential/report_text.h"
 
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
@@ -67,10 +68,6 @@ std::wstring CredentialText(const CredentialKey& key, const StoredCredential& cr
   return text;
 }
 
-std::wstring Counted(std::size_t count, const wchar_t* noun) {
-  return std::to_wstring(count) + L" " + noun + (count == 1 ? L"" : L"s");
-}
-
 std::wstring Summary(const CredentialReport& report) {
   std::size_t count = 0;
   std::size_t errors = 0;
@@ -100,10 +97,10 @@ Json ToJson(const CredentialKey& key, const StoredCredential& credential) {
   const char* const openableBy = FormOf(credential).openableBy;
   return {
       {"key", ToUtf8(key.name)},
-      {"value", ToUtf8(credential.name)},
+      {"name", ToUtf8(credential.name)},
       {"scheme", credential.isText ? FormWord(seal.form) : FormWord(SealForm::none)},
       {"opens", credential.isText && seal.form == SealForm::nothing ? Json() : Json(seal.opens)},
-      {"status", seal.status},
+      {"status", seal.status == 0 ? Json() : Json(seal.status)},
       {"user", credential.user ? Json(ToUtf8(*credential.user)) : Json()},
       {"openableBy", openableBy ? Json(openableBy) : Json()},
       {"readableByEveryUser", readers.error == 0 ? Json(readers.isEveryUser) : Json()},
@@ -144,7 +141,8 @@ Json ToJson(const CredentialReport& report) {
     }
   }
   for (const UnreadKey& key : report.unread) {
-    json["unreadKeys"].push_back({{"key", ToUtf8(key.name)}, {"status", key.error}});
+    json["unreadKeys"].push_back(
+        {{"key", ToUtf8(key.name)}, {"status", key.error == 0 ? Json() : Json(key.error)}});
   }
   return json;
 }

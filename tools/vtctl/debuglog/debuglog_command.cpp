@@ -14,6 +14,8 @@
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/interrupt.h"
 #include "tools/vtctl/shared/json.h"
+#include "tools/vtctl/shared/limit_remarks.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/wait.h"
@@ -42,7 +44,12 @@ constexpr const char* kExamples =
     "  vtctl debuglog follow C:\\Logs\\trace.log\n"
     "      see the lines come, across rolls and wraps\n"
     "  vtctl debuglog info C:\\Logs\\trace.log\n"
-    "      size, encoding, rotated files, the limits in force";
+    "      size, encoding, rotated files, the limits in force, and which rule changed them\n"
+    "\n"
+    "'follow' waits for a log that is not there yet.\n"
+    "\n"
+    "Exit codes: 0 clean, 1 'write' could not write every line, 66 the log cannot be read, with\n"
+    "'follow --for' also one that did not come, 73 it cannot be written.";
 
 constexpr DWORD kPollMilliseconds = 100;
 
@@ -68,7 +75,7 @@ struct FollowArguments : FileArguments {
 std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
 
 int CannotOpen(const Path& file, DWORD status) {
-  return Fail(kExitNoInput, Quoted(file) + L" cannot be opened: " + SystemText(status));
+  return Fail(kExitNoInput, Quoted(file) + L" cannot be opened", status);
 }
 
 std::wstring Megabytes(unsigned long long bytes) { return std::to_wstring(bytes >> 20) + L" MB"; }
@@ -131,8 +138,8 @@ int Write(const WriteArguments& arguments) {
       factory.CreateDebugLog(nullptr, arguments.file.System().c_str()));
   const DebugLogSettings settings = log->GetSettings();
   if (settings.createDebugLog != 0 && log->GetErrorCode() != 0) {
-    return Fail(kExitCannotWrite,
-                Quoted(arguments.file) + L" cannot be written: " + SystemText(log->GetErrorCode()));
+    return Fail(kExitCannotWrite, Quoted(arguments.file) + L" cannot be written",
+                log->GetErrorCode());
   }
   Print(L"Limits: " + LimitText(settings) + L"\n");
   if (settings.createDebugLog == 0) {
@@ -150,15 +157,28 @@ int Write(const WriteArguments& arguments) {
   return writing.refused == 0 ? kExitClean : kExitWarnings;
 }
 
+// The log, or its folder: its component makes both.
+bool IsNotThereYet(DWORD status) {
+  return status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND;
+}
+
 int Follow(const FollowArguments& arguments) {
   Follower follower(
       arguments.file, [](const std::wstring& text) { Print(text); },
       [](const std::wstring& sentence) { PrintError(L"vtctl: " + sentence + L"\n"); });
   const Deadline deadline(arguments.seconds);
-  if (const DWORD status = follower.Start(arguments.lines)) {
-    return CannotOpen(arguments.file, status);
+  DWORD status = follower.Start(arguments.lines);
+  if (IsNotThereYet(status)) {
+    PrintError(L"vtctl: " + Quoted(arguments.file) + L" is not there yet; waiting for it.\n");
   }
-  while (WaitFor(nullptr, kPollMilliseconds) == WaitEnd::timeOut) {
+  while (IsNotThereYet(status)) {
+    if (deadline.IsOver()) return CannotOpen(arguments.file, status);
+    if (WaitFor(nullptr, kPollMilliseconds) != WaitEnd::timeout) return kExitCancelled;
+    // All of a log that begins now is new.
+    status = follower.Start(SIZE_MAX);
+  }
+  if (status != ERROR_SUCCESS) return CannotOpen(arguments.file, status);
+  while (WaitFor(nullptr, kPollMilliseconds) == WaitEnd::timeout) {
     follower.Poll();
     if (deadline.IsOver()) return kExitClean;
   }
@@ -174,7 +194,7 @@ const char* ModeName(const DebugLogSettings& settings) {
 Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
                 const DebugLogSettings& settings) {
   Json json = {{"file", ToUtf8(path.Shown())},
-               {"size", file.Size()},
+               {"bytes", file.Size()},
                {"encoding", file.TextEncoding() == Encoding::utf16 ? "UTF-16" : "ANSI"},
                {"rotated", Json::array()},
                {"createDebugLog", settings.createDebugLog},
@@ -184,8 +204,12 @@ Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<Rotat
                {"retentionSize", settings.retentionSize},
                {"count", settings.count},
                {"extension", ToUtf8(settings.extension)}};
+  json["remarks"] = Json::array();
+  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
+    json["remarks"].push_back(ToUtf8(remark.text));
+  }
   for (const RotatedFile& one : rotated) {
-    json["rotated"].push_back({{"file", ToUtf8(one.path.Shown())}, {"size", one.size}});
+    json["rotated"].push_back({{"file", ToUtf8(one.path.Shown())}, {"bytes", one.size}});
   }
   return json;
 }
@@ -203,7 +227,11 @@ void PrintInfo(const Path& path, const TraceFile& file, const std::vector<Rotate
   }
   text += L"Switch:    CreateDebugLog is " + std::to_wstring(settings.createDebugLog) +
           (settings.createDebugLog != 0 ? L", on\n" : L", off\n");
-  Print(text + L"Limits:    " + LimitText(settings) + L"\n");
+  text += L"Limits:    " + LimitText(settings) + L"\n";
+  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
+    text += Wrapped(L"  ! ", remark.text, 4, static_cast<size_t>(TerminalWidth()));
+  }
+  Print(text);
 }
 
 int Info(const FileArguments& arguments) {
@@ -234,7 +262,7 @@ template <typename Arguments>
 CommandWith<Arguments> AddOperation(Command& group, const char* name, const char* description,
                                     int (*operation)(const Arguments&)) {
   CommandWith<Arguments> command = group.Add(name, description, kExamples, operation);
-  command.File("FILE FILE", command->file, "The debug log").Required();
+  command.File("FILE", command->file, "The debug log").Required();
   return command;
 }
 

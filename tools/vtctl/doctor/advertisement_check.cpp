@@ -10,6 +10,9 @@
 namespace vtctl::doctor {
 namespace {
 
+// What the library says of a stored value of another type.
+constexpr unsigned long kOtherType = 0xFFFFFFFF;
+
 struct AgentRow {
   unsigned long status;
   Verdict verdict;
@@ -36,15 +39,34 @@ constexpr AgentRow kAgents[] = {
      L"This account may not ask for the agent's service.", L"Whether it runs is not known.",
      L"Run this as the agents' account or as an administrator."}};
 
+// A value of another type has a status of its own, for which the system has no words.
+std::wstring ReadFailure(unsigned long error) {
+  return error == kOtherType ? L"a value is of another type than it should be." : SystemText(error);
+}
+
+// Open says "not installed" whatever kept it from the agent's keys.
+bool IsUnknown(const AdvertisementState& state) {
+  return state.status == AgentAdvConfig::notInstalled && state.error != 0 &&
+         state.error != state.status && !IsMissing(state.error) &&
+         state.error != ERROR_SERVICE_DOES_NOT_EXIST && state.error != ERROR_INVALID_NAME;
+}
+
 Finding JudgeAgent(const AdvertisementState& state) {
   const auto row = std::ranges::find(kAgents, state.status, &AgentRow::status);
-  if (row == std::end(kAgents)) {
-    return {.verdict = Verdict::problem,
-            .code = "agent-unknown",
-            .what = L"Whether the agent runs cannot be told: " + SystemText(state.error),
-            .reason = L"This machine's service manager, or the agent's service, does not answer.",
-            .remedy = L"See whether other services can be queried; start the machine anew if not.",
-            .status = state.error};
+  if (row == std::end(kAgents) || IsUnknown(state)) {
+    Finding finding = {
+        .verdict = Verdict::problem,
+        .code = "agent-unknown",
+        .what = L"Whether the agent runs cannot be told: " + ReadFailure(state.error),
+        .status = state.error};
+    if (IsUnknown(state)) {
+      finding.reason = L"The agent's key, or the one that holds its version, cannot be read.";
+      finding.remedy = state.error == kOtherType ? L"Install the agent anew." : kLetRead;
+    } else {
+      finding.reason = L"This machine's service manager, or the agent's service, does not answer.";
+      finding.remedy = L"See whether other services can be queried; start the machine anew if not.";
+    }
+    return finding;
   }
   return {.verdict = row->verdict,
           .code = row->code,
@@ -64,12 +86,12 @@ std::wstring Joined(const std::vector<wcstring>& names) {
   return more == 0 ? text : text + L" and " + std::to_wstring(more) + L" more";
 }
 
-Finding JudgeServers(const AdvSettings& settings) {
+Finding JudgeServers(const AdvSettings& settings, bool isRunning) {
   if (settings.mediaServers.error != 0) {
     return {.verdict = Verdict::warning,
             .code = "advertisement-unreadable",
             .what = L"The list of media servers cannot be read: " +
-                    SystemText(settings.mediaServers.error),
+                    ReadFailure(settings.mediaServers.error),
             .reason = L"Agents take it for empty.",
             .remedy =
                 L"See whether the value \"Agent Directory List\" is a REG_MULTI_SZ that the "
@@ -79,13 +101,13 @@ Finding JudgeServers(const AdvSettings& settings) {
   if (!settings.isEnabled) {
     return {.verdict = Verdict::note,
             .code = "advertising-off",
-            .what = L"The agent does not advertise: \"Advertising Disabled\" is set.",
+            .what = L"Advertising is off: \"Advertising Disabled\" is set.",
             .reason = L"Media servers that do not list this machine yet do not learn of it."};
   }
   if (settings.mediaServers.names.empty()) {
     return {.verdict = settings.isDiscoveryOn ? Verdict::note : Verdict::warning,
             .code = "no-media-server",
-            .what = L"The agent has no media server to advertise to.",
+            .what = L"No media server is stored to which an agent would advertise.",
             .reason = settings.isDiscoveryOn
                           ? L"Media servers have to discover this machine by themselves."
                           : L"Automatic discovery is off as well: no media server learns of it.",
@@ -93,9 +115,13 @@ Finding JudgeServers(const AdvSettings& settings) {
   }
   const std::wstring interval =
       settings.minutes ? L" every " + std::to_wstring(*settings.minutes) + L" minutes" : L"";
-  return {
-      .code = "advertises",
-      .what = L"The agent advertises to " + Joined(settings.mediaServers.names) + interval + L"."};
+  const std::wstring servers = Joined(settings.mediaServers.names) + interval + L".";
+  if (!isRunning) {
+    return {
+        .code = "media-servers-stored",
+        .what = L"Media servers are stored, to which an agent advertises when it runs: " + servers};
+  }
+  return {.code = "advertises", .what = L"The agent advertises to " + servers};
 }
 
 AdvertisementState AskAdvertisement() {
@@ -112,7 +138,7 @@ AdvertisementState AskAdvertisement() {
 Findings JudgeAdvertisement(const AdvertisementState& state) {
   Findings findings = {JudgeAgent(state)};
   if (!state.settings) return findings;
-  findings.push_back(JudgeServers(*state.settings));
+  findings.push_back(JudgeServers(*state.settings, state.status == 0));
   if (state.settings->isPurgePending) {
     findings.push_back({.verdict = Verdict::note,
                         .code = "purge-pending",
@@ -122,6 +148,6 @@ Findings JudgeAdvertisement(const AdvertisementState& state) {
   return findings;
 }
 
-Findings CheckAdvertisement() { return JudgeAdvertisement(AskAdvertisement()); }
+void CheckAdvertisement(Found& found) { found.Add(JudgeAdvertisement(AskAdvertisement())); }
 
 }  // namespace vtctl::doctor

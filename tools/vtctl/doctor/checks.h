@@ -1,30 +1,49 @@
 #ifndef VTCLASS_TOOLS_VTCTL_DOCTOR_CHECKS_H
 #define VTCLASS_TOOLS_VTCTL_DOCTOR_CHECKS_H
 
-#include <span>
+#include <vtclass/win32.h>
 
+#include "platform/critical_section.h"
 #include "tools/vtctl/doctor/finding.h"
 
 namespace vtctl::doctor {
 
+/* What a check has found until now: its thread adds, and who waits for it takes. Any thread. */
+class Found {
+ public:
+  /* `limit`: after so many milliseconds nobody waits for the check any more. */
+  explicit Found(DWORD limit) : limit(limit) {}
+
+  void Add(Finding finding);
+  void Add(Findings more);
+  Findings Take();
+  DWORD Limit() const { return limit; }
+
+ private:
+  const DWORD limit;
+  vtclass::platform::CriticalSection lock;
+  Findings findings VTCLASS_GUARDED_BY(lock);
+};
+
 /*
  * One look at the machine: asks, and judges what it got. It changes nothing that lasts, runs on a
  * thread of its own, and may be left behind there when it takes too long: it uses nothing that
- * ends before the process does. What it throws becomes a finding.
+ * ends before the process does, and adds each finding as soon as it has it. What it throws becomes
+ * a finding.
  */
-using Check = Findings (*)();
+using Check = void (*)(Found&);
 
-Findings CheckKeys();
-Findings CheckValues();
-Findings CheckIdentity();
-Findings CheckResolver();
-Findings CheckCluster();
-Findings CheckLibraries();
-Findings CheckLogs();
-Findings CheckVolumes();
-Findings CheckClock();
-Findings CheckCredentials();
-Findings CheckAdvertisement();
+void CheckKeys(Found& found);
+void CheckValues(Found& found);
+void CheckIdentity(Found& found);
+void CheckResolver(Found& found);
+void CheckCluster(Found& found);
+void CheckLibraries(Found& found);
+void CheckLogs(Found& found);
+void CheckVolumes(Found& found);
+void CheckClock(Found& found);
+void CheckCredentials(Found& found);
+void CheckAdvertisement(Found& found);
 
 struct CheckRow {
   const char* name; /* for --only and for scripts */

@@ -93,8 +93,16 @@ Finding JudgeZone(const ClockState& state) {
 }
 
 Finding JudgeTime(const ClockState& state) {
-  const bool isEarly = state.built != 0 && state.now < state.built - kDay;
-  const bool isLate = state.built != 0 && state.now > state.built + kLongestLife;
+  if (state.built == 0) {
+    return {.verdict = Verdict::note,
+            .code = "clock-not-compared",
+            .what = L"The clock says " + state.isoTime + L".",
+            .reason =
+                L"When the product's library was written cannot be told, so nothing bears "
+                L"the clock out."};
+  }
+  const bool isEarly = state.now < state.built - kDay;
+  const bool isLate = state.now > state.built + kLongestLife;
   if (!isEarly && !isLate) {
     return {.code = "clock-plausible", .what = L"The clock says " + state.isoTime + L"."};
   }
@@ -110,6 +118,6 @@ Finding JudgeTime(const ClockState& state) {
 
 Findings JudgeClock(const ClockState& state) { return {JudgeTime(state), JudgeZone(state)}; }
 
-Findings CheckClock() { return JudgeClock(AskClock()); }
+void CheckClock(Found& found) { found.Add(JudgeClock(AskClock())); }
 
 }  // namespace vtctl::doctor

@@ -11,7 +11,8 @@ namespace vtctl::doctor {
 /* Times are seconds since 1970-01-01 UTC. */
 struct ClockState {
   long long now = 0;
-  long long built = 0; /* when the product's library was written: no clock can be before that */
+  long long built = 0; /* when the product's library was written: no clock can be before that; 0
+                          when that cannot be told */
   std::optional<long long> converted; /* what components make of the local time; nothing when they
                                          cannot */
   std::wstring isoTime;

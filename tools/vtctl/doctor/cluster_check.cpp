@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "tools/vtctl/doctor/checks.h"
+#include "tools/vtctl/doctor/libraries_check.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
@@ -46,11 +47,11 @@ Finding JudgeApplication(const Application& application) {
   const bool isInstalled = std::ranges::any_of(
       application.services, [](const vtclass::Step& service) { return service.code == 0; });
   finding.status = application.error != 0 ? application.error : HiddenBy(application);
-  if (finding.status != 0) {
+  if (finding.status != 0 || application.services.empty()) {
     finding.verdict = Verdict::warning;
     finding.code = "application-unknown";
-    finding.what =
-        L"Whether " + title + L" runs here cannot be told: " + SystemText(finding.status);
+    finding.what = L"Whether " + title + L" runs here cannot be told: " +
+                   (finding.status != 0 ? SystemText(finding.status) : application.reason + L".");
     finding.reason =
         L"An agent with this account takes it for not running and saves nothing of it.";
     finding.remedy =
@@ -68,11 +69,17 @@ Finding JudgeApplication(const Application& application) {
   return finding;
 }
 
-Findings CheckCluster() {
+void CheckCluster(Found& found) {
+  const Findings lacking = WithoutNetLibraries();
+  if (!lacking.empty()) {
+    found.Add(lacking);
+    return;
+  }
   const ClusterAnswers cluster = AskCluster({});
+  found.Add(JudgeCluster(cluster));
   const ApplicationAnswers applications = AskApplications(cluster.computer);
-  return {JudgeCluster(cluster), JudgeApplication(applications.sql),
-          JudgeApplication(applications.exchange)};
+  found.Add(JudgeApplication(applications.sql));
+  found.Add(JudgeApplication(applications.exchange));
 }
 
 }  // namespace vtctl::doctor

@@ -8,8 +8,6 @@ namespace vtctl::doctor {
 namespace {
 
 constexpr const wchar_t* kEnterAnew = L"Enter the credential anew where it is configured.";
-constexpr const wchar_t* kAsAgent =
-    L"Run this as the agents' account; if that is this one, let it read the key.";
 
 Finding JudgeSeal(const StoredCredential& credential, const std::wstring& name) {
   Finding finding = {.verdict = Verdict::problem, .remedy = kEnterAnew};
@@ -48,7 +46,7 @@ Finding JudgeReaders(const KeyAccess& readers, const std::wstring& key) {
             .what = L"Who may read the credentials of " + ShownKey(key) + L" cannot be told: " +
                     SystemText(readers.error),
             .reason = L"This account may not read the key's access list.",
-            .remedy = kAsAgent,
+            .remedy = kLetRead,
             .path = key,
             .status = readers.error};
   }
@@ -86,7 +84,7 @@ Findings JudgeCredentials(const CredentialReport& report) {
                         .what = ShownKey(key.name) + L" could not be read, or not to its end" +
                                 (key.error == 0 ? L"." : L": " + SystemText(key.error)),
                         .reason = L"What credentials it holds is not known.",
-                        .remedy = kAsAgent,
+                        .remedy = kLetRead,
                         .path = key.name,
                         .status = key.error});
   }
@@ -94,6 +92,6 @@ Findings JudgeCredentials(const CredentialReport& report) {
   return {{.code = "no-credential", .what = L"None is stored in the product's keys."}};
 }
 
-Findings CheckCredentials() { return JudgeCredentials(ReadCredentials()); }
+void CheckCredentials(Found& found) { found.Add(JudgeCredentials(ReadCredentials())); }
 
 }  // namespace vtctl::doctor

@@ -33,7 +33,8 @@ constexpr const char* kFooter =
     "  vtctl doctor --json > doctor.json\n"
     "\n"
     "Exit codes: 0 all is well or worth a note, 1 the worst is a warning, 2 a problem, 64 --only\n"
-    "names no check, 130 interrupted: what was found until then is printed.";
+    "names no check, 70 vtctl itself failed, 73 the report could not be written, 130 interrupted:\n"
+    "what was found until then is printed, and which checks were not made to the end.";
 
 struct DoctorArguments : CommonArguments {
   std::optional<std::wstring> only;
@@ -99,19 +100,26 @@ int Run(const DoctorArguments& arguments) {
   const auto columns = static_cast<size_t>(TerminalWidth());
   const bool colours = ColoursWanted();
   if (!arguments.json) Print(Text(header, columns));
-  std::vector<CheckResult> results;
-  bool isInterrupted = false;
+  Report report;
   bool isCheckLeftBehind = false;
   for (const CheckRow& row : rows) {
+    if (!report.interrupted.empty()) {
+      report.interrupted.push_back(FromUtf8(row.name));
+      continue;
+    }
     CheckResult result = RunCheck(row, arguments.seconds * 1000);
-    isInterrupted = result.end == WaitEnd::interrupted;
     isCheckLeftBehind = isCheckLeftBehind || result.end != WaitEnd::signalled;
-    if (isInterrupted) break;
+    if (result.end == WaitEnd::interrupted) report.interrupted.push_back(FromUtf8(row.name));
     if (!arguments.json) Print(L"\n" + Text(result, columns, colours));
-    results.push_back(std::move(result));
+    report.results.push_back(std::move(result));
   }
-  arguments.json ? PrintJson(ToJson(header, results)) : Print(L"\n" + Summary(results) + L"\n");
-  return EndWith(isInterrupted ? int{kExitCancelled} : ExitCodeOf(Worst(results)),
+  if (arguments.json) {
+    PrintJson(ToJson(header, report));
+  } else {
+    Print(L"\n" + Wrapped(L"", Summary(report), 0, columns));
+  }
+  const bool isInterrupted = !report.interrupted.empty();
+  return EndWith(isInterrupted ? int{kExitCancelled} : ExitCodeOf(Worst(report.results)),
                  isCheckLeftBehind);
 }
 

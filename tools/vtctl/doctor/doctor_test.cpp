@@ -11,9 +11,9 @@
 #include "platform/owned.h"
 #include "tests/support/child_process.h"
 #include "tests/support/random_name.h"
+#include "tests/support/run_vtctl.h"
 #include "tools/vtctl/doctor/libraries_check.h"
 #include "tools/vtctl/doctor/report.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/interrupt.h"
@@ -29,9 +29,13 @@ constexpr DWORD kLong = 60000;
 
 HANDLE released;
 
-Findings Hang() {
-  ::WaitForSingleObject(released, INFINITE);
-  return {};
+void Hang(Found&) { ::WaitForSingleObject(released, INFINITE); }
+
+// The operator presses Ctrl+C when it has found something.
+void HangInterrupted(Found& found) {
+  found.Add({.code = "first"});
+  ::SetEvent(InterruptEvent());
+  Hang(found);
 }
 
 class RunCheckTest : public testing::Test {
@@ -53,7 +57,7 @@ class RunCheckTest : public testing::Test {
 
 TEST_F(RunCheckTest, HangingCheck_IsLeftBehindAndSaysSo) {
   const CheckResult result = RunCheck({"hang", L"Hang", &Hang}, 20);
-  EXPECT_EQ(result.end, WaitEnd::timeOut);
+  EXPECT_EQ(result.end, WaitEnd::timeout);
   ASSERT_EQ(result.findings.size(), 1u);
   EXPECT_EQ(result.findings[0].code, std::string("check-timed-out"));
   EXPECT_EQ(result.findings[0].verdict, Verdict::problem);
@@ -61,19 +65,21 @@ TEST_F(RunCheckTest, HangingCheck_IsLeftBehindAndSaysSo) {
 }
 
 TEST_F(RunCheckTest, Interrupt_EndsTheWait) {
-  ::SetEvent(InterruptEvent());
-  const CheckResult result = RunCheck({"hang", L"Hang", &Hang}, kLong);
+  const CheckResult result = RunCheck({"hang", L"Hang", &HangInterrupted}, kLong);
   EXPECT_EQ(result.end, WaitEnd::interrupted);
-  EXPECT_TRUE(result.findings.empty());
+  ASSERT_EQ(result.findings.size(), 2u);
+  EXPECT_EQ(result.findings[0].code, std::string("first"));
+  EXPECT_EQ(result.findings[1].code, std::string("check-interrupted"));
+  EXPECT_EQ(result.findings[1].verdict, Verdict::problem);
 }
 
 TEST_F(RunCheckTest, WhatACheckThrows_IsAFinding) {
   const struct {
     Check check;
     const wchar_t* reason;
-  } rows[] = {{[]() -> Findings { throw std::bad_alloc(); }, L"not enough memory"},
-              {[]() -> Findings { throw std::runtime_error("x.dll is gone"); }, L"x.dll is gone"},
-              {[]() -> Findings { throw 127ul; }, L"127"}};
+  } rows[] = {{[](Found&) { throw std::bad_alloc(); }, L"not enough memory"},
+              {[](Found&) { throw std::runtime_error("x.dll is gone"); }, L"x.dll is gone"},
+              {[](Found&) { throw 127ul; }, L"127"}};
   for (const auto& row : rows) {
     const CheckResult result = RunCheck({"throw", L"Throw", row.check}, kLong);
     ASSERT_EQ(result.findings.size(), 1u);
@@ -81,7 +87,8 @@ TEST_F(RunCheckTest, WhatACheckThrows_IsAFinding) {
     EXPECT_NE(result.findings[0].reason.find(row.reason), std::wstring::npos)
         << ToUtf8(result.findings[0].reason);
   }
-  const CheckResult well = RunCheck({"ok", L"Ok", [] { return Findings{{}, {}}; }}, kLong);
+  const auto two = [](Found& found) { found.Add(Findings{{}, {}}); };
+  const CheckResult well = RunCheck({"ok", L"Ok", two}, kLong);
   EXPECT_EQ(well.end, WaitEnd::signalled);
   EXPECT_EQ(well.findings.size(), 2u);
 }
@@ -117,8 +124,10 @@ TEST(DoctorReport, ExitCode_IsThatOfTheWorst) {
   for (const auto& row : rows) {
     const std::vector<CheckResult> results = {ResultOf({}), ResultOf(row.verdicts), ResultOf({})};
     EXPECT_EQ(ExitCodeOf(Worst(results)), row.code);
-    EXPECT_EQ(Summary(results), row.summary);
+    EXPECT_EQ(Summary({results, {}}), row.summary);
   }
+  EXPECT_EQ(Summary({{ResultOf({problem})}, {L"logs", L"clock"}}),
+            L"1 problem. Interrupted: nothing, or not all, is known of logs, clock.");
 }
 
 TEST(DoctorReport, Text_KeepsToTheColumns) {
@@ -146,13 +155,17 @@ TEST(DoctorReport, Text_KeepsToTheColumns) {
 TEST(DoctorReport, Json_HasTheSameMembersInEachCase) {
   CheckResult result = ResultOf({Verdict::warning});
   result.findings.push_back({.code = "well", .what = L"Well."});
-  const Json json = ToJson({L"T", L"HOST", L"", L"R"}, {result});
-  EXPECT_EQ(json.dump(),
-            R"({"time":"T","computer":"HOST","account":null,"root":"R","severity":"warning",)"
-            R"("checks":[{"check":"row","severity":"warning","milliseconds":12,"findings":[)" +
-                json["checks"][0]["findings"][0].dump() +
-                R"(,{"severity":"ok","code":"well","what":"Well.","reason":null,"remedy":null,)"
-                R"("path":null,"status":null}]}]})");
+  const Header header = {L"T", L"HOST", L"", L"R"};
+  const Json json = ToJson(header, {{result}, {}});
+  EXPECT_EQ(ToJson(header, {{result}, {L"row", L"logs"}})["interrupted"].dump(),
+            R"(["row","logs"])");
+  EXPECT_EQ(
+      json.dump(),
+      R"({"time":"T","computer":"HOST","account":null,"key":"R","severity":"warning",)"
+      R"("interrupted":[],"checks":[{"check":"row","severity":"warning","milliseconds":12,"findings":[)" +
+          json["checks"][0]["findings"][0].dump() +
+          R"(,{"severity":"ok","code":"well","text":"Well.","reason":null,"remedy":null,)"
+          R"("path":null,"status":null}]}]})");
   const Json& finding = json["checks"][0]["findings"][0];
   EXPECT_EQ(finding["severity"], "warning");
   EXPECT_EQ(finding["path"], "C:\\Logs");
@@ -222,12 +235,16 @@ class PartialInstallation {
 TEST(DoctorCommand, MissingCompanions_AreTold) {
   const PartialInstallation partial({L"vtctl_private.exe", L"vtclass_mini.dll", L"vterrors.dll"});
   vtclass::test::ChildProcess doctor(partial.Program(),
-                                     {L"doctor", L"--only", L"cluster,libraries"});
+                                     {L"doctor", L"--only", L"cluster,libraries,identity"});
   EXPECT_EQ(doctor.ExitCode(), kExitErrors) << doctor.ErrorOutput();
   const std::string text = doctor.Output();
   for (const char* const part : {"vtcluster.dll is missing.", "vtsocket.dll is missing.",
-                                 "This could not be looked at to the end."}) {
+                                 "This cannot be looked at: vtcluster.dll is missing."}) {
     EXPECT_NE(text.find(part), std::string::npos) << text;
+  }
+  for (const char* const part :
+       {"does not tell this machine's name", "could not be looked at to the end"}) {
+    EXPECT_EQ(text.find(part), std::string::npos) << text;
   }
   vtclass::test::ChildProcess cluster(partial.Program(), {L"cluster"});
   EXPECT_EQ(cluster.ExitCode(), kExitInternal);

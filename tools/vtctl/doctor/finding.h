@@ -24,6 +24,16 @@ struct Finding {
 // NOLINTEND(readability-redundant-member-init)
 using Findings = std::vector<Finding>;
 
+/* Whether the system says that a key, value or file is not there. Every other refusal leaves open
+ * what is there, and is no good verdict. */
+constexpr bool IsMissing(unsigned long status) {
+  return status == 2 || status == 3;  // of a file or value, of a path
+}
+
+/* What helps whom the system refuses a key. */
+inline constexpr const wchar_t* kLetRead =
+    L"Run this as the agents' account; if that is this one, let it read the key.";
+
 /* From so many milliseconds on an answer is a slow one. */
 inline constexpr unsigned long kSlowAnswer = 1000;
 

@@ -7,6 +7,7 @@
 #include "config/registry_values.h"
 #include "platform/same_name.h"
 #include "tools/vtctl/doctor/checks.h"
+#include "tools/vtctl/doctor/libraries_check.h"
 
 namespace vtctl::doctor {
 namespace {
@@ -14,19 +15,17 @@ namespace {
 using vtclass::platform::IsSameName;
 
 // For the name servers, which these questions need not ask.
-constexpr int kNameLimit = vtclass::config::kDnsQueryTimeOut.number;
+constexpr int kNameLimit = vtclass::config::kDnsQueryTimeout.number;
 
-Findings AskOwnNames(const MachineNames& names) {
-  Findings findings;
+void AskOwnNames(const MachineNames& names, Found& found) {
   std::vector<std::wstring> asked;
   for (const std::wstring& name : {names.computer, names.node, names.dnsHost, names.full}) {
     const auto isSame = [&](const std::wstring& other) { return IsSameName(other, name); };
     if (name.empty() || std::ranges::any_of(asked, isSame)) continue;
     asked.push_back(name);
     const IdentityQuestion question = {name, false, kNameLimit};
-    findings.push_back(JudgeOwnName(question, AskIdentity(question)));
+    found.Add(JudgeOwnName(question, AskIdentity(question)));
   }
-  return findings;
 }
 
 }  // namespace
@@ -86,11 +85,15 @@ Findings JudgeNames(const MachineNames& names) {
   return findings;
 }
 
-Findings CheckIdentity() {
+void CheckIdentity(Found& found) {
+  const Findings lacking = WithoutNetLibraries();
+  if (!lacking.empty()) {
+    found.Add(lacking);
+    return;
+  }
   const MachineNames names = AskMachineNames();
-  Findings findings = JudgeNames(names);
-  for (Finding& finding : AskOwnNames(names)) findings.push_back(std::move(finding));
-  return findings;
+  found.Add(JudgeNames(names));
+  AskOwnNames(names, found);
 }
 
 }  // namespace vtctl::doctor

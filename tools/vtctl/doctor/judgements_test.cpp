@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sddl.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@
 #include "tools/vtctl/doctor/libraries_check.h"
 #include "tools/vtctl/doctor/logs_check.h"
 #include "tools/vtctl/doctor/resolver_check.h"
+#include "tools/vtctl/doctor/values_check.h"
 #include "tools/vtctl/doctor/volumes_check.h"
 #include "tools/vtctl/shared/console.h"
 
@@ -42,6 +44,36 @@ void Expect(const Finding& finding, Verdict verdict, const std::string& code) {
   if (verdict == ok) EXPECT_TRUE(finding.remedy.empty()) << code;
   if (verdict >= warning) EXPECT_FALSE(finding.remedy.empty()) << code;
 }
+
+// No answer of this machine is waited for that long.
+Findings Ran(Check check) {
+  Found found(60000);
+  check(found);
+  return found.Take();
+}
+
+void SetList(HKEY key, const wchar_t* list) {
+  vtclass::platform::OwnedLocalMemory descriptor;
+  ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorW(
+      list, SDDL_REVISION_1, descriptor.Receive(), nullptr));
+  ASSERT_EQ(::RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, descriptor.Get()), ERROR_SUCCESS);
+}
+
+// A key that nobody may read, for one scope.
+class DeniedKey {
+ public:
+  explicit DeniedKey(const std::wstring& path) {
+    vtclass::test::MakeKey(path);
+    EXPECT_EQ(::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, WRITE_DAC, key.Receive()), 0);
+    SetList(key.Get(), L"D:(D;;KR;;;WD)(A;;KA;;;WD)");
+  }
+  ~DeniedKey() { SetList(key.Get(), L"D:(A;;KA;;;WD)"); }
+  DeniedKey(const DeniedKey&) = delete;
+  DeniedKey& operator=(const DeniedKey&) = delete;
+
+ private:
+  vtclass::platform::OwnedRegistryKey key;
+};
 
 std::string Codes(const Findings& findings) {
   std::string codes;
@@ -102,9 +134,9 @@ TEST(DoctorKeys, EveryUser_IsFoundInTheAccessList) {
 
 TEST(DoctorKeys, Check_LooksBelowARootThatIsThere) {
   const PrivateRegistry registry;
-  EXPECT_EQ(Codes(CheckKeys()), "key-missing");
+  EXPECT_EQ(Codes(Ran(CheckKeys)), "key-missing");
   vtclass::test::MakeKey(kRoot);
-  const Findings findings = CheckKeys();
+  const Findings findings = Ran(CheckKeys);
   EXPECT_GT(findings.size(), 5u);
   EXPECT_EQ(findings[1].code, std::string("key-missing"));
 }
@@ -136,6 +168,7 @@ TEST(DoctorValues, Check_FindsWhatDoesNotCount) {
               {tcpIp, L"DnsQueryTimeOut", REG_DWORD, 999, L"", "value-out-of-range"},
               {session, L"Workers", REG_DWORD, 65, L"", "value-out-of-range"},
               {oracle, L"Is RAC", REG_SZ, 0, L"1", "value-wrong-type"},
+              {oracle, L"DBID", REG_DWORD, 1, L"", "value-wrong-type"},
               {kRoot, L"Language", REG_SZ, 0, L"", "values-usable"},
               {kRoot, L"Language", REG_SZ, 0, L"..", "value-unusable"},
               {kRoot, L"Stranger", REG_DWORD, 7, L"", "values-usable"}};
@@ -147,12 +180,85 @@ TEST(DoctorValues, Check_FindsWhatDoesNotCount) {
     } else {
       vtclass::test::StoreValue(row.key, row.name, row.type, row.text, bytes);
     }
-    const Findings findings = CheckValues();
+    const Findings findings = Ran(CheckValues);
     ASSERT_EQ(findings.size(), 1u) << ToUtf8(row.name);
     const bool isWell = row.code == std::string("values-usable");
     Expect(findings[0], isWell ? ok : warning, row.code);
     if (!isWell) EXPECT_NE(findings[0].remedy.find(row.name), std::wstring::npos);
   }
+}
+
+// Following a remedy leaves what counts as it is.
+TEST(DoctorValues, Remedy_IsWhatCountsAnyway) {
+  using namespace vtclass::config;
+  const std::wstring root = std::wstring(L"\"HKEY_LOCAL_MACHINE\\") + kRoot;
+  const struct {
+    const RegistryValue& value;
+    std::wstring remedy;
+  } rows[] = {
+      {kLogonUserType, L"reg delete " + root + L"\\Engine\\Agents\" /v \"LogonUserType\""},
+      {kAdvertisingInterval,
+       L"reg delete " + root + L"\\Engine\\Agents\" /v \"Advertising Interval Minutes\""},
+      {kMajorVersion, L"reg delete " + root + L"\\13.0\\Install\" /v \"Major Version\""},
+      {kSessionWorkers, L"reg delete " + root + L"\\Session\" /v \"Workers\""},
+      {kMediaServers, L"reg delete " + root + L"\\Engine\\Agents\" /v \"Agent Directory List\""},
+      {kSessionBufferSize,
+       L"vtctl registry set " + root + L"\\Session\" \"Buffer Size KB\" 256 --type dword"},
+      {kDatabaseName, L"\"Database Name\" \"VTDB\" --type sz"},
+      {kMaxDebugFileCount, L"vtctl settings set \"MaxDebugFile Count\" 1"},
+      {kSdkMaxDebugFileCount, L"vtctl settings set \"MaxDebugFile Count\" 1 --key debug"}};
+  for (const auto& row : rows) {
+    const StoredValue stored = {&row.value, row.value.key.Path(), Value{REG_BINARY, {1}}, 0};
+    const Findings findings = JudgeValues({stored});
+    ASSERT_EQ(Codes(findings), "value-wrong-type");
+    EXPECT_TRUE(findings[0].remedy.ends_with(row.remedy)) << ToUtf8(findings[0].remedy);
+  }
+  // A number of another size has the right type.
+  const StoredValue odd = {&kCreateDebugLog, kRoot, Value{REG_DWORD, {1, 0}}, 0};
+  EXPECT_TRUE(JudgeValues({odd})[0].what.ends_with(L"is a REG_DWORD of 2 bytes, not of 4."));
+}
+
+// A database is named by whoever may make a key: its name does not come into a shell.
+TEST(DoctorValues, Remedy_CarriesNoCommandOfAName) {
+  using vtclass::config::kOracleDbId;
+  for (const wchar_t* const name :
+       {L"x\" & calc & \"", L"%PATH%", L"$(reboot)", L"a|b", L"<", L">", L"^", L"!x!", L"`x`",
+        L"\x201Cx\x201D", L"\x1b[5m", L"\x202Egnp"}) {
+    const std::wstring key = std::wstring(kRoot) + L"\\" + name;
+    const Findings findings = JudgeValues({{&kOracleDbId, key, Value{REG_DWORD, {1, 0, 0, 0}}, 0}});
+    ASSERT_EQ(findings.size(), 1u);
+    EXPECT_EQ(findings[0].remedy.find(L"reg delete"), std::wstring::npos) << ToUtf8(name);
+    EXPECT_EQ(findings[0].remedy.find(name), std::wstring::npos);
+    EXPECT_NE(findings[0].remedy.find(L"\"DBID\""), std::wstring::npos);
+  }
+}
+
+// What may not be read is nowhere taken for missing.
+TEST(DoctorChecks, RefusedKey_IsNoGoodVerdict) {
+  const struct {
+    const wchar_t* key;
+    Check check;
+    Verdict verdict;
+    const char* codes;
+  } rows[] = {{L"\\Engine\\Logging", CheckLogs, problem, "logs-unknown"},
+              {L"\\Debug", CheckLogs, problem, "logs-unknown logs-off"},
+              {L"\\Engine\\Logging", CheckValues, warning, "value-unreadable"},
+              {L"\\Engine\\Agents\\Oracle", CheckValues, warning, "value-unreadable"},
+              {L"\\Engine\\Agents\\Oracle\\DB1", CheckValues, warning, "value-unreadable"},
+              {L"\\Engine\\Agents", CheckAdvertisement, problem, "agent-unknown"},
+              {L"\\Session", CheckCredentials, warning, "credential-key-unread"}};
+  for (const auto& row : rows) {
+    const PrivateRegistry registry;
+    const DeniedKey denied(kRoot + std::wstring(row.key));
+    const Findings findings = Ran(row.check);
+    EXPECT_EQ(Codes(findings), row.codes) << ToUtf8(row.key);
+    ASSERT_FALSE(findings.empty());
+    Expect(findings[0], row.verdict, findings[0].code);
+    EXPECT_EQ(findings[0].status, unsigned{ERROR_ACCESS_DENIED}) << ToUtf8(row.key);
+  }
+  const PrivateRegistry registry;
+  const DeniedKey denied(kRoot);
+  EXPECT_NE(Codes(Ran(CheckLibraries)).find("language-unknown"), std::string::npos);
 }
 
 TEST(DoctorValues, Check_LooksAtSizesTogether) {
@@ -172,7 +278,7 @@ TEST(DoctorValues, Check_LooksAtSizesTogether) {
     store(L"MaxDebugFile Enabled", row.enabled);
     store(L"MaxDebugFile Size In MB", row.size);
     store(L"MaxDebugFile Retention Size In MB", row.retention);
-    EXPECT_EQ(Codes(CheckValues()), row.code) << row.size;
+    EXPECT_EQ(Codes(Ran(CheckValues)), row.code) << row.size;
   }
 }
 
@@ -226,7 +332,17 @@ TEST(DoctorResolver, Judge) {
   Expect(judge(WSAHOST_NOT_FOUND, 1), ok, "foreign-name-refused");
   Expect(judge(WSANO_DATA, kSlowAnswer), warning, "resolver-slow");
   Expect(judge(WSATRY_AGAIN, 1), warning, "resolver-silent");
+  EXPECT_EQ(judge(WSATRY_AGAIN, 1).reason.find(L"DnsQueryTimeOut"), std::wstring::npos);
+  EXPECT_NE(judge(WSAETIMEDOUT, 5000).reason.find(L"DnsQueryTimeOut"), std::wstring::npos);
   Expect(judge(0, 1), warning, "resolver-knows-all");
+}
+
+TEST(DoctorResolver, NameLimit_LeavesTimeForTheVerdict) {
+  for (const unsigned long limit : {1000ul, 10000ul, 11000ul, 60000ul, 1000000000ul}) {
+    EXPECT_LE(2 * NameLimit(limit), limit / 10 * 9) << limit;
+    EXPECT_GE(NameLimit(limit), std::min(limit / 10 * 4, 5000ul)) << limit;
+    EXPECT_LE(NameLimit(limit), 5000ul);
+  }
 }
 
 TEST(DoctorCluster, Judge) {
@@ -249,6 +365,7 @@ TEST(DoctorCluster, Judge) {
     Verdict verdict;
     const char* code;
   } rows[] = {{false, 0, {absent}, ok, "application-absent"},
+              {false, 0, {}, warning, "application-unknown"},
               {true, 0, {stopped}, ok, "application-runs"},
               {false, 0, {absent, stopped}, note, "application-stopped"},
               {false, 0, {absent, hidden}, warning, "application-unknown"},
@@ -279,6 +396,31 @@ TEST(DoctorLibraries, Judge) {
     Expect(JudgeLibrary({L"l.dll", L"C:\\l.dll", row.part, row.error, row.version}, L"1.0"),
            row.verdict, row.code);
   }
+  const auto stranger = [](Library::Part part) {
+    return JudgeLibrary({L"l.dll", L"C:\\l.dll", part, 0, L"1.0", true}, L"1.0");
+  };
+  Expect(stranger(Library::companion), problem, "library-of-other-kind");
+  Expect(stranger(Library::chosenLanguage), warning, "library-of-other-kind");
+  Expect(JudgeLibrary({L"l.dll", L"", Library::companion, 0, L"", false}, L""), warning,
+         "library-of-other-version");
+}
+
+// A library of the product in the place of another one.
+TEST(DoctorLibraries, LibrariesIn_KnowsAStranger) {
+  const ScratchFolder folder;
+  const std::wstring file = LibraryFile();
+  const std::wstring from = file.substr(0, file.rfind(L'\\') + 1);
+  const wchar_t* const places[] = {L"vtcluster.dll", L"vtstdutl.dll", L"vterrors.dll",
+                                   L"vterrors_DE.dll"};
+  for (const wchar_t* const place : places) {
+    ASSERT_TRUE(::CopyFileW((from + L"vtsocket.dll").c_str(), (folder / place).c_str(), TRUE));
+  }
+  for (const LibraryState& library : LibrariesIn(folder.Path() + L"\\", L"")) {
+    const bool isMissing = library.name == L"vtsocket.dll";
+    EXPECT_EQ(JudgeLibrary(library, FileVersion(file)).code,
+              std::string(isMissing ? "library-missing" : "library-of-other-kind"))
+        << ToUtf8(library.name);
+  }
 }
 
 TEST(DoctorLibraries, LibrariesIn_TellsWhatIsThere) {
@@ -304,41 +446,112 @@ TEST(DoctorLibraries, LibrariesIn_TellsWhatIsThere) {
 
 TEST(DoctorLogs, Judge) {
   LogsState state;
+  state.unread = {{kRoot, ERROR_ACCESS_DENIED}};
+  EXPECT_EQ(Codes(JudgeLogs(state)), "logs-unknown");
+  state.unread.clear();
+  state.isOn = false;
   EXPECT_EQ(Codes(JudgeLogs(state)), "logs-off no-log-folder");
   state.isOn = true;
   Expect(JudgeLogs(state)[0], warning, "logs-unlimited");
   state.limits.mode = vtclass::log::LimitMode::wrap;
   Expect(JudgeLogs(state)[0], ok, "logs-on");
+  constexpr uint64_t kEnough = kLeastLogSpace;
   const struct {
-    unsigned long error, writeError;
+    const wchar_t* fault;
+    unsigned long error, writeError, spaceError;
     uint64_t freeSpace;
     const char* code;
-  } rows[] = {{0, 0, kLeastLogSpace, "log-folder-usable"},
-              {0, 0, kLeastLogSpace - 1, "log-space-low"},
-              {0, ERROR_ACCESS_DENIED, kLeastLogSpace, "log-folder-not-writable"},
-              {ERROR_PATH_NOT_FOUND, 0, 0, "log-folder-missing"}};
+  } rows[] = {{L"", 0, 0, 0, kEnough, "log-folder-usable"},
+              {L"", 0, 0, 0, kEnough - 1, "log-space-low"},
+              {L"", 0, ERROR_DISK_FULL, 0, 0, "log-space-low"},
+              {L"", 0, 0, ERROR_NOT_READY, 0, "log-space-unknown"},
+              {L"", 0, ERROR_ACCESS_DENIED, 0, kEnough, "log-folder-not-writable"},
+              {L"", ERROR_PATH_NOT_FOUND, 0, 0, 0, "log-folder-missing"},
+              {L"", ERROR_ACCESS_DENIED, 0, 0, 0, "log-folder-unreachable"},
+              {L"It is empty.", 0, 0, 0, 0, "log-path-unusable"}};
   for (const auto& row : rows) {
-    state.folders = {{L"V", L"C:\\Logs", row.error, row.writeError, 1, 2, row.freeSpace}};
+    state.folders = {{L"V", L"C:\\Logs\\a.log", row.fault, L"C:\\Logs\\", row.error, row.writeError,
+                      0, row.spaceError, 1, 2, row.freeSpace}};
     for (const bool isOn : {true, false}) {
       state.isOn = isOn;
       const bool isWell = row.code == std::string("log-folder-usable");
       Expect(JudgeLogs(state)[1], isWell ? ok : isOn ? problem : warning, row.code);
+      EXPECT_EQ(JudgeLogs(state)[1].path, L"C:\\Logs\\a.log") << "as it is stored";
     }
   }
+  state.isOn = true;
+  state.folders = {{.value = L"V", .folder = L"C:\\", .size = 10, .freeSpace = kEnough}};
+  state.limits.maximum = kEnough + 10;
+  Expect(JudgeLogs(state)[1], ok, "log-folder-usable");
+  ++state.limits.maximum;
+  Expect(JudgeLogs(state)[1], warning, "log-limit-above-space");
+}
+
+TEST(DoctorLogs, FaultOf_KnowsPathsThatLeadNowhere) {
+  const struct {
+    const wchar_t* path;
+    bool isUsable;
+  } rows[] = {{L"C:\\a.log", true},
+              {L"c:/logs/a.log", true},
+              {L"\\\\server\\share\\a.log", true},
+              {L"//server/share/a.log", true},
+              {L"\\\\?\\C:\\a.log", true},
+              {L"\\\\?\\UNC\\server\\share\\a.log", true},
+              {L"\\\\?\\Volume{1}\\a.log", true},
+              {L"C:\\CONSOLE.log", true},
+              {L"C:\\COM\\a.log", true},
+              {L"", false},
+              {L"a.log", false},
+              {L"sub\\a.log", false},
+              {L"C:a.log", false},
+              {L"C:", false},
+              {L"\\a.log", false},
+              {L"\"C:\\a.log\"", false},
+              {L" C:\\a.log", false},
+              {L"%TEMP%\\a.log", false},
+              {L"NUL", false},
+              {L"C:\\nul.txt", false},
+              {L"C:\\COM1", false},
+              {L"C:\\lpt9.log", false},
+              {L"\\\\.\\pipe\\x", false},
+              {L"\\\\?\\GLOBALROOT\\x", false},
+              {L"C:\\a<b\\c.log", false},
+              {L"C:\\a\nb.log", false},
+              {L"http://x/y", false}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(FaultOf(row.path, LogPlace::file).empty(), row.isUsable) << ToUtf8(row.path);
+    EXPECT_EQ(FaultOf(row.path, LogPlace::folder).empty(), row.isUsable) << ToUtf8(row.path);
+  }
+  EXPECT_FALSE(FaultOf(L"C:\\logs\\", LogPlace::file).empty());
+  EXPECT_TRUE(FaultOf(L"C:\\logs\\", LogPlace::folder).empty());
 }
 
 TEST(DoctorLogs, Check_FollowsThePathsThatComponentsStore) {
   const ScratchFolder scratch;
   MakeFile(scratch / L"a.log", "12345");
   MakeFile(scratch / L"a.log.bak1", "123");
-  const LogFolder there = LookAtLogFolder(L"V", scratch / L"a.log");
+  const auto look = [&](const std::wstring& path, LogPlace place = LogPlace::file) {
+    return LookAtLogFolder(L"V", path, place);
+  };
+  // What others keep under the name of the library's own test is nobody's to write or delete.
+  const std::wstring others = scratch / L"_VT101_.TMP";
+  MakeFile(others, "precious");
+  ASSERT_TRUE(::SetFileAttributesW(others.c_str(), FILE_ATTRIBUTE_READONLY));
+  const LogFolder there = look(scratch / L"a.log");
+  EXPECT_EQ(vtclass::test::FileBytes(others), "precious");
+  ASSERT_TRUE(::SetFileAttributesW(others.c_str(), FILE_ATTRIBUTE_NORMAL));
   EXPECT_EQ(there.error, 0u);
   EXPECT_EQ(there.writeError, 0u);
-  EXPECT_EQ(there.files, 2u) << "the file of the write test is gone again";
-  EXPECT_EQ(there.size, 8u);
+  EXPECT_EQ(there.files, 3u) << "the file of the write test is gone again";
+  EXPECT_EQ(there.size, 16u);
   EXPECT_GT(there.freeSpace, 0u);
-  EXPECT_EQ(LookAtLogFolder(L"V", scratch.Path()).files, 2u);
-  EXPECT_EQ(LookAtLogFolder(L"V", scratch / L"none\\a.log").error, ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(look(scratch.Path(), LogPlace::folder).files, 3u);
+  EXPECT_FALSE(look(scratch.Path()).fault.empty()) << "a folder has the log's name";
+  EXPECT_TRUE(IsMissing(look(scratch / L"none\\a.log").error));
+  EXPECT_NE(look(scratch / L"a.log\\b.log").error, 0u) << "a file is in the folder's place";
+  std::wstring slashes = scratch / L"a.log";
+  std::ranges::replace(slashes, L'\\', L'/');
+  EXPECT_EQ(look(slashes).files, 3u);
 
   const PrivateRegistry registry;
   const std::wstring logging = std::wstring(kRoot) + L"\\Engine\\Logging";
@@ -347,10 +560,11 @@ TEST(DoctorLogs, Check_FollowsThePathsThatComponentsStore) {
                               static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
   };
   store(logging, L"MaxDebugFile Ext", L"C:\\no path of a log");
-  store(logging, L"Not a path", L"a.log");
+  store(logging, L"Relative", L"a.log");
   store(logging, L"Agent Log", scratch / L"a.log");
   store(std::wstring(kRoot) + L"\\Debug", L"Path", scratch / L"none\\");
-  EXPECT_EQ(Codes(CheckLogs()), "logs-off log-folder-usable log-folder-missing");
+  EXPECT_EQ(Codes(Ran(CheckLogs)),
+            "logs-off log-folder-usable log-path-unusable log-folder-missing");
 }
 
 TEST(DoctorVolumes, Judge) {
@@ -374,6 +588,7 @@ TEST(DoctorVolumes, Judge) {
       {disk(1000 * kGigabyte, 10 * kGigabyte, Volume::fixed, 0), ok, "volume-has-room"},
       {disk(100 * kGigabyte, 9 * kGigabyte, Volume::fixed, 0), warning, "volume-nearly-full"},
       {disk(100 * kGigabyte, kLeastLogSpace - 1, Volume::fixed, 0), problem, "volume-full"},
+      {disk(0, 0, Volume::fixed, 0), warning, "volume-size-unknown"},
       {disk(0, 0, Volume::fixed, ERROR_NOT_READY), warning, "volume-unreachable"}};
   for (const auto& row : rows) {
     const Findings findings = JudgeVolumes({{row.volume}, 0});
@@ -399,9 +614,10 @@ TEST(DoctorClock, Judge) {
   EXPECT_EQ(codes(kNow - kDay, kNow + 1, 0), "clock-plausible zone-known 0");
   EXPECT_EQ(codes(kNow + 2 * kDay, kNow, 0), "clock-too-early zone-known 2");
   EXPECT_EQ(codes(kNow - 31LL * 365 * kDay, kNow, 0), "clock-too-late zone-known 2");
-  EXPECT_EQ(codes(0, kNow - 3600, 0), "clock-plausible zone-of-run-time-differs 1");
-  EXPECT_EQ(codes(0, std::nullopt, 0), "clock-plausible zone-of-run-time-differs 1");
-  EXPECT_EQ(codes(0, kNow, ERROR_FILE_NOT_FOUND), "clock-plausible zone-unknown 2");
+  EXPECT_EQ(codes(kNow, kNow - 3600, 0), "clock-plausible zone-of-run-time-differs 1");
+  EXPECT_EQ(codes(kNow, std::nullopt, 0), "clock-plausible zone-of-run-time-differs 1");
+  EXPECT_EQ(codes(kNow, kNow, ERROR_FILE_NOT_FOUND), "clock-plausible zone-unknown 2");
+  EXPECT_EQ(codes(0, kNow, 0), "clock-not-compared zone-known 0");
   const Findings west = JudgeClock({kNow, 0, kNow, L"T", L"Z", -90, 0});
   EXPECT_NE(west[1].what.find(L"UTC-01:30"), std::wstring::npos) << ToUtf8(west[1].what);
 }
@@ -439,19 +655,25 @@ TEST(DoctorCredentials, Judge) {
 
 TEST(DoctorAdvertisement, Judge) {
   const struct {
-    unsigned long status;
+    unsigned long status, error;
     Verdict verdict;
     const char* code;
-  } agents[] = {{0, ok, "agent-runs"},
-                {AgentAdvConfig::notInstalled, note, "agent-not-installed"},
-                {AgentAdvConfig::notRunning, warning, "agent-not-running"},
-                {AgentAdvConfig::olderVersion, warning, "agent-older"},
-                {AgentAdvConfig::otherVersion, warning, "agent-of-other-version"},
-                {AgentAdvConfig::accessDenied, warning, "agent-not-visible"},
-                {AgentAdvConfig::notReachable, problem, "agent-unknown"}};
+  } agents[] = {
+      {0, 0, ok, "agent-runs"},
+      {AgentAdvConfig::notInstalled, ERROR_FILE_NOT_FOUND, note, "agent-not-installed"},
+      {AgentAdvConfig::notInstalled, ERROR_SERVICE_DOES_NOT_EXIST, note, "agent-not-installed"},
+      {AgentAdvConfig::notInstalled, ERROR_INVALID_NAME, note, "agent-not-installed"},
+      {AgentAdvConfig::notInstalled, ERROR_ACCESS_DENIED, problem, "agent-unknown"},
+      {AgentAdvConfig::notInstalled, 0xFFFFFFFF, problem, "agent-unknown"},
+      {AgentAdvConfig::notRunning, 0, warning, "agent-not-running"},
+      {AgentAdvConfig::olderVersion, 0, warning, "agent-older"},
+      {AgentAdvConfig::otherVersion, ERROR_FILE_NOT_FOUND, warning, "agent-of-other-version"},
+      {AgentAdvConfig::accessDenied, ERROR_ACCESS_DENIED, warning, "agent-not-visible"},
+      {AgentAdvConfig::notReachable, 1722, problem, "agent-unknown"}};
   for (const auto& row : agents) {
     AdvertisementState state;
     state.status = row.status;
+    state.error = row.error;
     const Findings findings = JudgeAdvertisement(state);
     ASSERT_EQ(findings.size(), 1u) << row.code;
     Expect(findings[0], row.verdict, row.code);
@@ -464,13 +686,17 @@ TEST(DoctorAdvertisement, Judge) {
   const Finding well = JudgeAdvertisement(state)[1];
   Expect(well, ok, "advertises");
   EXPECT_EQ(well.what, L"The agent advertises to A, B, C, D, E and 1 more every 30 minutes.");
+  state.status = AgentAdvConfig::notRunning;
+  Expect(JudgeAdvertisement(state)[1], ok, "media-servers-stored");
+  state.status = 0;
   settings.mediaServers.names.clear();
   Expect(JudgeAdvertisement(state)[1], note, "no-media-server");
   settings.isDiscoveryOn = false;
   Expect(JudgeAdvertisement(state)[1], warning, "no-media-server");
   settings.isEnabled = false;
   Expect(JudgeAdvertisement(state)[1], note, "advertising-off");
-  settings.mediaServers.error = ERROR_ACCESS_DENIED;
+  settings.mediaServers.error = 0xFFFFFFFF;
+  EXPECT_EQ(JudgeAdvertisement(state)[1].what.find(L"0xFFFFFFFF"), std::wstring::npos);
   settings.isPurgePending = true;
   EXPECT_EQ(Codes(JudgeAdvertisement(state)), "agent-runs advertisement-unreadable purge-pending");
 }
@@ -480,7 +706,7 @@ TEST(DoctorChecks, LeaveNoTrace) {
   const PrivateRegistry registry;
   vtclass::test::MakeKey(kRoot);
   for (const CheckRow& row : kChecks) {
-    const Findings findings = row.check();
+    const Findings findings = Ran(row.check);
     EXPECT_FALSE(findings.empty()) << row.name;
   }
   DWORD keys = 1;

@@ -36,7 +36,7 @@ KeyState AskKey(const vtclass::config::ProductKey& key) {
 Finding JudgeKey(const KeyState& state) {
   const std::wstring name = ShownKey(state.path);
   Finding finding = {.path = KeyName({HKEY_LOCAL_MACHINE, state.path})};
-  if (state.readError == ERROR_FILE_NOT_FOUND) {
+  if (IsMissing(state.readError)) {
     finding.code = "key-missing";
     finding.verdict = state.isRoot ? Verdict::warning : Verdict::note;
     finding.what = name + L" does not exist.";
@@ -50,7 +50,7 @@ Finding JudgeKey(const KeyState& state) {
     finding.status = state.readError;
     finding.what = name + L" cannot be read: " + SystemText(state.readError);
     finding.reason = L"A component with this account goes by its defaults, whatever is stored.";
-    finding.remedy = L"Run this as the agents' account; if that is this one, let it read the key.";
+    finding.remedy = kLetRead;
   } else if (state.writers.isEveryUser) {
     finding.code = "key-open-to-all";
     finding.verdict = Verdict::problem;
@@ -83,15 +83,13 @@ Finding JudgeKey(const KeyState& state) {
   return finding;
 }
 
-Findings CheckKeys() {
-  Findings findings;
+void CheckKeys(Found& found) {
   for (const vtclass::config::ProductKey* const key : ProductKeys()) {
     const KeyState state = AskKey(*key);
-    findings.push_back(JudgeKey(state));
+    found.Add(JudgeKey(state));
     // Below a root that is missing there is nothing.
-    if (state.isRoot && state.readError == ERROR_FILE_NOT_FOUND) break;
+    if (state.isRoot && IsMissing(state.readError)) break;
   }
-  return findings;
 }
 
 }  // namespace vtctl::doctor

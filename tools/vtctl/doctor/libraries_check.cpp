@@ -3,12 +3,15 @@
 #include <vtclass/win32.h>
 
 #include <algorithm>
+#include <cstddef>
 
 #include "log/messages/message_language.h"
+#include "messages/message_ids.h"
 #include "platform/owned.h"
 #include "platform/same_name.h"
 #include "tools/vtctl/doctor/checks.h"
 #include "tools/vtctl/doctor/product_values.h"
+#include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/log.h"
 
@@ -19,6 +22,7 @@ using vtclass::platform::OwnedFileSearch;
 
 constexpr const wchar_t* kLibrary = L"vtclass_mini.dll";
 constexpr const wchar_t* kCompanions[] = {L"vtsocket.dll", L"vtcluster.dll", L"vtstdutl.dll"};
+constexpr const wchar_t* kNetLibraries[] = {L"vtsocket.dll", L"vtcluster.dll"};
 constexpr const wchar_t* kMessages = L"vterrors.dll";
 
 // What happens without it.
@@ -36,25 +40,73 @@ std::wstring Lack(const LibraryState& library) {
   }
 }
 
+// Whether the companion has all that vtclass_mini.dll calls in the one of that name.
+bool HasWhatIsCalled(HMODULE companion, const std::wstring& name) {
+  auto* const base = reinterpret_cast<BYTE*>(::GetModuleHandleW(kLibrary));
+  const auto at = [&](ULONGLONG place) { return reinterpret_cast<const char*>(base + place); };
+  const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+      base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const DWORD table =
+      headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT].VirtualAddress;
+  const auto* library = reinterpret_cast<const IMAGE_DELAYLOAD_DESCRIPTOR*>(at(table));
+  for (; table != 0 && library->DllNameRVA != 0; ++library) {
+    if (!vtclass::platform::IsSameName(FromUtf8(at(library->DllNameRVA)), name)) continue;
+    const auto* entry = reinterpret_cast<const IMAGE_THUNK_DATA*>(at(library->ImportNameTableRVA));
+    for (; entry->u1.AddressOfData != 0; ++entry) {
+      // By its number or by its name.
+      const char* const function =
+          IMAGE_SNAP_BY_ORDINAL(entry->u1.Ordinal)
+              ? MAKEINTRESOURCEA(IMAGE_ORDINAL(entry->u1.Ordinal))
+              : at(entry->u1.AddressOfData + offsetof(IMAGE_IMPORT_BY_NAME, Name));
+      if (!::GetProcAddress(companion, function)) return false;
+    }
+  }
+  return true;
+}
+
 // Not by its name alone: the system would look for it elsewhere too.
-unsigned long ErrorOfLoading(const std::wstring& path) {
-  const vtclass::platform::OwnedModule library(::LoadLibraryExW(
-      path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
-  return library ? ERROR_SUCCESS : ::GetLastError();
+void LookAtCompanion(LibraryState& library) {
+  const vtclass::platform::OwnedModule loaded(
+      ::LoadLibraryExW(library.path.c_str(), nullptr,
+                       LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
+  library.error = loaded ? ERROR_SUCCESS : ::GetLastError();
+  library.isStranger = loaded && !HasWhatIsCalled(loaded.Get(), library.name);
+}
+
+void LookAtMessages(LibraryState& library) {
+  const StringResourceMgr messages(library.path.c_str());
+  library.error = messages.GetErrorCode();
+  library.isStranger = library.error == 0 && messages.Get(MSG_JOB_NAME).empty();
 }
 
 LibraryState Look(const std::wstring& folder, const std::wstring& name, LibraryState::Part part) {
-  LibraryState library = {name, folder + name, part, 0, L""};
+  LibraryState library = {name, folder + name, part, 0, L"", false};
   if (::GetFileAttributesW(library.path.c_str()) == INVALID_FILE_ATTRIBUTES) {
     library.error = ::GetLastError();
     return library;
   }
-  library.error = part == LibraryState::companion
-                      ? ErrorOfLoading(library.path)
-                      : StringResourceMgr(library.path.c_str()).GetErrorCode();
+  part == LibraryState::companion ? LookAtCompanion(library) : LookAtMessages(library);
   library.version = FileVersion(library.path);
   return library;
 }
+
+std::wstring LibraryFolder() {
+  const std::wstring file = LibraryFile();
+  return file.substr(0, file.rfind(L'\\') + 1);
+}
+
+// Why it cannot be used; empty when it can.
+std::wstring Fault(const LibraryState& library) {
+  if (IsMissing(library.error)) return library.name + L" is missing.";
+  if (library.error != 0) return library.name + L" cannot be loaded: " + SystemText(library.error);
+  if (!library.isStranger) return {};
+  return library.name +
+         (library.part == LibraryState::companion
+              ? L" is another library: it lacks functions that vtclass_mini.dll calls."
+              : L" is another library: it has no message texts.");
+}
+
+constexpr const wchar_t* kInstallAnew = L"Install the product's files anew, all of one release.";
 
 std::vector<std::wstring> FilesLike(const std::wstring& pattern) {
   std::vector<std::wstring> names;
@@ -109,18 +161,16 @@ std::vector<LibraryState> LibrariesIn(const std::wstring& folder, const std::wst
 
 Finding JudgeLibrary(const LibraryState& library, const std::wstring& version) {
   Finding finding = {.path = library.path};
-  const bool isMissing =
-      library.error == ERROR_FILE_NOT_FOUND || library.error == ERROR_PATH_NOT_FOUND;
-  const std::wstring again = L"Install the product's files anew, all of one release.";
-  if (library.error != 0) {
+  const std::wstring fault = Fault(library);
+  if (!fault.empty()) {
     finding.verdict = library.part == LibraryState::companion ? Verdict::problem : Verdict::warning;
-    finding.code = isMissing ? "library-missing" : "library-not-loadable";
+    finding.code = IsMissing(library.error) ? "library-missing" : "library-not-loadable";
+    if (library.isStranger) finding.code = "library-of-other-kind";
     finding.status = library.error;
-    finding.what = isMissing ? library.name + L" is missing."
-                             : library.name + L" cannot be loaded: " + SystemText(library.error);
+    finding.what = fault;
     finding.reason = Lack(library);
-    finding.remedy = again;
-  } else if (library.version != version) {
+    finding.remedy = kInstallAnew;
+  } else if (library.version.empty() || library.version != version) {
     finding.verdict = Verdict::warning;
     finding.code = "library-of-other-version";
     finding.what =
@@ -128,7 +178,7 @@ Finding JudgeLibrary(const LibraryState& library, const std::wstring& version) {
         (library.version.empty() ? L" tells no version" : L" has the version " + library.version) +
         L"; " + kLibrary + L" has " + version + L".";
     finding.reason = L"Files of different releases need not fit together.";
-    finding.remedy = again;
+    finding.remedy = kInstallAnew;
   } else {
     finding.code = "library-usable";
     finding.what = library.name + L" can be loaded, version " + version + L".";
@@ -136,20 +186,47 @@ Finding JudgeLibrary(const LibraryState& library, const std::wstring& version) {
   return finding;
 }
 
-Findings CheckLibraries() {
-  const std::wstring file = LibraryFile();
-  const std::wstring folder = file.substr(0, file.rfind(L'\\') + 1);
-  const std::wstring language = TextIn(ReadProductValues(), vtclass::config::kLanguage);
-  const std::wstring version = FileVersion(file);
-  Findings findings = {
-      {.code = "library-version",
-       .what = std::wstring(kLibrary) + L", version " + version + L", lies in " + folder + L".",
-       .path = file}};
-  for (const LibraryState& library :
-       LibrariesIn(folder, vtclass::log::IsLanguageCode(language) ? language : L"")) {
-    findings.push_back(JudgeLibrary(library, version));
+Findings WithoutNetLibraries() {
+  Findings findings;
+  for (const wchar_t* const name : kNetLibraries) {
+    const LibraryState library = Look(LibraryFolder(), name, LibraryState::companion);
+    const std::wstring fault = Fault(library);
+    if (fault.empty()) continue;
+    findings.push_back({.verdict = Verdict::problem,
+                        .code = "companion-unusable",
+                        .what = L"This cannot be looked at: " + fault + L" It belongs into " +
+                                LibraryFolder() + L".",
+                        .reason = Lack(library),
+                        .remedy = kInstallAnew,
+                        .path = library.path,
+                        .status = library.error});
   }
   return findings;
+}
+
+void CheckLibraries(Found& found) {
+  const std::wstring file = LibraryFile();
+  const std::wstring folder = LibraryFolder();
+  const std::vector<StoredValue> values = ReadProductValues();
+  const std::wstring language = TextIn(values, vtclass::config::kLanguage);
+  const std::wstring version = FileVersion(file);
+  found.Add(
+      {.code = "library-version",
+       .what = std::wstring(kLibrary) + L", version " + version + L", lies in " + folder + L".",
+       .path = file});
+  const unsigned long error = ValueAmong(values, vtclass::config::kLanguage).error;
+  if (error != 0) {
+    found.Add({.verdict = Verdict::warning,
+               .code = "language-unknown",
+               .what = L"Which language is chosen cannot be told: " + SystemText(error),
+               .reason = L"Whether its message texts are there is not known.",
+               .remedy = kLetRead,
+               .status = error});
+  }
+  for (const LibraryState& library :
+       LibrariesIn(folder, vtclass::log::IsLanguageCode(language) ? language : L"")) {
+    found.Add(JudgeLibrary(library, version));
+  }
 }
 
 }  // namespace vtctl::doctor

@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "tools/vtctl/shared/key_reader.h"
+#include "tools/vtctl/doctor/finding.h"
 #include "vtclass/config.h"
 
 namespace vtctl::doctor {
@@ -31,16 +31,26 @@ StoredValue Read(const RegistryValue& value, const std::wstring& path) {
     return stored;
   }
   const auto error = static_cast<unsigned long>(key.GetErrorCode());
-  if (error != ERROR_FILE_NOT_FOUND) stored.error = error;
+  if (!IsMissing(error)) stored.error = error;
   return stored;
 }
 
-// Null when nothing is stored, or it cannot be read. Of several the first.
-const Value* StoredIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
-  for (const StoredValue& stored : values) {
-    if (stored.value == &value) return stored.data ? &*stored.data : nullptr;
+// Of each database the value; of none where they cannot be listed, but that.
+void ReadOfDatabases(const RegistryValue& value, std::vector<StoredValue>& values) {
+  const std::wstring path = value.key.Path();
+  const std::wstring below = path + L"\\";
+  const StoredKey databases = ReadProductKey(path);
+  for (const std::wstring& name : databases.contents.subkeys) {
+    values.push_back(Read(value, below + name));
   }
-  return nullptr;
+  if (databases.error != 0) values.push_back({&value, path, std::nullopt, databases.error});
+}
+
+// Null unless it is usable.
+const Value* UsableIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
+  const StoredValue& stored = ValueAmong(values, value);
+  if (stored.Came() != Reading::usable || !stored.data) return nullptr;
+  return &*stored.data;
 }
 
 }  // namespace
@@ -67,23 +77,49 @@ std::wstring ShownKey(const std::wstring& path) {
 std::vector<StoredValue> ReadProductValues() {
   std::vector<StoredValue> values;
   for (const RegistryValue* const value : AllValues()) {
-    const std::wstring path = value->key.Path();
-    if (&value->key != &kOracleAgentKey) {
-      values.push_back(Read(*value, path));
-      continue;
-    }
-    CRegistryKeysIterator databases(path.c_str(), HKEY_LOCAL_MACHINE, 0);
-    for (const wchar_t* name = databases.First(); name; name = databases.Next()) {
-      values.push_back(Read(*value, path + L"\\" + name));
+    if (&value->key == &kOracleAgentKey) {
+      ReadOfDatabases(*value, values);
+    } else {
+      values.push_back(Read(*value, value->key.Path()));
     }
   }
   return values;
 }
 
+const StoredValue& ValueAmong(const std::vector<StoredValue>& values, const RegistryValue& value) {
+  static const StoredValue absent;
+  const auto stored = std::ranges::find(values, &value, &StoredValue::value);
+  return stored == values.end() ? absent : *stored;
+}
+
+bool IsNumber(const RegistryValue& value) {
+  return value.kind != ValueKind::text && value.kind != ValueKind::list;
+}
+
+Reading StoredValue::Came() const {
+  if (error != 0) return Reading::unreadable;
+  if (!data) return Reading::absent;
+  const bool isRight = IsNumber(*value) ? data->type == REG_DWORD && NumberOf(*data)
+                                        : IsText(data->type) || data->type == REG_MULTI_SZ;
+  return isRight ? Reading::usable : Reading::wrongForm;
+}
+
+StoredKey ReadProductKey(const std::wstring& path) {
+  StoredKey stored;
+  KeyHandle key;
+  const auto error = static_cast<unsigned long>(key.Open({{HKEY_LOCAL_MACHINE, path}, L"", 0}));
+  if (error != ERROR_SUCCESS) {
+    stored.error = IsMissing(error) ? ERROR_SUCCESS : error;
+    return stored;
+  }
+  stored.contents = ReadKey(key.Get(), L"");
+  if (stored.contents.unreadable != 0) stored.error = ERROR_INVALID_DATA;
+  return stored;
+}
+
 unsigned long NumberIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
-  const Value* const stored = StoredIn(values, value);
-  const bool isNumber = stored && stored->type == REG_DWORD;
-  const auto number = isNumber ? NumberOf(*stored) : std::nullopt;
+  const Value* const stored = UsableIn(values, value);
+  const auto number = stored ? NumberOf(*stored) : std::nullopt;
   return static_cast<unsigned long>(number.value_or(value.number));
 }
 
@@ -95,8 +131,8 @@ vtclass::log::SizeSettings SizeSettingsIn(const std::vector<StoredValue>& values
 }
 
 std::wstring TextIn(const std::vector<StoredValue>& values, const RegistryValue& value) {
-  const Value* const stored = StoredIn(values, value);
-  if (stored && IsText(stored->type)) return TextOf(*stored);
+  const Value* const stored = UsableIn(values, value);
+  if (stored) return TextOf(*stored);
   return value.text ? value.text : L"";
 }
 

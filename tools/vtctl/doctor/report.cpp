@@ -4,6 +4,7 @@
 
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 
@@ -59,7 +60,7 @@ std::wstring Text(const Finding& finding, std::size_t columns, bool colours) {
 Json ToJson(const Finding& finding) {
   Json json = {{"severity", WordsOf(finding.verdict).word},
                {"code", finding.code},
-               {"what", ToUtf8(finding.what)},
+               {"text", ToUtf8(finding.what)},
                {"reason", TextOrNull(finding.reason)},
                {"remedy", TextOrNull(finding.remedy)},
                {"path", TextOrNull(finding.path)},
@@ -96,9 +97,9 @@ std::wstring Text(const CheckResult& result, std::size_t columns, bool colours) 
   return text;
 }
 
-std::wstring Summary(const std::vector<CheckResult>& results) {
+std::wstring Summary(const Report& report) {
   std::size_t counts[std::size(kVerdicts)] = {};
-  for (const CheckResult& result : results) {
+  for (const CheckResult& result : report.results) {
     for (const Finding& finding : result.findings) {
       ++counts[static_cast<std::size_t>(finding.verdict)];
     }
@@ -109,7 +110,10 @@ std::wstring Summary(const std::vector<CheckResult>& results) {
     text += (text.empty() ? L"" : L", ") + std::to_wstring(counts[i]) + L" " +
             (counts[i] == 1 ? kVerdicts[i].one : kVerdicts[i].several);
   }
-  return (text.empty() ? L"Nothing found" : text) + L".";
+  text = (text.empty() ? L"Nothing found" : text) + L".";
+  if (report.interrupted.empty()) return text;
+  return text + L" Interrupted: nothing, or not all, is known of " + Joined(report.interrupted) +
+         L".";
 }
 
 Verdict Worst(const std::vector<CheckResult>& results) {
@@ -118,14 +122,16 @@ Verdict Worst(const std::vector<CheckResult>& results) {
   return worst;
 }
 
-Json ToJson(const Header& header, const std::vector<CheckResult>& results) {
+Json ToJson(const Header& header, const Report& report) {
   Json json = {{"time", ToUtf8(header.time)},
                {"computer", TextOrNull(header.computer)},
                {"account", TextOrNull(header.account)},
-               {"root", ToUtf8(header.root)},
-               {"severity", WordsOf(Worst(results)).word},
+               {"key", ToUtf8(header.root)},
+               {"severity", WordsOf(Worst(report.results)).word},
+               {"interrupted", Json::array()},
                {"checks", Json::array()}};
-  for (const CheckResult& result : results) {
+  for (const std::wstring& name : report.interrupted) json["interrupted"].push_back(ToUtf8(name));
+  for (const CheckResult& result : report.results) {
     Json findings = Json::array();
     for (const Finding& finding : result.findings) findings.push_back(ToJson(finding));
     json["checks"].push_back({{"check", result.row.name},

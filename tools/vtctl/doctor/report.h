@@ -25,13 +25,21 @@ std::wstring Text(const Header& header, std::size_t columns);
  * goes beyond. Colours as the terminal takes them. */
 std::wstring Text(const CheckResult& result, std::size_t columns, bool colours);
 
-/* "1 problem, 2 warnings, 1 note, 14 ok." */
-std::wstring Summary(const std::vector<CheckResult>& results);
+/* All that was looked at. */
+struct Report {
+  std::vector<CheckResult> results;
+  /* The checks that did not come to their end because the operator interrupted: the one that ran
+   * then, which is among the results, and all behind it, which are not. */
+  std::vector<std::wstring> interrupted;
+};
+
+/* "1 problem, 2 warnings, 1 note, 14 ok.", and what was interrupted. */
+std::wstring Summary(const Report& report);
 
 /* The worst of all. */
 Verdict Worst(const std::vector<CheckResult>& results);
 
-Json ToJson(const Header& header, const std::vector<CheckResult>& results);
+Json ToJson(const Header& header, const Report& report);
 
 }  // namespace vtctl::doctor
 

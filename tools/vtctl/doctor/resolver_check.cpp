@@ -7,13 +7,11 @@
 
 #include "config/registry_values.h"
 #include "tools/vtctl/doctor/checks.h"
+#include "tools/vtctl/doctor/libraries_check.h"
 #include "tools/vtctl/shared/identity.h"
 
 namespace vtctl::doctor {
 namespace {
-
-// For each question; what the product has by default.
-constexpr unsigned long kNameLimit = vtclass::config::kDnsQueryTimeOut.number;
 
 // ".invalid" is reserved: no name server of the world has such a name.
 constexpr const wchar_t* kForeignName = L"vtctl-doctor.invalid";
@@ -25,9 +23,9 @@ std::wstring Took(unsigned long milliseconds) {
 constexpr const wchar_t* kCheckServers =
     L"Check the name servers of this machine's network adapters, and whether they answer.";
 
-ResolvedName Ask(const std::wstring& name) {
+ResolvedName Ask(const std::wstring& name, unsigned long limit) {
   const ULONGLONG start = ::GetTickCount64();
-  ResolvedName resolved = {name, Resolve(name, kNameLimit), 0};
+  ResolvedName resolved = {name, Resolve(name, limit), 0};
   resolved.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
   return resolved;
 }
@@ -41,13 +39,15 @@ std::wstring AddressesOf(const Resolution& resolution) {
 }
 
 Finding Silent(const ResolvedName& asked, Verdict verdict) {
+  const bool isLate = asked.resolution.error == WSAETIMEDOUT;
   return {.verdict = verdict,
           .code = "resolver-silent",
           .what = L"No answer for " + asked.name + L" " + Took(asked.milliseconds) + L": " +
                   ResolverText(asked.resolution.error),
-          .reason =
-              L"Each question about a name that is not this machine's own takes as long as "
-              L"\"DnsQueryTimeOut\" allows, and ends without an answer.",
+          .reason = isLate ? L"Each question about a name that is not this machine's own takes as "
+                             L"long as \"DnsQueryTimeOut\" allows, and ends without an answer."
+                           : L"No question about a name that is not this machine's own has an "
+                             L"answer: the name servers, or this machine's resolver, refuse it.",
           .remedy = kCheckServers,
           .status = asked.resolution.error};
 }
@@ -65,6 +65,11 @@ bool IsUnknownHost(unsigned long error) {
 }
 
 }  // namespace
+
+unsigned long NameLimit(unsigned long checkLimit) {
+  constexpr unsigned long kUsual = vtclass::config::kDnsQueryTimeout.number;
+  return std::min(kUsual, checkLimit / 20 * 9);
+}
 
 Finding JudgeOwnAddress(const ResolvedName& own) {
   const Resolution& resolution = own.resolution;
@@ -128,12 +133,16 @@ Finding JudgeForeignName(const ResolvedName& foreign) {
       .what = L"A name that nobody has is answered with no " + Took(foreign.milliseconds) + L"."};
 }
 
-Findings CheckResolver() {
+void CheckResolver(Found& found) {
+  const Findings lacking = WithoutNetLibraries();
+  if (!lacking.empty()) {
+    found.Add(lacking);
+    return;
+  }
+  const unsigned long limit = NameLimit(found.Limit());
   const std::wstring name = AskMachineNames().full;
-  Findings findings;
-  if (!name.empty()) findings.push_back(JudgeOwnAddress(Ask(name)));
-  findings.push_back(JudgeForeignName(Ask(kForeignName)));
-  return findings;
+  if (!name.empty()) found.Add(JudgeOwnAddress(Ask(name, limit)));
+  found.Add(JudgeForeignName(Ask(kForeignName, limit)));
 }
 
 }  // namespace vtctl::doctor

@@ -15,6 +15,11 @@ struct ResolvedName {
   unsigned long milliseconds = 0;
 };
 
+/* How long each of the two questions may take, in milliseconds, for a check that may take so long:
+ * the product's default, and less where the check would be left behind before it could say that
+ * nobody answers. */
+unsigned long NameLimit(unsigned long checkLimit);
+
 /* This machine's full name. */
 Finding JudgeOwnAddress(const ResolvedName& own);
 /* A name that no server can have. */

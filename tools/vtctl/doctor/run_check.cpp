@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "platform/module_thread.h"
 #include "platform/owned.h"
@@ -12,6 +13,23 @@
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
+
+using Lock = vtclass::platform::BasicScopedLock<vtclass::platform::CriticalSection>;
+
+void Found::Add(Finding finding) {
+  const Lock guard(lock);
+  findings.push_back(std::move(finding));
+}
+
+void Found::Add(Findings more) {
+  for (Finding& finding : more) Add(std::move(finding));
+}
+
+Findings Found::Take() {
+  const Lock guard(lock);
+  return std::exchange(findings, {});
+}
+
 namespace {
 
 using vtclass::platform::OwnedKernelObject;
@@ -19,8 +37,9 @@ using vtclass::platform::StartCallersThread;
 
 // What the check's thread and whoever waits for it share; the last one of the two ends it.
 struct Running {
-  Check check;
-  Findings findings;
+  Running(Check check, DWORD limit) : check(check), found(limit) {}
+  const Check check;
+  Found found;
 };
 
 Finding Broken(std::wstring reason, unsigned long status = 0) {
@@ -32,22 +51,22 @@ Finding Broken(std::wstring reason, unsigned long status = 0) {
           .status = status};
 }
 
-Findings RunGuarded(Check check) {
+void RunGuarded(Check check, Found& found) {
   try {
-    return check();
+    check(found);
   } catch (const std::bad_alloc&) {
-    return {Broken(L"There is not enough memory.", ERROR_NOT_ENOUGH_MEMORY)};
+    found.Add(Broken(L"There is not enough memory.", ERROR_NOT_ENOUGH_MEMORY));
   } catch (const std::exception& error) {
-    return {Broken(FromUtf8(error.what()))};
+    found.Add(Broken(FromUtf8(error.what())));
   } catch (const unsigned long code) {  // as the lists of volumes throw it
-    return {Broken(SystemText(code), code)};
+    found.Add(Broken(SystemText(code), code));
   }
 }
 
 // The thread's own share, which ends before the thread does.
 DWORD RunHeld(std::shared_ptr<Running>& held) {
   const std::unique_ptr<std::shared_ptr<Running>> share(&held);
-  held->findings = RunGuarded(held->check);
+  RunGuarded(held->check, held->found);
   return 0;
 }
 
@@ -71,20 +90,29 @@ Finding TimedOut(DWORD milliseconds) {
           .status = ERROR_TIMEOUT};
 }
 
+Finding Interrupted() {
+  return {.verdict = Verdict::problem,
+          .code = "check-interrupted",
+          .what = L"Interrupted before it came to its end.",
+          .reason = L"What it had not looked at yet is not known.",
+          .remedy = L"Run vtctl doctor again."};
+}
+
 }  // namespace
 
 CheckResult RunCheck(const CheckRow& row, DWORD milliseconds) {
   CheckResult result;
   result.row = row;
-  const auto running = std::make_shared<Running>(row.check);
+  const auto running = std::make_shared<Running>(row.check, milliseconds);
   const ULONGLONG start = ::GetTickCount64();
   const OwnedKernelObject thread = Start(running);
   result.end = thread ? WaitFor(thread.Get(), milliseconds) : WaitEnd::failed;
   const DWORD error = ::GetLastError();
   result.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
-  if (result.end == WaitEnd::signalled) result.findings = std::move(running->findings);
-  if (result.end == WaitEnd::timeOut) result.findings = {TimedOut(milliseconds)};
-  if (result.end == WaitEnd::failed) result.findings = {Broken(SystemText(error), error)};
+  result.findings = running->found.Take();
+  if (result.end == WaitEnd::timeout) result.findings.push_back(TimedOut(milliseconds));
+  if (result.end == WaitEnd::interrupted) result.findings.push_back(Interrupted());
+  if (result.end == WaitEnd::failed) result.findings.push_back(Broken(SystemText(error), error));
   return result;
 }
 

@@ -17,9 +17,9 @@ struct CheckResult {
 };
 
 /*
- * Runs a check for so long at most. One that takes longer is left behind on its thread, and its
- * result is a problem that says so; `end` is timeOut then. Interrupted by the operator it has no
- * findings.
+ * Runs a check for so long at most. One that takes longer, or that the operator interrupts, is left
+ * behind on its thread: its result is what it had found until then, and a problem that says that
+ * it did not come to its end; `end` tells which.
  * Requires: CatchInterrupts was called.
  */
 CheckResult RunCheck(const CheckRow& row, DWORD milliseconds);

@@ -7,10 +7,12 @@
 
 #include "log/debug/log_names.h"
 #include "log/messages/message_language.h"
-#include "net/dns_time_out.h"
+#include "net/dns_timeout.h"
 #include "tools/vtctl/doctor/checks.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/key_path.h"
+#include "tools/vtctl/shared/limit_remarks.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl::doctor {
@@ -37,49 +39,65 @@ const wchar_t* RightType(const RegistryValue& value) {
   return value.kind == ValueKind::list ? L"REG_MULTI_SZ" : L"REG_DWORD";
 }
 
-bool IsNumber(const RegistryValue& value) {
-  return value.kind != ValueKind::text && value.kind != ValueKind::list;
+// A shell takes some characters for itself even between quotation marks, and what is not seen is
+// not judged: a command with one of them is not for pasting.
+bool IsPasteable(const std::wstring& word) {
+  return word.find_first_of(L"\"%$&|<>^!`\x201C\x201D\x201E") == std::wstring::npos &&
+         Printable(word) == word;
 }
 
-// The command that stores what counts while nothing is stored; the word TEXT where nothing does.
-std::wstring StoreCommand(const StoredValue& stored) {
+std::wstring DeleteCommand(const StoredValue& stored) {
+  return L"reg delete " + Quoted(KeyName({HKEY_LOCAL_MACHINE, stored.key})) + L" /v " +
+         Quoted(stored.value->name);
+}
+
+// Whether storing the table's default means the same as storing nothing.
+bool HasStorableDefault(const RegistryValue& value) {
+  return IsNumber(value) ? value.otherwise == nullptr : value.text != nullptr;
+}
+
+// The command after which the value counts as it would if none were stored.
+std::wstring DefaultCommand(const StoredValue& stored) {
   const RegistryValue& value = *stored.value;
-  std::wstring data = value.text ? Quoted(value.text) : L"TEXT";
-  const wchar_t* type = value.kind == ValueKind::list ? L"multi" : L"sz";
-  if (IsNumber(value)) {
-    data = std::to_wstring(std::max(value.number, value.minimum));
-    type = L"dword";
-  }
+  if (!HasStorableDefault(value)) return DeleteCommand(stored);
+  const std::wstring data = IsNumber(value) ? std::to_wstring(value.number) : Quoted(value.text);
   if (std::ranges::find(kMonitoredValues, &value) != std::end(kMonitoredValues)) {
     return L"vtctl settings set " + Quoted(value.name) + L" " + data +
            (&value.key == &kLoggingKey ? L"" : L" --key debug");
   }
   return L"vtctl registry set " + Quoted(KeyName({HKEY_LOCAL_MACHINE, stored.key})) + L" " +
-         Quoted(value.name) + L" " + data + L" --type " + type;
+         Quoted(value.name) + L" " + data + L" --type " + (IsNumber(value) ? L"dword" : L"sz");
+}
+
+std::wstring ToDefault(const StoredValue& stored) {
+  if (IsPasteable(stored.key)) return DefaultCommand(stored);
+  return L"Delete the value " + Quoted(stored.value->name) +
+         L" with the registry editor, in the key that is named above; its name is not fit for a "
+         L"command line.";
 }
 
 Finding Warning(const StoredValue& stored, const char* code) {
   Finding finding = {.verdict = Verdict::warning, .code = code};
   finding.path = KeyName({HKEY_LOCAL_MACHINE, stored.key});
-  finding.remedy = StoreCommand(stored);
+  finding.remedy = ToDefault(stored);
   return finding;
-}
-
-bool HasRightType(const StoredValue& stored, const Value& data) {
-  if (!IsNumber(*stored.value)) return IsText(data.type) || data.type == REG_MULTI_SZ;
-  return data.type == REG_DWORD && NumberOf(data);
 }
 
 Finding WrongType(const StoredValue& stored, const Value& data) {
   Finding finding = Warning(stored, "value-wrong-type");
-  finding.what = Name(stored) + L" is a " + TypeName(data.type) + L", not a " +
-                 RightType(*stored.value) + L".";
-  finding.reason = L"One of another type counts as missing.";
+  const std::wstring right = RightType(*stored.value);
+  finding.what = Name(stored) + L" is a " + TypeName(data.type);
+  if (TypeName(data.type) == right) {
+    finding.what += L" of " + std::to_wstring(data.data.size()) + L" bytes, not of 4.";
+  } else {
+    finding.what += L", not a " + right + L".";
+  }
+  finding.reason = L"One of another type or size counts as missing.";
   return finding;
 }
 
 bool IsInRange(const RegistryValue& value, unsigned long number) {
-  if (&value == &kDnsQueryTimeOut) return vtclass::net::UsableTimeOut(number) == number;
+  if (&value == &kDnsQueryTimeout) return vtclass::net::UsableTimeout(number) == number;
   return value.maximum == 0 || (number >= value.minimum && number <= value.maximum);
 }
 
@@ -114,22 +132,15 @@ void JudgeText(const StoredValue& stored, const Value& data, Findings& findings)
 // Sizes that are no limits: each is in its range, and the two do not go together.
 void JudgeSizes(const std::vector<StoredValue>& values, Findings& findings) {
   const vtclass::log::SizeSettings settings = SizeSettingsIn(values);
-  vtclass::log::SizeLimits limits;
-  const bool isLimited = vtclass::log::LimitsFrom(settings, &limits) &&
-                         limits.mode != vtclass::log::LimitMode::simpleRoll;
-  const auto isKept = [](std::uint64_t bytes, std::uint32_t megabytes) {
-    return bytes == std::uint64_t{megabytes} << 20;
-  };
-  if (!isLimited ||
-      (isKept(limits.maximum, settings.sizeMB) && isKept(limits.retention, settings.retentionMB))) {
-    return;
-  }
+  if (!CountSizesByDefault(settings)) return;
   const auto size = std::ranges::find(values, &kMaxDebugFileSize, &StoredValue::value);
   if (size == values.end()) return;
   Finding finding = Warning(*size, "sizes-unusable");
   finding.what = Name(*size) + L" is " + std::to_wstring(settings.sizeMB) +
                  L" with a retention size of " + std::to_wstring(settings.retentionMB) + L".";
   finding.reason = Purpose(kMaxDebugFileSize);
+  finding.remedy = L"Store a size above the retention size. What counts now: " + ToDefault(*size) +
+                   L" and " + ToDefault({&kMaxDebugFileRetentionSize, size->key, std::nullopt, 0});
   findings.push_back(finding);
 }
 
@@ -138,7 +149,7 @@ Finding Unreadable(const StoredValue& stored) {
   finding.status = stored.error;
   finding.what = Name(stored) + L" cannot be read: " + SystemText(stored.error);
   finding.reason = L"A component with this account goes by its default, or by what it knew.";
-  finding.remedy = L"Run this as the agents' account; if that is this one, let it read the key.";
+  finding.remedy = kLetRead;
   return finding;
 }
 
@@ -155,16 +166,19 @@ bool IsFirstOfKey(const std::vector<StoredValue>& values, const StoredValue& sto
 Findings JudgeValues(const std::vector<StoredValue>& values) {
   Findings findings;
   for (const StoredValue& stored : values) {
-    if (stored.error != 0) {
-      if (IsFirstOfKey(values, stored)) findings.push_back(Unreadable(stored));
-    } else if (!stored.data) {
-      continue;
-    } else if (!HasRightType(stored, *stored.data)) {
-      findings.push_back(WrongType(stored, *stored.data));
-    } else if (!IsNumber(*stored.value)) {
-      JudgeText(stored, *stored.data, findings);
-    } else {
-      JudgeNumber(stored, *stored.data, findings);
+    const Value data = stored.data.value_or(Value{});
+    switch (stored.Came()) {
+      case Reading::absent:
+        break;
+      case Reading::unreadable:
+        if (IsFirstOfKey(values, stored)) findings.push_back(Unreadable(stored));
+        break;
+      case Reading::wrongForm:
+        findings.push_back(WrongType(stored, data));
+        break;
+      case Reading::usable:
+        IsNumber(*stored.value) ? JudgeNumber(stored, data, findings)
+                                : JudgeText(stored, data, findings);
     }
   }
   JudgeSizes(values, findings);
@@ -177,6 +191,6 @@ Findings JudgeValues(const std::vector<StoredValue>& values) {
                                     L" stored, all of the right type and in their ranges."}};
 }
 
-Findings CheckValues() { return JudgeValues(ReadProductValues()); }
+void CheckValues(Found& found) { found.Add(JudgeValues(ReadProductValues())); }
 
 }  // namespace vtctl::doctor

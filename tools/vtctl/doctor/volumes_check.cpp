@@ -24,6 +24,13 @@ Finding JudgeVolume(const Volume& volume) {
     finding.remedy = L"vtctl volumes tells more of it.";
     return finding;
   }
+  if (volume.totalSpace == 0) {
+    finding.code = "volume-size-unknown";
+    finding.what = place + L" tells no size.";
+    finding.reason = L"Whether a log or a snapshot has room on it is not known.";
+    finding.remedy = L"vtctl volumes tells more of it.";
+    return finding;
+  }
   finding.what = place + L" has " + WithUnit(volume.freeSpaceToUser) + L" free of " +
                  WithUnit(volume.totalSpace) + L".";
   if (volume.freeSpaceToUser < kLeastLogSpace) {
@@ -60,6 +67,6 @@ Findings JudgeVolumes(const VolumeList& list) {
   return findings;
 }
 
-Findings CheckVolumes() { return JudgeVolumes(ListVolumes(WriteTest::none)); }
+void CheckVolumes(Found& found) { found.Add(JudgeVolumes(ListVolumes(WriteTest::none))); }
 
 }  // namespace vtctl::doctor

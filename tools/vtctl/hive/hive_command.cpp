@@ -84,29 +84,20 @@ class Nobody : public HiveVisitor {
   bool OnValue(const vtclass::hive::StoredValue&) override { return true; }
 };
 
-std::wstring Number(std::size_t count, const wchar_t* one, const wchar_t* many) {
-  return Grouped(count, {}) + L" " + (count == 1 ? one : many);
-}
-
 std::wstring Counts(std::size_t keys, std::size_t values) {
-  return Number(keys, L"key", L"keys") + L" and " + Number(values, L"value", L"values");
+  return Counted(keys, L"key") + L" and " + Counted(values, L"value");
 }
 
 std::string TimeText(std::uint64_t ticks) {
   const FILETIME time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
   SYSTEMTIME parts = {};
-  if (!::FileTimeToSystemTime(&time, &parts)) return "";
-  char text[32];
-  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", parts.wYear, parts.wMonth,
-                parts.wDay, parts.wHour, parts.wMinute, parts.wSecond);
-  return text;
+  return ::FileTimeToSystemTime(&time, &parts) ? ToUtf8(IsoTime(parts)) : "";
 }
 
 std::wstring Verdict(const HiveSummary& summary) {
-  const std::wstring warnings = Number(summary.warnings, L"irregularity", L"irregularities");
+  const std::wstring warnings = Counted(summary.warnings, L"irregularity", L"irregularities");
   if (summary.errors != 0) {
-    return L"Damaged, " + Number(summary.errors, L"error", L"errors") +
-           L": do not count on this copy.\n";
+    return L"Damaged, " + Counted(summary.errors, L"error") + L": do not count on this copy.\n";
   }
   if (summary.warnings == 0) return L"Sound: every key and value can be read. It would restore.\n";
   return L"Readable with " + warnings +
@@ -116,7 +107,7 @@ std::wstring Verdict(const HiveSummary& summary) {
 Json SummaryJson(const HiveArguments& arguments, const HiveSummary& summary) {
   return {{"file", ToUtf8(arguments.file.Shown())},
           {"version", "1." + std::to_string(summary.minorVersion)},
-          {"lastWritten", TimeText(summary.lastWritten)},
+          {"lastWritten", TextOrNull(FromUtf8(TimeText(summary.lastWritten)))},
           {"keys", summary.keys},
           {"values", summary.values},
           {"dataBytes", summary.dataBytes},
@@ -129,7 +120,7 @@ void PrintSummary(const HiveArguments& arguments, const HiveSummary& summary) {
   Print(arguments.file.Shown() + L": a hive of version 1." + std::to_wstring(summary.minorVersion) +
         L", last written " + FromUtf8(TimeText(summary.lastWritten)) + L"\n  " +
         Counts(summary.keys, summary.values) + L", " + WithUnit(summary.dataBytes) + L" of data, " +
-        Number(summary.deepest, L"level", L"levels") + L" below its first key\n");
+        Counted(summary.deepest, L"level") + L" below its first key\n");
 }
 
 int Verify(const HiveArguments& arguments) {
@@ -177,12 +168,12 @@ class Lister : public HiveVisitor {
     const std::wstring name = stored.name.Text();
     const Value value = Copied(stored.data, stored.type);
     if (json) {
-      Json line = {{"key", ToUtf8(path)}, {"value", ToUtf8(name)}};
+      Json line = {{"key", ToUtf8(path)}, {"name", ToUtf8(name)}};
       line.update(DataJson(value));
       PrintJsonLine(line);
     } else {
       Print(L"  " + ShownName(name) + L" = " + OneLine(value) + L"  [" + TypeName(value.type) +
-            L", " + Number(value.data.size(), L"byte", L"bytes") + L"]\n");
+            L", " + Counted(value.data.size(), L"byte") + L"]\n");
     }
     return !Interrupted();
   }
@@ -241,7 +232,7 @@ Json DifferenceJson(const Difference& difference) {
   Json json = {{"difference", ToUtf8(kDifferenceNames[difference.kind])},
                {"key", ToUtf8(difference.key)}};
   if (difference.kind == Difference::unreadable) json["status"] = difference.status;
-  if (difference.inFile || difference.inRegistry) json["value"] = ToUtf8(difference.name);
+  if (difference.inFile || difference.inRegistry) json["name"] = ToUtf8(difference.name);
   const auto add = [&json](const char* side, const NamedValue* value) {
     if (value) json[side] = DataJson(Copied(value->data, value->type));
   };
@@ -254,9 +245,9 @@ std::wstring Closing(const DiffSummary& summary) {
   std::wstring text = Counts(summary.keys, summary.values) + L" compared: ";
   text += summary.differences == 0
               ? L"no difference.\n"
-              : Number(summary.differences, L"difference.\n", L"differences.\n");
+              : Counted(summary.differences, L"difference.\n", L"differences.\n");
   if (summary.unreadable != 0) {
-    text += Number(summary.unreadable, L"key", L"keys") +
+    text += Counted(summary.unreadable, L"key") +
             L" of the registry could not be read, and nothing below was compared.\n";
   }
   if (summary.keysNotInFile != 0) {
@@ -287,8 +278,8 @@ int RunDiff(const DiffArguments& arguments) {
   const KeyTarget target = {arguments.key.value_or(KeyPath()), L"", 0};
   KeyHandle key;
   if (const LSTATUS status = key.Open(target)) {
-    return Fail(kExitNoInput, Printable(KeyName(target.path)) + L" cannot be opened: " +
-                                  SystemText(static_cast<unsigned long>(status)));
+    return Fail(kExitNoInput, Printable(KeyName(target.path)) + L" cannot be opened",
+                static_cast<unsigned long>(status));
   }
   std::vector<unsigned char> bytes;
   if (const int failed = LoadHive(arguments.file, bytes)) return failed;

@@ -16,11 +16,11 @@
 #include "tests/support/hive_builder.h"
 #include "tests/support/import_hook.h"
 #include "tests/support/private_registry.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/wine.h"
 #include "tools/vtctl/hive/diff.h"
 #include "tools/vtctl/hive/hive_file.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/exit_code.h"
 
 extern "C" __declspec(dllimport) LONG NTAPI NtDeleteKey(HANDLE key);
@@ -170,6 +170,8 @@ TEST_F(HiveCommand, Verify_ManyProblems_TellsTheFirstHundred) {
   EXPECT_EQ(json["errors"], 150);
   EXPECT_EQ(json["problems"][0]["text"], "The value does not lie where its offset leads");
   EXPECT_EQ(json["problems"][0]["severity"], "error");
+  EXPECT_EQ(json["problems"][0]["code"], "value");
+  EXPECT_TRUE(json["problems"][0].at("status").is_null());
 }
 
 TEST_F(HiveCommand, List_ShowsKeysAndValues_AndNothingThatDrivesATerminal) {
@@ -187,7 +189,7 @@ TEST_F(HiveCommand, List_ShowsKeysAndValues_AndNothingThatDrivesATerminal) {
   EXPECT_EQ(output.find('\x1B'), std::string::npos);
   VtctlRun lines = Run(L"list", {L"--json"});
   EXPECT_EQ(lines.ExitCode(), kExitClean);
-  EXPECT_NE(lines.Output().find(R"({"key":"A\\below","value":"v","bytes":5,"type":"type 77",)"),
+  EXPECT_NE(lines.Output().find(R"({"key":"A\\below","name":"v","bytes":5,"type":"type 77",)"),
             std::string::npos)
       << lines.Output();
 }

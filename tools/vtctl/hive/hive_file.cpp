@@ -71,7 +71,7 @@ unsigned long ReadWholeFile(const Path& path, std::vector<unsigned char>& bytes)
 
 int LoadHive(const Path& path, std::vector<unsigned char>& bytes) {
   if (const unsigned long status = ReadWholeFile(path, bytes)) {
-    return Fail(kExitNoInput, Quoted(path) + L" cannot be read: " + Reason(status));
+    return FailWith(kExitNoInput, status, Quoted(path) + L" cannot be read: " + Reason(status));
   }
   const FileKind kind = vtclass::hive::KindOf(bytes);
   return kind == FileKind::hive ? kExitClean : Fail(kExitBadInput, Quoted(path) + WhatElse(kind));

@@ -1,6 +1,10 @@
 #include "tools/vtctl/hive/problem_text.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
@@ -13,12 +17,13 @@ std::string Sentence(const Problem& problem) {
   return std::string(problem.what) + " " + problem.fault;
 }
 
-std::wstring Hexadecimal(std::uint64_t number) {
-  std::wstring digits;
-  for (; number != 0 || digits.empty(); number >>= 4) {
-    digits.insert(digits.begin(), L"0123456789abcdef"[number & 0xF]);
-  }
-  return L"0x" + digits;
+// The part of the hive that the sentence is about: "The key's name" is "key-name".
+std::string Code(const Problem& problem) {
+  const std::string_view what = problem.what;
+  std::string code(what.substr(what.find(' ') + 1));  // without its article
+  if (const auto at = code.find("'s"); at != std::string::npos) code.erase(at, 2);
+  std::ranges::replace(code, ' ', '-');
+  return code;
 }
 
 const char* NameOf(Severity severity) { return severity == Severity::error ? "error" : "warning"; }
@@ -30,16 +35,18 @@ std::wstring ShownPath(const std::wstring& path) { return L"\\" + Printable(path
 std::wstring ProblemLine(const Problem& problem) {
   std::wstring line = FromUtf8(NameOf(problem.severity));
   line.resize(9, L' ');
-  line += L"byte " + Hexadecimal(problem.at) + L"  " + FromUtf8(Sentence(problem));
+  line += L"byte " + HexNumber(problem.at) + L"  " + FromUtf8(Sentence(problem));
   if (!problem.key.empty()) line += L", in " + ShownPath(std::wstring(problem.key));
   return line + L"\n";
 }
 
 Json ProblemJson(const Problem& problem) {
   return {{"severity", NameOf(problem.severity)},
+          {"code", Code(problem)},
+          {"path", ToUtf8(problem.key)},
+          {"status", nullptr},  // the system is not asked
           {"at", problem.at},
-          {"text", Sentence(problem)},
-          {"key", ToUtf8(problem.key)}};
+          {"text", Sentence(problem)}};
 }
 
 }  // namespace vtctl

@@ -65,27 +65,39 @@ DWORD WriteAll(HANDLE file, std::string_view bytes) {
 }  // namespace
 
 DWORD LogInput::Open(const Path& path) {
+  if (path.Written() == kStandardInput) {
+    input = ::GetStdHandle(STD_INPUT_HANDLE);
+    return input && input != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+  }
   if (path.Error() != ERROR_SUCCESS) return path.Error();
   file.Reset(::CreateFileW(path.System().c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return ::GetLastError();
-  isOpenElsewhere = AskWhetherOpenElsewhere(file.Get());
+  input = file.Get();
+  isOpenElsewhere = AskWhetherOpenElsewhere(input);
   return ERROR_SUCCESS;
 }
 
 std::size_t LogInput::Read(char* to, std::size_t room) {
   DWORD count = 0;
   const auto most = static_cast<DWORD>(std::min(room, kMaxTransfer));
-  if (::ReadFile(file.Get(), to, most, &count, nullptr)) return count;
+  if (::ReadFile(input, to, most, &count, nullptr)) return count;
   error = ::GetLastError();
+  // So ends a pipe.
+  if (!file && error == ERROR_BROKEN_PIPE) error = ERROR_SUCCESS;
   return 0;
+}
+
+std::uint64_t LogInput::Size() const {
+  LARGE_INTEGER size = {};
+  return ::GetFileSizeEx(file.Get(), &size) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
 }
 
 bool LogInput::IsSameFile(const Path& path) const {
   const OwnedFile other(::CreateFileW(path.System().c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
                                       FILE_ATTRIBUTE_NORMAL, nullptr));
   BY_HANDLE_FILE_INFORMATION mine = {}, its = {};
-  return Identify(file.Get(), mine) && Identify(other.Get(), its) &&
+  return Identify(input, mine) && Identify(other.Get(), its) &&
          mine.dwVolumeSerialNumber == its.dwVolumeSerialNumber &&
          mine.nFileIndexHigh == its.nFileIndexHigh && mine.nFileIndexLow == its.nFileIndexLow;
 }

@@ -8,6 +8,7 @@
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/csv.h"
 #include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/key_reader.h"
 #include "tools/vtctl/shared/printable.h"
@@ -29,7 +30,12 @@ constexpr const char* kExamples =
     "  vtctl registry set HKCU\\Software\\Test Level 3 --type dword\n"
     "  vtctl registry set HKCU\\Software\\Test Mask \"0f ff 00\" --type binary\n"
     "  vtctl registry set HKCU\\Software\\Test Servers alpha beta --type multi\n"
-    "  vtctl registry watch HKCU\\Software\\Test --count 1 --timeout 60";
+    "  vtctl registry watch HKCU\\Software\\Test --count 1 --for 60\n"
+    "\n"
+    "Exit codes: 0 clean, 1 'list' could not read every entry, or 'watch' has not seen --count\n"
+    "changes in time; 64 data that the type cannot hold, 66 the key or value cannot be read, 73 "
+    "it\n"
+    "cannot be written.";
 
 // What all of the group take.
 struct KeyArguments : CommonArguments {
@@ -45,6 +51,10 @@ struct GetArguments : KeyArguments {
   std::wstring value;
 };
 
+struct ListArguments : KeyArguments {
+  bool csv = false;
+};
+
 struct SetArguments : KeyArguments {
   std::wstring value;
   std::vector<std::wstring> data;
@@ -53,12 +63,17 @@ struct SetArguments : KeyArguments {
 
 struct WatchArguments : KeyArguments {
   unsigned count = 0;
-  unsigned timeout = 0;
+  unsigned seconds = 0;
 };
 
 std::wstring StatusText(const Configuration& key) {
   if (key.GetErrorCode() == -1) return L"the value has another type than expected (-1)";
   return SystemText(static_cast<unsigned long>(key.GetErrorCode()));
+}
+
+// The system's status; 0 where the key's own is none.
+unsigned long StatusOf(const Configuration& key) {
+  return key.GetErrorCode() == -1 ? 0 : static_cast<unsigned long>(key.GetErrorCode());
 }
 
 bool Open(Configuration& key, const KeyTarget& target, Configuration::openMode mode,
@@ -70,15 +85,17 @@ int Get(const GetArguments& arguments) {
   const KeyTarget target = arguments.Target();
   Configuration key(target.path.root);
   if (!Open(key, target, Configuration::openExisting, Configuration::accessRead)) {
-    return Fail(kExitNoInput, KeyName(target.path) + L" cannot be opened: " + StatusText(key));
+    return FailWith(kExitNoInput, StatusOf(key),
+                    KeyName(target.path) + L" cannot be opened: " + StatusText(key));
   }
   Value value;
   if (!LoadValue(key, arguments.value.c_str(), value)) {
-    return Fail(kExitNoInput, L"The value \"" + arguments.value + L"\" of " + KeyName(target.path) +
-                                  L" cannot be read: " + StatusText(key));
+    return FailWith(kExitNoInput, StatusOf(key),
+                    L"The value \"" + arguments.value + L"\" of " + KeyName(target.path) +
+                        L" cannot be read: " + StatusText(key));
   }
   if (arguments.json) {
-    Json line = {{"key", ToUtf8(KeyName(target.path))}, {"value", ToUtf8(arguments.value)}};
+    Json line = {{"key", ToUtf8(KeyName(target.path))}, {"name", ToUtf8(arguments.value)}};
     line.update(ToJson(value));
     PrintJsonLine(line);
   } else {
@@ -151,13 +168,13 @@ int Set(const SetArguments& arguments) {
   }
   Configuration key(target.path.root);
   if (!Open(key, target, Configuration::openOrCreate, Configuration::accessWrite)) {
-    return Fail(kExitCannotWrite,
-                KeyName(target.path) + L" cannot be opened for writing: " + StatusText(key));
+    return FailWith(kExitCannotWrite, StatusOf(key),
+                    KeyName(target.path) + L" cannot be opened for writing: " + StatusText(key));
   }
   if (!Store(key, arguments.value.c_str(), arguments.type, data)) {
-    return Fail(kExitCannotWrite, L"The value \"" + arguments.value + L"\" of " +
-                                      KeyName(target.path) + L" cannot be written: " +
-                                      StatusText(key));
+    return FailWith(kExitCannotWrite, StatusOf(key),
+                    L"The value \"" + arguments.value + L"\" of " + KeyName(target.path) +
+                        L" cannot be written: " + StatusText(key));
   }
   return kExitClean;
 }
@@ -171,35 +188,51 @@ void PrintContents(const KeyTarget& target, const KeyContents& contents) {
   }
 }
 
-void PrintContentsAsJson(const KeyTarget& target, const KeyContents& contents) {
-  Json json = {
-      {"key", ToUtf8(KeyName(target.path))}, {"subkeys", Json::array()}, {"values", Json::array()}};
-  for (const std::wstring& name : contents.subkeys) json["subkeys"].push_back(ToUtf8(name));
+Json ValuesAsJson(const KeyContents& contents) {
+  Json values = Json::array();
   for (const auto& [name, value] : contents.values) {
     Json entry = {{"name", ToUtf8(name)}};
     entry.update(ToJson(value));
-    json["values"].push_back(entry);
+    values.push_back(entry);
   }
+  return values;
+}
+
+void PrintContentsAsJson(const KeyTarget& target, const KeyContents& contents) {
+  Json json = {{"key", ToUtf8(KeyName(target.path))},
+               {"subkeys", Json::array()},
+               {"values", ValuesAsJson(contents)},
+               {"unreadable", contents.unreadable}};
+  for (const std::wstring& name : contents.subkeys) json["subkeys"].push_back(ToUtf8(name));
   PrintJson(json);
 }
 
-int List(const KeyArguments& arguments) {
+int List(const ListArguments& arguments) {
+  if (arguments.csv && arguments.json) {
+    return Fail(kExitUsage, L"--csv and --json do not go together.");
+  }
   const KeyTarget target = arguments.Target();
   KeyHandle key;
   const LSTATUS status = key.Open(target);
   if (status != ERROR_SUCCESS) {
-    return Fail(kExitNoInput, KeyName(target.path) + L" cannot be opened: " +
-                                  SystemText(static_cast<unsigned long>(status)));
+    return Fail(kExitNoInput, KeyName(target.path) + L" cannot be opened",
+                static_cast<unsigned long>(status));
   }
   const KeyContents contents = ReadKey(key.Get(), L"");
-  arguments.json ? PrintContentsAsJson(target, contents) : PrintContents(target, contents);
+  if (arguments.json) {
+    PrintContentsAsJson(target, contents);
+  } else if (arguments.csv) {
+    Print(Csv({{"name", ""}, {"type", ""}, {"data", ""}}, ValuesAsJson(contents)));
+  } else {
+    PrintContents(target, contents);
+  }
   if (contents.unreadable == 0) return kExitClean;
   return Fail(kExitWarnings, std::to_wstring(contents.unreadable) +
                                  L" entries of the key could not be read; it may have changed.");
 }
 
 int WatchKey(const WatchArguments& arguments) {
-  return Watch(arguments.Target(), {arguments.count, arguments.timeout, arguments.json});
+  return Watch(arguments.Target(), {arguments.count, arguments.seconds, arguments.json});
 }
 
 template <typename Arguments>
@@ -236,6 +269,7 @@ void AddRegistryCommand(Command& program) {
                     "sz (if not given), expand, dword, binary or multi");
 
   auto list = AddOperation(registry, "list", "Print the subkeys and values of a key", List);
+  list.Flag("--csv", list->csv, "The values alone, one line each, for spreadsheets");
   list.Json("One JSON object with everything");
 
   auto watch =
@@ -243,7 +277,7 @@ void AddRegistryCommand(Command& program) {
                    "Print the changes of a key and of everything below as they come", WatchKey);
   watch.Count("--count N", watch->count, "End with 0 after so many changes",
               NumberRange<unsigned>{1, UINT32_MAX});
-  watch.Count("--timeout SECONDS", watch->timeout,
+  watch.Count("--for SECONDS", watch->seconds,
               "End after so many seconds, with 1 if --count was not reached", kSeconds);
   watch.Json("One JSON object a change");
 }

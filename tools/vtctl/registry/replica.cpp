@@ -22,8 +22,8 @@ int Check(const ReplicaArguments& arguments) {
     return Fail(kExitUsage, KeyName(arguments.Key()) + L" is a root: name a key below it.");
   }
   if (arguments.folder.System().empty()) {
-    return Fail(kExitBadInput, L"\"" + Printable(arguments.folder.Written()) +
-                                   L"\" is no folder: " + SystemText(arguments.folder.Error()));
+    return Fail(kExitBadInput, L"\"" + Printable(arguments.folder.Written()) + L"\" is no folder",
+                arguments.folder.Error());
   }
   return kExitClean;
 }

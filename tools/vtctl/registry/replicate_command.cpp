@@ -118,9 +118,9 @@ void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {
     Json line = {{"time", ToUtf8(IsoTime())},
                  {"key", ToUtf8(KeyName(arguments.Key()))},
                  {"file", ToUtf8(file.Shown())},
-                 {"saved", status == ERROR_SUCCESS},
-                 {"status", status}};
-    if (status != ERROR_SUCCESS) line["reason"] = ToUtf8(ReasonText(status));
+                 {"saved", status == ERROR_SUCCESS}};
+    AddStatus(line, status);
+    if (status != ERROR_SUCCESS) line["error"] = ToUtf8(ReasonText(status));
     PrintJsonLine(line);
   } else if (status == ERROR_SUCCESS) {
     Print(ClockTime() + L"  saved to " + file.Shown() + SizeOf(file) + L"\n");
@@ -131,8 +131,10 @@ void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {
 
 int FailToStart(const ReplicateArguments& arguments) {
   const DWORD status = ::GetLastError();
-  return Fail(kExitCannotWrite, Printable(KeyName(arguments.Key())) + L" cannot be replicated to " +
-                                    arguments.folder.Shown() + L": " + SystemText(status));
+  return Fail(kExitCannotWrite,
+              Printable(KeyName(arguments.Key())) + L" cannot be replicated to " +
+                  arguments.folder.Shown() + L"",
+              status);
 }
 
 int SaveOnce(const ReplicateArguments& arguments) {
@@ -141,10 +143,12 @@ int SaveOnce(const ReplicateArguments& arguments) {
   replica.TerminateReplication();
   const std::vector<unsigned long> errors = replica.TakeErrors();
   const unsigned long status = errors.empty() ? ERROR_SUCCESS : errors.back();
-  if (status == ERROR_SUCCESS || arguments.json) PrintOutcome(arguments, status);
-  if (status == ERROR_SUCCESS) return kExitClean;
-  return Fail(kExitCannotWrite,
-              Printable(KeyName(arguments.Key())) + L" was not saved: " + ReasonText(status));
+  if (status == ERROR_SUCCESS) {
+    PrintOutcome(arguments, status);
+    return kExitClean;
+  }
+  return FailWith(kExitCannotWrite, status,
+                  Printable(KeyName(arguments.Key())) + L" was not saved: " + ReasonText(status));
 }
 
 // A deleted key is followed no longer, and nobody is told.
@@ -191,8 +195,8 @@ int Run(const ReplicateArguments& arguments) {
   const LSTATUS status =
       ::RegOpenKeyExW(path.root, path.subkey.c_str(), 0, KEY_READ, key.Receive());
   if (status != ERROR_SUCCESS) {
-    return Fail(kExitNoInput, Printable(KeyName(path)) + L" cannot be opened: " +
-                                  SystemText(static_cast<unsigned long>(status)));
+    return Fail(kExitNoInput, Printable(KeyName(path)) + L" cannot be opened",
+                static_cast<unsigned long>(status));
   }
   return arguments.isOnce ? SaveOnce(arguments) : Follow(arguments, key.Get());
 }

@@ -5,8 +5,8 @@
 #include "platform/owned.h"
 #include "tests/support/eventually.h"
 #include "tests/support/random_name.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 
@@ -45,7 +45,9 @@ TEST_F(ReplicationCommands, Once_SavesAndTellsWhatIsWrong) {
     std::wstring text;
   } rows[] = {
       {{key, folder}, kExitClean, L"saved to " + data + L", "},
-      {{key, folder + L"\\", L"--json"}, kExitClean, L"\"saved\":true,\"status\":0}"},
+      {{key, folder + L"\\", L"--json"},
+       kExitClean,
+       L"\"saved\":true,\"error\":null,\"status\":null}"},
       {{key, scratch / L"file"}, kExitCannotWrite, L" cannot be replicated to " + scratch.Path()},
       {{key + L"\\none", folder}, kExitNoInput, L"\\none cannot be opened: "},
       {{L"HKCU", folder}, kExitUsage, L"HKEY_CURRENT_USER is a root: name a key below it."},

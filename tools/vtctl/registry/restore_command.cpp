@@ -46,7 +46,7 @@ int CheckFile(const Path& file) {
   const DWORD attributes = ::GetFileAttributesW(file.System().c_str());
   const DWORD status = ::GetLastError();
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return Fail(kExitNoInput, file.Shown() + L" cannot be found: " + SystemText(status));
+    return Fail(kExitNoInput, file.Shown() + L" cannot be found", status);
   }
   return attributes & FILE_ATTRIBUTE_DIRECTORY
              ? Fail(kExitNoInput, file.Shown() + L" is a folder, not a saved key.")
@@ -66,8 +66,7 @@ int Run(const RestoreArguments& arguments) {
   if (code != kExitClean) return code;
   if (!RegistryKeyReplicator::LoadRegistryKey(key.root, key.subkey, arguments.Directory())) {
     const DWORD status = ::GetLastError();
-    return Fail(kExitCannotWrite,
-                name + L" was not restored from " + file.Shown() + L": " + SystemText(status));
+    return Fail(kExitCannotWrite, name + L" was not restored from " + file.Shown() + L"", status);
   }
   if (arguments.json) {
     PrintJson({{"key", ToUtf8(KeyName(key))}, {"file", ToUtf8(file.Shown())}, {"restored", true}});

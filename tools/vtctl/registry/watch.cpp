@@ -36,9 +36,11 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
   const bool isValue = change.kind >= KeyChange::valueAdded;
   const std::wstring key = Joined(KeyName(target.path), change.key);
   if (json) {
-    Json line = {{"change", ToUtf8(kKindNames[change.kind])}, {"key", ToUtf8(key)}};
+    Json line = {{"time", ToUtf8(IsoTime())},
+                 {"change", ToUtf8(kKindNames[change.kind])},
+                 {"key", ToUtf8(key)}};
     if (isValue) {
-      line["value"] = ToUtf8(change.name);
+      line["name"] = ToUtf8(change.name);
       line.update(ToJson(change.value));
     }
     PrintJsonLine(line);
@@ -53,8 +55,8 @@ void PrintChange(const KeyTarget& target, const KeyChange& change, bool json) {
 }
 
 int Fail(const KeyTarget& target, long status) {
-  return Fail(kExitNoInput, KeyName(target.path) + L" cannot be watched: " +
-                                SystemText(static_cast<unsigned long>(status)));
+  return Fail(kExitNoInput, KeyName(target.path) + L" cannot be watched",
+              static_cast<unsigned long>(status));
 }
 
 // The registration, the last state that was read, and how much time is left.
@@ -91,7 +93,7 @@ class Watcher {
           break;
         case WaitEnd::interrupted:
           return kExitCancelled;
-        case WaitEnd::timeOut:
+        case WaitEnd::timeout:
           return options.count != 0 ? kExitWarnings : kExitClean;
         case WaitEnd::failed:
           return Fail(target, static_cast<long>(::GetLastError()));

@@ -105,9 +105,8 @@ Json ToJson(const std::wstring& account, const LogonReport& report) {
   Json json = {{"account", ToUtf8(account)},
                {"loggedOn", report.isLoggedOn},
                {"impersonated", report.error == ERROR_SUCCESS},
-               {"status", report.error},
-               {"statusText",
-                report.error == ERROR_SUCCESS ? Json() : Json(ToUtf8(SystemText(report.error)))},
+               {"error", nullptr},
+               {"status", nullptr},
                {"logonType", report.type ? Json(report.type->number) : Json()},
                {"logonTypeName", report.type ? Json(ToUtf8(report.type->name)) : Json()},
                {"logonTypeFrom", kOrigins[report.choice.origin]},
@@ -117,6 +116,7 @@ Json ToJson(const std::wstring& account, const LogonReport& report) {
                {"after", ToJson(report.after)},
                {"reverted", report.isReverted},
                {"traces", Json::array()}};
+  AddStatus(json, report.error);
   for (const std::wstring& line : report.traces) json["traces"].push_back(ToUtf8(line));
   return json;
 }

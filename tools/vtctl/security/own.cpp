@@ -10,6 +10,11 @@ namespace {
 
 using vtclass::OwnershipStep;
 
+constexpr ULONGLONG kInterval = 100;
+
+// The last column stays free: writing there would move to the next line.
+std::size_t Columns() { return static_cast<std::size_t>(ErrorTerminalWidth() - 1); }
+
 // Counts the entries and tells of them as they come.
 class Work {
  public:
@@ -57,9 +62,8 @@ class Work {
   OwnResult result;
   unsigned long first = ERROR_SUCCESS;  // why something failed for the first time
   bool isTelling = false;
-  const bool isTerminal = OutputIsTerminal();
-  const ULONGLONG interval = isTerminal ? 100 : 5000;
-  ULONGLONG next = ::GetTickCount64() + interval;
+  const bool isVisible = !request.isSilent && ErrorIsTerminal();
+  ULONGLONG next = ::GetTickCount64() + kInterval;
   bool isShown = false;
 };
 
@@ -74,19 +78,19 @@ void Work::TellFailure(const OwnFailure& failure) {
   Print(failure.path.Shown() + what + SystemText(failure.status) + L"\n");
 }
 
-// A line that stays on a terminal, one now and then elsewhere.
+// A line on standard error that stays, where that is a terminal: a file or a program that reads
+// gets the failures and the summary, and no more.
 void Work::ShowProgress(const Path& path) {
   const ULONGLONG now = ::GetTickCount64();
-  if (request.isSilent || now < next) return;
-  next = now + interval;
+  if (!isVisible || now < next) return;
+  next = now + kInterval;
   const std::wstring text = Grouped(result.taken, {}) + L" taken over  " + path.Shown();
-  Print(isTerminal ? Fitted(text, static_cast<std::size_t>(TerminalWidth() - 1)) + L"\r"
-                   : text + L"\n");
-  isShown = isTerminal;
+  PrintError(Fitted(text, Columns()) + L"\r");
+  isShown = true;
 }
 
 void Work::HideProgress() {
-  if (isShown) Print(std::wstring(static_cast<std::size_t>(TerminalWidth() - 1), L' ') + L"\r");
+  if (isShown) PrintError(std::wstring(Columns(), L' ') + L"\r");
   isShown = false;
 }
 

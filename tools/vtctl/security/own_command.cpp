@@ -55,9 +55,8 @@ int CheckPath(const OwnArguments& arguments) {
   const DWORD error = arguments.path.System().empty() ? arguments.path.Error() : ::GetLastError();
   const std::wstring shown = Printable(arguments.path.Written());
   if (attributes == INVALID_FILE_ATTRIBUTES) {
-    return error == ERROR_ACCESS_DENIED
-               ? kExitClean
-               : Fail(kExitNoInput, shown + L" was not found: " + SystemText(error));
+    return error == ERROR_ACCESS_DENIED ? kExitClean
+                                        : Fail(kExitNoInput, shown + L" was not found", error);
   }
   if (arguments.isTree && !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
     return Fail(kExitNoInput, shown + L" is no folder; without --tree it can be taken over.");
@@ -73,8 +72,8 @@ std::wstring Question(const OwnArguments& arguments) {
 int AssertPrivileges() {
   for (const wchar_t* const name : {L"SeTakeOwnershipPrivilege", L"SeRestorePrivilege"}) {
     if (::AssertPrivilege(name, TRUE) != 0) continue;
-    return Fail(kExitErrors, std::wstring(L"The privilege ") + name + L" cannot be enabled: " +
-                                 SystemText(::GetLastError()));
+    return Fail(kExitErrors, std::wstring(L"The privilege ") + name + L" cannot be enabled",
+                ::GetLastError());
   }
   return kExitClean;
 }
@@ -97,11 +96,10 @@ Json ToJson(const OwnArguments& arguments, const OwnResult& result) {
                {"stopped", result.isStopped},
                {"failures", Json::array()}};
   for (const OwnFailure& failure : result.failures) {
-    json["failures"].push_back(
-        {{"path", ToUtf8(failure.path.Shown())},
-         {"failed", failure.step == vtclass::folderNotListed ? "list" : "take"},
-         {"status", failure.status},
-         {"statusText", ToUtf8(SystemText(failure.status))}});
+    Json row = {{"path", ToUtf8(failure.path.Shown())},
+                {"step", failure.step == vtclass::folderNotListed ? "list" : "take"}};
+    AddStatus(row, failure.status);
+    json["failures"].push_back(row);
   }
   return json;
 }

@@ -126,16 +126,16 @@ Json ToJson(const std::wstring& name, const Answer& answer) {
   const auto state = [](const std::optional<DWORD>& attributes) {
     return attributes ? Json((*attributes & SE_PRIVILEGE_ENABLED) != 0) : Json();
   };
-  return {{"privilege", ToUtf8(name)},
-          {"description", TextOrNull(answer.words)},
-          {"known", answer.isKnown},
-          {"token", ToUtf8(TokenWord(answer))},
-          {"held", answer.readError == 0 ? Json(answer.before.has_value()) : Json()},
-          {"enabledBefore", state(answer.before)},
-          {"enabledAfter", state(answer.after)},
-          {"agentsAreTold", answer.isAsserted},
-          {"status", answer.error},
-          {"statusText", TextOrNull(answer.error == 0 ? L"" : SystemText(answer.error))}};
+  Json json = {{"privilege", ToUtf8(name)},
+               {"description", TextOrNull(answer.words)},
+               {"known", answer.isKnown},
+               {"token", ToUtf8(TokenWord(answer))},
+               {"held", answer.readError == 0 ? Json(answer.before.has_value()) : Json()},
+               {"enabledBefore", state(answer.before)},
+               {"enabledAfter", state(answer.after)},
+               {"agentsAreTold", answer.isAsserted}};
+  AddStatus(json, answer.error);
+  return json;
 }
 
 int Run(const PrivilegeArguments& arguments) {

@@ -1,9 +1,9 @@
 #include "tools/vtctl/security/token.h"
 
 #include <algorithm>
-#include <cwchar>
 
 #include "platform/failure_code.h"
+#include "tools/vtctl/shared/number_text.h"
 
 namespace vtctl {
 namespace {
@@ -45,9 +45,8 @@ std::optional<Answer> Ask(HANDLE token, TOKEN_INFORMATION_CLASS what) {
 std::wstring PrivilegeName(LUID number) {
   wchar_t name[128] = {};
   DWORD units = ARRAYSIZE(name);
-  if (::LookupPrivilegeNameW(nullptr, &number, name, &units)) return name;
-  std::swprintf(name, ARRAYSIZE(name), L"0x%lx", number.LowPart);
-  return name;
+  const bool isKnown = ::LookupPrivilegeNameW(nullptr, &number, name, &units) != FALSE;
+  return isKnown ? name : HexNumber(number.LowPart);
 }
 
 class Reader {

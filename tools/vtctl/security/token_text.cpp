@@ -1,7 +1,6 @@
 #include "tools/vtctl/security/token_text.h"
 
 #include <algorithm>
-#include <cwchar>
 #include <iterator>
 
 #include "tools/vtctl/shared/console.h"
@@ -87,12 +86,6 @@ std::wstring ElevationText(bool isElevated, const TokenFacts& facts) {
   return text;
 }
 
-std::wstring SessionText(ULONGLONG session) {
-  wchar_t text[24];
-  std::swprintf(text, ARRAYSIZE(text), L"0x%llx", session);
-  return text;
-}
-
 std::wstring Row(const wchar_t* label, const std::wstring& text) {
   return L"  " + Fitted(label, 15) + text + L"\n";
 }
@@ -135,8 +128,9 @@ std::wstring PrivilegesText(const TokenFacts& facts) {
 }
 
 Json ToJson(const AccountName& account) {
-  return {
-      {"name", ToUtf8(account.name)}, {"sid", ToUtf8(account.sid)}, {"nameStatus", account.error}};
+  return {{"name", TextOrNull(account.name)},
+          {"sid", ToUtf8(account.sid)},
+          {"nameStatus", account.error == 0 ? Json() : Json(account.error)}};
 }
 
 Json WordOrNull(const char* word) { return word ? Json(word) : Json(); }
@@ -179,7 +173,7 @@ std::wstring Text(const TokenFacts& facts) {
     text += Row(L"SID", facts.account->sid);
   }
   if (const char* const level = LevelWord(facts.level)) text += Row(L"Level", FromUtf8(level));
-  if (facts.logonSession) text += Row(L"Logon session", SessionText(*facts.logonSession));
+  if (facts.logonSession) text += Row(L"Logon session", HexNumber(*facts.logonSession));
   if (facts.integrityLevel && facts.integrity) {
     text += Row(L"Integrity", FromUtf8(IntegrityWord(*facts.integrityLevel)) + L"  [" +
                                   facts.integrity->sid + L"]");
@@ -193,11 +187,11 @@ std::wstring Text(const TokenFacts& facts) {
 
 Json ToJson(const TokenFacts& facts) {
   Json json = {
-      {"status", facts.error},
+      {"error", nullptr},
+      {"status", nullptr},
       {"account", facts.account ? ToJson(*facts.account) : Json()},
       {"impersonationLevel", WordOrNull(LevelWord(facts.level))},
-      {"logonSession",
-       facts.logonSession ? Json(ToUtf8(SessionText(*facts.logonSession))) : Json()},
+      {"logonSession", facts.logonSession ? Json(ToUtf8(HexNumber(*facts.logonSession))) : Json()},
       {"integrity", facts.integrityLevel ? Json(IntegrityWord(*facts.integrityLevel)) : Json()},
       {"integritySid", facts.integrity ? Json(ToUtf8(facts.integrity->sid)) : Json()},
       {"elevated", facts.isElevated ? Json(*facts.isElevated) : Json()},
@@ -205,6 +199,7 @@ Json ToJson(const TokenFacts& facts) {
       {"groups", Json::array()},
       {"privileges", Json::array()},
       {"untold", Json::array()}};
+  AddStatus(json, facts.error);
   for (const TokenGroup& group : facts.groups) json["groups"].push_back(ToJson(group));
   for (const TokenPrivilege& row : facts.privileges) json["privileges"].push_back(ToJson(row));
   for (const UntoldFact& fact : facts.untold) {

@@ -48,7 +48,7 @@ bool MediumIsDamaged(DWORD error) {
 }
 
 Finding ReadFailure(const Messages& messages, const std::wstring& path, const ReadResult& result) {
-  const std::wstring words = Printable(SystemText(result.error));
+  const std::wstring words = SystemText(result.error);
   if (MediumIsDamaged(result.error)) {
     return {kCodeFileCorrupt, kTagErrorFileCorrupt,
             messages.Text(MSG_FILE_CORRUPT, {path, messages.Number(result.read), words}),
@@ -58,26 +58,23 @@ Finding ReadFailure(const Messages& messages, const std::wstring& path, const Re
           messages.Text(MSG_FILE_READ_FAILED, {path, words}), MSG_CATEGORY_RESOURCE};
 }
 
-}  // namespace
-
-bool Finding::IsError() const { return IsErrorCode(code); }
-
-Finding FolderFinding(const Messages& messages, const std::wstring& shownPath,
-                      const FolderListing& listing, bool isRoot) {
-  const std::wstring words = Printable(SystemText(listing.Error()));
+Finding FolderReason(const Messages& messages, const std::wstring& shownPath,
+                     const FolderListing& listing, bool isRoot) {
+  const std::wstring words = SystemText(listing.Error());
   if (listing.Opened()) {
     return {kCodeFolderListInterrupted, kTagErrorFolderListFailed,
             messages.Text(MSG_FOLDER_LIST_INTERRUPTED, {shownPath, words}), MSG_CATEGORY_RESOURCE};
   }
   Finding finding;
   if (!isRoot && FindKnown(messages, shownPath, listing.Error(), finding)) return finding;
+  const unsigned category =
+      listing.Error() == ERROR_ACCESS_DENIED ? MSG_CATEGORY_SECURITY : MSG_CATEGORY_RESOURCE;
   return {kCodeFolderListFailed, kTagErrorFolderListFailed,
-          messages.Text(MSG_FOLDER_LIST_FAILED, {shownPath, words}),
-          listing.Error() == ERROR_ACCESS_DENIED ? MSG_CATEGORY_SECURITY : MSG_CATEGORY_RESOURCE};
+          messages.Text(MSG_FOLDER_LIST_FAILED, {shownPath, words}), category};
 }
 
-Finding FileFinding(const Messages& messages, const std::wstring& shownPath,
-                    const ReadResult& result) {
+Finding FileReason(const Messages& messages, const std::wstring& shownPath,
+                   const ReadResult& result) {
   if (result.outcome == ReadResult::changed) {
     return {kCodeFileChanged, kTagWarningFileChangedDuringBackup,
             messages.Text(MSG_FILE_CHANGED, {shownPath}), MSG_CATEGORY_DATA};
@@ -91,13 +88,33 @@ Finding FileFinding(const Messages& messages, const std::wstring& shownPath,
   Finding finding;
   if (FindKnown(messages, shownPath, result.error, finding)) return finding;
   if (result.outcome == ReadResult::cannotRead) return ReadFailure(messages, shownPath, result);
-  const std::wstring words = Printable(SystemText(result.error));
+  const std::wstring words = SystemText(result.error);
   if (result.outcome == ReadResult::cannotAsk) {
     return {kCodeAttributesFailed, kTagErrorFileAttributesFailed,
             messages.Text(MSG_ATTRIBUTES_FAILED, {shownPath, words}), MSG_CATEGORY_RESOURCE};
   }
   return {kCodeFileOpenFailed, kTagErrorFileReadFailed,
           messages.Text(MSG_FILE_OPEN_FAILED, {shownPath, words}), MSG_CATEGORY_RESOURCE};
+}
+
+}  // namespace
+
+bool Finding::IsError() const { return IsErrorCode(code); }
+
+Finding FolderFinding(const Messages& messages, const std::wstring& shownPath,
+                      const FolderListing& listing, bool isRoot) {
+  Finding finding = FolderReason(messages, shownPath, listing, isRoot);
+  finding.path = shownPath;
+  finding.status = listing.Error();
+  return finding;
+}
+
+Finding FileFinding(const Messages& messages, const std::wstring& shownPath,
+                    const ReadResult& result) {
+  Finding finding = FileReason(messages, shownPath, result);
+  finding.path = shownPath;
+  finding.status = result.error;
+  return finding;
 }
 
 }  // namespace vtctl

@@ -16,6 +16,9 @@ struct Finding {
   const wchar_t* tag = nullptr;
   std::wstring text;
   unsigned category = 0; /* message id of the job's error category */
+  // NOLINTNEXTLINE(readability-redundant-member-init): rows without it need not name it
+  std::wstring path = {}; /* the file, folder or registry key, as people may read it */
+  DWORD status = 0;       /* the system's, where there is one */
 
   bool IsError() const;
 };

@@ -1,5 +1,7 @@
 #include "tools/vtctl/session/folder_reader.h"
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "platform/reparse_point.h"
@@ -44,13 +46,24 @@ void Skip(const wchar_t* tag, const std::wstring& text, FolderRecord& record) {
 
 }  // namespace
 
+std::wstring LiveCount::Folder() {
+  const vtclass::platform::ScopedLock hold(lock);
+  return folder;
+}
+
+void LiveCount::SetFolder(const std::wstring& shownPath) {
+  const vtclass::platform::ScopedLock hold(lock);
+  folder = shownPath;
+}
+
 FolderReader::FolderReader(const ReadingPlan& plan, LiveCount& live)
     : plan(plan), live(live), files(size_t{plan.settings.bufferSizeKB} * 1024, plan.stop) {}
 
 FolderRecord FolderReader::Read(const FolderPlace& folder) {
   const Path& path = folder.path;
   FolderRecord record(plan.settings.largestFiles);
-  record.shownPath = path.Shown();
+  record.shownPath = StoredPath(path);
+  live.SetFolder(record.shownPath);
   const ReadingAs acting(plan.reader);
   FolderListing listing =
       acting.Error() == ERROR_SUCCESS ? FolderListing(path) : FolderListing(acting.Error());
@@ -67,18 +80,30 @@ FolderRecord FolderReader::Read(const FolderPlace& folder) {
   return record;
 }
 
+bool FolderReader::IsSelected(const Path& path, bool isFolder) const {
+  if (plan.selection.IsEmpty()) return true;
+  std::wstring_view below = path.System();
+  below.remove_prefix(std::min(plan.root.System().size(), below.size()));
+  if (below.starts_with(L'\\')) below.remove_prefix(1);
+  return isFolder ? plan.selection.TakesFolder(below) : plan.selection.TakesFile(below);
+}
+
 // `folder` is the entry's own path and volume.
 void FolderReader::ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& entry,
                              FolderRecord& record) {
   const Path& path = folder.path;
+  if (!IsSelected(path, (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)) {
+    ++record.totals.excluded;
+    return;
+  }
   if (IsLink(entry)) {
     IsMountPoint(path, entry) ? EnterOrSkipVolume(folder, record) : SkipLink(path, record);
   } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
     record.subfolders.push_back(folder);
   } else if (IsPlaceholder(entry)) {
-    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {path.Shown()});
-    record.lines.push_back(
-        {kCodePlaceholderSkipped, kTagWarningFilePlaceholderSkipped, text, MSG_CATEGORY_DATA});
+    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {StoredPath(path)});
+    record.lines.push_back({kCodePlaceholderSkipped, kTagWarningFilePlaceholderSkipped, text,
+                            MSG_CATEGORY_DATA, StoredPath(path)});
     Skip(kTagOfflineFile, text, record);
   } else if (!vtclass::platform::IsSameName(path.System(), plan.logPath.System())) {
     ReadFile(path, entry, record);
@@ -94,7 +119,7 @@ void FolderReader::ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, Fol
   const ReadResult read = files.Read(path);
   if (read.outcome == ReadResult::stopped) return;
   if (read.outcome != ReadResult::complete) {
-    record.lines.push_back(FileFinding(plan.messages, path.Shown(), read));
+    record.lines.push_back(FileFinding(plan.messages, StoredPath(path), read));
   }
   if (read.outcome == ReadResult::complete || read.outcome == ReadResult::changed ||
       read.outcome == ReadResult::shorter) {
@@ -110,8 +135,8 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
   record.totals.bytes += bytes;
   ++live.files;
   live.bytes += bytes;
-  const std::wstring shown = path.Shown();
-  record.statistics.Add(shown, Printable(ExtensionOf(name)), bytes);
+  const std::wstring shown = StoredPath(path);
+  record.statistics.Add(shown, Storable(ExtensionOf(name)), bytes);
   if (bytes >= uint64_t{plan.settings.reportLargeFilesMB} << 20) {
     record.lines.push_back(
         {0, kTagFileName,
@@ -121,7 +146,7 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
 
 // A volume that is already on the way is not entered again: volumes may be mounted in a circle.
 void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record) {
-  const std::wstring shown = mountPoint.path.Shown();
+  const std::wstring shown = StoredPath(mountPoint.path);
   const std::wstring volume =
       plan.crossVolumes ? VolumeNameAt(mountPoint.path.System()) : std::wstring();
   const bool isCircle = !volume.empty() && IsOnTheWay(volume, mountPoint.volume.get());
@@ -136,19 +161,19 @@ void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord
       plan.messages.Text(isCircle ? MSG_VOLUME_CYCLE : MSG_MOUNT_POINT_NOT_FOLLOWED, {shown});
   if (isCircle) {
     record.lines.push_back(
-        {kCodeVolumeCycle, kTagWarningFolderCycleSkipped, text, MSG_CATEGORY_JOB});
+        {kCodeVolumeCycle, kTagWarningFolderCycleSkipped, text, MSG_CATEGORY_JOB, shown});
   } else {
-    record.lines.push_back(
-        {kCodeMountPointNotFollowed, kTagWarningMountPointNotFollowed, text, MSG_CATEGORY_JOB});
+    record.lines.push_back({kCodeMountPointNotFollowed, kTagWarningMountPointNotFollowed, text,
+                            MSG_CATEGORY_JOB, shown});
   }
   Skip(kTagReparsePoint, text, record);
 }
 
 void FolderReader::SkipLink(const Path& path, FolderRecord& record) {
-  const std::wstring text = plan.messages.Text(MSG_LINK_NOT_FOLLOWED, {path.Shown()});
+  const std::wstring text = plan.messages.Text(MSG_LINK_NOT_FOLLOWED, {StoredPath(path)});
   if (plan.settings.reportLinks != 0) {
-    record.lines.push_back(
-        {kCodeLinkNotFollowed, kTagWarningLinkNotFollowed, text, MSG_CATEGORY_JOB});
+    record.lines.push_back({kCodeLinkNotFollowed, kTagWarningLinkNotFollowed, text,
+                            MSG_CATEGORY_JOB, StoredPath(path)});
   }
   Skip(kTagReparsePoint, text, record);
 }

@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/critical_section.h"
 #include "tools/vtctl/session/files.h"
 #include "tools/vtctl/session/findings.h"
 #include "tools/vtctl/session/messages.h"
+#include "tools/vtctl/session/selection.h"
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/session/statistics.h"
 #include "tools/vtctl/session/stop_sign.h"
@@ -44,9 +46,18 @@ struct FolderRecord {
 };
 
 /* What has been read so far, for the progress that is shown meanwhile. */
-struct LiveCount {
+class LiveCount {
+ public:
   std::atomic<uint64_t> files = 0;
   std::atomic<uint64_t> bytes = 0;
+
+  /* The folder that a reader has begun last, as people may read it. */
+  std::wstring Folder();
+  void SetFolder(const std::wstring& shownPath);
+
+ private:
+  vtclass::platform::CriticalSection lock;
+  std::wstring folder VTCLASS_GUARDED_BY(lock);
 };
 
 /* What all readers of a session share. */
@@ -57,8 +68,9 @@ struct ReadingPlan {
   Path root;               /* a failure there is an error */
   Path logPath;            /* the one file that is not read */
   std::wstring rootVolume; /* the name of the volume that holds it; empty when it has none */
-  bool crossVolumes;       /* volumes mounted at folders are read as well */
-  HANDLE reader;           /* the token of the account that reads; null: that of the process */
+  const Selection& selection;
+  bool crossVolumes; /* volumes mounted at folders are read as well */
+  HANDLE reader;     /* the token of the account that reads; null: that of the process */
 };
 
 /* The summary of skipped items names so many; the folders above it name all of them. */
@@ -75,6 +87,7 @@ class FolderReader {
   FolderRecord Read(const FolderPlace& folder);
 
  private:
+  bool IsSelected(const Path& path, bool isFolder) const;
   void ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& entry, FolderRecord& record);
   void ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, FolderRecord& record);
   void EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record);

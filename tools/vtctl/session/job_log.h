@@ -10,14 +10,20 @@
 
 namespace vtctl {
 
+class JobLogFile;
+
 /*
  * The session's job log. Texts are given as they are to be read; the log escapes them. After the
- * first failed operation Error is set, nothing more is written, and what was written stays.
+ * first failed operation Error is set, nothing more is written, its end neither, and what was
+ * written stays. One that is never created takes everything and writes nothing.
  */
 class JobLog {
  public:
   /* The buffers of the sections that are collected while the session runs. */
   enum Section : int { direct = -1, skippedItems = 0, largeFiles = 1, extensions = 2 };
+
+  JobLog();
+  ~JobLog();
 
   /*
    * Makes "joblog-YYYYMMDD-HHMMSS.xml" in the folder, with "-2", "-3", ... behind the time when
@@ -41,16 +47,19 @@ class JobLog {
   void Close();
 
  private:
+  bool IsWritten() const { return log && error == 0; }
   void Check(int result);
   void EndLine(int result, Section section);
 
-  std::unique_ptr<LogFile> log;
+  std::unique_ptr<JobLogFile> log;
   vtctl::Path path;
   DWORD error = 0;
   bool inFolder = false;
   bool used[3] = {};
 };
 
+/* "Q-79-41041-4001" */
+std::wstring CodeText(long code);
 /* "Q-79-41041-4001 - text": a finding as a reader of the log sees it. */
 std::wstring FindingLine(long code, const std::wstring& text);
 

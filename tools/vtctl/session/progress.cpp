@@ -8,18 +8,41 @@
 namespace vtctl {
 namespace {
 
-constexpr ULONGLONG kTerminalInterval = 100;
-constexpr ULONGLONG kLineInterval = 5000;
-constexpr int kBarColumns = 30;
+constexpr ULONGLONG kInterval = 100;
+constexpr size_t kMostBarColumns = 30;
+constexpr size_t kLeastBarColumns = 12;
+// Below so many columns nothing can be made out of a path.
+constexpr size_t kLeastFolderColumns = 16;
+// Before so much is done the time left is a guess.
+constexpr double kLeastFraction = 0.02;
+
+// The last column stays free: writing there would move to the next line.
+size_t Columns() { return static_cast<size_t>(ErrorTerminalWidth() - 1); }
+
+std::wstring TimeLeft(const ProgressState& state) {
+  if (state.fraction < kLeastFraction) return {};
+  const double all = static_cast<double>(state.milliseconds) / std::min(state.fraction, 1.0);
+  const std::wstring text = Duration(static_cast<uint64_t>(all) - state.milliseconds, {});
+  return text.substr(0, text.size() - 2) + L" left";  // without tenths
+}
 
 }  // namespace
 
-Progress::Progress(Form form)
-    : visible(form == automatic),
-      terminal(visible && OutputIsTerminal()),
-      next(::GetTickCount64()) {
-  if (!terminal) next += kLineInterval;
+std::wstring ProgressLine(const ProgressState& state, size_t columns) {
+  const size_t bar = std::clamp(columns / 3, kLeastBarColumns, kMostBarColumns);
+  std::wstring line = ProgressBar(state.fraction, static_cast<int>(bar));
+  for (const std::wstring& part : {state.files, TimeLeft(state), state.rate + L"/s", state.size}) {
+    if (part.empty()) continue;
+    if (ColumnsOf(line) + 2 + ColumnsOf(part) > columns) return Shortened(line, columns);
+    line += L"  " + part;
+  }
+  const size_t used = ColumnsOf(line) + 2;
+  if (state.folder.empty() || used + kLeastFolderColumns > columns) return Shortened(line, columns);
+  return line + L"  " + Shortened(state.folder, columns - used);
 }
+
+Progress::Progress(Form form)
+    : visible(form == automatic && ErrorIsTerminal()), next(::GetTickCount64()) {}
 
 DWORD Progress::UntilDue() const {
   if (!visible) return INFINITE;
@@ -27,23 +50,15 @@ DWORD Progress::UntilDue() const {
   return now >= next ? 0 : static_cast<DWORD>(next - now);
 }
 
-void Progress::Show(double fraction, const std::wstring& text) {
-  next = ::GetTickCount64() + (terminal ? kTerminalInterval : kLineInterval);
-  if (!terminal) {
-    Print(std::to_wstring(static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 100)) + L"%  " + text +
-          L"\n");
-    return;
-  }
-  // The last column stays free: writing there would move to the next line.
-  const auto width = static_cast<size_t>(TerminalWidth() - 1);
-  const std::wstring line = Fitted(ProgressBar(fraction, kBarColumns) + L"  " + text, width);
-  // The cursor waits at the start, so that what others write there covers the bar.
-  Print(line + L"\r");
+void Progress::Show(const ProgressState& state) {
+  next = ::GetTickCount64() + kInterval;
+  // The cursor waits at the start, so that what others write there covers the line.
+  PrintError(Fitted(ProgressLine(state, Columns()), Columns()) + L"\r");
   shown = true;
 }
 
 void Progress::Finish() {
-  if (shown) Print(std::wstring(static_cast<size_t>(TerminalWidth() - 1), L' ') + L"\r");
+  if (shown) PrintError(std::wstring(Columns(), L' ') + L"\r");
   shown = false;
   visible = false;
 }

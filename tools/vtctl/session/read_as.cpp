@@ -4,7 +4,6 @@
 #include "tools/vtctl/session/settings.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
-#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/security.h"
 
@@ -16,8 +15,8 @@ using vtclass::platform::FailureCode;
 int Refused(const std::wstring& account, const wchar_t* what, DWORD error, bool isStored) {
   const std::wstring source =
       isStored ? L"; the password is that of \"Account Password\" in the settings" : L"";
-  return Fail(kExitNoInput, Printable(account) + what + SystemText(error) + source +
-                                L"; 'vtctl logon' tells more");
+  return FailWith(kExitNoInput, error,
+                  account + what + SystemText(error) + source + L"; 'vtctl logon' tells more");
 }
 
 }  // namespace
@@ -33,8 +32,8 @@ ReadingAs::~ReadingAs() {
   if (!isActing) return;
   const DWORD lastError = ::GetLastError();
   if (!::RevertToSelf()) {
-    Fail(kExitInternal, L"A thread did not come back from the account as which it reads: " +
-                            SystemText(::GetLastError()));
+    Fail(kExitInternal, L"A thread did not come back from the account as which it reads",
+         ::GetLastError());
     ::TerminateProcess(::GetCurrentProcess(), kExitInternal);
   }
   ::SetLastError(lastError);

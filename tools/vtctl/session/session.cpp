@@ -1,5 +1,10 @@
 #include "tools/vtctl/session/session.h"
 
+#include <algorithm>
+#include <functional>
+#include <tuple>
+
+#include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -7,6 +12,9 @@ namespace vtctl {
 using namespace vtclass::messages;
 
 namespace {
+
+constexpr wchar_t kLeftOut[] = L"...";
+constexpr ptrdiff_t kMostTextsOfACode = 10;
 
 std::wstring FreeSpaceInTrace(const std::optional<uint64_t>& bytes) {
   return bytes ? L", " + std::to_wstring(*bytes) + L" bytes free" : std::wstring();
@@ -18,23 +26,27 @@ Session::Session(const SessionRequest& request, const Messages& messages, Progre
     : request(request),
       messages(messages),
       progress(progress),
-      settings(LoadSettings(request.settingsKey)),
+      settings(LoadSettings(request.settingsKey, !request.isDryRun)),
       stop(request.stopRequested),
-      trace(messages.Source(), request.out),
-      statistics(settings.largestFiles) {}
+      trace(messages.Source(), request.out, !request.isDryRun),
+      statistics(settings.largestFiles) {
+  if (request.isDryRun) settings.readFileData = 0;
+}
 
 bool Session::Start() {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
   start = ::GetTickCount64();
+  result.started = ToUtf8(IsoTime());
   AskVolume();
-  const bool created = log.Create(messages, request.out, now);
+  const bool created = request.isDryRun || log.Create(messages, request.out, now);
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
-  trace.Write(1, L"Session of " + request.root.Shown() + L" begins, job log " + log.Path().Shown() +
-                     L", status " + std::to_wstring(result.logError) + L", volume " +
-                     Shown(result.volume) + FreeSpaceInTrace(result.volume.freeBefore) +
+  trace.Write(1, L"Session of " + StoredPath(request.root) + L" begins, job log " +
+                     StoredPath(log.Path()) + L", status " + std::to_wstring(result.logError) +
+                     L", volume " + Shown(result.volume) +
+                     FreeSpaceInTrace(result.volume.freeBefore) +
                      (request.reader.token ? L", read as " + request.reader.name : L""));
   return created;
 }
@@ -43,6 +55,7 @@ SessionResult Session::Run() {
   log.Begin(kTagSet);
   WriteSetHeader();
   ReadTree();
+  const bool isReported = log.Error() != ERROR_SUCCESS;
   result.milliseconds = ::GetTickCount64() - start;
   result.volume.freeAfter = AskFreeSpace();
   WriteSections();
@@ -50,7 +63,19 @@ SessionResult Session::Run() {
   log.End(kTagSet);
   WriteFooter();
   log.Close();
+  if (log.Error() != ERROR_SUCCESS && !isReported) {
+    ReportLogFailure();
+    // The summary is made once more, for the operator alone.
+    result.summary.clear();
+    WriteSetTotals();
+    WriteFooter();
+  }
   result.logError = log.Error();
+  result.ended = ToUtf8(IsoTime());
+  std::ranges::sort(result.reasons, std::ranges::greater(), [](const ReasonCount& reason) {
+    return std::tuple<bool, uint64_t, long, const std::wstring&>(reason.isError, reason.count,
+                                                                 reason.code, reason.text);
+  });
   trace.Write(1, L"Session ends after " + std::to_wstring(result.milliseconds) + L" ms, " +
                      std::to_wstring(result.totals.files) + L" files, " +
                      std::to_wstring(result.totals.errors) + L" errors, status " +
@@ -79,6 +104,7 @@ void Session::ReadTree() {
                       request.root,
                       log.Path(),
                       result.volume.name,
+                      request.selection,
                       request.crossVolumes,
                       request.reader.token.Get()};
   {
@@ -94,27 +120,35 @@ void Session::ReadTree() {
 
 void Session::ReportEndOfReading() {
   if (log.Error() != ERROR_SUCCESS) {
-    // The log cannot tell of it any more; the operator hears of it.
-    Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
-            messages.Text(MSG_JOB_LOG_WRITE_FAILED,
-                          {log.Path().Shown(), Printable(SystemText(log.Error()))}),
-            MSG_CATEGORY_RESOURCE});
+    ReportLogFailure();
   } else if (request.stopRequested()) {
     cancelled = true;
     wchar_t user[257] = L"?";
     DWORD length = ARRAYSIZE(user);
     ::GetUserNameW(user, &length);
     Report({kCodeJobCancelledBy, kTagErrorJobCancelled,
-            messages.Text(MSG_JOB_CANCELLED_BY, {Printable(user)}), MSG_CATEGORY_JOB});
+            messages.Text(MSG_JOB_CANCELLED_BY, {Storable(user)}), MSG_CATEGORY_JOB});
   } else if (result.totals.files == 0 && result.totals.skipped == 0) {
     Report({kCodeRootEmpty, kTagWarningSelectionEmpty,
-            messages.Text(MSG_ROOT_EMPTY, {request.root.Shown()}), MSG_CATEGORY_JOB});
+            messages.Text(MSG_ROOT_EMPTY, {StoredPath(request.root)}), MSG_CATEGORY_JOB,
+            StoredPath(request.root)});
   }
+}
+
+// The log cannot tell of it any more; the operator hears of it.
+void Session::ReportLogFailure() {
+  const std::wstring path = StoredPath(log.Path());
+  Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
+          messages.Text(MSG_JOB_LOG_WRITE_FAILED, {path, SystemText(log.Error())}),
+          MSG_CATEGORY_RESOURCE, path, log.Error()});
 }
 
 // On a worker's thread, one folder at a time.
 void Session::WriteFolder(const FolderRecord& record) {
-  if (log.Error() != ERROR_SUCCESS) return;
+  if (log.Error() != ERROR_SUCCESS) {
+    stop.Give();
+    return;
+  }
   const Totals& totals = record.totals;
   log.Folder(record.shownPath);
   trace.Write(2, record.shownPath + L": " + std::to_wstring(totals.files) + L" files, " +
@@ -140,6 +174,7 @@ void Session::WriteFolder(const FolderRecord& record) {
   result.totals.bytes += totals.bytes;
   result.totals.folders += totals.folders;
   result.totals.skipped += totals.skipped;
+  result.totals.excluded += totals.excluded;
   statistics.Add(record.statistics);
   if (log.Error() != ERROR_SUCCESS) stop.Give();
 }
@@ -153,16 +188,43 @@ void Session::Report(const Finding& finding) {
     category = finding.category;
     categoryIsError = finding.IsError();
   }
-  if (result.findings.size() < request.shownFindings) {
-    result.findings.push_back({FindingLine(finding.code, finding.text), finding.IsError()});
+  if (result.findings.size() < request.keptFindings) result.findings.push_back(finding);
+  CountReason(finding);
+}
+
+// There are some twenty codes. The texts of one differ by the system's status, and by numbers, of
+// which there is no end.
+void Session::CountReason(const Finding& finding) {
+  std::wstring text = finding.text;
+  const size_t path = finding.path.empty() ? std::wstring::npos : text.find(finding.path);
+  if (path != std::wstring::npos) text.replace(path, finding.path.size(), kLeftOut);
+  const auto find = [&] {
+    return std::ranges::find_if(result.reasons, [&](const ReasonCount& reason) {
+      return reason.code == finding.code && reason.text == text;
+    });
+  };
+  auto known = find();
+  if (known == result.reasons.end() &&
+      std::ranges::count(result.reasons, finding.code, &ReasonCount::code) >= kMostTextsOfACode) {
+    text = kLeftOut;
+    known = find();
+  }
+  if (known == result.reasons.end()) {
+    result.reasons.push_back({finding.code, finding.IsError(), text, 1});
+  } else {
+    ++known->count;
   }
 }
 
 void Session::ShowProgress(TreeWalk& walk) {
-  const LiveCount& count = walk.Count();
-  progress.Show(walk.FractionDone(),
-                messages.Text(MSG_TOTAL_FILES, {messages.Number(count.files)}) + L", " +
-                    messages.Size(count.bytes));
+  LiveCount& count = walk.Count();
+  const uint64_t milliseconds = ::GetTickCount64() - start;
+  const uint64_t bytes = count.bytes;
+  progress.Show({walk.FractionDone(), milliseconds,
+                 messages.Text(MSG_TOTAL_FILES, {messages.Number(count.files)}),
+                 messages.Size(bytes),
+                 messages.Size(bytes * 1000 / std::max<uint64_t>(milliseconds, 1)),
+                 Printable(count.Folder())});
 }
 
 }  // namespace vtctl

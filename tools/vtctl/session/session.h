@@ -30,8 +30,10 @@ struct SessionRequest {
   std::wstring jobName;  /* empty: the setting */
   std::wstring language; /* empty: the product's setting */
   KeyPath settingsKey;
-  size_t shownFindings = 10;             /* how many SessionResult keeps */
+  size_t keptFindings = SIZE_MAX;        /* how many SessionResult keeps */
   unsigned workers = 0;                  /* 0: the setting */
+  Selection selection;                   /* of its files and folders */
+  bool isDryRun = false;                 /* no file is opened, and nothing written anywhere */
   bool crossVolumes = false;             /* volumes mounted below the root are read as well */
   ReaderAccount reader;                  /* as whom the tree is read */
   std::wstring note;                     /* for the header of the job log; mostly empty */
@@ -39,10 +41,13 @@ struct SessionRequest {
                                           * worker; once it says yes it never says no again */
 };
 
-/* A warning or error as the job log has it. */
-struct ShownFinding {
-  std::wstring line;
+/* How often one thing was found. Of a code there are some ten texts at most, and then one row for
+ * all others. */
+struct ReasonCount {
+  long code = 0;
   bool isError = false;
+  std::wstring text; /* with three dots in place of the path, or of all when there are too many */
+  uint64_t count = 0;
 };
 
 /* What a session came to. */
@@ -51,7 +56,9 @@ struct SessionResult {
   RootVolume volume;
   Totals totals;
   uint64_t milliseconds = 0;
-  std::vector<ShownFinding> findings; /* the first ones */
+  std::string started, ended;         /* in UTC, ISO 8601 */
+  std::vector<Finding> findings;      /* the first ones */
+  std::vector<ReasonCount> reasons;   /* of all of them, the gravest and most frequent first */
   std::vector<std::wstring> settings; /* as the job log has them */
   std::vector<std::wstring> summary;  /* as the job log has them */
   Path logPath;
@@ -64,8 +71,8 @@ class Session {
  public:
   Session(const SessionRequest& request, const Messages& messages, Progress& progress);
 
-  /* Makes the job log and writes its header. False, with `logError` in the result, when it cannot
-   * be made. */
+  /* Makes the job log, but in a dry run, and writes its header. False, with `logError` in the
+   * result, when it cannot be made. */
   bool Start();
   /* Requires: Start returned true. What an exception leaves behind is a log without its end. */
   SessionResult Run();
@@ -83,9 +90,11 @@ class Session {
 
   void ReadTree();
   void ReportEndOfReading();
+  void ReportLogFailure();
   void WriteFolder(const FolderRecord& record);
 
   void Report(const Finding& finding);
+  void CountReason(const Finding& finding);
   void AskVolume();
   std::optional<uint64_t> AskFreeSpace() const;
   std::wstring FreeSpaceText(unsigned id, uint64_t bytes) const;

@@ -4,10 +4,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/run_here.h"
+#include "tests/support/session_fixture.h"
 #include "tests/support/token_copy.h"
-#include "tools/vtctl/run_here.h"
 #include "tools/vtctl/session/read_as.h"
-#include "tools/vtctl/session/session_fixture.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
@@ -180,7 +180,7 @@ TEST_F(SessionAs, RefusedImpersonation_IsAFolderThatCannotBeListed) {
     EXPECT_EQ(result.totals.files, number == 3 ? 0U : number == 4 ? 1U : 2U);
     ASSERT_EQ(result.totals.errors, isFolder ? 1U : 0U);
     if (isFolder) {
-      EXPECT_NE(result.findings[0].line.find(L"(1346)"), std::wstring::npos);
+      EXPECT_NE(LineOf(result.findings[0]).find(L"(1346)"), std::wstring::npos);
     } else {
       EXPECT_EQ(result.volume.freeBefore, std::nullopt);
     }
@@ -208,7 +208,7 @@ TEST_F(SessionAs, RefusedLogon_BeginsNoSession) {
     EXPECT_EQ(run.code, row.code);
     EXPECT_NE(run.errors.find(row.sentence), std::string::npos) << run.errors;
     EXPECT_EQ(run.errors.find("Account Password"), std::string::npos);
-    EXPECT_EQ(run.output, "");
+    EXPECT_TRUE(run.output.starts_with("{\"error\":")) << run.output;
     EXPECT_FALSE(ThreadTokenId());
     EXPECT_FALSE(logons.token && IsOpenToken(logons.token));
   }

@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/network/network_names.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 
@@ -71,7 +71,7 @@ TEST_F(SessionInNetwork, Identity_NamesTheStepThatDecides) {
               {"NEVER", "Aliases in DNS", "10060"}};
   for (const auto& row : rows) {
     test::VtctlRun run(
-        {L"identity", FromUtf8(NetworkName(row.role)), L"--timeout", L"1500", L"--json"});
+        {L"identity", FromUtf8(NetworkName(row.role)), L"--timeout", L"2", L"--json"});
     run.ExitCode();
     const auto json = nlohmann::json::parse(run.Output());
     EXPECT_EQ(json["thisMachine"].is_null(), row.role == std::string("NEVER"));
@@ -79,7 +79,7 @@ TEST_F(SessionInNetwork, Identity_NamesTheStepThatDecides) {
     EXPECT_EQ(step["step"], row.decides);
     EXPECT_EQ(step["decides"], true);
     EXPECT_NE(step["found"].get<std::string>().find(row.found), std::string::npos) << step;
-    EXPECT_EQ(step.contains("warning"), std::string(row.role).ends_with("ALIAS"));
+    EXPECT_EQ(!step["warning"].is_null(), std::string(row.role).ends_with("ALIAS"));
   }
 }
 
@@ -93,7 +93,7 @@ TEST_F(SessionInNetwork, Resolve_NotesWhatTheAddressesAre) {
     EXPECT_EQ(test::VtctlRun({L"resolve", name}).ExitCode(), kExitNoInput);
   }
   EXPECT_EQ(
-      test::VtctlRun({L"resolve", FromUtf8(NetworkName("NEVER")), L"--timeout", L"200"}).ExitCode(),
+      test::VtctlRun({L"resolve", FromUtf8(NetworkName("NEVER")), L"--timeout", L"1"}).ExitCode(),
       kExitNoAnswer);
 }
 

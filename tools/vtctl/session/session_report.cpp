@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tools/vtctl/session/session.h"
+#include "tools/vtctl/shared/joined.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/config.h"
 
@@ -25,7 +26,7 @@ std::wstring ComputerName() {
   wchar_t name[256] = L"?";
   DWORD length = ARRAYSIZE(name);
   ::GetComputerNameExW(ComputerNameDnsHostname, name, &length);
-  return Printable(name);
+  return Storable(name);
 }
 
 // "Windows Server 2022 Standard, build 20348"; empty when the registry does not say.
@@ -38,8 +39,8 @@ std::wstring PlatformName() {
       !key.Load(L"ProductName", product)) {
     return {};
   }
-  return key.Load(L"CurrentBuild", build) ? Printable(product) + L" (" + Printable(build) + L")"
-                                          : Printable(product);
+  return key.Load(L"CurrentBuild", build) ? Storable(product) + L" (" + Storable(build) + L")"
+                                          : Storable(product);
 }
 
 }  // namespace
@@ -48,10 +49,10 @@ void Session::WriteHeader() {
   const std::wstring& name = request.jobName.empty() ? settings.jobName : request.jobName;
   log.Begin(kTagHeader);
   log.Entry(kTagJobServer, messages.Text(MSG_JOB_SERVER, {ComputerName()}));
-  log.Entry(kTagJobName, messages.Text(MSG_JOB_NAME, {Printable(name)}));
+  log.Entry(kTagJobName, messages.Text(MSG_JOB_NAME, {Storable(name)}));
   log.Entry(kTagJobType, messages.Text(MSG_JOB_TYPE, {messages.Text(MSG_JOB_TYPE_BACKUP)}));
   log.Entry(kTagJobStarted, messages.Text(MSG_JOB_STARTED, {LocalTime()}));
-  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {log.Path().Shown()}));
+  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {StoredPath(log.Path())}));
   log.Entry(kTagJobLogLanguage,
             messages.Text(MSG_JOB_LANGUAGE, {messages.Text(MSG_LANGUAGE_NAME)}));
   const std::wstring platform = PlatformName();
@@ -68,11 +69,12 @@ void Session::WriteHeader() {
 }
 
 void Session::WriteSettings() {
-  const std::wstring key = Printable(KeyName(request.settingsKey));
+  const std::wstring key = Storable(KeyName(request.settingsKey));
   if (settings.error != ERROR_SUCCESS) {
-    const std::wstring words = Printable(SystemText(settings.error));
+    const std::wstring words = SystemText(settings.error);
     Report({kCodeSettingsUnreadable, kTagWarningSettingsNotUsed,
-            messages.Text(MSG_SETTINGS_UNREADABLE, {key, words}), MSG_CATEGORY_JOB});
+            messages.Text(MSG_SETTINGS_UNREADABLE, {key, words}), MSG_CATEGORY_JOB, key,
+            settings.error});
     return;
   }
   const auto write = [this](const wchar_t* tag, const std::wstring& line) {
@@ -81,11 +83,11 @@ void Session::WriteSettings() {
   };
   write(kTagSettingRead, messages.Text(MSG_SETTINGS_READ, {key}));
   for (const SettingReport& setting : settings.reports) {
-    const std::wstring value = Printable(setting.value);
+    const std::wstring value = Storable(setting.value);
     if (setting.origin == SettingReport::outOfRange) {
       Report({kCodeSettingOutOfRange, kTagWarningSettingsNotUsed,
               messages.Text(MSG_SETTING_OUT_OF_RANGE, {setting.name, value, setting.used}),
-              MSG_CATEGORY_JOB});
+              MSG_CATEGORY_JOB, key});
     } else if (setting.origin == SettingReport::defaultWritten) {
       write(kTagSettingDefaulted,
             messages.Text(MSG_SETTING_DEFAULT_WRITTEN, {setting.name, value}));
@@ -98,8 +100,9 @@ void Session::WriteSettings() {
 
 // Whose the password is, and never what it is.
 void Session::WriteCredential(const SettingCredential& credential) {
+  const std::wstring key = Storable(KeyName(request.settingsKey));
   const std::wstring account = credential.account.empty() ? messages.Text(MSG_ACCOUNT_NOT_NAMED)
-                                                          : Printable(credential.account);
+                                                          : Storable(credential.account);
   const auto text = [&](unsigned id) {
     return messages.Text(id, {vtclass::config::kSessionAccountPassword.name, account});
   };
@@ -108,10 +111,10 @@ void Session::WriteCredential(const SettingCredential& credential) {
     log.Entry(kTagSettingRead, result.settings.back());
   } else if (credential.seal.form == SealForm::none) {
     Report({kCodeCredentialNotSealed, kTagWarningSettingsNotUsed, text(MSG_CREDENTIAL_NOT_SEALED),
-            MSG_CATEGORY_JOB});
+            MSG_CATEGORY_JOB, key});
   } else {
     Report({kCodeCredentialNotOpened, kTagWarningSettingsNotUsed, text(MSG_CREDENTIAL_NOT_OPENED),
-            MSG_CATEGORY_JOB});
+            MSG_CATEGORY_JOB, key, credential.seal.status});
   }
 }
 
@@ -125,13 +128,19 @@ void Session::WriteSetHeader() {
   if (volume.freeBefore) {
     log.Entry(kTagNote, FreeSpaceText(MSG_FREE_SPACE_BEFORE, *volume.freeBefore));
   }
-  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {request.root.Shown()}));
+  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {StoredPath(request.root)}));
   if (request.reader.token) {
-    log.Entry(kTagJobAccount, messages.Text(MSG_READ_AS, {Printable(request.reader.name)}));
+    log.Entry(kTagJobAccount, messages.Text(MSG_READ_AS, {Storable(request.reader.name)}));
   }
   if (request.crossVolumes) {
     log.Entry(kTagMountPointsFollowed, messages.Text(MSG_MOUNTED_VOLUMES_READ));
   }
+  const auto writePatterns = [this](unsigned id, const std::vector<std::wstring>& patterns) {
+    if (patterns.empty()) return;
+    log.Entry(kTagNote, messages.Text(id, {Storable(Joined(patterns))}));
+  };
+  writePatterns(MSG_ONLY_THESE_READ, request.selection.Included());
+  writePatterns(MSG_THESE_LEFT_OUT, request.selection.Excluded());
   log.Entry(kTagBackupDestination,
             messages.Text(MSG_DESTINATION,
                           {messages.Text(settings.readFileData ? MSG_DESTINATION_DISCARDED
@@ -194,6 +203,9 @@ void Session::WriteSetTotals() {
   Summarise(kTagTotalBytes, messages.Text(MSG_TOTAL_BYTES, {messages.Number(totals.bytes) + L" (" +
                                                             messages.Size(totals.bytes) + L")"}));
   Summarise(kTagTotalSkipped, messages.Text(MSG_TOTAL_SKIPPED, {messages.Number(totals.skipped)}));
+  if (!request.selection.IsEmpty()) {
+    Summarise(kTagNote, messages.Text(MSG_TOTAL_EXCLUDED, {messages.Number(totals.excluded)}));
+  }
   Summarise(kTagTotalWarnings,
             messages.Text(MSG_TOTAL_WARNINGS, {messages.Number(totals.warnings)}));
   Summarise(kTagTotalErrors, messages.Text(MSG_TOTAL_ERRORS, {messages.Number(totals.errors)}));
@@ -216,7 +228,7 @@ void Session::WriteFooter() {
     result.status = SessionResult::failed;
     status = MSG_STATUS_FAILED;
   }
-  if (cancelled) {
+  if (cancelled && log.Error() == ERROR_SUCCESS) {
     result.status = SessionResult::cancelled;
     status = MSG_STATUS_CANCELLED;
   }

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <set>
 
-#include "tools/vtctl/session/session_fixture.h"
+#include "tests/support/session_fixture.h"
 #include "tools/vtctl/shared/console.h"
 #include "vtclass/product.h"
 
@@ -33,7 +35,7 @@ TEST_F(SessionTest, Run_EmptyTreeIsAWarning) {
   const SessionResult result = Run();
   EXPECT_EQ(result.status, SessionResult::exceptions);
   ASSERT_EQ(result.findings.size(), 1U);
-  EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4012 - "));
+  EXPECT_TRUE(LineOf(result.findings[0]).starts_with(L"Q-79-41041-4012 - "));
 }
 
 TEST_F(SessionTest, Run_DoesNotReadItsOwnLog) {
@@ -102,7 +104,7 @@ TEST_F(SessionTest, StoredPassword_IsTold) {
     std::wstring line;
     uint64_t warnings;
   } rows[] = {
-      {L"=Qk95H\\I@7T", L"NORVANE\\b\n", L"a sealed password of NORVANE\\b\xFFFD", 0},
+      {L"=Qk95H\\I@7T", L"NORVANE\\b\x1\x202E", L"a sealed password of NORVANE\\b\xFFFD\x202E", 0},
       {L"=Qk95H\\I@7T", L"", L"a sealed password of (account not named)", 0},
       {L"hunter2!", L"NORVANE\\b", L"the password of NORVANE\\b is not sealed.", 1},
       {L"=Qk95H\\I@7X", L"b", L"the sealed password of b does not open on this machine.", 1},
@@ -179,6 +181,33 @@ TEST_F(SessionTest, FileReader_TellsWhetherTheFileChangedMeanwhile) {
   }
 }
 
+// One text never stands for another; of a code that has too many, the rest has none.
+TEST_F(SessionTest, Reasons_AreToldApartByTheirTexts_WithinBounds) {
+  const vtclass::test::ImportHook<decltype(::GetFileInformationByHandle)> hook(
+      "KERNEL32.dll", "GetFileInformationByHandle", &LookTwice, ::GetModuleHandleW(nullptr));
+  realLook = hook.Original();
+  looks = 0;
+  added[0] = {1, 0};
+  added[1] = {0, 0};
+  request.workers = 1;
+  std::set<uint64_t> sizes = {10, 300000};
+  for (size_t size = 1; size <= 12; ++size) {
+    sizes.insert(size);
+    vtclass::test::MakeFile(scratch / (L"tree\\" + std::to_wstring(size)), std::string(size, 'x'));
+  }
+  const SessionResult result = Run();
+  ASSERT_EQ(result.reasons.size(), 11U);
+  uint64_t count = 0, others = 0;
+  for (const ReasonCount& reason : result.reasons) {
+    EXPECT_EQ(reason.code, vtclass::messages::kCodeFilePartlyRead);
+    count += reason.count;
+    if (reason.text == L"...") others += reason.count;
+  }
+  EXPECT_EQ(count, 14U);
+  EXPECT_GE(others, sizes.size() - 10);
+  EXPECT_LE(others, sizes.size() - 9);
+}
+
 TEST(FileStatistics, Largest_KeepsTheFirstOfEqualOnes) {
   FileStatistics statistics(2);
   statistics.Add(L"a", L".x", 5);
@@ -218,6 +247,118 @@ TEST(Findings, FileFinding_EachStatusHasItsSentence) {
     EXPECT_NE(finding.text.find(L"C:\\f"), std::wstring::npos);
     EXPECT_EQ(finding.text.find(L'%'), std::wstring::npos) << "an argument is missing";
   }
+}
+
+TEST_F(SessionTest, Selection_IsReadAndTheRestCounted) {
+  ::CreateDirectoryW((scratch / L"tree\\sub\\deep").c_str(), nullptr);
+  vtclass::test::MakeFile(scratch / L"tree\\sub\\deep\\three.TXT", "1");
+  const struct {
+    Selection selection;
+    uint64_t files, folders, excluded;
+  } rows[] = {{{}, 3, 3, 0},
+              {{{L"*.txt"}, {}}, 2, 3, 1},
+              {{{}, {L"*.txt"}}, 1, 3, 2},
+              {{{L"*.txt", L"*.bin"}, {L"three.*"}}, 2, 3, 1},
+              {{{}, {L"sub"}}, 1, 1, 1},
+              {{{}, {L"deep"}}, 2, 2, 1},
+              // With a backslash it is the path below the root.
+              {{{}, {L"\\deep"}}, 3, 3, 0},
+              {{{}, {L"sub/deep\\"}}, 2, 2, 1},
+              {{{L"sub\\*"}, {}}, 2, 3, 1}};
+  for (const auto& row : rows) {
+    request.selection = row.selection;
+    const SessionResult result = Run();
+    EXPECT_EQ(result.totals.files, row.files) << &row - rows;
+    EXPECT_EQ(result.totals.folders, row.folders) << &row - rows;
+    EXPECT_EQ(result.totals.excluded, row.excluded) << &row - rows;
+    EXPECT_EQ(LogText(result).find(L"Left out by choice: ") != std::wstring::npos,
+              !row.selection.IsEmpty());
+    ASSERT_TRUE(::DeleteFileW(result.logPath.System().c_str()));
+  }
+}
+
+TEST_F(SessionTest, DryRun_CountsAndLeavesNothing) {
+  request.isDryRun = true;
+  request.out = {};
+  const vtclass::platform::OwnedFile locked(::CreateFileW(
+      (scratch / L"tree\\one.txt").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+  const SessionResult result = Run();
+  EXPECT_EQ(result.status, SessionResult::successful);
+  EXPECT_EQ(result.totals.files, 2U);
+  EXPECT_EQ(result.totals.bytes, 300010U);
+  EXPECT_EQ(result.logPath.Shown(), L"");
+  EXPECT_FALSE(vtclass::test::KeyExists(SessionKey().subkey)) << "a setting was stored";
+  WIN32_FIND_DATAW entry = {};
+  EXPECT_EQ(::FindFirstFileW((scratch / L"*.xml").c_str(), &entry), INVALID_HANDLE_VALUE);
+}
+
+// The root of a registry opens with more rights than were asked for.
+TEST_F(SessionTest, LoadSettings_ThatMayNotStore_StoresNothingInARoot) {
+  const SessionSettings settings = LoadSettings({HKEY_LOCAL_MACHINE, L""}, false);
+  EXPECT_EQ(settings.error, 0U);
+  EXPECT_EQ(settings.bufferSizeKB, 256U);
+  EXPECT_EQ(settings.jobName, L"Backup session");
+  DWORD type = REG_NONE;
+  for (const SettingReport& report : settings.reports) {
+    EXPECT_EQ(vtclass::test::StoredValue(L"", report.name, &type), "");
+    EXPECT_EQ(report.origin, SettingReport::defaultUsed);
+  }
+}
+
+// The disk has room again when the end is written, for one who frees some meanwhile.
+TEST_F(SessionTest, JobLog_ThatLostATextHasNoEnd_AndEveryAnswerSaysSo) {
+  const struct {
+    const wchar_t* lost;
+    bool isInFooter;
+  } rows[] = {{L"</directory_name>", false}, {L"Job completion status", true}};
+  for (const auto& row : rows) {
+    bool isLost = false;
+    const auto hook = vtclass::test::Replace<decltype(::WriteFile)>(
+        "WriteFile", [&](HANDLE file, const void* data, DWORD size, DWORD* done, OVERLAPPED* how) {
+          const std::wstring_view text(static_cast<const wchar_t*>(data), size / sizeof(wchar_t));
+          if (isLost || text.find(row.lost) == std::wstring_view::npos) {
+            return ::WriteFile(file, data, size, done, how);
+          }
+          isLost = true;
+          ::SetLastError(ERROR_DISK_FULL);
+          return FALSE;
+        });
+    const SessionResult result = Run();
+    EXPECT_TRUE(isLost);
+    EXPECT_EQ(result.logError, ERROR_DISK_FULL);
+    EXPECT_EQ(result.status, SessionResult::failed);
+    EXPECT_EQ(result.totals.errors, 1U);
+    ASSERT_EQ(result.findings.size(), 1U);
+    EXPECT_EQ(result.findings[0].code, vtclass::messages::kCodeJobLogWriteFailed);
+    ASSERT_EQ(result.reasons.size(), 1U);
+    EXPECT_EQ(result.reasons[0].count, 1U);
+    EXPECT_EQ(std::ranges::count(result.summary, std::wstring(L"Errors: 1")), 1);
+    EXPECT_EQ(result.summary.back(), L"Job completion status: Failed");
+    const std::wstring text = LogText(result);
+    EXPECT_EQ(text.find(row.lost), std::wstring::npos);
+    EXPECT_EQ(text.find(L"</joblog>"), std::wstring::npos);
+    EXPECT_EQ(text.find(L"<footer>") != std::wstring::npos, row.isInFooter);
+    ASSERT_TRUE(::DeleteFileW(result.logPath.System().c_str()));
+  }
+}
+
+TEST_F(SessionTest, Findings_TellPathAndStatus_AndTheirReasonsAreCounted) {
+  request.keptFindings = 1;
+  const std::wstring names[] = {L"tree\\one.txt", L"tree\\sub\\two.bin"};
+  std::vector<vtclass::platform::OwnedFile> locks;
+  for (const std::wstring& name : names) {
+    locks.emplace_back(::CreateFileW((scratch / name).c_str(), GENERIC_READ, 0, nullptr,
+                                     OPEN_EXISTING, 0, nullptr));
+  }
+  const SessionResult result = Run();
+  EXPECT_EQ(result.totals.warnings, 2U);
+  ASSERT_EQ(result.findings.size(), 1U);
+  EXPECT_EQ(result.findings[0].path, scratch / names[0]);
+  EXPECT_EQ(result.findings[0].status, ERROR_SHARING_VIOLATION);
+  ASSERT_EQ(result.reasons.size(), 1U);
+  EXPECT_EQ(result.reasons[0].count, 2U);
+  EXPECT_EQ(result.reasons[0].text.find(L"one.txt"), std::wstring::npos) << "its path is left out";
+  EXPECT_LE(result.started, result.ended);
 }
 
 }  // namespace

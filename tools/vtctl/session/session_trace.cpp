@@ -6,7 +6,8 @@
 
 namespace vtctl {
 
-SessionTrace::SessionTrace(const StringResourceMgr& messages, const Path& folder) {
+SessionTrace::SessionTrace(const StringResourceMgr& messages, const Path& folder, bool mayWrite) {
+  if (!mayWrite) return;
   constexpr int kUnicode = 1;
   LogFileFactory factory(messages, kUnicode);
   // Beside each job log its own trace: the path is not one for all, so it is not stored.
@@ -14,12 +15,13 @@ SessionTrace::SessionTrace(const StringResourceMgr& messages, const Path& folder
 }
 
 SessionTrace::~SessionTrace() {
+  if (!log) return;
   log.reset();
   SettingsMonitor::DestroyInstance();
 }
 
 void SessionTrace::Write(unsigned long level, const std::wstring& text) {
-  if (log->GetLogLevel() < level) return;
+  if (!log || log->GetLogLevel() < level) return;
   log->print(L"%s %lu %s\n", ClockTime().c_str(), ::GetCurrentThreadId(), Printable(text).c_str());
 }
 

@@ -17,7 +17,8 @@ namespace vtctl {
  */
 class SessionTrace {
  public:
-  SessionTrace(const StringResourceMgr& messages, const Path& folder);
+  /* Without a log of its own where it may write none. */
+  SessionTrace(const StringResourceMgr& messages, const Path& folder, bool mayWrite);
   ~SessionTrace();
   SessionTrace(const SessionTrace&) = delete;
   SessionTrace& operator=(const SessionTrace&) = delete;

@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/fake_volumes.h"
-#include "tools/vtctl/run_here.h"
-#include "tools/vtctl/session/session_fixture.h"
+#include "tests/support/run_here.h"
+#include "tests/support/session_fixture.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
@@ -111,8 +111,8 @@ TEST_F(SessionVolumes, MountedVolumes_AreReadOnlyWhenAsked) {
   EXPECT_EQ(result.totals.files, 2U);
   EXPECT_EQ(result.totals.skipped, 2U);
   ASSERT_EQ(result.findings.size(), 1U) << "the junction is no warning";
-  EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4007 - "))
-      << result.findings[0].line;
+  EXPECT_TRUE(LineOf(result.findings[0]).starts_with(L"Q-79-41041-4007 - "))
+      << LineOf(result.findings[0]);
   EXPECT_EQ(LogText(result).find(L"<mount_points_followed>"), std::wstring::npos);
 
   request.crossVolumes = true;
@@ -120,10 +120,12 @@ TEST_F(SessionVolumes, MountedVolumes_AreReadOnlyWhenAsked) {
   EXPECT_EQ(result.totals.files, 3U);
   EXPECT_EQ(result.totals.skipped, 2U);
   ASSERT_EQ(result.findings.size(), 1U);
-  EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4016 - "))
-      << result.findings[0].line;
-  EXPECT_TRUE(result.findings[0].line.ends_with(
-      L"\\mount\\mount leads back to a volume that it lies on and was not followed."));
+  EXPECT_TRUE(LineOf(result.findings[0]).starts_with(L"Q-79-41041-4016 - "))
+      << LineOf(result.findings[0]);
+  EXPECT_TRUE(
+      LineOf(result.findings[0])
+          .ends_with(
+              L"\\mount\\mount leads back to a volume that it lies on and was not followed."));
   const std::wstring text = LogText(result);
   EXPECT_NE(text.find(L"\\mount is the mount point of the volume " + FakeVolumeName(2)),
             std::wstring::npos);
@@ -134,7 +136,7 @@ TEST_F(SessionVolumes, MountedVolumes_AreReadOnlyWhenAsked) {
   fake.leadsTo.erase(request.root.System() + L"\\mount\\");
   result = Run();
   EXPECT_EQ(result.totals.files, 2U);
-  EXPECT_TRUE(result.findings[0].line.starts_with(L"Q-79-41041-4007 - "));
+  EXPECT_TRUE(LineOf(result.findings[0]).starts_with(L"Q-79-41041-4007 - "));
 }
 
 // What holds what it lists is read, such as the folders of a cloud's client.

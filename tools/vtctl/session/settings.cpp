@@ -27,22 +27,26 @@ const NumberSetting kNumbers[] = {
     {kSessionWorkers, &SessionSettings::workers},
 };
 
-// Agents run with the right to write; an operator may have less, and reads then.
-bool Open(Configuration& key, const KeyPath& path) {
-  return key.Open(Configuration::openOrCreate, path.subkey.c_str(), nullptr,
-                  Configuration::accessRead | Configuration::accessWrite) ||
+// Agents run with the right to write; an operator may have less, and reads then. A root opens with
+// all the rights that the process has, whatever was asked for.
+bool Open(Configuration& key, const KeyPath& path, bool mayStore) {
+  return (mayStore && key.Open(Configuration::openOrCreate, path.subkey.c_str(), nullptr,
+                               Configuration::accessRead | Configuration::accessWrite)) ||
          key.Open(Configuration::openExisting, path.subkey.c_str(), nullptr,
                   Configuration::accessRead);
 }
 
-void LoadNumber(Configuration& key, const NumberSetting& setting, SessionSettings& settings) {
+void LoadNumber(Configuration& key, const NumberSetting& setting, bool mayStore,
+                SessionSettings& settings) {
   const RegistryValue& value = setting.value;
   const unsigned long standard = settings.*setting.member;
   unsigned long number = 0;
   SettingReport report = {SettingReport::read, value.name, L"", L""};
   if (!key.LoadDWORD(value.name, number)) {
-    report.origin = key.Load(value.name, number, standard) ? SettingReport::defaultWritten
-                                                           : SettingReport::defaultUsed;
+    number = standard;
+    report.origin = mayStore && key.Load(value.name, number, standard)
+                        ? SettingReport::defaultWritten
+                        : SettingReport::defaultUsed;
   } else if (number < value.minimum || number > value.maximum) {
     report.origin = SettingReport::outOfRange;
     report.used = std::to_wstring(standard);
@@ -52,11 +56,12 @@ void LoadNumber(Configuration& key, const NumberSetting& setting, SessionSetting
   settings.reports.push_back(report);
 }
 
-void LoadJobName(Configuration& key, SessionSettings& settings) {
+void LoadJobName(Configuration& key, bool mayStore, SessionSettings& settings) {
   wcstring name;
   SettingReport report = {SettingReport::read, kSessionJobName.name, L"", L""};
   if (!key.Load(kSessionJobName.name, name)) {
-    report.origin = key.Load(kSessionJobName.name, name, settings.jobName.c_str())
+    name = settings.jobName.c_str();
+    report.origin = mayStore && key.Load(kSessionJobName.name, name, settings.jobName.c_str())
                         ? SettingReport::defaultWritten
                         : SettingReport::defaultUsed;
   }
@@ -87,15 +92,17 @@ unsigned long UsualWorkers() {
 
 KeyPath SessionKey() { return {HKEY_LOCAL_MACHINE, kSessionKey.Path()}; }
 
-SessionSettings LoadSettings(const KeyPath& path) {
+SessionSettings LoadSettings(const KeyPath& path, bool mayStore) {
   SessionSettings settings;
   Configuration key(path.root);
-  if (!Open(key, path)) {
+  if (!Open(key, path, mayStore)) {
     settings.error = static_cast<unsigned long>(key.GetErrorCode());
+    // Where nothing may be stored, a key that is not there means the defaults.
+    if (!mayStore && settings.error == ERROR_FILE_NOT_FOUND) settings.error = ERROR_SUCCESS;
     return settings;
   }
-  LoadJobName(key, settings);
-  for (const NumberSetting& setting : kNumbers) LoadNumber(key, setting, settings);
+  LoadJobName(key, mayStore, settings);
+  for (const NumberSetting& setting : kNumbers) LoadNumber(key, setting, mayStore, settings);
   Secret opened;
   settings.credential = LoadCredential(key, opened);
   return settings;

@@ -50,8 +50,8 @@ struct SessionSettings {
 KeyPath SessionKey();
 
 /* Reads the settings; missing ones are written back with their defaults where the key may be
- * written. */
-SessionSettings LoadSettings(const KeyPath& path);
+ * written, and `mayStore`. */
+SessionSettings LoadSettings(const KeyPath& path, bool mayStore = true);
 
 /* The password of this account, where the settings name it and hold its password in a seal that
  * opens. */

@@ -13,7 +13,8 @@ struct Totals {
   uint64_t files = 0; /* read to their end */
   uint64_t folders = 0;
   uint64_t bytes = 0;
-  uint64_t skipped = 0; /* files, folders and links that were not read */
+  uint64_t skipped = 0;  /* files, folders and links that were not read */
+  uint64_t excluded = 0; /* files and folders that the operator has left out */
   uint64_t warnings = 0;
   uint64_t errors = 0;
 };

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/printable.h"
 
 namespace vtctl {
@@ -16,6 +17,9 @@ std::wstring Format(std::wstring_view message, const std::vector<std::wstring>& 
 /* The file name's extension with its dot, in lower case; empty when there is none, when the dot is
  * the first or the last character, or when a blank or its length shows that it is none. */
 std::wstring ExtensionOf(std::wstring_view fileName);
+
+/* The path as job logs and findings have it: as people write it, and otherwise the real one. */
+std::wstring StoredPath(const Path& path);
 
 }  // namespace vtctl
 

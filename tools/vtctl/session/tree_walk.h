@@ -43,7 +43,7 @@ class TreeWalk {
   /* Waits `timeout` milliseconds for the end. Throws what ended the walk if an exception did. */
   bool WaitForEnd(DWORD timeout);
 
-  const LiveCount& Count() const { return live; }
+  LiveCount& Count() { return live; }
   /* The part of the work that is done: each folder below another and the files of that one count
    * as equal parts of it. */
   double FractionDone();

@@ -11,7 +11,7 @@
 
 #include "platform/owned.h"
 #include "tests/support/allocations.h"
-#include "tools/vtctl/session/session_fixture.h"
+#include "tests/support/session_fixture.h"
 
 namespace vtctl {
 namespace {
@@ -132,7 +132,8 @@ TEST_F(TreeWalkTest, StoppedAnywhere_WritesWhatWasReadAndFinishesTheLog) {
     const std::wstring text = LogText(result);
     EXPECT_TRUE(text.ends_with(L"</footer>\r\n</joblog>"));
     size_t folders = 0;
-    for (size_t at = 0; (at = text.find(L">Directory", at)) != std::wstring::npos; ++at) ++folders;
+    for (size_t at = 0; (at = text.find(L"<directory_name>", at)) != std::wstring::npos; ++at)
+      ++folders;
     EXPECT_EQ(folders, result.totals.folders);
   }
 }
@@ -163,12 +164,12 @@ TEST_F(TreeWalkTest, OutOfMemoryAnywhere_EndsTheSession) {
   Progress progress(Progress::none);
   int thrown = 0;
   // The address of std::malloc leads through the hooked slot.
-  realMalloc = std::bit_cast<decltype(realMalloc)>(
-      ::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), "malloc"));
+  realMalloc =
+      std::bit_cast<decltype(realMalloc)>(::GetProcAddress(vtclass::test::CRunTime(), "malloc"));
   for (int n = 1; n < 2000; n += n < 40 ? 1 : 151) {
     Session session(request, messages, progress);
     ASSERT_TRUE(session.Start());
-    const ImportHook<decltype(std::malloc)> hook("msvcrt.dll", "malloc", &FailWhenCountedDown,
+    const ImportHook<decltype(std::malloc)> hook(nullptr, "malloc", &FailWhenCountedDown,
                                                  ::GetModuleHandleW(nullptr));
     countdown = n;
     try {
@@ -194,7 +195,7 @@ TEST_F(TreeWalkTest, OutOfMemoryAnywhere_EndsTheSession) {
 TEST_F(TreeWalkTest, ThreadRefused_EndsTheSession) {
   request.workers = 4;
   Progress progress(Progress::none);
-  const ImportHook<decltype(::_beginthreadex)> hook("msvcrt.dll", "_beginthreadex",
+  const ImportHook<decltype(::_beginthreadex)> hook(nullptr, "_beginthreadex",
                                                     &BeginThreadUntilRefused);
   realBeginThread = hook.Original();
   for (const int threads : {0, 1, 3}) {

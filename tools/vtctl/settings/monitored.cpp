@@ -5,6 +5,7 @@
 #include "config/registry_values.h"
 #include "platform/same_name.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/limit_remarks.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/value.h"
 #include "vtclass/config.h"
@@ -13,6 +14,24 @@ namespace vtctl {
 namespace {
 
 using namespace vtclass::config;
+
+std::wstring RangeText(const MonitoredSetting& setting) {
+  return std::to_wstring(setting.row->minimum) + L" to " + std::to_wstring(setting.row->maximum);
+}
+
+// What TypeText says, for scripts.
+const char* KindWord(const MonitoredSetting& setting) {
+  switch (setting.value.kind) {
+    case Setting::stringKind:
+      return "text";
+    case Setting::boolKind:
+      return "switch";
+    case Setting::sdkDebugLevelKind:
+      return "mask";
+    default:
+      return "number";
+  }
+}
 
 bool IsStored(const MonitoredSetting& setting) {
   Configuration key;
@@ -33,7 +52,8 @@ std::vector<MonitoredSetting> MonitoredSettings() {
     const bool isWatched = isLogging || std::wstring_view(value.key) == kDebugKey.Path();
     const bool isText = value.kind == Setting::stringKind;
     settings.push_back({isLogging ? SettingsKey::logging : SettingsKey::debug, isWatched, value,
-                        isText ? L"" : std::to_wstring(kMonitoredValues[i]->number)});
+                        isText ? L"" : std::to_wstring(kMonitoredValues[i]->number),
+                        kMonitoredValues[i]});
   }
   return settings;
 }
@@ -52,14 +72,13 @@ std::wstring TypeText(const MonitoredSetting& setting) {
     case Setting::stringKind:
       return L"text";
     case Setting::rangeKind:
-      return L"number, " + std::to_wstring(setting.value.minimum) + L" to " +
-             std::to_wstring(setting.value.maximum);
+      return L"number, " + RangeText(setting);
     case Setting::boolKind:
       return L"switch, 0 or 1";
     case Setting::sdkDebugLevelKind:
       return L"debug mask";
     default:
-      return L"number";
+      return setting.HasRange() ? L"number, " + RangeText(setting) : L"number";
   }
 }
 
@@ -88,10 +107,10 @@ StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {
   if (!number) {
     return {L"\"" + text + L"\" is no number from 0 to 4294967295 (0xffffffff)"};
   }
-  const bool fits = *number >= setting.value.minimum && *number <= setting.value.maximum;
-  if (setting.HasRange() && !fits) {
-    return {text + L" is out of the range " + std::to_wstring(setting.value.minimum) + L" to " +
-            std::to_wstring(setting.value.maximum)};
+  if (!setting.IsInRange(*number)) {
+    const bool isCount = setting.row == &kMaxDebugFileCount;
+    return {text + L" is out of the range " + RangeText(setting) +
+            (isCount ? L"; it would switch the limits of logs off" : L"")};
   }
   return {{}, stored.WriteNumber(*number)};
 }
@@ -99,12 +118,34 @@ StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {
 Json ToJson(const MonitoredSetting& setting) {
   Json json = {{"key", ToUtf8(L"HKEY_LOCAL_MACHINE\\" + std::wstring(setting.value.key))},
                {"name", ToUtf8(setting.value.name)},
-               {"type", ToUtf8(TypeText(setting))}};
+               {"kind", KindWord(setting)},
+               {"minimum", nullptr},
+               {"maximum", nullptr}};
   if (setting.HasRange()) {
-    json["minimum"] = setting.value.minimum;
-    json["maximum"] = setting.value.maximum;
+    json["minimum"] = setting.row->minimum;
+    json["maximum"] = setting.row->maximum;
   }
   return json;
+}
+
+Json ToJson(const MonitoredSetting& setting, const std::optional<std::wstring>& data) {
+  Json json = ToJson(setting);
+  json["data"] = ValueAsJson(setting, data);
+  json["outOfRange"] = IsOutOfRange(setting, data);
+  json["remark"] = TextOrNull(Remark(setting, data));
+  return json;
+}
+
+bool IsOutOfRange(const MonitoredSetting& setting, const std::optional<std::wstring>& data) {
+  return data && !setting.IsText() && !setting.IsInRange(ParseNumber(*data).value_or(0));
+}
+
+std::wstring Remark(const MonitoredSetting& setting, const std::optional<std::wstring>& data) {
+  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
+    if (data && remark.value == setting.row) return remark.text;
+  }
+  if (IsOutOfRange(setting, data)) return L"Out of its range " + RangeText(setting) + L".";
+  return {};
 }
 
 Json ValueAsJson(const MonitoredSetting& setting, const std::optional<std::wstring>& value) {

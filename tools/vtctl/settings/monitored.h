@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "config/registry_values.h"
 #include "tools/vtctl/shared/json.h"
 #include "vtclass/settings_monitor.h"
 
@@ -19,10 +20,14 @@ struct MonitoredSetting {
   SettingsKey key;
   bool isWatched; /* false: it lies in another product's key, and changes reach nobody */
   MonitoredValue value;
-  std::wstring usual; /* what counts while none is stored */
+  std::wstring usual;                        /* what counts while none is stored */
+  const vtclass::config::RegistryValue* row; /* what its readers make of it */
 
   bool IsText() const { return value.kind == Setting::stringKind; }
-  bool HasRange() const { return value.maximum > 0; }
+  bool HasRange() const { return row->maximum > 0; }
+  bool IsInRange(unsigned long number) const {
+    return !HasRange() || (number >= row->minimum && number <= row->maximum);
+  }
   Setting Open() const {
     return {HKEY_LOCAL_MACHINE, value.key, value.name, value.kind, value.minimum, value.maximum};
   }
@@ -56,8 +61,16 @@ struct StoreResult {
 };
 StoreResult Store(const MonitoredSetting& setting, const std::wstring& text);
 
-/* {"key": ..., "name": ..., "type": ..., "value": ...}, with the range where there is one. */
+/* {"key": ..., "name": ..., "kind": ..., "minimum": ..., "maximum": ...} */
 Json ToJson(const MonitoredSetting& setting);
+/* The same with its data and what is to be said of it. */
+Json ToJson(const MonitoredSetting& setting, const std::optional<std::wstring>& data);
+
+bool IsOutOfRange(const MonitoredSetting& setting, const std::optional<std::wstring>& data);
+
+/* What is wrong with such data, or what it leads to beside the other values that are stored now;
+ * empty where it means what it says. */
+std::wstring Remark(const MonitoredSetting& setting, const std::optional<std::wstring>& data);
 
 /* The value as JSON: a number, a text, or null. */
 Json ValueAsJson(const MonitoredSetting& setting, const std::optional<std::wstring>& value);

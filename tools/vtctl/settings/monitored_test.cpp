@@ -29,6 +29,9 @@ TEST_F(SettingsTest, Store_ChecksTypeAndRange_AndReadsBack) {
               {L"Engine NDMP Debug Level", {}, L"3", false},
               {L"MaxDebugFile Append", {}, L"2", false},
               {L"MaxDebugFile Count", SettingsKey::debug, L"4294967295", true},
+              // They would switch the limits off.
+              {L"MaxDebugFile Count", SettingsKey::logging, L"201", false},
+              {L"MaxDebugFile Count", SettingsKey::logging, L"0", false},
               {L"CreateDebugLog", {}, L"4294967296", false},
               {L"CreateDebugLog", {}, L"", false},
               {L"VTMSDKLevel", {}, L"15", true},
@@ -48,6 +51,26 @@ TEST_F(SettingsTest, Store_ChecksTypeAndRange_AndReadsBack) {
     EXPECT_FALSE(ReadStored(*count).value);
     EXPECT_EQ(ReadStored(*count).hasOtherType, isStored);
   }
+}
+
+TEST_F(SettingsTest, Remark_TellsOfValuesThatDoNotCount) {
+  const auto level = FindSetting(L"Engine NDMP Debug Level", {});
+  const auto size = FindSetting(L"MaxDebugFile Size In MB", SettingsKey::logging);
+  const auto sdkSize = FindSetting(L"MaxDebugFile Size In MB", SettingsKey::debug);
+  EXPECT_EQ(Remark(*level, L"2"), L"");
+  EXPECT_EQ(Remark(*level, std::nullopt), L"");
+  EXPECT_EQ(Remark(*level, L"3"), L"Out of its range 0 to 2.");
+  EXPECT_EQ(ToJson(*level, L"3")["outOfRange"], true);
+  ASSERT_TRUE(
+      Store(*FindSetting(L"MaxDebugFile Enabled", SettingsKey::logging), L"1").problem.empty());
+  ASSERT_TRUE(Store(*size, L"0").problem.empty()) << "it does not switch the limits off";
+  EXPECT_TRUE(
+      Remark(*size, L"0").starts_with(L"\"MaxDebugFile Size In MB\" is 0, which is no size"));
+  EXPECT_EQ(Remark(*sdkSize, L"0"), L"");
+  const auto count = FindSetting(L"MaxDebugFile Count", SettingsKey::logging);
+  EXPECT_TRUE(Store(*count, L"200").problem.empty()) << "the most that a log takes";
+  EXPECT_EQ(ToJson(*size, L"0")["outOfRange"], false);
+  EXPECT_EQ(ToJson(*size, L"0")["minimum"], nullptr);
 }
 
 TEST_F(SettingsTest, SiblingProduct_OneSettingIsNotWatched) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/vtctl/settings/monitored.h"
@@ -8,7 +9,10 @@
 #include "tools/vtctl/shared/command.h"
 #include "tools/vtctl/shared/commands.h"
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/csv.h"
 #include "tools/vtctl/shared/json.h"
+#include "tools/vtctl/shared/limit_remarks.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
@@ -26,14 +30,27 @@ constexpr const char* kExamples =
     "  vtctl settings set \"Engine NDMP Debug Level\" 2\n"
     "  vtctl settings set \"MaxDebugFile Count\" 5 --key debug\n"
     "  vtctl settings watch --for 60\n"
-    "      print changes as a service sees them; Ctrl+C ends it";
+    "      print changes as a service sees them; Ctrl+C ends it\n"
+    "\n"
+    "'list' and 'watch' mark a value that is out of its range, or with which another rule counts\n"
+    "than it says. 'set' stores no value out of its range, and tells what one leads to that "
+    "counts\n"
+    "as another.\n"
+    "\n"
+    "Exit codes: 0 clean, 64 no such setting or no value of it, 66 it cannot be read, 73 it cannot "
+    "be\n"
+    "written.";
 
 struct SettingsArguments : CommonArguments {
   std::wstring name;
   std::wstring data;
   std::optional<SettingsKey> key;
   unsigned seconds = 0;
+  bool csv = false;
 };
+
+// Of an HRESULT that carries one.
+unsigned long SystemStatus(long status) { return static_cast<unsigned long>(status) & 0xFFFF; }
 
 // "HKEY_LOCAL_MACHINE\...\Debug", with what speaks against relying on it.
 std::wstring KeyLine(const MonitoredSetting& setting) {
@@ -47,6 +64,14 @@ std::wstring Shown(const MonitoredSetting& setting, const std::wstring& value) {
   return setting.IsText() ? L"\"" + Printable(value) + L"\"" : value;
 }
 
+// What has to be said of a value, under its line.
+std::wstring RemarkLines(const MonitoredSetting& setting, const std::optional<std::wstring>& data) {
+  const std::wstring remark = Remark(setting, data);
+  constexpr size_t kIndent = 6;
+  return remark.empty() ? L""
+                        : Wrapped(L"    ! ", remark, kIndent, static_cast<size_t>(TerminalWidth()));
+}
+
 void PrintRow(const MonitoredSetting& setting, const StoredSetting& stored) {
   constexpr size_t kNameColumn = 36;
   constexpr size_t kValueColumn = 14;
@@ -57,34 +82,41 @@ void PrintRow(const MonitoredSetting& setting, const StoredSetting& stored) {
   if (stored.value) value = Shown(setting, *stored.value);
   value.resize(std::max(value.size(), kValueColumn), L' ');
   Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; " +
-        Shown(setting, setting.usual) + L" if not stored]\n");
+        Shown(setting, setting.usual) + L" if not stored]\n" + RemarkLines(setting, stored.value));
 }
 
 int NotReadable(long status) {
-  return Fail(kExitNoInput, L"The settings cannot be read: " + StatusText(status) +
-                                L" A service reads them with the right to write.");
+  return FailWith(kExitNoInput, SystemStatus(status),
+                  L"The settings cannot be read: " + StatusText(status) +
+                      L" A service reads them with the right to write.");
+}
+
+Json RowOf(const MonitoredSetting& setting, const StoredSetting& stored) {
+  Json row = ToJson(setting, stored.value);
+  row["ifNotStored"] = ValueAsJson(setting, setting.usual);
+  row["wrongType"] = stored.hasOtherType;
+  AddStatus(row, SystemStatus(stored.status));
+  return row;
 }
 
 int List(const SettingsArguments& arguments) {
-  auto json = Json::array();
+  if (arguments.csv && arguments.json) {
+    return Fail(kExitUsage, L"--csv and --json do not go together.");
+  }
+  auto rows = Json::array();
   std::wstring heading;
   long worst = 0;
   for (const MonitoredSetting& setting : MonitoredSettings()) {
     if (arguments.key && setting.key != *arguments.key) continue;
     const StoredSetting stored = ReadStored(setting);
     if (stored.status != 0) worst = stored.status;
-    if (arguments.json) {
-      Json row = ToJson(setting);
-      row["value"] = ValueAsJson(setting, stored.value);
-      if (stored.hasOtherType) row["hasWrongType"] = true;
-      row["ifNotStored"] = ValueAsJson(setting, setting.usual);
-      json.push_back(row);
-      continue;
-    }
+    rows.push_back(RowOf(setting, stored));
+    if (arguments.json || arguments.csv) continue;
     if (KeyLine(setting) != heading) Print(heading = KeyLine(setting));
     PrintRow(setting, stored);
   }
-  if (arguments.json) PrintJson(json);
+  if (arguments.json) PrintJson(rows);
+  if (arguments.csv && !rows.empty()) Print(Csv(rows.front(), rows));
   return worst == 0 ? kExitClean : NotReadable(worst);
 }
 
@@ -105,17 +137,30 @@ int Get(const SettingsArguments& arguments) {
       reason += setting->IsText() ? L"REG_SZ" : L"REG_DWORD";
       reason += L", and services pass it over.";
     }
-    return Fail(kExitNoInput, L"The value \"" + std::wstring(setting->value.name) +
-                                  L"\" cannot be read: " + reason);
+    return FailWith(
+        kExitNoInput, SystemStatus(stored.status),
+        L"The value \"" + std::wstring(setting->value.name) + L"\" cannot be read: " + reason);
   }
   if (arguments.json) {
-    Json line = ToJson(*setting);
-    line["value"] = ValueAsJson(*setting, stored.value);
-    PrintJsonLine(line);
+    PrintJsonLine(ToJson(*setting, stored.value));
   } else {
     Print(Printable(*stored.value) + L"\n");
   }
   return kExitClean;
+}
+
+// What a value that was just stored leads to, where it does not speak for itself.
+std::wstring Effect(const MonitoredSetting& setting) {
+  if (setting.row == &vtclass::config::kMaxDebugFileEnabled && ReadSizeSettings().enabled == 0) {
+    return L"Debug logs have no limits now: each goes on in a further file every 20 MB.\n";
+  }
+  const bool isLimit = &setting.row->key == &vtclass::config::kLoggingKey &&
+                       std::wstring_view(setting.row->name).starts_with(L"MaxDebugFile");
+  std::wstring text;
+  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
+    if (isLimit) text += remark.text + L"\n";
+  }
+  return text;
 }
 
 int Set(const SettingsArguments& arguments) {
@@ -126,22 +171,27 @@ int Set(const SettingsArguments& arguments) {
   if (!result.problem.empty()) {
     return Fail(kExitUsage, name + L" is not changed: " + result.problem + L".");
   }
-  if (result.status == S_OK) return kExitClean;
-  return Fail(kExitCannotWrite, name + L" cannot be written: " + StatusText(result.status));
+  if (result.status != S_OK) {
+    return FailWith(kExitCannotWrite, SystemStatus(result.status),
+                    name + L" cannot be written: " + StatusText(result.status));
+  }
+  Print(Effect(*setting));
+  return kExitClean;
 }
 
 void PrintChange(const MonitoredSetting& setting, const std::optional<std::wstring>& before,
                  const std::wstring& now, bool json) {
   if (json) {
-    Json line = ToJson(setting);
+    Json line = {{"time", ToUtf8(IsoTime())}};
+    line.update(ToJson(setting, now));
     line["before"] = ValueAsJson(setting, before);
-    line["value"] = ValueAsJson(setting, now);
     PrintJsonLine(line);
     return;
   }
   const std::wstring key = setting.key == SettingsKey::logging ? L"logging" : L"debug";
   Print(ClockTime() + L"  " + key + L"  " + setting.value.name + L" = " + Shown(setting, now) +
-        L"  (was " + (before ? Shown(setting, *before) : L"not stored") + L")\n");
+        L"  (was " + (before ? Shown(setting, *before) : L"not stored") + L")\n" +
+        RemarkLines(setting, now));
 }
 
 int Watch(const SettingsArguments& arguments) {
@@ -190,6 +240,7 @@ void AddSettingsCommand(Command& program) {
       "settings", "Read, change and watch the settings that services follow live", kExamples);
   Settings list = AddOperation(
       group, "list", "Print all of them with type, range and what counts if not stored", List);
+  list.Flag("--csv", list->csv, "One line a value, for spreadsheets");
   list.Json("One JSON array with everything");
   Settings get = AddOperation(group, "get", "Print one value", Get);
   AddName(get);

@@ -24,6 +24,25 @@ namespace vtctl {
 
 struct ParsedLine;
 
+/* An option or argument as the help tells of it. */
+struct OptionText {
+  std::string name;  /* "--view", "KEY" */
+  std::string value; /* what its value is called; empty: it takes none */
+  std::string description;
+  std::vector<std::string> words; /* what its value may be; empty: anything */
+  bool isPositional = false;
+};
+
+/* The program, a group or a command as its help tells of it. */
+struct CommandText {
+  std::string name; /* "vtctl", "registry", "registry get" */
+  std::string description;
+  std::string footer;
+  bool isGroup = false;
+  bool printsJson = false;
+  std::vector<OptionText> options; /* without those of every command, which the program has */
+};
+
 /* What each command's arguments begin with. --product, --quiet and --no-color are carried out
  * before the command runs, so that it need not know of them. */
 struct CommonArguments {
@@ -37,7 +56,8 @@ struct NumberRange {
   Number greatest;
 };
 
-/* How long an operator may have a command wait. */
+/* How long an operator may have a command wait. Every limit of time is in seconds: --timeout for
+ * the answer of another, --for for a command that watches. */
 inline constexpr NumberRange<unsigned> kSeconds = {1, 1000000};
 
 /* One argument of a command, to say more of it. */
@@ -58,7 +78,9 @@ class Argument {
  * command runs.
  *
  * `spec` names an argument: "NAME" for one that stands for itself, "--name VALUE" for an option.
- * What an argument is stored in has to live until the command has run; Add provides it.
+ * What an argument is stored in has to live until the command has run; Add provides it. Words
+ * behind
+ * "--" are arguments, whatever they begin with.
  */
 class Command {
  public:
@@ -82,6 +104,8 @@ class Command {
   template <typename Number>
   Argument Count(const char* spec, Number& to, const char* description,
                  std::type_identity_t<std::optional<NumberRange<Number>>> range = std::nullopt);
+  Argument Count(const char* spec, std::optional<unsigned>& to, const char* description,
+                 std::optional<NumberRange<unsigned>> range = std::nullopt);
   /* One of these words, in any case, stored as it stands here. */
   Argument Word(const char* spec, std::wstring& to, const std::vector<std::string>& words,
                 const char* description);
@@ -93,6 +117,10 @@ class Command {
   void Flag(const char* spec, bool& to, const char* description);
   /* --json stands in the command's help; commands without it take it and have nothing to print. */
   void Json(const char* description);
+
+  /* Tells when it is called of the program and of all groups and commands, each group before those
+   * in it. */
+  std::function<std::vector<CommandText>()> Table() const;
 
   /* Looks at the arguments together; what is not empty is missing. */
   void Require(std::function<std::string()> missing);

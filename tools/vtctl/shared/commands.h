@@ -9,6 +9,7 @@ class Command;
 void AddAdvCommand(Command& program);
 void AddAppsCommand(Command& program);
 void AddClusterCommand(Command& program);
+void AddCompletionCommand(Command& program);
 void AddConvertCommand(Command& program);
 void AddCredentialCommand(Command& program);
 void AddDatabaseCommand(Command& program);

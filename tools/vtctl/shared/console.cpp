@@ -8,7 +8,9 @@
 #include <span>
 
 #include "tools/vtctl/shared/exit_code.h"
+#include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/printable.h"
+#include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
 namespace {
@@ -54,6 +56,12 @@ bool WriteTo(DWORD stream, std::wstring_view text) {
                                          : WriteToFile(handle, ToUtf8(text));
 }
 
+int WidthOf(DWORD stream) {
+  CONSOLE_SCREEN_BUFFER_INFO info = {};
+  if (!::GetConsoleScreenBufferInfo(::GetStdHandle(stream), &info)) return 80;
+  return std::max(20, info.srWindow.Right - info.srWindow.Left + 1);
+}
+
 // The console's mode with escape sequences switched on, or false when it knows none.
 bool EnableEscapeSequences(HANDLE console) {
   DWORD mode = 0;
@@ -71,8 +79,15 @@ void Print(std::wstring_view text) {
 
 void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
 
-int Fail(int exitCode, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + sentence + L"\n");
+int Fail(int exitCode, const std::wstring& sentence) { return FailWith(exitCode, 0, sentence); }
+
+int Fail(int exitCode, const std::wstring& what, unsigned long status) {
+  return FailWith(exitCode, status, what + L": " + SystemText(status));
+}
+
+int FailWith(int exitCode, unsigned long status, const std::wstring& sentence) {
+  PrintError(L"vtctl: " + Printable(sentence) + L"\n");
+  PrintFailureAsJson(exitCode, status, sentence);
   return exitCode;
 }
 
@@ -101,8 +116,12 @@ void PrintSecret(std::string_view bytes) {
 }
 
 int EndCode(int code) {
-  return outputIsLost ? Fail(kExitCannotWrite, L"Standard output cannot be written.") : code;
+  if (!outputIsLost) return code;
+  PrintError(L"vtctl: Standard output cannot be written.\n");
+  return kExitCannotWrite;
 }
+
+bool OutputIsLost() { return outputIsLost; }
 
 void DropOutput() { outputIsDropped = true; }
 
@@ -116,11 +135,11 @@ bool ColoursWanted() {
   return !coloursAreForbidden && forbidden[0] == L'\0' && OutputIsTerminal();
 }
 
-int TerminalWidth() {
-  CONSOLE_SCREEN_BUFFER_INFO info = {};
-  if (!::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 80;
-  return std::max(20, info.srWindow.Right - info.srWindow.Left + 1);
-}
+int TerminalWidth() { return WidthOf(STD_OUTPUT_HANDLE); }
+
+bool ErrorIsTerminal() { return EnableEscapeSequences(::GetStdHandle(STD_ERROR_HANDLE)); }
+
+int ErrorTerminalWidth() { return WidthOf(STD_ERROR_HANDLE); }
 
 std::wstring FromUtf8(std::string_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max()) return {};

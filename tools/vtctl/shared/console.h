@@ -13,8 +13,13 @@ namespace vtctl {
  */
 void Print(std::wstring_view text);
 void PrintError(std::wstring_view text);
-/* Says what went wrong, and returns the exit code. */
+/* Says what went wrong, on standard error and with --json as JSON too, and returns the exit code.
+ */
 int Fail(int exitCode, const std::wstring& sentence);
+/* The same with the system's words for `status` behind a colon. */
+int Fail(int exitCode, const std::wstring& what, unsigned long status);
+/* The same with a sentence that holds them already. */
+int FailWith(int exitCode, unsigned long status, const std::wstring& sentence);
 /* UTF-8 text, for what other libraries produce. */
 void PrintUtf8(std::string_view text);
 /* A secret, on standard output: its bytes as they are to a file or a pipe; to a console window as
@@ -23,6 +28,9 @@ void PrintSecret(std::string_view bytes);
 
 /* What the program ends with: `code`, or kExitCannotWrite, and it says so, when output is lost. */
 int EndCode(int code);
+
+/* True when something could not be printed: nobody reads standard output any more. */
+bool OutputIsLost();
 
 /* From now on nothing is printed but errors. */
 void DropOutput();
@@ -36,6 +44,10 @@ void ForbidColours();
 bool ColoursWanted();
 /* The columns of that terminal; 80 when there is none. */
 int TerminalWidth();
+
+/* A line on standard error that is written over again and again, where that is a terminal. */
+bool ErrorIsTerminal();
+int ErrorTerminalWidth();
 
 std::wstring FromUtf8(std::string_view text);
 std::string ToUtf8(std::wstring_view text);

@@ -151,7 +151,7 @@ IdentityAnswer AskIdentity(const IdentityQuestion& question) {
   answer.server = vtclass::SplitUncPath(question.name, server, share) ? server : question.name;
   const ULONGLONG start = ::GetTickCount64();
   answer.code = vtclass::IsThisMeExWithSteps(answer.server, &answer.isMe, question.clusterAware,
-                                             question.timeOut, answer.steps);
+                                             question.timeout, answer.steps);
   answer.milliseconds = static_cast<unsigned long>(::GetTickCount64() - start);
   return answer;
 }

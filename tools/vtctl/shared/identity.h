@@ -21,7 +21,7 @@ MachineNames AskMachineNames();
 struct IdentityQuestion {
   std::wstring name; /* as the operator wrote it; may be a UNC path */
   bool clusterAware = false;
-  int timeOut = 0; /* milliseconds for DNS; 0: the product's setting */
+  int timeout = 0; /* milliseconds for DNS; 0: the product's setting */
 };
 
 /* What vtclass::IsThisMeEx said. */

@@ -1,6 +1,7 @@
 #include "tools/vtctl/shared/number_text.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 namespace vtctl {
@@ -11,6 +12,9 @@ constexpr wchar_t kFirstWide = 0x1100;
 
 size_t WidthOf(wchar_t unit) { return unit >= kFirstWide ? 2 : 1; }
 
+bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
 }  // namespace
 
 std::wstring Grouped(uint64_t number, const NumberStyle& style) {
@@ -20,6 +24,18 @@ std::wstring Grouped(uint64_t number, const NumberStyle& style) {
     if (i > 0 && (digits.size() - i) % 3 == 0) text += style.group;
     text += digits[i];
   }
+  return text;
+}
+
+std::wstring Counted(uint64_t count, const wchar_t* one, const wchar_t* many) {
+  std::wstring text = Grouped(count, {}) + L" ";
+  if (count == 1) return text + one;
+  return many ? text + many : text + one + L"s";
+}
+
+std::wstring HexNumber(uint64_t number) {
+  wchar_t text[19];
+  std::swprintf(text, std::size(text), L"0x%llx", static_cast<unsigned long long>(number));
   return text;
 }
 
@@ -73,6 +89,22 @@ std::wstring Fitted(const std::wstring& text, size_t columns) {
     used += WidthOf(unit);
   }
   return line.append(columns - used, L' ');
+}
+
+std::wstring Shortened(const std::wstring& text, size_t columns) {
+  constexpr size_t kDots = 3;
+  if (ColumnsOf(text) <= columns) return text;
+  if (columns <= kDots) return std::wstring(columns, L'.');
+  const size_t room = columns - kDots;
+  size_t begin = 0;
+  size_t used = 0;
+  while (used + WidthOf(text[begin]) <= room / 2) used += WidthOf(text[begin++]);
+  size_t end = text.size();
+  while (used + WidthOf(text[end - 1]) <= room) used += WidthOf(text[--end]);
+  // Half a pair shows as a box.
+  if (begin > 0 && IsHighSurrogate(text[begin - 1])) --begin;
+  if (end < text.size() && IsLowSurrogate(text[end])) ++end;
+  return text.substr(0, begin) + std::wstring(kDots, L'.') + text.substr(end);
 }
 
 std::wstring Wrapped(const std::wstring& first, const std::wstring& text, size_t indent,

@@ -37,5 +37,25 @@ TEST(NumberText, Fitted_CountsColumns) {
   EXPECT_EQ(Fitted(L"", 0), L"");
 }
 
+TEST(NumberText, Shortened_LosesItsMiddle) {
+  const struct {
+    const wchar_t* text;
+    size_t columns;
+    const wchar_t* shortened;
+  } rows[] = {{L"C:\\Data\\file", 12, L"C:\\Data\\file"},
+              {L"C:\\Data\\file", 11, L"C:\\D...file"},
+              {L"C:\\Data\\file", 4, L"...e"},
+              {L"C:\\Data\\file", 3, L"..."},
+              {L"C:\\Data\\file", 1, L"."},
+              {L"\x6F22\x5B57\x6F22\x5B57", 7, L"\x6F22...\x5B57"},
+              {L"\x6F22\x5B57\x6F22\x5B57", 6, L"...\x5B57"},
+              // A pair stays together, or goes.
+              {L"ab\xD83D\xDE00\xD83D\xDE00yz", 11, L"ab...yz"},
+              {L"", 0, L""}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(Shortened(row.text, row.columns), row.shortened) << row.columns;
+  }
+}
+
 }  // namespace
 }  // namespace vtctl

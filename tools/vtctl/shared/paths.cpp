@@ -7,7 +7,6 @@
 
 using vtclass::platform::ExtendedPath;
 using vtclass::platform::kExtendedPrefix;
-using vtclass::platform::kExtendedSharePrefix;
 
 namespace vtctl {
 namespace {
@@ -36,13 +35,7 @@ Path::Path(const std::wstring& written) : system(ExtendedPath(written)), written
   if (system.empty()) error = ::GetLastError();
 }
 
-std::wstring Path::Shown() const {
-  if (system.starts_with(kExtendedSharePrefix)) {
-    return Printable(L"\\\\" + system.substr(kExtendedSharePrefix.size()));
-  }
-  return Printable(system.starts_with(kExtendedPrefix) ? system.substr(kExtendedPrefix.size())
-                                                       : system);
-}
+std::wstring Path::Shown() const { return Printable(PlainPath(system)); }
 
 Path Path::operator/(const std::wstring& name) const {
   Path below;

@@ -1,5 +1,7 @@
 #include "tools/vtctl/shared/printable.h"
 
+#include "platform/extended_path.h"
+
 namespace vtctl {
 namespace {
 
@@ -8,32 +10,58 @@ constexpr wchar_t kReplacement = 0xFFFD;
 bool IsHighSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLowSurrogate(wchar_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-// Line and paragraph ends, and what turns the direction of the text behind it: a name that holds
-// them would look like another one.
+// Line and paragraph ends, what turns the direction of the text behind it, and what takes no room:
+// a name that holds them would look like another one.
 bool IsDisguise(wchar_t unit) {
-  return (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
+  return unit == 0x061C || (unit >= 0x200B && unit <= 0x200F) ||
+         (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2060 && unit <= 0x206F) || unit == 0xFEFF;
 }
 
-bool IsForbidden(wchar_t unit) {
+bool IsNotForLogs(wchar_t unit) {
+  return (unit < 0x20 && unit != L'\t' && unit != L'\n' && unit != L'\r') || unit >= 0xFFFE;
+}
+
+bool IsNotForScreens(wchar_t unit) {
   return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit >= 0xFFFE || IsDisguise(unit);
 }
 
-}  // namespace
-
-void MakePrintable(std::span<wchar_t> text) {
+void Replace(std::span<wchar_t> text, bool (*isForbidden)(wchar_t)) {
   for (size_t i = 0; i < text.size(); ++i) {
     if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
       ++i;
-    } else if (IsForbidden(text[i]) || IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
+    } else if (isForbidden(text[i]) || IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
       text[i] = kReplacement;
     }
   }
 }
 
+}  // namespace
+
+void MakePrintable(std::span<wchar_t> text) { Replace(text, IsNotForScreens); }
+
 std::wstring Printable(std::wstring_view name) {
   std::wstring text(name);
   MakePrintable(text);
   return text;
+}
+
+std::wstring Storable(std::wstring_view name) {
+  std::wstring text(name);
+  Replace(text, IsNotForLogs);
+  return text;
+}
+
+std::wstring PlainPath(std::wstring_view systemPath) {
+  using vtclass::platform::kExtendedPrefix;
+  using vtclass::platform::kExtendedSharePrefix;
+  if (systemPath.starts_with(kExtendedSharePrefix)) {
+    return L"\\\\" + std::wstring(systemPath.substr(kExtendedSharePrefix.size()));
+  }
+  // Volumes and devices that have no letter are nothing without the prefix.
+  constexpr size_t kColon = kExtendedPrefix.size() + 1;
+  const bool hasLetter = systemPath.starts_with(kExtendedPrefix) &&
+                         systemPath.size() > kColon + 1 && systemPath.substr(kColon, 2) == L":\\";
+  return std::wstring(systemPath.substr(hasLetter ? kExtendedPrefix.size() : 0));
 }
 
 }  // namespace vtctl

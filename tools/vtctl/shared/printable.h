@@ -8,12 +8,21 @@
 namespace vtctl {
 
 /*
- * A name or path as it may stand in a job log and on a screen. What XML 1.0 forbids (surrogates
- * without their other half, U+FFFE, U+FFFF) and control characters, which would break a line or
- * speak to the terminal, become U+FFFD, so that the reader sees that something stood there. The
- * job log escapes its markup itself; nothing is escaped here.
+ * A name or path as it may stand on a screen. What no job log holds (Storable), all control
+ * characters, and marks that turn a text or take no room, by which one name looks like another,
+ * become U+FFFD: the reader sees that something stood there.
  */
 std::wstring Printable(std::wstring_view name);
+
+/*
+ * A name or path as it may stand in a job log, otherwise the real one. What XML 1.0 cannot hold
+ * (control characters but tab, line feed and carriage return, surrogates without their other half,
+ * U+FFFE, U+FFFF) becomes U+FFFD. The job log escapes its markup itself; nothing is escaped here.
+ */
+std::wstring Storable(std::wstring_view name);
+
+/* The system's path as people write it: without "\\?\" where it names the same without. */
+std::wstring PlainPath(std::wstring_view systemPath);
 
 /* The same in place, without a copy. */
 void MakePrintable(std::span<wchar_t> text);

@@ -21,9 +21,23 @@ TEST(Printable, Printable_ReplacesWhatNeitherXmlNorATerminalTakes) {
               {std::wstring(L"\0\x7F\x85", 3), L"\xFFFD\xFFFD\xFFFD"},
               {L"~\x80\x9F\xA0", L"~\xFFFD\xFFFD\xA0"},
               {L"\xFFFE\xFFFF\xFFFD", L"\xFFFD\xFFFD\xFFFD"},
-              {L"\x200F\x2027\x2028\x202E\x202F", L"\x200F\x2027\xFFFD\xFFFD\x202F"},
-              {L"\x2065\x2066\x2069\x206A", L"\x2065\xFFFD\xFFFD\x206A"}};
+              {L"\x200A\x200B\x200F\x2010", L"\x200A\xFFFD\xFFFD\x2010"},
+              {L"\x2027\x2028\x202E\x202F", L"\x2027\xFFFD\xFFFD\x202F"},
+              {L"\x205F\x2060\x206F\x2070", L"\x205F\xFFFD\xFFFD\x2070"},
+              {L"\x061B\x061C\xFEFE\xFEFF", L"\x061B\xFFFD\xFEFE\xFFFD"}};
   for (const auto& row : rows) EXPECT_EQ(Printable(row.given), row.expected);
+}
+
+TEST(Printable, Storable_ReplacesWhatXmlDoesNotTake) {
+  const struct {
+    std::wstring given;
+    std::wstring expected;
+  } rows[] = {
+      {L"\t\n\r\x7F\x85\x200D\x2028\x202E\xFEFF", L"\t\n\r\x7F\x85\x200D\x2028\x202E\xFEFF"},
+      {std::wstring(L"\0\x1\x1B\x1F", 4), L"\xFFFD\xFFFD\xFFFD\xFFFD"},
+      {L"\xD83D\xDE00\xD83D", L"\xD83D\xDE00\xFFFD"},
+      {L"\xFFFE\xFFFF", L"\xFFFD\xFFFD"}};
+  for (const auto& row : rows) EXPECT_EQ(Storable(row.given), row.expected);
 }
 
 }  // namespace

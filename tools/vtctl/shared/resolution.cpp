@@ -45,14 +45,14 @@ ResolvedAddress Described(const std::wstring& address, bool isOwn) {
   return described;
 }
 
-Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
+Resolution Resolve(const std::wstring& name, unsigned long timeout) {
   addrinfo hints = {};
   hints.ai_flags = AI_CANONNAME;
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_protocol = IPPROTO_TCP;
   timeval limit = {};
-  limit.tv_sec = static_cast<long>(timeOut / 1000);
-  limit.tv_usec = static_cast<long>(timeOut % 1000) * 1000;
+  limit.tv_sec = static_cast<long>(timeout / 1000);
+  limit.tv_usec = static_cast<long>(timeout % 1000) * 1000;
   addrinfo* found = nullptr;
   Resolution resolution;
   const cstring ansi{wcstring(name)};
@@ -62,7 +62,7 @@ Resolution Resolve(const std::wstring& name, unsigned long timeOut) {
     return resolution;
   }
   resolution.error = static_cast<unsigned long>(VTSocket::GetAddrInfoWithTimeOut(
-      ansi.c_str(), nullptr, &hints, &found, timeOut != 0 ? &limit : nullptr));
+      ansi.c_str(), nullptr, &hints, &found, timeout != 0 ? &limit : nullptr));
   const AddressList list(found, &::freeaddrinfo);
   if (resolution.error != 0 || !list) return resolution;
   if (list->ai_canonname) resolution.canonicalName = wcstring(cstring(list->ai_canonname));

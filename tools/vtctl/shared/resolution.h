@@ -23,8 +23,8 @@ struct Resolution {
 /* An address with what it is; `isOwn`: this machine has it. */
 ResolvedAddress Described(const std::wstring& address, bool isOwn);
 
-/* Asks for a name without backslashes. `timeOut` in milliseconds, 0: no limit. */
-Resolution Resolve(const std::wstring& name, unsigned long timeOut);
+/* Asks for a name without backslashes. `timeout` in milliseconds, 0: no limit. */
+Resolution Resolve(const std::wstring& name, unsigned long timeout);
 
 /* A resolver's status in words. Not every system has some for a time-out. */
 std::wstring ResolverText(unsigned long code);

@@ -88,9 +88,7 @@ WaitEnd ReadKeys(HANDLE console, bool isShown, TypedLine& line) {
   }
 }
 
-int NotReadable(DWORD error) {
-  return Fail(kExitNoInput, L"Standard input cannot be read: " + SystemText(error));
-}
+int NotReadable(DWORD error) { return Fail(kExitNoInput, L"Standard input cannot be read", error); }
 
 int TooLong() {
   return Fail(kExitBadInput, L"The text is too long: more than " + std::to_wstring(Secret::kMost) +

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/vtctl/played_terminal.h"
+#include "tests/support/played_terminal.h"
 #include "tools/vtctl/shared/exit_code.h"
 
 namespace vtctl {

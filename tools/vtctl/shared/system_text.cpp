@@ -36,9 +36,13 @@ std::wstring ClockTime() {
 std::wstring IsoTime() {
   SYSTEMTIME now = {};
   ::GetSystemTime(&now);
+  return IsoTime(now);
+}
+
+std::wstring IsoTime(const SYSTEMTIME& utc) {
   wchar_t text[32];
-  std::swprintf(text, ARRAYSIZE(text), L"%04u-%02u-%02uT%02u:%02u:%02uZ", now.wYear, now.wMonth,
-                now.wDay, now.wHour, now.wMinute, now.wSecond);
+  std::swprintf(text, ARRAYSIZE(text), L"%04u-%02u-%02uT%02u:%02u:%02uZ", utc.wYear, utc.wMonth,
+                utc.wDay, utc.wHour, utc.wMinute, utc.wSecond);
   return text;
 }
 

@@ -1,6 +1,8 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SHARED_SYSTEM_TEXT_H
 #define VTCLASS_TOOLS_VTCTL_SHARED_SYSTEM_TEXT_H
 
+#include <vtclass/win32.h>
+
 #include <string>
 
 namespace vtctl {
@@ -15,6 +17,7 @@ std::wstring ClockTime();
 
 /* "2025-01-31T21:03:59Z": the time for scripts, the same wherever the machine stands. */
 std::wstring IsoTime();
+std::wstring IsoTime(const SYSTEMTIME& utc);
 
 }  // namespace vtctl
 

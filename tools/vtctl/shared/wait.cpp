@@ -26,7 +26,7 @@ WaitEnd WaitFor(HANDLE event, DWORD milliseconds) {
     case WAIT_OBJECT_0 + 1:
       return WaitEnd::signalled;
     case WAIT_TIMEOUT:
-      return WaitEnd::timeOut;
+      return WaitEnd::timeout;
     default:
       return WaitEnd::failed;
   }

@@ -24,7 +24,7 @@ class Deadline {
 enum class WaitEnd {
   signalled,
   interrupted, /* by the operator */
-  timeOut,
+  timeout,
   failed /* the reason is in ::GetLastError() */
 };
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "tools/vtctl/shared/console.h"
-#include "tools/vtctl/shared/joined.h"
+#include "tools/vtctl/shared/csv.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
@@ -137,28 +137,6 @@ Json NumberOrNull(const Volume& volume, uint64_t number) {
   return volume.IsReached() ? Json(number) : Json();
 }
 
-// Spreadsheets compute what begins like this, and a label is whatever the medium's owner wrote.
-std::wstring NoFormula(const std::wstring& text) {
-  const bool isFormula =
-      !text.empty() && std::wstring_view(L"=+-@").find(text.front()) != std::wstring_view::npos;
-  return isFormula ? L"'" + text : text;
-}
-
-// A member of the JSON object as a field of a table.
-std::wstring FieldText(const Json& member) {
-  if (member.is_null()) return {};
-  if (member.is_string()) return NoFormula(Printable(FromUtf8(member.get<std::string>())));
-  if (!member.is_array()) return FromUtf8(member.dump());
-  std::vector<std::wstring> texts;
-  for (const Json& item : member) texts.push_back(FieldText(item));
-  return Joined(texts, L"|");
-}
-
-std::wstring CsvLine(std::vector<std::wstring> fields) {
-  std::ranges::transform(fields, fields.begin(), CsvField);
-  return Joined(fields, L",") + L"\r\n";
-}
-
 }  // namespace
 
 std::wstring Block(const Volume& volume, size_t columns, bool colours) {
@@ -209,36 +187,23 @@ Json ToJson(const Volume& volume) {
                {"sectorSize", NumberOrNull(volume, volume.sectorSize)},
                {"writable", nullptr},
                {"writeError", nullptr},
+               {"writeStatus", nullptr},
                {"clusterShared", volume.isClusterShared},
-               {"reached", volume.IsReached()},
-               {"error", nullptr}};
-  if (volume.isWritable) json["writable"] = *volume.isWritable;
-  if (volume.writeError != 0) json["writeError"] = ToUtf8(SystemText(volume.writeError));
+               {"reached", volume.IsReached()}};
+  AddStatus(json, volume.error);
   if (!volume.IsReached()) json["error"] = ToUtf8(ErrorText(volume));
+  if (volume.isWritable) json["writable"] = *volume.isWritable;
+  if (volume.writeError != 0) {
+    json["writeError"] = ToUtf8(SystemText(volume.writeError));
+    json["writeStatus"] = volume.writeError;
+  }
   return json;
 }
 
-std::wstring CsvField(const std::wstring& text) {
-  if (text.find_first_of(L"\",\r\n") == std::wstring::npos) return text;
-  std::wstring field = L"\"";
-  for (const wchar_t unit : text) {
-    if (unit == L'"') field += unit;
-    field += unit;
-  }
-  return field + L'"';
-}
-
 std::wstring Csv(const std::vector<Volume>& volumes) {
-  const Json columns = ToJson(Volume());
-  std::vector<std::wstring> fields;
-  for (const auto& [name, member] : columns.items()) fields.push_back(FromUtf8(name));
-  std::wstring text = CsvLine(fields);
-  for (const Volume& volume : volumes) {
-    fields.clear();
-    for (const Json& member : ToJson(volume)) fields.push_back(FieldText(member));
-    text += CsvLine(std::move(fields));
-  }
-  return text;
+  Json rows = Json::array();
+  for (const Volume& volume : volumes) rows.push_back(ToJson(volume));
+  return vtctl::Csv(ToJson(Volume()), rows);
 }
 
 }  // namespace vtctl

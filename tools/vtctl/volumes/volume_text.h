@@ -29,8 +29,6 @@ Json ToJson(const Volume& volume);
  * several paths of a volume stand in one field with "|" between them, which is in no path. A text
  * that a spreadsheet would compute gets an apostrophe in front. */
 std::wstring Csv(const std::vector<Volume>& volumes);
-/* One field, in quotation marks where it needs them. */
-std::wstring CsvField(const std::wstring& text);
 
 }  // namespace vtctl
 

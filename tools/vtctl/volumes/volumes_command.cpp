@@ -58,9 +58,9 @@ void PrintBlocks(const VolumeList& list) {
 int List(const VolumesArguments& arguments) {
   const VolumeList list = ListVolumes(arguments.noWriteTest ? WriteTest::none : WriteTest::file);
   if (arguments.json) {
-    Json json = {{"volumes", Json::array()}, {"error", nullptr}};
+    Json json = {{"volumes", Json::array()}};
     for (const Volume& volume : list.volumes) json["volumes"].push_back(ToJson(volume));
-    if (list.error != 0) json["error"] = ToUtf8(SystemText(list.error));
+    AddStatus(json, list.error);
     PrintJson(json);
   } else if (arguments.csv) {
     Print(Csv(list.volumes));
@@ -68,8 +68,8 @@ int List(const VolumesArguments& arguments) {
     PrintBlocks(list);
   }
   if (list.error != 0) {
-    return Fail(kExitNoAnswer, L"The list of the volumes ends here, and there may be more: " +
-                                   SystemText(list.error));
+    return Fail(kExitNoAnswer, L"The list of the volumes ends here, and there may be more",
+                list.error);
   }
   return std::ranges::any_of(list.volumes, IsMissed) ? kExitWarnings : kExitClean;
 }

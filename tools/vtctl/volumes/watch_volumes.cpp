@@ -83,13 +83,13 @@ int WatchVolumes(const WatchOptions& options) {
   const Deadline deadline(options.seconds);
   VolumeList list = ListVolumes(WriteTest::none);
   if (list.error != 0) {
-    return Fail(kExitNoAnswer, L"The volumes cannot be listed: " + SystemText(list.error));
+    return Fail(kExitNoAnswer, L"The volumes cannot be listed", list.error);
   }
   std::vector<Volume> known = std::move(list.volumes);
   if (!options.json) Print(L"Watching " + CountText(known) + L"; Ctrl+C ends it.\n");
   for (;;) {
     const WaitEnd end = WaitFor(nullptr, std::min<DWORD>(options.pause, deadline.Left()));
-    if (end != WaitEnd::timeOut) return ExitCodeOf(end);
+    if (end != WaitEnd::timeout) return ExitCodeOf(end);
     list = ListVolumes(WriteTest::none);
     // A list that ends early would tell of volumes that have left and have not; the next look may
     // be a better one.

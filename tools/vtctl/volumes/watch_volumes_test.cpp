@@ -17,8 +17,8 @@
 #include "tests/support/answered_look_ups.h"
 #include "tests/support/fake_volumes.h"
 #include "tests/support/import_hook.h"
+#include "tests/support/run_vtctl.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/vtctl/run_vtctl.h"
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/interrupt.h"
@@ -63,8 +63,8 @@ BOOL WINAPI Information(LPCWSTR root, LPWSTR label, DWORD, LPDWORD, LPDWORD, LPD
     ::SetLastError(unreached[root]);
     return FALSE;
   }
-  std::wcscpy(label, L"Played");
-  std::wcscpy(fileSystem, L"NTFS");
+  ::lstrcpyW(label, L"Played");
+  ::lstrcpyW(fileSystem, L"NTFS");
   *flagsOut = flags;
   return TRUE;
 }

@@ -173,7 +173,7 @@ class SocketServices {
  * freeaddrinfo, and the same codes, also as the thread's last error. `*result` is null after a
  * failure. A null `result` gives WSAEFAULT (10014).
  *
- * `timeOut` null: no limit, and the resolver runs on the caller's thread. Otherwise seconds and
+ * `timeout` null: no limit, and the resolver runs on the caller's thread. Otherwise seconds and
  * microseconds are added up, begun milliseconds count; without an answer by then the result is
  * WSAETIMEDOUT (10060). Nothing or less is a limit too: the name is not asked for.
  * Contract: the microseconds may exceed a million. Callers put all their milliseconds there.
@@ -199,7 +199,7 @@ class SocketServices {
  */
 VTSOCKET_API int GetAddrInfoWithTimeOut(const char* node, const char* service,
                                         const addrinfo* hints, addrinfo** result,
-                                        const timeval* timeOut);
+                                        const timeval* timeout);
 
 }  // namespace VTSocket
 

@@ -246,7 +246,7 @@ void JobLogReader::OnStartTag(const Token& token) {
     if (token.kind == TokenKind::kEmptyTag) return;
   }
   // What its identifier belongs to is cut away; the closing tag will tell.
-  if (token.text == kCodeElement && IsCutAtFront() && Trim(text).empty()) return;
+  if (token.text == kCodeElement && atFront && IsCutAway() && Trim(text).empty()) return;
   EnterContent(token);
   if (elements.Depth() > 1 && elements.TopIs(kCodeElement)) {
     Damage(token.at, "<UMI> is not closed.");
@@ -335,20 +335,19 @@ void JobLogReader::OnEndTag(const Token& token) {
   for (std::size_t i = 0; i < count; ++i) CloseTop();
 }
 
-bool JobLogReader::IsCutAtFront() const {
-  return atFront && beginning == Beginning::kWrapped && elements.Empty();
+bool JobLogReader::IsCutAway() const {
+  return beginning == Beginning::kWrapped && elements.Empty();
 }
 
 // In a wrapped log the opening tags of the first closing tags are cut away; the first of all even
 // tells what the text before it is.
 void JobLogReader::OnSurplusEndTag(const Token& token) {
-  const bool isCutAway = beginning == Beginning::kWrapped && elements.Empty();
-  if (token.text == kCodeElement && IsCutAtFront()) {
-    code.assign(text, 0, kMaxCodeUnits);
-    text.clear();
-    return;
-  }
-  if (IsCutAtFront()) {
+  if (atFront && IsCutAway()) {
+    if (token.text == kCodeElement) {
+      code.assign(text, 0, kMaxCodeUnits);
+      text.clear();
+      return;
+    }
     AnnounceDocument();
     Token tag = token;
     tag.type = tag.detail = {};
@@ -361,7 +360,7 @@ void JobLogReader::OnSurplusEndTag(const Token& token) {
     return;
   }
   FlushText(false, false);
-  if (isCutAway && stage != Stage::kBetween) {
+  if (IsCutAway() && stage != Stage::kBetween) {
     outline.EndFolders();
     return;
   }

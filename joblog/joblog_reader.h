@@ -56,7 +56,7 @@ class JobLogReader {
   void OnStartTag(const Token& token);
   void OnJobLogTag(const Token& token);
   void OnEndTag(const Token& token);
-  bool IsCutAtFront() const;
+  bool IsCutAway() const;
   void OnSurplusEndTag(const Token& token);
   void OnText(const Token& token);
   void OnLineEnd();

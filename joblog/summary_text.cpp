@@ -159,8 +159,7 @@ std::string Headline(const Tally& tally) {
   }
   add(tally.skipped, "item", " skipped");
   add(tally.damages, "damaged place", "");
-  const std::uint64_t earlier = tally.cutOff - (tally.lastIsClosed ? 0 : 1);
-  add(std::min(earlier, tally.cutOff), "earlier log", " cut off");
+  add(tally.EarlierCutOff(), "earlier log", " cut off");
   return tally.lastIsClosed ? text : text + ", and the log is cut off";
 }
 

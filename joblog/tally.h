@@ -50,6 +50,9 @@ struct Tally {
 
   Outcome Result() const;
 
+  /* Documents without their end that another one follows. */
+  std::uint64_t EarlierCutOff() const { return cutOff == 0 || lastIsClosed ? cutOff : cutOff - 1; }
+
   /* False when something of the logs is missing, which may have told more. */
   bool IsWhole() const { return cutOff == 0 && damages == 0 && wrapped == 0; }
 };

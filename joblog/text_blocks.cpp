@@ -123,10 +123,10 @@ bool TextBlocks::NextSection() {
 
 // A name in UTF-16 can be chosen so that its bytes, one off or read as ANSI, spell a header. What
 // follows tells: behind the name the text goes on as it was before, with ASCII in its tags.
-bool TextBlocks::IsForged(std::size_t at) const {
-  const bool isAnsi = bytes[at + 1] != '\0';
-  if (encoding == Encoding::kAnsi || (!isAnsi && (at - begin) % 2 == 0)) return false;
-  const std::string_view rest = std::string_view(bytes.data(), end).substr(at);
+bool TextBlocks::IsForged(std::size_t header) const {
+  const bool isAnsi = bytes[header + 1] != '\0';
+  if (encoding == Encoding::kAnsi || (!isAnsi && (header - begin) % 2 == 0)) return false;
+  const std::string_view rest = std::string_view(bytes.data(), end).substr(header);
   if (isAnsi) return rest.substr(0, kAnsiProofBytes).find('\0') != std::string_view::npos;
   const std::string_view proof = rest.substr(0, ProofBytes());
   const std::size_t tail = (proof.size() - std::min(proof.size(), kTailBytes)) / 2 * 2;
@@ -134,6 +134,11 @@ bool TextBlocks::IsForged(std::size_t at) const {
 }
 
 std::size_t TextBlocks::ProofBytes() const { return std::min(kProofBytes, bytes.size() / 4); }
+
+// What is too near to the buffer's end is judged when more is there.
+bool TextBlocks::CanBeJudged(std::size_t header) const {
+  return endOfFile || end - header >= ProofBytes();
+}
 
 // The first header at or behind `from` that lies in the buffer as a whole. A question mark is much
 // rarer in a log than "<".
@@ -147,8 +152,7 @@ std::size_t TextBlocks::FindHeader(std::size_t from) {
       const std::size_t before = header.find('?');
       if (i < from + before || !text.substr(i - before).starts_with(header)) continue;
       const std::size_t at = i - before;
-      // What is too near to the buffer's end is judged when more is there.
-      if ((!endOfFile && end - at < ProofBytes()) || !IsForged(at)) return at;
+      if (!CanBeJudged(at) || !IsForged(at)) return at;
     }
     ++i;
   }
@@ -179,7 +183,7 @@ bool TextBlocks::Append(std::u16string& units) {
   std::size_t count = end - begin;
   if (header != kNotFound) {
     count = header - begin;
-    sectionOver = endOfFile || end - header >= ProofBytes();
+    sectionOver = CanBeJudged(header);
   } else if (endOfFile) {
     sectionOver = true;
   } else {

@@ -45,7 +45,8 @@ class TextBlocks {
   void Fill();
   void BeginFile();
   std::size_t FindHeader(std::size_t from);
-  bool IsForged(std::size_t at) const;
+  bool CanBeJudged(std::size_t header) const;
+  bool IsForged(std::size_t header) const;
   std::size_t ProofBytes() const;
   void Decode(std::size_t count, std::u16string& units);
 

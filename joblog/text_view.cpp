@@ -153,9 +153,7 @@ void TextView::Close(const Tally& tally, std::optional<bool> isOpen) {
   if (tally.leftOut > 0) Count("Entries left out", tally.leftOut, Style::kNote);
   if (tally.leftOutJobs > 0) Count("Jobs left out", tally.leftOutJobs, Style::kNote);
   if (tally.damages > 0) Count("Damaged places", tally.damages, Style::kNote);
-  if (tally.cutOff > 1 || (tally.cutOff == 1 && tally.lastIsClosed)) {
-    Count("Logs cut off", tally.cutOff, Style::kWarning);
-  }
+  if (tally.EarlierCutOff() > 0) Count("Logs cut off", tally.cutOff, Style::kWarning);
   const Severity worst = tally.Worst();
   Line(1, Style::kPlain, "Worst severity    ",
        worst == Severity::kInfo ? "none" : std::string(SeverityName(worst)));

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Another compiler of resources reads from each file what the build's own reads:
 resources_test.py LLVM_RC WINDRES HEADERS SOURCES WORK FILE..."""
+import os
 import struct
 import subprocess
 import sys
@@ -39,8 +40,10 @@ def compiled(command, out):
     return resources(out)
 
 
+# The other compiler takes what begins with "/c" or "/d" for an option, a file's path too.
+os.chdir(sources)
 differing = 0
-for file in files:
+for file in map(os.path.relpath, files):
     one, other = f"{work}/windres.res", f"{work}/llvm-rc.res"
     expected = compiled([windres, "-I", sources, "-J", "rc", "-O", "res", "-i", file, "-o", one], one)
     # The sources are in UTF-8; this compiler knows no #pragma code_page.

@@ -204,7 +204,7 @@ def call_all(work):
     check("resolve", ["localhost"], {0})
     check_failure("resolve", [""], 64)
     check("adv show", [], {0, 1, 66})
-    check("adv watch", ["--for", "5"], {0}, meanwhile=[
+    check("adv watch", ["--for", "10"], {0}, meanwhile=[
         ["registry", "set", PRODUCT + "\\Engine\\Agents", "Advertising Interval Minutes", minutes, "--type", "dword"]
         for minutes in ("6", "7")])
     check_failure("adv add", [""], 64)
@@ -216,7 +216,7 @@ def call_all(work):
     check("settings get", ["CreateDebugLog"], {0})
     check_failure("settings get", ["Path"], 66)
     check_failure("settings set", ["MaxDebugFile Count", "0"], 64)
-    check("settings watch", ["--for", "5"], {0}, meanwhile=[
+    check("settings watch", ["--for", "10"], {0}, meanwhile=[
         ["settings", "set", "Engine NDMP Debug Level", level] for level in ("1", "2")])
     check("sgmon watch", ["agent", "--for", "1"], {0})
     check("credential report", [], {0, 1, 2})

@@ -104,7 +104,7 @@ TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
       {{L"session", L"--root", folder, L"--out", folder, L"--language", L"QQ"}, kExitUsage, "QQ"},
       {SessionWords(scratch / L"missing", folder), kExitNoInput, "was not found"},
       {SessionWords(file, folder), kExitNoInput, "is not a folder"},
-      {SessionWords(L"", folder), kExitNoInput, "was not found"},
+      {SessionWords(L"", folder), kExitUsage, "--root is empty"},
       {SessionWords(folder, file), kExitCannotWrite, "cannot be made"},
       {SessionWords(folder, file + L"\\below"), kExitCannotWrite, "cannot be made"},
       {{L"registry", L"get", L"HKEY_BOGUS\\x"}, kExitUsage, "names no registry key"},

@@ -291,7 +291,7 @@ int Watch(const WatchArguments& arguments) {
   Agent agent;
   const int code = OpenOrFail(arguments, kRead, agent);
   if (code != kExitClean) return code;
-  if (agent.state.status != 0) PrintError(L"vtctl: " + Explanation(agent.state) + L"\n");
+  if (agent.state.status != 0) Remark(Explanation(agent.state));
   std::optional<AdvSettings> known;
   for (;;) {
     // Before the reading: a change in between is then either read or signalled.

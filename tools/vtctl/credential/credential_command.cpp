@@ -95,9 +95,9 @@ int Seal(const SealArguments& arguments) {
   }
   Print(FromUtf8(sealed) + L"\n");
   if (std::ranges::any_of(secret.text, [](char character) { return character < 0; })) {
-    PrintError(
-        L"vtctl: Note: the text has other characters than ASCII. They were sealed as they came; a "
-        L"component that takes them for another code page gets another text.\n");
+    Remark(
+        L"Note: the text has other characters than ASCII. They were sealed as they came; a "
+        L"component that takes them for another code page gets another text.");
   }
   return kExitClean;
 }
@@ -131,8 +131,7 @@ int Open(const CommonArguments&) {
   PrintSecret(secret.text);
   Print(L"\n");
   if (OutputIsTerminal()) {
-    PrintError(
-        L"vtctl: Note: the secret stands on this screen now, and in what it scrolls back.\n");
+    Remark(L"Note: the secret stands on this screen now, and in what it scrolls back.");
   }
   return kExitClean;
 }

@@ -72,8 +72,6 @@ struct FollowArguments : FileArguments {
   unsigned seconds = 0;
 };
 
-std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
-
 int CannotOpen(const Path& file, DWORD status) {
   return Fail(kExitNoInput, Quoted(file) + L" cannot be opened", status);
 }
@@ -143,9 +141,9 @@ int Write(const WriteArguments& arguments) {
   }
   Print(L"Limits: " + LimitText(settings) + L"\n");
   if (settings.createDebugLog == 0) {
-    PrintError(
-        L"vtctl: The log is off, so nothing is written until it is switched on: "
-        L"vtctl settings set CreateDebugLog 1\n");
+    Remark(
+        L"The log is off, so nothing is written until it is switched on: "
+        L"vtctl settings set CreateDebugLog 1");
   }
   Writing writing{*log, arguments, Deadline(arguments.seconds)};
   std::vector<std::thread> others;
@@ -163,13 +161,11 @@ bool IsNotThereYet(DWORD status) {
 }
 
 int Follow(const FollowArguments& arguments) {
-  Follower follower(
-      arguments.file, [](const std::wstring& text) { Print(text); },
-      [](const std::wstring& sentence) { PrintError(L"vtctl: " + sentence + L"\n"); });
+  Follower follower(arguments.file, [](const std::wstring& text) { Print(text); }, Remark);
   const Deadline deadline(arguments.seconds);
   DWORD status = follower.Start(arguments.lines);
   if (IsNotThereYet(status)) {
-    PrintError(L"vtctl: " + Quoted(arguments.file) + L" is not there yet; waiting for it.\n");
+    Remark(Quoted(arguments.file) + L" is not there yet; waiting for it.");
   }
   while (IsNotThereYet(status)) {
     if (deadline.IsOver()) return CannotOpen(arguments.file, status);
@@ -193,7 +189,7 @@ const char* ModeName(const DebugLogSettings& settings) {
 
 Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
                 const DebugLogSettings& settings) {
-  Json json = {{"file", ToUtf8(path.Shown())},
+  Json json = {{"file", ToUtf8(path.Stored())},
                {"bytes", file.Size()},
                {"encoding", file.TextEncoding() == Encoding::utf16 ? "UTF-16" : "ANSI"},
                {"rotated", Json::array()},
@@ -209,7 +205,7 @@ Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<Rotat
     json["remarks"].push_back(ToUtf8(remark.text));
   }
   for (const RotatedFile& one : rotated) {
-    json["rotated"].push_back({{"file", ToUtf8(one.path.Shown())}, {"bytes", one.size}});
+    json["rotated"].push_back({{"file", ToUtf8(one.path.Stored())}, {"bytes", one.size}});
   }
   return json;
 }

@@ -105,7 +105,7 @@ std::wstring Verdict(const HiveSummary& summary) {
 }
 
 Json SummaryJson(const HiveArguments& arguments, const HiveSummary& summary) {
-  return {{"file", ToUtf8(arguments.file.Shown())},
+  return {{"file", ToUtf8(arguments.file.Stored())},
           {"version", "1." + std::to_string(summary.minorVersion)},
           {"lastWritten", TextOrNull(FromUtf8(TimeText(summary.lastWritten)))},
           {"keys", summary.keys},

@@ -9,7 +9,6 @@
 #include "tools/vtctl/shared/console.h"
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/interrupt.h"
-#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -26,14 +25,11 @@ const wchar_t* WhatElse(FileKind kind) {
       return L" is empty: whatever was to save a key there wrote nothing.";
     case FileKind::wineText:
       return L" is no hive but a registry in Wine's own text: Wine saves keys so, and Windows "
-             L"cannot "
-             L"restore it.";
+             L"cannot restore it.";
     default:
       return L" is no hive: it does not begin as one.";
   }
 }
-
-std::wstring Quoted(const Path& path) { return L"\"" + Printable(path.Written()) + L"\""; }
 
 std::wstring Reason(unsigned long status) {
   if (status == ERROR_FILE_TOO_LARGE) return L"it has more than 1 GB.";

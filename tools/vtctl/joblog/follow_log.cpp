@@ -72,10 +72,9 @@ void Following::NoteWhenChanged(std::string_view begin) {
   front = begin.substr(0, kFrontBytes);
   if (!isAnother) return;
   passedOn = 0;
-  PrintError(
-      L"vtctl: The log does not go on as it was: it has wrapped, or another one has its name. It "
-      L"is "
-      L"told again from its beginning, and what came in between may be missing.\n");
+  Remark(
+      L"The log does not go on as it was: it has wrapped, or another one has its name. It is told "
+      L"again from its beginning, and what came in between may be missing.");
 }
 
 // An exit code that ends everything, or kExitClean.

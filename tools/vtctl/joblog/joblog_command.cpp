@@ -79,18 +79,18 @@ int ReadWanted(const ShowArguments& arguments, Wanted& wanted) {
       return refuse(code, L"message identifier such as Q-79-57344-33928.");
     }
   }
-  const std::pair<const std::wstring*, std::optional<LogTime>*> times[] = {
+  const std::pair<const std::optional<std::wstring>*, std::optional<LogTime>*> times[] = {
       {&arguments.since, &wanted.since}, {&arguments.until, &wanted.until}};
   for (const auto& [word, time] : times) {
-    if (word->empty()) continue;
-    *time = ParseTime(ToUtf8(*word), time == &wanted.until);
-    if (!*time) return refuse(*word, L"time such as 2025-01-31 or 2025-01-31T22:00.");
+    if (!word->has_value()) continue;
+    *time = ParseTime(ToUtf8(**word), time == &wanted.until);
+    if (!*time) return refuse(**word, L"time such as 2025-01-31 or 2025-01-31T22:00.");
   }
-  if (arguments.folder.empty()) return kExitClean;
-  if (arguments.folder.find_first_not_of(L"\\/") == std::wstring::npos) {
-    return refuse(arguments.folder, L"folder.");
+  if (!arguments.folder) return kExitClean;
+  if (arguments.folder->find_first_not_of(L"\\/") == std::wstring::npos) {
+    return refuse(*arguments.folder, L"folder.");
   }
-  wanted.folder = ToUtf8(arguments.folder);
+  wanted.folder = ToUtf8(*arguments.folder);
   wanted.fold = Folded;
   return kExitClean;
 }

@@ -206,7 +206,10 @@ TEST_F(JobLogCommand, Show_WrongWords_AreRefusedInJsonToo) {
     const char* sentence;
   } rows[] = {
       {Show({L"--since", L"tomorrow"}), kExitUsage, "is no time"},
+      {Show({L"--until", L""}), kExitUsage, "is no time"},
       {Show({L"--under", L"\\"}), kExitUsage, "is no folder"},
+      {Show({L"--under", L""}), kExitUsage, "is no folder"},
+      {Show({L"--html", L""}), kExitUsage, "--html is empty"},
       {Show({L"--csv", L"--summary"}), kExitUsage, "--csv goes neither"},
       {Show({L"--diff"}), kExitUsage, "--diff compares two logs"},
       {Show({L"--diff", L"--csv", path}), kExitUsage, "--diff goes with none"},

@@ -1,6 +1,7 @@
 #ifndef VTCLASS_TOOLS_VTCTL_JOBLOG_SHOW_H
 #define VTCLASS_TOOLS_VTCTL_JOBLOG_SHOW_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,9 @@ struct ShowArguments : CommonArguments {
   Path html;
   std::vector<std::wstring> codes;
   vtclass::joblog::Severity least = vtclass::joblog::Severity::kInfo;
-  std::wstring folder;
-  std::wstring since;
-  std::wstring until;
+  std::optional<std::wstring> folder;
+  std::optional<std::wstring> since;
+  std::optional<std::wstring> until;
   bool latest = false;
   bool summary = false;
   bool csv = false;

@@ -14,8 +14,6 @@ using namespace vtclass::joblog;
 
 constexpr std::size_t kFlushBytes = std::size_t{64} * 1024;
 
-std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
-
 }  // namespace
 
 int ExitCodeOf(Severity worst) {
@@ -87,7 +85,7 @@ void ShownLog::Handle(const Event& event) {
 // A table has no place for what is no entry.
 void ShownLog::NoteOnErrors(const Tally& tally) const {
   const auto note = [&](const std::string& sentence) {
-    PrintError(L"vtctl: " + FromUtf8(place.file + ": " + sentence + ".\n"));
+    Remark(FromUtf8(place.file + ": " + sentence + "."));
   };
   if (tally.leftOut > 0) note(GroupedNumber(tally.leftOut) + " entries left out by a filter");
   if (tally.damages > 0) note(Counted(tally.damages, "place") + " of the log damaged");

@@ -117,7 +117,7 @@ void PrintOutcome(const ReplicateArguments& arguments, unsigned long status) {
   if (arguments.json) {
     Json line = {{"time", ToUtf8(IsoTime())},
                  {"key", ToUtf8(KeyName(arguments.Key()))},
-                 {"file", ToUtf8(file.Shown())},
+                 {"file", ToUtf8(file.Stored())},
                  {"saved", status == ERROR_SUCCESS}};
     AddStatus(line, status);
     if (status != ERROR_SUCCESS) line["error"] = ToUtf8(ReasonText(status));

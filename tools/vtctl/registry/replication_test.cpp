@@ -51,7 +51,7 @@ TEST_F(ReplicationCommands, Once_SavesAndTellsWhatIsWrong) {
       {{key, scratch / L"file"}, kExitCannotWrite, L" cannot be replicated to " + scratch.Path()},
       {{key + L"\\none", folder}, kExitNoInput, L"\\none cannot be opened: "},
       {{L"HKCU", folder}, kExitUsage, L"HKEY_CURRENT_USER is a root: name a key below it."},
-      {{key, L""}, kExitBadInput, L"\"\" is no folder: "}};
+      {{key, L""}, kExitUsage, L"DIR is empty"}};
   for (const auto& row : rows) {
     Words words = {L"replicate", L"--once"};
     words.insert(words.end(), row.words.begin(), row.words.end());

@@ -69,7 +69,7 @@ int Run(const RestoreArguments& arguments) {
     return Fail(kExitCannotWrite, name + L" was not restored from " + file.Shown() + L"", status);
   }
   if (arguments.json) {
-    PrintJson({{"key", ToUtf8(KeyName(key))}, {"file", ToUtf8(file.Shown())}, {"restored", true}});
+    PrintJson({{"key", ToUtf8(KeyName(key))}, {"file", ToUtf8(file.Stored())}, {"restored", true}});
   } else {
     Print(name + L" was restored from " + file.Shown() + L".\n");
   }

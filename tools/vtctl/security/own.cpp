@@ -12,9 +12,6 @@ using vtclass::OwnershipStep;
 
 constexpr ULONGLONG kInterval = 100;
 
-// The last column stays free: writing there would move to the next line.
-std::size_t Columns() { return static_cast<std::size_t>(ErrorTerminalWidth() - 1); }
-
 // Counts the entries and tells of them as they come.
 class Work {
  public:
@@ -84,13 +81,12 @@ void Work::ShowProgress(const Path& path) {
   const ULONGLONG now = ::GetTickCount64();
   if (!isVisible || now < next) return;
   next = now + kInterval;
-  const std::wstring text = Grouped(result.taken, {}) + L" taken over  " + path.Shown();
-  PrintError(Fitted(text, Columns()) + L"\r");
+  PrintStatus(Grouped(result.taken, {}) + L" taken over  " + path.Shown());
   isShown = true;
 }
 
 void Work::HideProgress() {
-  if (isShown) PrintError(std::wstring(Columns(), L' ') + L"\r");
+  if (isShown) ClearStatus();
   isShown = false;
 }
 

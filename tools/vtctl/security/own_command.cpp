@@ -89,14 +89,14 @@ std::wstring Summary(const OwnResult& result) {
 }
 
 Json ToJson(const OwnArguments& arguments, const OwnResult& result) {
-  Json json = {{"path", ToUtf8(arguments.path.Shown())},
+  Json json = {{"path", ToUtf8(arguments.path.Stored())},
                {"tree", arguments.isTree},
                {"taken", result.taken},
                {"failed", result.failed},
                {"stopped", result.isStopped},
                {"failures", Json::array()}};
   for (const OwnFailure& failure : result.failures) {
-    Json row = {{"path", ToUtf8(failure.path.Shown())},
+    Json row = {{"path", ToUtf8(failure.path.Stored())},
                 {"step", failure.step == vtclass::folderNotListed ? "list" : "take"}};
     AddStatus(row, failure.status);
     json["failures"].push_back(row);

@@ -8,6 +8,7 @@
 #include "platform/same_name.h"
 #include "tools/vtctl/session/read_as.h"
 #include "tools/vtctl/session/root_volume.h"
+#include "tools/vtctl/shared/printable.h"
 #include "vtclass/volumes.h"
 
 namespace vtctl {
@@ -62,7 +63,7 @@ FolderReader::FolderReader(const ReadingPlan& plan, LiveCount& live)
 FolderRecord FolderReader::Read(const FolderPlace& folder) {
   const Path& path = folder.path;
   FolderRecord record(plan.settings.largestFiles);
-  record.shownPath = StoredPath(path);
+  record.shownPath = path.Stored();
   live.SetFolder(record.shownPath);
   const ReadingAs acting(plan.reader);
   FolderListing listing =
@@ -101,9 +102,9 @@ void FolderReader::ReadEntry(const FolderPlace& folder, const WIN32_FIND_DATAW& 
   } else if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
     record.subfolders.push_back(folder);
   } else if (IsPlaceholder(entry)) {
-    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {StoredPath(path)});
+    const std::wstring text = plan.messages.Text(MSG_PLACEHOLDER_SKIPPED, {path.Stored()});
     record.lines.push_back({kCodePlaceholderSkipped, kTagWarningFilePlaceholderSkipped, text,
-                            MSG_CATEGORY_DATA, StoredPath(path)});
+                            MSG_CATEGORY_DATA, path.Stored()});
     Skip(kTagOfflineFile, text, record);
   } else if (!vtclass::platform::IsSameName(path.System(), plan.logPath.System())) {
     ReadFile(path, entry, record);
@@ -119,7 +120,7 @@ void FolderReader::ReadFile(const Path& path, const WIN32_FIND_DATAW& entry, Fol
   const ReadResult read = files.Read(path);
   if (read.outcome == ReadResult::stopped) return;
   if (read.outcome != ReadResult::complete) {
-    record.lines.push_back(FileFinding(plan.messages, StoredPath(path), read));
+    record.lines.push_back(FileFinding(plan.messages, path.Stored(), read));
   }
   if (read.outcome == ReadResult::complete || read.outcome == ReadResult::changed ||
       read.outcome == ReadResult::shorter) {
@@ -135,7 +136,7 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
   record.totals.bytes += bytes;
   ++live.files;
   live.bytes += bytes;
-  const std::wstring shown = StoredPath(path);
+  const std::wstring shown = path.Stored();
   record.statistics.Add(shown, Storable(ExtensionOf(name)), bytes);
   if (bytes >= uint64_t{plan.settings.reportLargeFilesMB} << 20) {
     record.lines.push_back(
@@ -146,7 +147,7 @@ void FolderReader::CountFile(const Path& path, const wchar_t* name, uint64_t byt
 
 // A volume that is already on the way is not entered again: volumes may be mounted in a circle.
 void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord& record) {
-  const std::wstring shown = StoredPath(mountPoint.path);
+  const std::wstring shown = mountPoint.path.Stored();
   const std::wstring volume =
       plan.crossVolumes ? VolumeNameAt(mountPoint.path.System()) : std::wstring();
   const bool isCircle = !volume.empty() && IsOnTheWay(volume, mountPoint.volume.get());
@@ -170,10 +171,10 @@ void FolderReader::EnterOrSkipVolume(const FolderPlace& mountPoint, FolderRecord
 }
 
 void FolderReader::SkipLink(const Path& path, FolderRecord& record) {
-  const std::wstring text = plan.messages.Text(MSG_LINK_NOT_FOLLOWED, {StoredPath(path)});
+  const std::wstring text = plan.messages.Text(MSG_LINK_NOT_FOLLOWED, {path.Stored()});
   if (plan.settings.reportLinks != 0) {
-    record.lines.push_back({kCodeLinkNotFollowed, kTagWarningLinkNotFollowed, text,
-                            MSG_CATEGORY_JOB, StoredPath(path)});
+    record.lines.push_back(
+        {kCodeLinkNotFollowed, kTagWarningLinkNotFollowed, text, MSG_CATEGORY_JOB, path.Stored()});
   }
   Skip(kTagReparsePoint, text, record);
 }

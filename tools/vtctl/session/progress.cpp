@@ -16,9 +16,6 @@ constexpr size_t kLeastFolderColumns = 16;
 // Before so much is done the time left is a guess.
 constexpr double kLeastFraction = 0.02;
 
-// The last column stays free: writing there would move to the next line.
-size_t Columns() { return static_cast<size_t>(ErrorTerminalWidth() - 1); }
-
 std::wstring TimeLeft(const ProgressState& state) {
   if (state.fraction < kLeastFraction) return {};
   const double all = static_cast<double>(state.milliseconds) / std::min(state.fraction, 1.0);
@@ -52,13 +49,12 @@ DWORD Progress::UntilDue() const {
 
 void Progress::Show(const ProgressState& state) {
   next = ::GetTickCount64() + kInterval;
-  // The cursor waits at the start, so that what others write there covers the line.
-  PrintError(Fitted(ProgressLine(state, Columns()), Columns()) + L"\r");
+  PrintStatus(ProgressLine(state, StatusColumns()));
   shown = true;
 }
 
 void Progress::Finish() {
-  if (shown) PrintError(std::wstring(Columns(), L' ') + L"\r");
+  if (shown) ClearStatus();
   shown = false;
   visible = false;
 }

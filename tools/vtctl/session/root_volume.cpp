@@ -37,7 +37,7 @@ std::optional<uint64_t> FreeSpaceOf(const RootVolume& volume) {
 
 std::wstring ShownPath(const RootVolume& volume) {
   const bool isName = vtclass::mountmgr_is_volume_name(wcstring(volume.path.c_str()));
-  return isName ? volume.path : StoredPath(Path(volume.path));
+  return isName ? volume.path : Path(volume.path).Stored();
 }
 
 std::wstring Shown(const RootVolume& volume) {
@@ -49,7 +49,7 @@ std::wstring LogSpaceWarning(const Messages& messages, const Path& folder) {
   const std::wstring root = (folder / L"").System();
   const auto space = SpaceOf<vtclass::free_space_to_usr>(root.c_str());
   if (!space || *space >= kLeastLogSpace) return {};
-  return messages.Text(MSG_LOG_SPACE_LOW, {messages.Size(*space), StoredPath(folder)});
+  return messages.Text(MSG_LOG_SPACE_LOW, {messages.Size(*space), folder.Stored()});
 }
 
 }  // namespace vtctl

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "tools/vtctl/shared/console.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
 namespace vtctl {
@@ -43,8 +44,8 @@ bool Session::Start() {
   result.logPath = log.Path();
   if (created) WriteHeader();
   result.logError = log.Error();
-  trace.Write(1, L"Session of " + StoredPath(request.root) + L" begins, job log " +
-                     StoredPath(log.Path()) + L", status " + std::to_wstring(result.logError) +
+  trace.Write(1, L"Session of " + request.root.Stored() + L" begins, job log " +
+                     log.Path().Stored() + L", status " + std::to_wstring(result.logError) +
                      L", volume " + Shown(result.volume) +
                      FreeSpaceInTrace(result.volume.freeBefore) +
                      (request.reader.token ? L", read as " + request.reader.name : L""));
@@ -130,14 +131,14 @@ void Session::ReportEndOfReading() {
             messages.Text(MSG_JOB_CANCELLED_BY, {Storable(user)}), MSG_CATEGORY_JOB});
   } else if (result.totals.files == 0 && result.totals.skipped == 0) {
     Report({kCodeRootEmpty, kTagWarningSelectionEmpty,
-            messages.Text(MSG_ROOT_EMPTY, {StoredPath(request.root)}), MSG_CATEGORY_JOB,
-            StoredPath(request.root)});
+            messages.Text(MSG_ROOT_EMPTY, {request.root.Stored()}), MSG_CATEGORY_JOB,
+            request.root.Stored()});
   }
 }
 
 // The log cannot tell of it any more; the operator hears of it.
 void Session::ReportLogFailure() {
-  const std::wstring path = StoredPath(log.Path());
+  const std::wstring path = log.Path().Stored();
   Report({kCodeJobLogWriteFailed, kTagErrorJobLogWriteFailed,
           messages.Text(MSG_JOB_LOG_WRITE_FAILED, {path, SystemText(log.Error())}),
           MSG_CATEGORY_RESOURCE, path, log.Error()});

@@ -14,6 +14,7 @@
 #include "tools/vtctl/shared/json.h"
 #include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/paths.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/terminal_text.h"
 #include "vtclass/net.h"
@@ -263,10 +264,10 @@ void PrintResultAsCsv(const SessionResult& result) {
 void PrintResultAsJson(const SessionRequest& request, const SessionResult& result) {
   const Totals& totals = result.totals;
   Json json = {{"verdict", VerdictName(result)},
-               {"root", ToUtf8(StoredPath(request.root))},
+               {"root", ToUtf8(request.root.Stored())},
                {"readAs", TextOrNull(request.reader.name)},
                {"volume", ToJson(result.volume)},
-               {"jobLog", TextOrNull(StoredPath(result.logPath))},
+               {"jobLog", TextOrNull(result.logPath.Stored())},
                {"folders", totals.folders},
                {"files", totals.files},
                {"bytes", totals.bytes},
@@ -293,7 +294,7 @@ void PrintResultAsJson(const SessionRequest& request, const SessionResult& resul
 int LogFailure(const Messages& messages, const SessionResult& result) {
   return FailWith(kExitCannotWrite, result.logError,
                   messages.Text(MSG_JOB_LOG_WRITE_FAILED,
-                                {StoredPath(result.logPath), SystemText(result.logError)}));
+                                {result.logPath.Stored(), SystemText(result.logError)}));
 }
 
 enum class Form { text, json, csv };
@@ -332,7 +333,7 @@ int PrepareOut(const SessionArguments& arguments, const Messages& messages,
                 status);
   }
   request.note = LogSpaceWarning(messages, request.out);
-  if (!request.note.empty()) PrintError(L"vtctl: " + Printable(request.note) + L"\n");
+  if (!request.note.empty()) Remark(request.note);
   return kExitClean;
 }
 

@@ -3,6 +3,7 @@
 
 #include "tools/vtctl/session/session.h"
 #include "tools/vtctl/shared/joined.h"
+#include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "vtclass/config.h"
 
@@ -52,7 +53,7 @@ void Session::WriteHeader() {
   log.Entry(kTagJobName, messages.Text(MSG_JOB_NAME, {Storable(name)}));
   log.Entry(kTagJobType, messages.Text(MSG_JOB_TYPE, {messages.Text(MSG_JOB_TYPE_BACKUP)}));
   log.Entry(kTagJobStarted, messages.Text(MSG_JOB_STARTED, {LocalTime()}));
-  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {StoredPath(log.Path())}));
+  log.Entry(kTagJobLogName, messages.Text(MSG_JOB_LOG_FILE, {log.Path().Stored()}));
   log.Entry(kTagJobLogLanguage,
             messages.Text(MSG_JOB_LANGUAGE, {messages.Text(MSG_LANGUAGE_NAME)}));
   const std::wstring platform = PlatformName();
@@ -128,7 +129,7 @@ void Session::WriteSetHeader() {
   if (volume.freeBefore) {
     log.Entry(kTagNote, FreeSpaceText(MSG_FREE_SPACE_BEFORE, *volume.freeBefore));
   }
-  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {StoredPath(request.root)}));
+  log.Entry(kTagRootFolder, messages.Text(MSG_ROOT_FOLDER, {request.root.Stored()}));
   if (request.reader.token) {
     log.Entry(kTagJobAccount, messages.Text(MSG_READ_AS, {Storable(request.reader.name)}));
   }

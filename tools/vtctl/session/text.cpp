@@ -36,6 +36,4 @@ std::wstring ExtensionOf(std::wstring_view fileName) {
   return extension;
 }
 
-std::wstring StoredPath(const Path& path) { return Storable(PlainPath(path.System())); }
-
 }  // namespace vtctl

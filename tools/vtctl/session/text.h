@@ -5,9 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/vtctl/shared/paths.h"
-#include "tools/vtctl/shared/printable.h"
-
 namespace vtctl {
 
 /* A message with its arguments in the places of %s and %u, in order. "%%" is a per cent sign; a
@@ -17,9 +14,6 @@ std::wstring Format(std::wstring_view message, const std::vector<std::wstring>& 
 /* The file name's extension with its dot, in lower case; empty when there is none, when the dot is
  * the first or the last character, or when a blank or its length shows that it is none. */
 std::wstring ExtensionOf(std::wstring_view fileName);
-
-/* The path as job logs and findings have it: as people write it, and otherwise the real one. */
-std::wstring StoredPath(const Path& path);
 
 }  // namespace vtctl
 

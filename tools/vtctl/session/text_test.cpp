@@ -78,7 +78,7 @@ TEST(Paths, SystemPathAndBack) {
                {L"", L"", L""}};
   for (const auto& name : names) {
     EXPECT_EQ(Path(name.given).Shown(), name.shown);
-    EXPECT_EQ(StoredPath(Path(name.given)), name.stored);
+    EXPECT_EQ(Path(name.given).Stored(), name.stored);
   }
   EXPECT_EQ((Path(L"C:\\") / L"a").System(), L"\\\\?\\C:\\a");
   EXPECT_EQ((Path(L"C:\\d") / L"a").System(), L"\\\\?\\C:\\d\\a");

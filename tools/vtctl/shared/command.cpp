@@ -195,7 +195,14 @@ Argument Command::Texts(const char* spec, std::vector<std::wstring>& to, const c
 }
 
 Argument Command::File(const char* spec, Path& to, const char* description) {
-  return Argument(AddText(spec, [&to](const std::wstring& word) { to = Path(word); }, description));
+  const auto take = [&to, name = Parted(spec).name](const std::wstring& word) {
+    // It would be taken for one that was not given.
+    if (word.empty()) {
+      throw CLI::ParseError(name + " is empty.", CLI::ExitCodes::ValidationError);
+    }
+    to = Path(word);
+  };
+  return Argument(AddText(spec, take, description));
 }
 
 Argument Command::Key(const char* spec, std::optional<KeyPath>& to, const char* description) {

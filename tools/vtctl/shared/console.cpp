@@ -9,6 +9,7 @@
 
 #include "tools/vtctl/shared/exit_code.h"
 #include "tools/vtctl/shared/json.h"
+#include "tools/vtctl/shared/number_text.h"
 #include "tools/vtctl/shared/printable.h"
 #include "tools/vtctl/shared/system_text.h"
 
@@ -79,6 +80,8 @@ void Print(std::wstring_view text) {
 
 void PrintError(std::wstring_view text) { WriteTo(STD_ERROR_HANDLE, text); }
 
+void Remark(const std::wstring& sentence) { PrintError(L"vtctl: " + Printable(sentence) + L"\n"); }
+
 int Fail(int exitCode, const std::wstring& sentence) { return FailWith(exitCode, 0, sentence); }
 
 int Fail(int exitCode, const std::wstring& what, unsigned long status) {
@@ -86,7 +89,7 @@ int Fail(int exitCode, const std::wstring& what, unsigned long status) {
 }
 
 int FailWith(int exitCode, unsigned long status, const std::wstring& sentence) {
-  PrintError(L"vtctl: " + Printable(sentence) + L"\n");
+  Remark(sentence);
   PrintFailureAsJson(exitCode, status, sentence);
   return exitCode;
 }
@@ -117,7 +120,7 @@ void PrintSecret(std::string_view bytes) {
 
 int EndCode(int code) {
   if (!outputIsLost) return code;
-  PrintError(L"vtctl: Standard output cannot be written.\n");
+  Remark(L"Standard output cannot be written.");
   return kExitCannotWrite;
 }
 
@@ -139,7 +142,13 @@ int TerminalWidth() { return WidthOf(STD_OUTPUT_HANDLE); }
 
 bool ErrorIsTerminal() { return EnableEscapeSequences(::GetStdHandle(STD_ERROR_HANDLE)); }
 
-int ErrorTerminalWidth() { return WidthOf(STD_ERROR_HANDLE); }
+// The last column stays free: writing there would move to the next line.
+size_t StatusColumns() { return static_cast<size_t>(WidthOf(STD_ERROR_HANDLE) - 1); }
+
+// The cursor waits at the line's start.
+void PrintStatus(const std::wstring& line) { PrintError(Fitted(line, StatusColumns()) + L"\r"); }
+
+void ClearStatus() { PrintStatus({}); }
 
 std::wstring FromUtf8(std::string_view text) {
   if (text.empty() || text.size() > std::numeric_limits<int>::max()) return {};

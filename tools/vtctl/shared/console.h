@@ -1,6 +1,7 @@
 #ifndef VTCLASS_TOOLS_VTCTL_SHARED_CONSOLE_H
 #define VTCLASS_TOOLS_VTCTL_SHARED_CONSOLE_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,8 @@ namespace vtctl {
  */
 void Print(std::wstring_view text);
 void PrintError(std::wstring_view text);
+/* Says something beside the answer, on standard error: "vtctl: " and the sentence. */
+void Remark(const std::wstring& sentence);
 /* Says what went wrong, on standard error and with --json as JSON too, and returns the exit code.
  */
 int Fail(int exitCode, const std::wstring& sentence);
@@ -45,9 +48,13 @@ bool ColoursWanted();
 /* The columns of that terminal; 80 when there is none. */
 int TerminalWidth();
 
-/* A line on standard error that is written over again and again, where that is a terminal. */
+/* A line on standard error that is written over again and again, for where that is a terminal. */
 bool ErrorIsTerminal();
-int ErrorTerminalWidth();
+/* The columns that such a line can have. */
+size_t StatusColumns();
+/* Shows it, cut to those columns; what is printed next covers it. */
+void PrintStatus(const std::wstring& line);
+void ClearStatus();
 
 std::wstring FromUtf8(std::string_view text);
 std::string ToUtf8(std::wstring_view text);

@@ -2,11 +2,14 @@
 
 #include <vtclass/win32.h>
 
+#include <string_view>
+
 #include "platform/extended_path.h"
 #include "tools/vtctl/shared/printable.h"
 
 using vtclass::platform::ExtendedPath;
 using vtclass::platform::kExtendedPrefix;
+using vtclass::platform::kExtendedSharePrefix;
 
 namespace vtctl {
 namespace {
@@ -29,6 +32,17 @@ unsigned long MakeFolders(const std::wstring& systemPath) {
   return ::CreateDirectoryW(systemPath.c_str(), nullptr) ? ERROR_SUCCESS : ::GetLastError();
 }
 
+std::wstring PlainPath(std::wstring_view systemPath) {
+  if (systemPath.starts_with(kExtendedSharePrefix)) {
+    return L"\\\\" + std::wstring(systemPath.substr(kExtendedSharePrefix.size()));
+  }
+  // Volumes and devices that have no letter are nothing without the prefix.
+  constexpr size_t kColon = kExtendedPrefix.size() + 1;
+  const bool hasLetter = systemPath.starts_with(kExtendedPrefix) &&
+                         systemPath.size() > kColon + 1 && systemPath.substr(kColon, 2) == L":\\";
+  return std::wstring(systemPath.substr(hasLetter ? kExtendedPrefix.size() : 0));
+}
+
 }  // namespace
 
 Path::Path(const std::wstring& written) : system(ExtendedPath(written)), written(written) {
@@ -37,11 +51,15 @@ Path::Path(const std::wstring& written) : system(ExtendedPath(written)), written
 
 std::wstring Path::Shown() const { return Printable(PlainPath(system)); }
 
+std::wstring Path::Stored() const { return Storable(PlainPath(system)); }
+
 Path Path::operator/(const std::wstring& name) const {
   Path below;
   below.system = system.ends_with(L'\\') ? system + name : system + L'\\' + name;
   return below;
 }
+
+std::wstring Quoted(const Path& path) { return L"\"" + path.Written() + L"\""; }
 
 unsigned long MakeFolders(const Path& folder) {
   return folder.Error() != ERROR_SUCCESS ? folder.Error() : MakeFolders(folder.System());

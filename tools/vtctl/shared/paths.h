@@ -16,8 +16,11 @@ class Path {
   /* Absolute, behind "\\?\": no limit of 260 characters, and names with blanks or dots at their
    * end are taken as they are. Empty when there is none. */
   const std::wstring& System() const { return system; }
-  /* The same path as people write it, and fit for a log. */
+  /* The same path as people write it: without "\\\\?\\" where it names the same without. Shown is
+   * fit for a screen; Stored is for job logs and programs, with U+FFFD only for what XML cannot
+   * hold. */
   std::wstring Shown() const;
+  std::wstring Stored() const;
   /* What the path was made of: the operator's own words, for what is said of them. */
   const std::wstring& Written() const { return written; }
   unsigned long Error() const { return error; }
@@ -30,6 +33,9 @@ class Path {
   std::wstring written;
   unsigned long error = 0;
 };
+
+/* What the operator wrote, between quotation marks. */
+std::wstring Quoted(const Path& path);
 
 /* Makes a folder and the ones above it that are missing. The system's status. */
 unsigned long MakeFolders(const Path& folder);

@@ -1,7 +1,5 @@
 #include "tools/vtctl/shared/printable.h"
 
-#include "platform/extended_path.h"
-
 namespace vtctl {
 namespace {
 
@@ -49,19 +47,6 @@ std::wstring Storable(std::wstring_view name) {
   std::wstring text(name);
   Replace(text, IsNotForLogs);
   return text;
-}
-
-std::wstring PlainPath(std::wstring_view systemPath) {
-  using vtclass::platform::kExtendedPrefix;
-  using vtclass::platform::kExtendedSharePrefix;
-  if (systemPath.starts_with(kExtendedSharePrefix)) {
-    return L"\\\\" + std::wstring(systemPath.substr(kExtendedSharePrefix.size()));
-  }
-  // Volumes and devices that have no letter are nothing without the prefix.
-  constexpr size_t kColon = kExtendedPrefix.size() + 1;
-  const bool hasLetter = systemPath.starts_with(kExtendedPrefix) &&
-                         systemPath.size() > kColon + 1 && systemPath.substr(kColon, 2) == L":\\";
-  return std::wstring(systemPath.substr(hasLetter ? kExtendedPrefix.size() : 0));
 }
 
 }  // namespace vtctl

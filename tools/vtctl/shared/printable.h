@@ -13,6 +13,8 @@ namespace vtctl {
  * become U+FFFD: the reader sees that something stood there.
  */
 std::wstring Printable(std::wstring_view name);
+/* The same in place, without a copy. */
+void MakePrintable(std::span<wchar_t> text);
 
 /*
  * A name or path as it may stand in a job log, otherwise the real one. What XML 1.0 cannot hold
@@ -20,12 +22,6 @@ std::wstring Printable(std::wstring_view name);
  * U+FFFE, U+FFFF) becomes U+FFFD. The job log escapes its markup itself; nothing is escaped here.
  */
 std::wstring Storable(std::wstring_view name);
-
-/* The system's path as people write it: without "\\?\" where it names the same without. */
-std::wstring PlainPath(std::wstring_view systemPath);
-
-/* The same in place, without a copy. */
-void MakePrintable(std::span<wchar_t> text);
 
 }  // namespace vtctl
 

@@ -83,7 +83,7 @@ TEST_F(VtctlTest, ExitCodes_TellWhatIsWrong) {
        kExitNotThisMachine,
        "is not this machine"},
       {{L"session", L"", L"--root", folder, L"--out", folder}, kExitUsage, "server is empty"},
-      {{L"session", L"--root", folder, L"--dry-run", L"--settings", L"HKCU"},
+      {{L"session", L"--root", folder, L"--dry-run", L"--settings", L"HKCU\\"},
        kExitUsage,
        "--settings names the root"},
       {{L"session", L"--root", folder, L"--dry-run", L"--settings", L""},

@@ -157,7 +157,7 @@ int Hash(const HashArguments& arguments) {
     return Fail(kExitNoInput, (isInput ? L"Standard input" : name) + L" cannot be read",
                 result.error);
   }
-  PrintHash(result, isInput ? L"" : arguments.file.Shown(), arguments.json);
+  PrintHash(result, isInput ? L"" : arguments.file.Stored(), arguments.json);
   return kExitClean;
 }
 

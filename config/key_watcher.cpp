@@ -1,5 +1,7 @@
 #include "config/key_watcher.h"
 
+#include <algorithm>
+
 #include "config/setting_change.h"
 #include "config/stored_text.h"
 #include "platform/hresult.h"
@@ -133,7 +135,8 @@ long KeyWatcher::Collect(const Settings& current) {
   const DWORD failure = StatusOf([&] {
     snapshot.clear();
     snapshot.reserve(current.size());
-    for (const auto& entry : current) snapshot.push_back(entry.first);
+    for (const auto& [cookie, entry] : current) snapshot.emplace_back(entry.number, cookie);
+    std::ranges::sort(snapshot);
   });
   return failure == ERROR_SUCCESS ? S_OK : HResultOfFailure(failure);
 }
@@ -141,15 +144,17 @@ long KeyWatcher::Collect(const Settings& current) {
 long KeyWatcher::ProcessChanges(CriticalSection& lock) {
   long result = S_OK;
   long trouble = ERROR_SUCCESS;
-  for (const void* const cookie : snapshot) {
+  for (const auto& [number, cookie] : snapshot) {
     const ScopedLock hold(lock);
     // Looked up anew: a callback or another thread may have removed the setting since, and another
     // one may live at its address.
     const auto found = settings.find(cookie);
-    if (found == settings.end() || found->second->subkey != path) continue;
-    Configuration* const open = readingKey.Below(found->second->root, path);
+    if (found == settings.end() || found->second.number != number) continue;
+    Setting& setting = *found->second.setting;
+    if (setting.subkey != path) continue;
+    Configuration* const open = readingKey.Below(setting.root, path);
     SettingChange change;
-    const long status = open ? found->second->Refresh(*open, change) : readingKey.GetStatus();
+    const long status = open ? setting.Refresh(*open, change) : readingKey.GetStatus();
     if (IsTrouble(status)) trouble = status;
     if (change.IsThere()) result = change.Deliver();
   }

@@ -4,9 +4,11 @@
 #include <vtclass/win32.h>
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "config/growing_pause.h"
@@ -18,8 +20,14 @@
 
 namespace vtclass::config {
 
-/* The registered settings by cookie, which is the setting's address. */
-using Settings = std::map<const void*, std::unique_ptr<Setting>>;
+/* A registered setting, and as the how many-th it came: the order in which subscribers are told. */
+struct Registration {
+  std::unique_ptr<Setting> setting;
+  std::uint64_t number = 0;
+};
+
+/* By cookie, which is the setting's address. */
+using Settings = std::map<const void*, Registration>;
 
 /*
  * What the monitor's thread waits on: an auto-reset event of its own, and what to do when it is
@@ -116,7 +124,8 @@ class KeyWatcher final : public WatchedEvent {
   long Settle(LSTATUS status);
   void SettleReading(long status);
 
-  std::vector<const void*> snapshot; /* cookies, in their order */
+  /* Numbers and cookies, in the order of the numbers. */
+  std::vector<std::pair<std::uint64_t, const void*>> snapshot;
   const Settings& settings;
   platform::OwnedRegistryKey key; /* the watched one: the key or one above it, null for the root */
   HKEY root = HKEY_LOCAL_MACHINE;

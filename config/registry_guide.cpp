@@ -22,7 +22,7 @@ static_assert(std::size(kMonitoredValues) + std::size(kOtherValues) == VALUE_COU
 constexpr char kHead[] =
     "# Registry values\n"
     "\n"
-    "Every value that the product reads or writes, made from `config/registry_values.h`; do not\n"
+    "Every value that the product reads or writes, made from `config/registry_values.h` of the sources; do not\n"
     "edit it here. The keys lie below `HKEY_LOCAL_MACHINE`; `vtctl settings` lists, changes and\n"
     "watches the live values, `vtctl registry` all of them.\n"
     "\n"

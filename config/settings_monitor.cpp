@@ -161,7 +161,7 @@ void SettingsMonitor::UnRegisterContext(const void* context) {
   State& state = *State::c_instance->state;
   const ScopedLock hold(state.lock);
   std::erase_if(state.settings,
-                [&](const auto& entry) { return entry.second->context == context; });
+                [&](const auto& entry) { return entry.second.setting->context == context; });
 }
 
 long SettingsMonitor::RemoveAllSettings() {
@@ -181,7 +181,7 @@ long SettingsMonitor::AddSetting(Setting* setting, const void*& cookie) {
     const ScopedLock hold(state->lock);
     // An address that is there already is the same setting, which is owned already.
     const auto [entry, added] = state->settings.try_emplace(setting);
-    if (added) entry->second.reset(setting);
+    if (added) entry->second = {std::unique_ptr<Setting>(setting), ++state->registered};
   });
   if (failure != ERROR_SUCCESS) return HResultOfFailure(failure);
   cookie = setting;

@@ -4,6 +4,7 @@
 #include <vtclass/win32.h>
 
 #include <atomic>
+#include <cstdint>
 
 #include "config/key_watcher.h"
 #include "platform/critical_section.h"
@@ -35,6 +36,7 @@ struct SettingsMonitor::State {
   std::atomic<DWORD> threadId{0}; /* of the thread inside Monitor */
   WaitableGroup waitGroup;
   vtclass::config::Settings settings VTCLASS_GUARDED_BY(lock);
+  std::uint64_t registered VTCLASS_GUARDED_BY(lock) = 0; /* so many have ever been */
   vtclass::platform::CriticalSection lock;
 
   static inline SettingsMonitor* c_instance = nullptr;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cwchar>
 #include <deque>
@@ -9,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "config/product_keys.h"
@@ -138,6 +140,32 @@ TEST_F(SettingsMonitorTest, Level_ChangesCallWhateverTheRange_AndNothingElseCall
   for (const wchar_t* expected : {L"2", L"5", L"0", L"none"}) EXPECT_EQ(first.Next(0), expected);
 }
 
+TEST_F(SettingsMonitorTest, Subscribers_AreToldInTheOrderOfTheirRegistration) {
+  Begin();
+  std::vector<Setting*> settings(8);
+  for (Setting*& setting : settings) {
+    setting = new Setting(HKEY_LOCAL_MACHINE, kLoggingKey.Path(), kLevel, Setting::dwordKind);
+  }
+  // Any other order would be that of the addresses, up or down.
+  std::ranges::sort(settings);
+  std::ranges::rotate(settings, settings.begin() + 3);
+  std::deque<std::pair<std::vector<Setting*>*, Setting*>> places;
+  std::vector<Setting*> told;
+  for (Setting* const setting : settings) {
+    places.emplace_back(&told, setting);
+    setting->AttachNumber(
+        [](unsigned long, void* context) {
+          const auto& [order, one] = *static_cast<decltype(places)::value_type*>(context);
+          order->push_back(one);
+          return 0L;
+        },
+        &places.back());
+    ASSERT_TRUE(monitor->RegisterSetting(setting));
+  }
+  PutLevel(2), Settle();
+  EXPECT_EQ(told, settings);
+}
+
 TEST_F(SettingsMonitorTest, OtherKinds_CompareTextAndDerivedLevel) {
   Begin();
   ASSERT_TRUE(monitor->VtmRegisterLogPath(&Subscriber::OnText, &first));
@@ -202,6 +230,9 @@ TEST_F(SettingsMonitorTest, EveryRegistration_FollowsItsValue_OfTheSelectedProdu
     }
     monitor.reset();
   }
+  MonitoredValue size = {};
+  EXPECT_TRUE(M::GetMonitoredValue(M::maxDebugFileSize, size));
+  EXPECT_EQ(size.ifMissing, 4U);
   MonitoredValue untouched = {};
   EXPECT_FALSE(M::GetMonitoredValue(std::size(rows), untouched));
   EXPECT_FALSE(untouched.name);

@@ -28,8 +28,8 @@ static_assert(std::size(kMonitoredValues) == SettingsMonitor::vtmDebugLevel + 1,
 MonitoredValue ValueOf(unsigned long number) noexcept {
   const RegistryValue& value = *kMonitoredValues[number];
   const bool binds = value.kind == ValueKind::range || value.kind == ValueKind::toggle;
-  return {value.key.Path(), value.name, KindOf(value.kind), binds ? value.minimum : 0,
-          binds ? value.maximum : 0};
+  return {value.key.Path(),          value.name,  KindOf(value.kind), binds ? value.minimum : 0,
+          binds ? value.maximum : 0, value.number};
 }
 
 std::unique_ptr<Setting> Make(const MonitoredValue& value) {

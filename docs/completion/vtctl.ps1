@@ -6,7 +6,7 @@ Register-ArgumentCompleter -Native -CommandName vtctl, vtctl.exe -ScriptBlock {
     'vtctl session' = @{}
     'vtctl joblog' = @{'show' = 'Show job logs as people read them'; }
     'vtctl joblog show' = @{}
-    'vtctl debuglog' = @{'write' = 'Write lines as a component does, following the settings live'; 'follow' = 'Print the last lines and what comes; Ctrl+C ends it'; 'info' = 'Print size, encoding, rotated files and the limits in force'; }
+    'vtctl debuglog' = @{'write' = 'Write lines as a component does, following the settings live'; 'follow' = 'Print the last lines and what comes; Ctrl+C ends it'; 'info' = 'Print size, encoding, rotated files and the stored limits'; }
     'vtctl debuglog write' = @{}
     'vtctl debuglog follow' = @{}
     'vtctl debuglog info' = @{}
@@ -39,10 +39,11 @@ Register-ArgumentCompleter -Native -CommandName vtctl, vtctl.exe -ScriptBlock {
     'vtctl cluster' = @{}
     'vtctl apps' = @{}
     'vtctl database' = @{}
-    'vtctl settings' = @{'list' = 'Print all of them with type, range and what counts if not stored'; 'get' = 'Print one value'; 'set' = 'Write one value, if it is within its range'; 'watch' = 'Print changes as they come'; }
+    'vtctl settings' = @{'list' = 'Print all of them with type, range and what counts if not stored'; 'get' = 'Print one value'; 'set' = 'Write one value, if it is within its range'; 'unset' = 'Take one value away; what starts from now on goes by what counts then'; 'watch' = 'Print changes as they come'; }
     'vtctl settings list' = @{}
     'vtctl settings get' = @{}
     'vtctl settings set' = @{}
+    'vtctl settings unset' = @{}
     'vtctl settings watch' = @{}
     'vtctl sgmon' = @{'watch' = 'Print what a component is told, as it comes'; 'wake' = 'Make every component of this machine look again'; }
     'vtctl sgmon watch' = @{'engine' = 'One of the components below'; 'agent' = 'One of the components below'; 'device-media' = 'One of the components below'; 'catalog' = 'One of the components below'; 'job-manager' = 'One of the components below'; 'ndmp' = 'One of the components below'; 'library' = 'One of the components below'; }
@@ -105,6 +106,7 @@ Register-ArgumentCompleter -Native -CommandName vtctl, vtctl.exe -ScriptBlock {
     'vtctl settings list' = @{'--key' = 'Only the values of one key: logging or debug'; '--csv' = 'One line a value, for spreadsheets'; }
     'vtctl settings get' = @{'--key' = 'Only the values of one key: logging or debug'; }
     'vtctl settings set' = @{'--key' = 'Only the values of one key: logging or debug'; }
+    'vtctl settings unset' = @{'--key' = 'Only the values of one key: logging or debug'; }
     'vtctl settings watch' = @{'--key' = 'Only the values of one key: logging or debug'; '--for' = 'End after so many seconds'; }
     'vtctl sgmon' = @{}
     'vtctl sgmon watch' = @{'--for' = 'End after so many seconds'; }
@@ -196,6 +198,7 @@ Register-ArgumentCompleter -Native -CommandName vtctl, vtctl.exe -ScriptBlock {
     'vtctl settings list --key' = @{'logging' = 'Only the values of one key: logging or debug'; 'debug' = 'Only the values of one key: logging or debug'; }
     'vtctl settings get --key' = @{'logging' = 'Only the values of one key: logging or debug'; 'debug' = 'Only the values of one key: logging or debug'; }
     'vtctl settings set --key' = @{'logging' = 'Only the values of one key: logging or debug'; 'debug' = 'Only the values of one key: logging or debug'; }
+    'vtctl settings unset --key' = @{'logging' = 'Only the values of one key: logging or debug'; 'debug' = 'Only the values of one key: logging or debug'; }
     'vtctl settings watch --key' = @{'logging' = 'Only the values of one key: logging or debug'; 'debug' = 'Only the values of one key: logging or debug'; }
     'vtctl settings watch --for' = @{}
     'vtctl sgmon watch --for' = @{}

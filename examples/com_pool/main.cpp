@@ -40,9 +40,13 @@ int main() {
       parts.emplace_back(new Part(&pool));
       parts.back()->PostIt();
     }
-    // A pool that is destroyed drops the calls that wait, and gives those in hand 15 seconds.
+    // A pool that is destroyed drops the calls that wait, and gives those in hand 15 seconds. One
+    // that gets no thread from the system runs none, so nobody waits for ever.
+    int pauses = 10000;
     for (const auto& part : parts) {
-      while (pool.IsThreadCallQueued(part) || pool.IsThreadCallExecuting(part)) ::Sleep(1);
+      while (--pauses > 0 && (pool.IsThreadCallQueued(part) || pool.IsThreadCallExecuting(part))) {
+        ::Sleep(1);
+      }
     }
   }
   // Frees the library of COM that the workers have loaded.

@@ -159,6 +159,8 @@ struct MonitoredValue {
   Setting::eKind kind;
   unsigned long minimum; /* of rangeKind and boolKind */
   unsigned long maximum;
+  unsigned long ifMissing =
+      0; /* the number that counts while none is stored; texts count as empty */
 };
 
 /*
@@ -172,14 +174,17 @@ struct MonitoredValue {
  * always is told its value whenever the key changes and it can be read. A number is not checked
  * against its range. Changes below a watched key wake the monitor but concern no setting of it.
  * Registering reads the value once and calls nobody. A change made while the monitor is stopped
- * arrives after Start.
+ * arrives after Start. Of one key the subscribers are told in the order in which they registered:
+ * who registers behind a debug log's making finds the log by the new settings in his callback, and
+ * may print into it there.
  *
  * Own copies. What the subscriber reads himself and what the monitor compares are two readings. A
  * value that changes, is read by the subscriber, and changes back before the monitor looks is as it
  * was for the monitor: nobody is called, and the copy stays wrong. Live by what the callback
  * brings. Who needs the value before the first call makes a Setting of his own (GetMonitoredValue
- * names the built-in values), registers it with TellAlways, and then reads his copy under the lock
- * that his callback takes: each later change of the key brings him the stored value.
+ * names the built-in values) and registers it with TellAlways; then, under the lock that his
+ * callback takes, he reads the value by a second Setting, which he keeps to himself: Read is no
+ * call of the monitor. Each later change of the key brings him the stored value.
  *
  * A watched key that is missing at the construction is made. One that cannot be opened then is not
  * watched: its settings register and are never called. One that is deleted later is not made again;
@@ -294,7 +299,7 @@ class VTCLASS_API_TYPE SettingsMonitor : public vtclass::border::LibraryMemory {
   /*
    * The registrations of the product's own settings. Each reads the value at once and returns a
    * cookie, or null without a callback or without memory. What each watches stands in
-   * config/registry_values.h and docs/registry-values.md, and GetMonitoredValue tells it.
+   * docs/registry-values.md, and GetMonitoredValue tells it.
    * Who also reads the value himself heeds "Own copies" above.
    *
    * Contract: "CreateDebugLog" is a plain number, "VTMSDKLog" a Bool. VtmRegisterDebugLevel watches

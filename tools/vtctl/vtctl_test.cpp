@@ -326,6 +326,17 @@ TEST_F(VtctlTest, Arguments_MayBeginLikeOptions) {
   }
 }
 
+TEST_F(VtctlTest, DebugLog_InfoTellsWhatIsStored_AndStoresNothing) {
+  ASSERT_EQ(VtctlRun({L"settings", L"set", L"MaxDebugFile Enabled", L"1"}).ExitCode(), kExitClean);
+  VtctlRun info({L"debuglog", L"info", scratch / L"none.log"});
+  EXPECT_EQ(info.ExitCode(), kExitNoInput);
+  for (const char* const line : {"CreateDebugLog is 0, off", "4 MB in 1 rotated files"}) {
+    EXPECT_NE(info.Output().find(line), std::string::npos) << info.Output();
+  }
+  EXPECT_EQ(VtctlRun({L"settings", L"get", L"MaxDebugFile Append"}).ExitCode(), kExitNoInput);
+  VtctlRun({L"settings", L"unset", L"MaxDebugFile Enabled"}).ExitCode();
+}
+
 TEST_F(VtctlTest, DebugLog_FollowWaitsForALogThatIsNotThereYet) {
   const std::wstring log = scratch / L"trace.log";
   VtctlRun follow({L"debuglog", L"follow", log, L"--for", L"20", L"--lines", L"1"});

@@ -19,6 +19,7 @@
 #include "tools/vtctl/shared/paths.h"
 #include "tools/vtctl/shared/system_text.h"
 #include "tools/vtctl/shared/wait.h"
+#include "vtclass/config.h"
 #include "vtclass/debug_log.h"
 #include "vtclass/settings_monitor.h"
 
@@ -26,6 +27,7 @@ namespace vtctl {
 namespace {
 
 using namespace debuglog;
+using vtclass::log::LimitMode;
 
 constexpr const char* kExamples =
     "A debug log is written only while \"CreateDebugLog\" is not 0, and goes by the other values "
@@ -44,7 +46,8 @@ constexpr const char* kExamples =
     "  vtctl debuglog follow C:\\Logs\\trace.log\n"
     "      see the lines come, across rolls and wraps\n"
     "  vtctl debuglog info C:\\Logs\\trace.log\n"
-    "      size, encoding, rotated files, the limits in force, and which rule changed them\n"
+    "      size, encoding, rotated files, the limits by which a log that is made now goes, and\n"
+    "      which rule changed them\n"
     "\n"
     "'follow' waits for a log that is not there yet.\n"
     "\n"
@@ -78,22 +81,54 @@ int CannotOpen(const Path& file, DWORD status) {
 
 std::wstring Megabytes(unsigned long long bytes) { return std::to_wstring(bytes >> 20) + L" MB"; }
 
-// What the log goes by, a sentence a line.
-std::wstring LimitText(const DebugLogSettings& settings) {
-  const std::wstring refused =
-      settings.refused ? L" (the stored count or extension cannot be used)" : L"";
-  switch (settings.mode) {
-    case DebugLogSettings::renames:
-      return Megabytes(settings.maximumSize) + L" in " + std::to_wstring(settings.count) +
-             L" rotated files (" + settings.extension + L"1, oldest, to " + settings.extension +
-             std::to_wstring(settings.count) + L"); the file rolls at " +
-             std::to_wstring(settings.maximumSize / settings.count) + L" bytes";
-    case DebugLogSettings::wraps:
-      return L"one file that wraps at " + Megabytes(settings.maximumSize) + L" and keeps " +
-             Megabytes(settings.retentionSize);
-    default:
-      return L"none; a further file every " + Megabytes(vtclass::log::kSimpleRollSize) + refused;
+// What a log that is made now goes by. A log stores defaults when it is made, and logs that run
+// would follow them, so nothing here makes one.
+struct Stored {
+  unsigned long createDebugLog = vtclass::config::kCreateDebugLog.number;
+  vtclass::log::SizeSettings sizes = ReadSizeSettings();
+  vtclass::log::SizeLimits limits;
+  bool refused = !vtclass::log::LimitsFrom(sizes, &limits);
+};
+
+Stored ReadStored() {
+  Stored stored;
+  Configuration key;
+  unsigned long number = 0;
+  if (key.Open(Configuration::openExisting, vtclass::config::kLoggingKey.Path(), nullptr,
+               Configuration::accessRead) &&
+      key.LoadDWORD(vtclass::config::kCreateDebugLog.name, number)) {
+    stored.createDebugLog = number;
   }
+  return stored;
+}
+
+std::wstring LimitText(const Stored& stored) {
+  const vtclass::log::SizeLimits& limits = stored.limits;
+  const std::wstring extension = limits.extension.c_str();
+  switch (limits.mode) {
+    case LimitMode::rename:
+      return Megabytes(limits.maximum) + L" in " + std::to_wstring(limits.count) +
+             L" rotated files (" + extension + L"1, oldest, to " + extension +
+             std::to_wstring(limits.count) + L"); the file rolls at " +
+             std::to_wstring(limits.Threshold()) + L" bytes";
+    case LimitMode::wrap:
+      return L"one file that wraps at " + Megabytes(limits.maximum) + L" and keeps " +
+             Megabytes(limits.retention);
+    default:
+      return L"none; a further file every " + Megabytes(vtclass::log::kSimpleRollSize) +
+             (stored.refused ? L" (the stored count or extension cannot be used)" : L"");
+  }
+}
+
+// "on" or "off", and the limits with what makes them other than they are stored.
+std::wstring SettingsText(const Stored& stored) {
+  std::wstring text = L"Switch:    CreateDebugLog is " + std::to_wstring(stored.createDebugLog) +
+                      (stored.createDebugLog != 0 ? L", on\n" : L", off\n") + L"Limits:    " +
+                      LimitText(stored) + L"\n";
+  for (const LimitRemark& remark : RemarksOn(stored.sizes)) {
+    text += Wrapped(L"  ! ", remark.text, 4, static_cast<size_t>(TerminalWidth()));
+  }
+  return text;
 }
 
 // Lines of one thread, until they are all written or the command is to end.
@@ -134,13 +169,13 @@ int Write(const WriteArguments& arguments) {
   // The path is not stored: that value belongs to a component.
   const std::unique_ptr<DebugLog> log(
       factory.CreateDebugLog(nullptr, arguments.file.System().c_str()));
-  const DebugLogSettings settings = log->GetSettings();
-  if (settings.createDebugLog != 0 && log->GetErrorCode() != 0) {
+  const bool isOn = log->GetSettings().createDebugLog != 0;
+  if (isOn && log->GetErrorCode() != 0) {
     return Fail(kExitCannotWrite, Quoted(arguments.file) + L" cannot be written",
                 log->GetErrorCode());
   }
-  Print(L"Limits: " + LimitText(settings) + L"\n");
-  if (settings.createDebugLog == 0) {
+  Print(L"Limits: " + LimitText(ReadStored()) + L"\n");
+  if (!isOn) {
     Remark(
         L"The log is off, so nothing is written until it is switched on: "
         L"vtctl settings set CreateDebugLog 1");
@@ -182,26 +217,26 @@ int Follow(const FollowArguments& arguments) {
   return kExitCancelled;
 }
 
-const char* ModeName(const DebugLogSettings& settings) {
-  if (settings.mode == DebugLogSettings::renames) return "rename";
-  return settings.mode == DebugLogSettings::wraps ? "wrap" : "simple-roll";
+const char* ModeName(LimitMode mode) {
+  if (mode == LimitMode::rename) return "rename";
+  return mode == LimitMode::wrap ? "wrap" : "simple-roll";
 }
 
 Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
-                const DebugLogSettings& settings) {
+                const Stored& stored) {
   Json json = {{"file", ToUtf8(path.Stored())},
                {"bytes", file.Size()},
                {"encoding", file.TextEncoding() == Encoding::utf16 ? "UTF-16" : "ANSI"},
                {"rotated", Json::array()},
-               {"createDebugLog", settings.createDebugLog},
-               {"limit", ModeName(settings)},
-               {"refused", settings.refused},
-               {"maximumSize", settings.maximumSize},
-               {"retentionSize", settings.retentionSize},
-               {"count", settings.count},
-               {"extension", ToUtf8(settings.extension)}};
+               {"createDebugLog", stored.createDebugLog},
+               {"limit", ModeName(stored.limits.mode)},
+               {"refused", stored.refused},
+               {"maximumSize", stored.limits.maximum},
+               {"retentionSize", stored.limits.retention},
+               {"count", stored.limits.count},
+               {"extension", ToUtf8(stored.limits.extension.c_str())}};
   json["remarks"] = Json::array();
-  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
+  for (const LimitRemark& remark : RemarksOn(stored.sizes)) {
     json["remarks"].push_back(ToUtf8(remark.text));
   }
   for (const RotatedFile& one : rotated) {
@@ -211,7 +246,7 @@ Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<Rotat
 }
 
 void PrintInfo(const Path& path, const TraceFile& file, const std::vector<RotatedFile>& rotated,
-               const DebugLogSettings& settings) {
+               const Stored& stored) {
   const bool wide = file.TextEncoding() == Encoding::utf16;
   std::wstring text = L"File:      " + path.Shown() + L"\nSize:      " +
                       std::to_wstring(file.Size()) + L" bytes\nEncoding:  " +
@@ -221,35 +256,30 @@ void PrintInfo(const Path& path, const TraceFile& file, const std::vector<Rotate
   for (const RotatedFile& one : rotated) {
     text += L"  " + one.path.Shown() + L"  " + std::to_wstring(one.size) + L" bytes\n";
   }
-  text += L"Switch:    CreateDebugLog is " + std::to_wstring(settings.createDebugLog) +
-          (settings.createDebugLog != 0 ? L", on\n" : L", off\n");
-  text += L"Limits:    " + LimitText(settings) + L"\n";
-  for (const LimitRemark& remark : RemarksOn(ReadSizeSettings())) {
-    text += Wrapped(L"  ! ", remark.text, 4, static_cast<size_t>(TerminalWidth()));
-  }
-  Print(text);
+  Print(text + SettingsText(stored));
 }
 
 int Info(const FileArguments& arguments) {
   const Path& path = arguments.file;
+  const Stored stored = ReadStored();
   TraceFile file;
-  if (const DWORD status = file.Open(path)) return CannotOpen(path, status);
+  if (const DWORD status = file.Open(path)) {
+    // Most often this is why there is no file.
+    if (!arguments.json) Print(SettingsText(stored));
+    return CannotOpen(path, status);
+  }
   const std::vector<RotatedFile> rotated = RotatedFilesOf(path);
-  // The limits as a component reads them, by a log that opens no file.
-  StringResourceMgr messages;
-  const DebugLogSettings settings = DebugLog(messages, 1, nullptr).GetSettings();
   if (arguments.json) {
-    PrintJson(InfoAsJson(path, file, rotated, settings));
+    PrintJson(InfoAsJson(path, file, rotated, stored));
   } else {
-    PrintInfo(path, file, rotated, settings);
+    PrintInfo(path, file, rotated, stored);
   }
   return kExitClean;
 }
 
-// Ends the monitor that a log has started.
-template <typename Arguments, int (*operation)(const Arguments&)>
-int Monitored(const Arguments& arguments) {
-  const int result = operation(arguments);
+// Ends the monitor that its log has started.
+int WriteAndEnd(const WriteArguments& arguments) {
+  const int result = Write(arguments);
   SettingsMonitor::DestroyInstance();
   return result;
 }
@@ -269,9 +299,8 @@ constexpr const char* kForText = "End after so many seconds";
 void AddDebugLogCommand(Command& program) {
   Command group = program.AddGroup(
       "debuglog", "Follow, examine and try out the debug logs of components", kExamples);
-  auto write =
-      AddOperation(group, "write", "Write lines as a component does, following the settings live",
-                   Monitored<WriteArguments, Write>);
+  auto write = AddOperation(
+      group, "write", "Write lines as a component does, following the settings live", WriteAndEnd);
   write.Count("--lines N", write->lines, "Lines of each thread, 0 for no end (10)");
   write.Count("--interval MS", write->interval, "Milliseconds between two of them (100)",
               NumberRange<unsigned>{0, 3600000});
@@ -284,9 +313,8 @@ void AddDebugLogCommand(Command& program) {
       AddOperation(group, "follow", "Print the last lines and what comes; Ctrl+C ends it", Follow);
   follow.Count("--lines N", follow->lines, "How many lines to begin with (10)");
   follow.Count("--for SECONDS", follow->seconds, kForText, kSeconds);
-  auto info =
-      AddOperation(group, "info", "Print size, encoding, rotated files and the limits in force",
-                   Monitored<FileArguments, Info>);
+  auto info = AddOperation(group, "info",
+                           "Print size, encoding, rotated files and the stored limits", Info);
   info.Json("One JSON object");
 }
 

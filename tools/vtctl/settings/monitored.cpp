@@ -52,8 +52,7 @@ std::vector<MonitoredSetting> MonitoredSettings() {
     const bool isWatched = isLogging || std::wstring_view(value.key) == kDebugKey.Path();
     const bool isText = value.kind == Setting::stringKind;
     settings.push_back({isLogging ? SettingsKey::logging : SettingsKey::debug, isWatched, value,
-                        isText ? L"" : std::to_wstring(kMonitoredValues[i]->number),
-                        kMonitoredValues[i]});
+                        isText ? L"" : std::to_wstring(value.ifMissing), kMonitoredValues[i]});
   }
   return settings;
 }
@@ -98,6 +97,15 @@ StoredSetting ReadStored(const MonitoredSetting& setting) {
   // A key that is not there holds nothing, which is no failure.
   if (status == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return {};
   return {LastValue(stored), status};
+}
+
+unsigned long Unset(const MonitoredSetting& setting) {
+  Configuration key;
+  const bool isGone = key.Open(Configuration::openExisting, setting.value.key, nullptr,
+                               Configuration::accessWrite) &&
+                      key.DeleteValue(setting.value.name);
+  const auto status = static_cast<unsigned long>(key.GetErrorCode());
+  return isGone || status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
 }
 
 StoreResult Store(const MonitoredSetting& setting, const std::wstring& text) {

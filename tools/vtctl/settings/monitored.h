@@ -54,6 +54,10 @@ struct StoredSetting {
 };
 StoredSetting ReadStored(const MonitoredSetting& setting);
 
+/* Takes the stored value away, whatever its type; one that is not stored is no failure. The
+ * system's status. */
+unsigned long Unset(const MonitoredSetting& setting);
+
 /* Stores a value given as text, numbers in decimal or 0x.... */
 struct StoreResult {
   std::wstring problem; /* why the text is no value of the setting; nothing was written then */

@@ -51,6 +51,8 @@ TEST_F(SettingsTest, Store_ChecksTypeAndRange_AndReadsBack) {
     EXPECT_FALSE(ReadStored(*count).value);
     EXPECT_EQ(ReadStored(*count).hasOtherType, isStored);
   }
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(Unset(*count), 0U);
+  EXPECT_FALSE(ReadStored(*count).hasOtherType);
 }
 
 TEST_F(SettingsTest, Remark_TellsOfValuesThatDoNotCount) {

@@ -29,9 +29,12 @@ constexpr const char* kExamples =
     "  vtctl settings get \"Engine NDMP Debug Level\"\n"
     "  vtctl settings set \"Engine NDMP Debug Level\" 2\n"
     "  vtctl settings set \"MaxDebugFile Count\" 5 --key debug\n"
+    "  vtctl settings unset \"MaxDebugFile Count\"\n"
     "  vtctl settings watch --for 60\n"
     "      print changes as a service sees them; Ctrl+C ends it\n"
     "\n"
+    "A service that runs keeps what it knows of a value that has been taken away or has a wrong "
+    "type.\n"
     "'list' and 'watch' mark a value that is out of its range, or with which another rule counts\n"
     "than it says. 'set' stores no value out of its range, and tells what one leads to that "
     "counts\n"
@@ -81,8 +84,10 @@ void PrintRow(const MonitoredSetting& setting, const StoredSetting& stored) {
   if (stored.hasOtherType) value = L"(wrong type)";
   if (stored.value) value = Shown(setting, *stored.value);
   value.resize(std::max(value.size(), kValueColumn), L' ');
-  Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; " +
-        Shown(setting, setting.usual) + L" if not stored]\n" + RemarkLines(setting, stored.value));
+  const std::wstring usual =
+      setting.row->otherwise ? FromUtf8(setting.row->otherwise) : Shown(setting, setting.usual);
+  Print(L"  " + name + L"= " + value + L"  [" + TypeText(setting) + L"; if not stored: " + usual +
+        L"]\n" + RemarkLines(setting, stored.value));
 }
 
 int NotReadable(long status) {
@@ -179,6 +184,17 @@ int Set(const SettingsArguments& arguments) {
   return kExitClean;
 }
 
+int Unset(const SettingsArguments& arguments) {
+  const auto setting = FindSetting(arguments.name, arguments.key);
+  if (!setting) return UnknownName(arguments);
+  if (const unsigned long status = Unset(*setting)) {
+    return Fail(kExitCannotWrite,
+                L"\"" + std::wstring(setting->value.name) + L"\" cannot be taken away", status);
+  }
+  Print(Effect(*setting));
+  return kExitClean;
+}
+
 void PrintChange(const MonitoredSetting& setting, const std::optional<std::wstring>& before,
                  const std::wstring& now, bool json) {
   if (json) {
@@ -248,6 +264,10 @@ void AddSettingsCommand(Command& program) {
   Settings set = AddOperation(group, "set", "Write one value, if it is within its range", Set);
   AddName(set);
   set.Text("DATA", set->data, "The value; numbers in decimal or 0x...").Required();
+  Settings unset =
+      AddOperation(group, "unset",
+                   "Take one value away; what starts from now on goes by what counts then", Unset);
+  AddName(unset);
   Settings watch = AddOperation(group, "watch", "Print changes as they come", Watch);
   watch.Count("--for SECONDS", watch->seconds, "End after so many seconds", kSeconds);
   watch.Json("One JSON object a change");

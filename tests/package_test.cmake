@@ -148,4 +148,5 @@ refuse(other_system "makes programs for Linux with 64 bits." ${bare})
 refuse(32_bits "makes programs for Windows with 32 bits." ${bare} -DCMAKE_SYSTEM_NAME=Windows
   -DCMAKE_CXX_COMPILER_TARGET=i686-w64-mingw32)
 refuse(visual_cpp "This compiler follows Visual C++'s rules for C++." ${bare}
-  -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_CXX_COMPILER_TARGET=x86_64-pc-windows-msvc)
+  -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_CXX_COMPILER_TARGET=x86_64-pc-windows-msvc
+  -DCMAKE_RC_COMPILER=llvm-rc-19)

@@ -154,13 +154,12 @@ class Setting : public vtclass::border::LibraryMemory {
 /* What one of the registrations of SettingsMonitor watches. The texts live as long as the library.
  */
 struct MonitoredValue {
-  const wchar_t* key;  /* below HKEY_LOCAL_MACHINE */
-  const wchar_t* name; /* of the value */
-  Setting::eKind kind;
-  unsigned long minimum; /* of rangeKind and boolKind */
-  unsigned long maximum;
-  unsigned long ifMissing =
-      0; /* the number that counts while none is stored; texts count as empty */
+  const wchar_t* key = nullptr;  /* below HKEY_LOCAL_MACHINE */
+  const wchar_t* name = nullptr; /* of the value */
+  Setting::eKind kind = Setting::dwordKind;
+  unsigned long minimum = 0; /* of rangeKind and boolKind */
+  unsigned long maximum = 0;
+  unsigned long ifMissing = 0; /* what counts while none is stored; for texts the empty one does */
 };
 
 /*

@@ -104,7 +104,7 @@ Stored ReadStored() {
 
 std::wstring LimitText(const Stored& stored) {
   const vtclass::log::SizeLimits& limits = stored.limits;
-  const std::wstring extension = limits.extension.c_str();
+  const std::wstring extension(limits.extension);
   switch (limits.mode) {
     case LimitMode::rename:
       return Megabytes(limits.maximum) + L" in " + std::to_wstring(limits.count) +
@@ -234,7 +234,7 @@ Json InfoAsJson(const Path& path, const TraceFile& file, const std::vector<Rotat
                {"maximumSize", stored.limits.maximum},
                {"retentionSize", stored.limits.retention},
                {"count", stored.limits.count},
-               {"extension", ToUtf8(stored.limits.extension.c_str())}};
+               {"extension", ToUtf8(stored.limits.extension)}};
   json["remarks"] = Json::array();
   for (const LimitRemark& remark : RemarksOn(stored.sizes)) {
     json["remarks"].push_back(ToUtf8(remark.text));

@@ -20,7 +20,7 @@
 
 namespace vtclass::config {
 
-/* A registered setting, and as the how many-th it came: the order in which subscribers are told. */
+/* A registered setting. The number grows with each: subscribers are told in its order. */
 struct Registration {
   std::unique_ptr<Setting> setting;
   std::uint64_t number = 0;

@@ -22,9 +22,9 @@ static_assert(std::size(kMonitoredValues) + std::size(kOtherValues) == VALUE_COU
 constexpr char kHead[] =
     "# Registry values\n"
     "\n"
-    "Every value that the product reads or writes, made from `config/registry_values.h` of the sources; do not\n"
-    "edit it here. The keys lie below `HKEY_LOCAL_MACHINE`; `vtctl settings` lists, changes and\n"
-    "watches the live values, `vtctl registry` all of them.\n"
+    "Every value that the product reads or writes, made from `config/registry_values.h` of the\n"
+    "sources; do not edit it here. The keys lie below `HKEY_LOCAL_MACHINE`; `vtctl settings`\n"
+    "lists, changes and watches the live values, `vtctl registry` all of them.\n"
     "\n"
     "A text is a `REG_SZ`, a list a `REG_MULTI_SZ`, everything else a `REG_DWORD`; a value of\n"
     "another type counts as missing. *Live*: a process that runs hears of each change, and keeps\n"

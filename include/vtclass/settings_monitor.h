@@ -173,9 +173,9 @@ struct MonitoredValue {
  * always is told its value whenever the key changes and it can be read. A number is not checked
  * against its range. Changes below a watched key wake the monitor but concern no setting of it.
  * Registering reads the value once and calls nobody. A change made while the monitor is stopped
- * arrives after Start. Of one key the subscribers are told in the order in which they registered:
- * who registers behind a debug log's making finds the log by the new settings in his callback, and
- * may print into it there.
+ * arrives after Start. Of one key the subscribers are told in the order in which they registered.
+ * So who registers behind the making of a debug log is told when the log goes by the new settings
+ * already; only while another thread writes a line it takes them in behind that line.
  *
  * Own copies. What the subscriber reads himself and what the monitor compares are two readings. A
  * value that changes, is read by the subscriber, and changes back before the monitor looks is as it

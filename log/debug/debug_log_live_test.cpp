@@ -93,6 +93,19 @@ class DebugLogLive : public DebugLogTest {
   const ImportHook<decltype(::RegQueryValueExW)> query{"ADVAPI32.dll", "RegQueryValueExW", &Query};
 };
 
+TEST_F(DebugLogLive, SubscriberBehindTheLog_FindsItSwitchedOn) {
+  const auto log = Make();
+  ASSERT_TRUE(Watch(L"CreateDebugLog"));
+  Sign printed;
+  inFence = [&] {
+    EXPECT_TRUE(log->print(L"followed\n"));
+    printed.Give();
+  };
+  Set(L"CreateDebugLog", 1);
+  ASSERT_TRUE(printed.Comes());
+  EXPECT_EQ(LinesIn(path), (std::vector<std::wstring>{kOn, L"followed"}));
+}
+
 // What was told while the log was reading is newer than what it has read, and is told no second
 // time here: the monitor stops.
 TEST_F(DebugLogLive, ChangeWhileALogReads_IsNotLost) {

@@ -34,7 +34,7 @@ set(compiler -DCMAKE_CXX_COMPILER=${COMPILER})
 if(TOOLCHAIN)
   set(compiler -DCMAKE_TOOLCHAIN_FILE=${package}/cmake/mingw-clang.cmake)
 endif()
-foreach(example first settings_live debug_log identity cluster pool com_pool)
+foreach(example first settings_live debug_log identity cluster pool com_pool agent)
   build(${example} ${example} ${compiler})
 endforeach()
 

@@ -237,8 +237,11 @@ TEST(Credential, Severity_OfKeysThatAreWellKept) {
   EXPECT_EQ(Severity(ReadCredentials()), kExitClean);
   EXPECT_NE(Text(ReadCredentials()).find(L"0 stored credentials."), std::wstring::npos);
   StoreText(kRoot, L"Password", FromUtf8(kSealed));
-  LetIn(kRoot, L"D:(A;;KA;;;BA)");
+  LetIn(kRoot, L"D:(A;;KA;;;BA)(A;;KW;;;BU)");
   EXPECT_EQ(Severity(ReadCredentials()), kExitClean);
+  OwnedRegistryKey key;
+  ASSERT_EQ(::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kRoot.c_str(), 0, KEY_READ, key.Receive()), 0);
+  EXPECT_EQ(AccessTo(key.Get(), KEY_QUERY_VALUE).names.size(), 1U) << "who writes does not read";
   LetIn(kRoot, L"D:(A;;KA;;;BA)(A;;KR;;;BU)");
   EXPECT_EQ(Severity(ReadCredentials()), kExitWarnings);
   StoreText(kRoot, L"Password", L"");

@@ -79,8 +79,7 @@ class Argument {
  *
  * `spec` names an argument: "NAME" for one that stands for itself, "--name VALUE" for an option.
  * What an argument is stored in has to live until the command has run; Add provides it. Words
- * behind
- * "--" are arguments, whatever they begin with.
+ * behind "--" are arguments, whatever they begin with.
  */
 class Command {
  public:

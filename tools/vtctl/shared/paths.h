@@ -16,7 +16,7 @@ class Path {
   /* Absolute, behind "\\?\": no limit of 260 characters, and names with blanks or dots at their
    * end are taken as they are. Empty when there is none. */
   const std::wstring& System() const { return system; }
-  /* The same path as people write it: without "\\\\?\\" where it names the same without. Shown is
+  /* The same path as people write it: without "\\?\" where it names the same without. Shown is
    * fit for a screen; Stored is for job logs and programs, with U+FFFD only for what XML cannot
    * hold. */
   std::wstring Shown() const;

@@ -77,8 +77,9 @@ Resolution Resolve(const std::wstring& name, unsigned long timeout) {
 std::wstring ResolverText(unsigned long code) {
   if (code == WSAETIMEDOUT) return L"no answer came in time (" + std::to_wstring(code) + L")";
   // The system's own words for it say that there is no such host.
-  if (code == WSATRY_AGAIN)
+  if (code == WSATRY_AGAIN) {
     return L"no name server gave an answer (" + std::to_wstring(code) + L")";
+  }
   return SystemText(code);
 }
 

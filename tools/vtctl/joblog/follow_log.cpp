@@ -129,7 +129,7 @@ int Following::Run() {
     end = WaitFor(nullptr, std::min(rest, deadline.Left()));
     if (end != WaitEnd::timeout) break;
   }
-  if (!isBegun) return Fail(kExitBadInput, L"\"" + file.Written() + L"\" holds no job log yet.");
+  if (!isBegun) return Fail(kExitBadInput, Quoted(file) + L" holds no job log yet.");
   for (const Event& event : provisional) filter.Handle(event);
   const int verdict = shown.Close(filter, isOpen);
   if (Interrupted()) return kExitCancelled;

@@ -64,9 +64,8 @@ class Run {
 };
 
 int Run::PageFailure(DWORD status) const {
-  return FailWith(
-      kExitCannotWrite, status,
-      L"\"" + arguments.html.Written() + L"\" cannot be written: " + SystemText(status));
+  return FailWith(kExitCannotWrite, status,
+                  Quoted(arguments.html) + L" cannot be written: " + SystemText(status));
 }
 
 int Run::ShowOne(const Path& file) {

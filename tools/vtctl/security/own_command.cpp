@@ -48,8 +48,8 @@ struct OwnArguments : CommonArguments {
 // An exit code where there is nothing to act on. What may not be looked at may well be taken over.
 int CheckPath(const OwnArguments& arguments) {
   if (vtclass::security::NamesNothing(arguments.path.Written())) {
-    return Fail(kExitNoInput, L"\"" + arguments.path.Written() +
-                                  L"\" names nothing in particular: name the drive too.");
+    return Fail(kExitNoInput,
+                Quoted(arguments.path) + L" names nothing in particular: name the drive too.");
   }
   const DWORD attributes = ::GetFileAttributesW(arguments.path.System().c_str());
   const DWORD error = arguments.path.System().empty() ? arguments.path.Error() : ::GetLastError();
